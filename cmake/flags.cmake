@@ -1,0 +1,32 @@
+# Flags that every target of this tree is compiled and linked with.
+
+add_library(talvor_flags INTERFACE)
+
+target_compile_options(talvor_flags INTERFACE
+  -Wall -Wextra -Wconversion -Wshadow
+  -Wformat -Wformat-security
+  -fstack-protector-strong
+  # Builds of the same sources are identical wherever the tree stands.
+  -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
+  -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
+target_link_options(talvor_flags INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack
+                                           -Wl,--as-needed)
+
+if(TALVOR_WERROR)
+  target_compile_options(talvor_flags INTERFACE -Werror)
+endif()
+
+if(TALVOR_SANITIZE)
+  target_compile_options(talvor_flags INTERFACE
+    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+  target_link_options(talvor_flags INTERFACE -fsanitize=address,undefined)
+else()
+  # Fortified libc calls need optimisation, and the sanitizers replace them.
+  target_compile_options(talvor_flags INTERFACE
+    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
+endif()
+
+if(TALVOR_COVERAGE)
+  target_compile_options(talvor_flags INTERFACE --coverage -O0)
+  target_link_options(talvor_flags INTERFACE --coverage)
+endif()

@@ -1,0 +1,9 @@
+option(TALVOR_BUILD_TESTS "Build the tests" ON)
+option(TALVOR_BUILD_BENCH "Build the benchmarks" ON)
+option(TALVOR_WERROR "Treat warnings as errors" OFF)
+option(TALVOR_SANITIZE "Build everything with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(TALVOR_COVERAGE "Instrument for coverage reports" OFF)
+
+if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+  set(CMAKE_BUILD_TYPE Release CACHE STRING "Debug, Release or RelWithDebInfo" FORCE)
+endif()
