@@ -1,0 +1,25 @@
+#include "sys/os.h"
+
+#include <cstdlib>
+#include <sys/mman.h>
+#include <unistd.h>
+
+constinit OsCalls os_calls = {
+    .malloc = ::malloc,
+    .realloc = ::realloc,
+    .free = ::free,
+    .shm_open = ::shm_open,
+    .shm_unlink = ::shm_unlink,
+    .ftruncate = ::ftruncate,
+    .fstat = ::fstat,
+    .mmap = ::mmap,
+    .munmap = ::munmap,
+    .close = ::close,
+    .sem_open = ::sem_open,
+    .sem_close = ::sem_close,
+    .sem_wait = ::sem_wait,
+    .sem_timedwait = ::sem_timedwait,
+    .sem_post = ::sem_post,
+    .clock_gettime = ::clock_gettime,
+    .usleep = ::usleep,
+};
