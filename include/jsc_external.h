@@ -350,8 +350,9 @@ typedef enum VexilResetLogIndex VexilResetLogIndex;
 #define PLL_TCLK_W_MAXIMUM PLL_TCLK_PACK(PLL_TCLK_Y_MAXIMUM, PLL_TCLK_Z_MAXIMUM) /* 64 MHz */
 #define PLL_TCLK_Y_SUPERHIGH ((y_coord_t)7)
 #define PLL_TCLK_Z_SUPERHIGH ((z_coord_t)0)
-#define PLL_TCLK_W_SUPERHIGH PLL_TCLK_PACK(PLL_TCLK_Y_SUPERHIGH, PLL_TCLK_Z_SUPERHIGH) /* 128 MHz  \
-                                                                                        */
+#define PLL_TCLK_W_SUPERHIGH                                                                       \
+    PLL_TCLK_PACK(PLL_TCLK_Y_SUPERHIGH, PLL_TCLK_Z_SUPERHIGH) /* 128 MHz                           \
+                                                               */
 #define PLL_TCLK_Y_THOUSAND ((y_coord_t)9)
 #define PLL_TCLK_Z_THOUSAND ((z_coord_t)61)
 #define PLL_TCLK_W_THOUSAND                                                                        \
