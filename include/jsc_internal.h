@@ -345,7 +345,7 @@ JTI_STATIC_ASSERT(offsetof(LS_LOGFILE, logFileIndex) == 12, "LS_LOGFILE.logFileI
 JTI_STATIC_ASSERT(offsetof(LS_LOGFILE, logFileEntryMax) == 16, "LS_LOGFILE.logFileEntryMax");
 JTI_STATIC_ASSERT(offsetof(LS_LOGFILE, logFileEnable) == 20, "LS_LOGFILE.logFileEnable");
 JTI_STATIC_ASSERT(offsetof(LS_LOGFILE, logFileSilent) == 21, "LS_LOGFILE.logFileSilent");
-JTI_STATIC_ASSERT(sizeof(LS_LOGFILE) == 32, "LS_LOGFILE");
+JTI_STATIC_ASSERT(sizeof(LS_LOGFILE) == 24, "LS_LOGFILE");
 JTI_STATIC_ASSERT(offsetof(JSC_qel_oplist, op) == 0, "JSC_qel_oplist.op");
 JTI_STATIC_ASSERT(offsetof(JSC_qel_oplist, count) == 4, "JSC_qel_oplist.count");
 JTI_STATIC_ASSERT(offsetof(JSC_qel_oplist, ptr) == 8, "JSC_qel_oplist.ptr");
