@@ -2,6 +2,7 @@
 
 #include "shm_structs.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 

@@ -1,0 +1,323 @@
+#include "podsim/batch/decoder.h"
+#include "podsim/batch/notation.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <memory>
+
+namespace podsim::batch {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// Records what it is asked, in the batch notation; answers reads with 100, 101, ...
+class RecordingPorts {
+public:
+    Status write(std::uint16_t port, std::uint16_t value) {
+        return record({notation::Kind::Write, port, value});
+    }
+    ReadResult read(std::uint16_t port) {
+        Status status = record({notation::Kind::Read, port, 0});
+        return {status.failed() ? std::uint16_t{0} : next_read_++, std::move(status)};
+    }
+    Status wait(std::uint16_t word) { return record(notation::item_at(std::span(&word, 1), 0)); }
+    Status settle() {
+        ++settled;
+        return refuse == "settle" ? Status::failure("refused on purpose") : Status();
+    }
+
+    std::string refuse; // the access that is refused, in the notation
+    std::vector<std::string> seen;
+    int settled = 0;
+    std::atomic<bool>* stop_after_access = nullptr;
+
+private:
+    Status record(const notation::Item& item) {
+        if (notation::text(item) == refuse) {
+            return Status::failure("refused on purpose");
+        }
+        seen.push_back(notation::text(item));
+        if (stop_after_access != nullptr) {
+            *stop_after_access = true;
+        }
+        return {};
+    }
+    std::uint16_t next_read_ = 100;
+};
+
+// Queues words as the driver does, markers and counters included.
+class Queue {
+public:
+    Queue() { empty(*block_); }
+
+    Queue& word(std::uint16_t value) {
+        block_->tbcOMblock[block_->tbcMblockPtr++] = value;
+        return *this;
+    }
+    Queue& read(std::uint16_t port) {
+        word(port);
+        ++block_->rdCntrGbl;
+        if (++block_->rdCntrLcl == SHM_MARKER_READS) {
+            block_->rdCntrLcl = 0;
+            block_->useZeroOfs = 1;
+            block_->tbcOMblock[block_->lastWCNTR] = SHM_MARKER_FULL;
+            block_->lastWCNTR = block_->tbcMblockPtr;
+            word(SHM_MARKER_OPEN);
+        }
+        return *this;
+    }
+    Queue& reads(std::uint16_t port, int count) {
+        for (int i = 0; i < count; ++i) {
+            read(port);
+        }
+        return *this;
+    }
+    Queue& text(const char* lines) {
+        const auto words = notation::parse(lines);
+        EXPECT_TRUE(words) << lines;
+        for (const std::uint16_t one : words.value_or(std::vector<std::uint16_t>{})) {
+            word(one);
+        }
+        return *this;
+    }
+    lcl_shm& block() { return *block_; }
+
+    Outcome run(RecordingPorts& ports, std::span<std::uint16_t> in) {
+        std::vector<std::uint16_t> storage;
+        return execute(take(*block_, storage), in, ports, stop);
+    }
+    Outcome run(RecordingPorts& ports) {
+        return run(ports, std::span(block_->tbcIMblock, SHM_BLOCK_WORDS));
+    }
+
+    std::atomic<bool> stop{false};
+
+private:
+    std::unique_ptr<lcl_shm> block_ = std::make_unique<lcl_shm>();
+};
+
+TEST(Decoder, an_empty_batch_does_nothing_and_answers_0) {
+    Queue queue;
+    RecordingPorts ports;
+    const Outcome outcome = queue.run(ports);
+    EXPECT_FALSE(outcome.failure);
+    EXPECT_EQ(status_of(outcome), 0);
+    EXPECT_THAT(ports.seen, IsEmpty());
+}
+
+TEST(Decoder, executes_every_kind_of_word_in_order) {
+    Queue queue;
+    queue.text("write 10 4080; wait send; wait send many; write 23 c000; wait recv");
+    queue.read(22).text("wait recv many").read(22).text("wait done; reserved").read(31);
+    RecordingPorts ports;
+    const Outcome outcome = queue.run(ports);
+    ASSERT_FALSE(outcome.failure) << outcome.failure->reason;
+    EXPECT_THAT(ports.seen, ElementsAre("write 10 4080", "wait send", "wait send many",
+                                        "write 23 c000", "wait recv", "read 22", "wait recv many",
+                                        "read 22", "wait done", "read 31"));
+    EXPECT_EQ(status_of(outcome), 6);
+    EXPECT_EQ(queue.block().tbcIMblock[0], 100);
+    EXPECT_EQ(queue.block().tbcIMblock[1], 101);
+    EXPECT_EQ(queue.block().tbcIMblock[2], 102);
+    EXPECT_EQ(queue.block().tbcIMblock[3], 0);
+}
+
+TEST(Decoder, every_port_from_0_to_31_is_reached) {
+    for (unsigned port = 0; port <= 31; ++port) {
+        Queue queue;
+        queue.text(("write " + std::to_string(port) + " 5555").c_str());
+        queue.read(static_cast<std::uint16_t>(port));
+        RecordingPorts ports;
+        EXPECT_EQ(status_of(queue.run(ports)), 2);
+        EXPECT_THAT(ports.seen, ElementsAre("write " + std::to_string(port) + " 5555",
+                                            "read " + std::to_string(port)));
+    }
+}
+
+TEST(Decoder, reads_of_several_runs_are_one_result) {
+    for (const int count : {2047, 2048, 2049, 4096, 5000}) {
+        Queue queue;
+        queue.reads(16, count);
+        RecordingPorts ports;
+        const Outcome outcome = queue.run(ports);
+        ASSERT_FALSE(outcome.failure) << count << ": " << outcome.failure->reason;
+        EXPECT_EQ(status_of(outcome), 2 * count);
+        EXPECT_EQ(queue.block().tbcIMblock[count - 1], 100 + count - 1);
+    }
+}
+
+// A batch that must fail at `index` with `reason`, after `executed` accesses.
+void expect_failure(Queue& queue, std::size_t index, const std::string& reason,
+                    std::vector<std::string> executed = {}) {
+    RecordingPorts ports;
+    const Outcome outcome = queue.run(ports);
+    ASSERT_TRUE(outcome.failure) << reason;
+    EXPECT_EQ(outcome.failure->reason, reason);
+    EXPECT_EQ(outcome.failure->index, index) << reason;
+    EXPECT_EQ(ports.seen, executed) << reason;
+    EXPECT_LT(status_of(outcome), 0);
+}
+
+TEST(Decoder, a_word_that_means_nothing_fails_the_batch_before_it_has_an_effect) {
+    for (const std::uint16_t word :
+         std::to_array<std::uint16_t>({0x8001, 0x9010, 0x9012, 0xBFFF, 0xC001, 0xC7FE, 0xFFFF})) {
+        Queue queue;
+        queue.text("write 4 1234").word(word).text("write 5 1");
+        expect_failure(queue, 4, "an unknown control word", {"write 4 1234"});
+    }
+}
+
+TEST(Decoder, a_write_without_its_value_fails) {
+    Queue queue;
+    queue.text("write 4 1234").word(0x4005);
+    expect_failure(queue, 4, "a write without its value", {"write 4 1234"});
+}
+
+TEST(Decoder, a_port_above_31_fails) {
+    for (const std::uint16_t word :
+         std::to_array<std::uint16_t>({0x0020, 0x0040, 0x3FFF, 0x4020, 0x7FFF})) {
+        Queue queue;
+        queue.word(word).word(0);
+        expect_failure(queue, 2, "a port above 31");
+    }
+}
+
+TEST(Decoder, a_refused_access_fails_the_batch_with_its_reason) {
+    for (const char* access : {"write 4 1234", "read 22", "wait done"}) {
+        Queue queue;
+        queue.text("write 1 1").text(access).text("write 2 1");
+        RecordingPorts ports;
+        ports.refuse = access;
+        const Outcome outcome = queue.run(ports);
+        ASSERT_TRUE(outcome.failure) << access;
+        EXPECT_EQ(outcome.failure->reason, "refused on purpose");
+        EXPECT_EQ(outcome.failure->index, 4U);
+        EXPECT_THAT(ports.seen, ElementsAre("write 1 0001"));
+        EXPECT_EQ(ports.settled, 0);
+    }
+}
+
+TEST(Decoder, the_end_of_a_batch_settles_the_controller) {
+    Queue queue;
+    queue.text("write 1 1");
+    RecordingPorts ports;
+    EXPECT_FALSE(queue.run(ports).failure);
+    EXPECT_EQ(ports.settled, 1);
+    ports.refuse = "settle";
+    const Outcome outcome = queue.run(ports);
+    ASSERT_TRUE(outcome.failure);
+    EXPECT_EQ(outcome.failure->reason, "refused on purpose");
+    EXPECT_EQ(outcome.failure->index, 4U);
+}
+
+TEST(Decoder, a_length_that_no_batch_has_fails_before_anything) {
+    Queue queue;
+    queue.text("write 4 1234");
+    queue.block().tbcMblockPtr = SHM_BLOCK_WORDS + 1;
+    expect_failure(queue, SHM_BLOCK_WORDS, "a batch of 131073 words is longer than the block");
+    queue.block().tbcMblockPtr = 0xFFFFFFFF;
+    expect_failure(queue, SHM_BLOCK_WORDS, "a batch of 4294967295 words is longer than the block");
+    queue.block().tbcMblockPtr = 1;
+    expect_failure(queue, 1, "a batch of 1 words lacks the two words that every batch begins with");
+    queue.block().tbcMblockPtr = 0;
+    expect_failure(queue, 0, "a batch of 0 words lacks the two words that every batch begins with");
+}
+
+TEST(Decoder, the_two_words_of_an_empty_batch_must_begin_every_batch) {
+    Queue queue;
+    queue.text("write 4 1234");
+    queue.block().tbcOMblock[1] = 16;
+    expect_failure(queue, 1, "a read-count marker must stand here");
+    queue.block().tbcOMblock[1] = SHM_MARKER_OPEN;
+    queue.block().tbcOMblock[0] = 0x4004;
+    expect_failure(queue, 0, "the reserved word is not the first");
+}
+
+TEST(Decoder, a_marker_stands_only_where_the_read_count_says) {
+    Queue early;
+    early.read(16).word(SHM_MARKER_OPEN);
+    expect_failure(early, 3, "a marker after 1 reads of a run", {"read 16"});
+
+    Queue moved;
+    moved.text("write 1 1");
+    moved.block().lastWCNTR = 2;
+    expect_failure(moved, 1, "an open marker that is not the last one");
+
+    Queue closed;
+    closed.text("write 1 1");
+    closed.block().tbcOMblock[1] = SHM_MARKER_FULL;
+    expect_failure(closed, 1, "the last marker is closed");
+}
+
+TEST(Decoder, a_full_run_needs_a_closed_marker_before_it_and_a_marker_after_it) {
+    Queue unclosed;
+    unclosed.reads(16, 2048);
+    unclosed.block().tbcOMblock[1] = SHM_MARKER_OPEN;
+    unclosed.block().lastWCNTR = 1;
+    RecordingPorts ports;
+    const Outcome outcome = unclosed.run(ports);
+    ASSERT_TRUE(outcome.failure);
+    EXPECT_EQ(outcome.failure->reason, "a full run of reads whose marker was not closed");
+    EXPECT_EQ(outcome.failure->index, 2U + 2047U);
+    EXPECT_EQ(ports.seen.size(), 2047U);
+
+    Queue missing;
+    missing.reads(16, 2048).text("write 1 1");
+    missing.block().tbcOMblock[2 + 2048] = 0x4001;
+    RecordingPorts others;
+    const Outcome second = missing.run(others);
+    ASSERT_TRUE(second.failure);
+    EXPECT_EQ(second.failure->reason, "a read-count marker must stand here");
+    EXPECT_EQ(second.failure->index, 2U + 2048U);
+    EXPECT_EQ(others.seen.size(), 2048U);
+}
+
+TEST(Decoder, a_batch_that_counts_other_reads_than_it_holds_fails) {
+    Queue queue;
+    queue.read(16);
+    queue.block().rdCntrGbl = 2;
+    expect_failure(queue, 3,
+                   "the batch holds 1 reads, 1 of them since its open marker, and counts 2 and 1",
+                   {"read 16"});
+    queue.block().rdCntrGbl = 1;
+    queue.block().rdCntrLcl = 0;
+    expect_failure(queue, 3,
+                   "the batch holds 1 reads, 1 of them since its open marker, and counts 1 and 0",
+                   {"read 16"});
+    queue.block().rdCntrLcl = 1;
+    queue.block().useZeroOfs = 1;
+    expect_failure(queue, 3, "the batch is marked wrongly as to whether it closed a marker",
+                   {"read 16"});
+}
+
+TEST(Decoder, a_read_past_the_in_block_fails_before_it_is_made) {
+    Queue queue;
+    queue.reads(16, 3);
+    RecordingPorts ports;
+    std::uint16_t in[3] = {7, 7, 7};
+    const Outcome outcome = queue.run(ports, std::span(in, 2));
+    ASSERT_TRUE(outcome.failure);
+    EXPECT_EQ(outcome.failure->reason, "a read that would overflow the in-block");
+    EXPECT_EQ(outcome.failure->index, 4U);
+    EXPECT_EQ(ports.seen.size(), 2U);
+    EXPECT_EQ(in[2], 7);
+    RecordingPorts more;
+    EXPECT_EQ(status_of(queue.run(more, in)), 6);
+}
+
+TEST(Decoder, a_stop_ends_the_batch_at_its_next_word) {
+    Queue queue;
+    queue.text("write 1 1; write 2 2");
+    RecordingPorts ports;
+    ports.stop_after_access = &queue.stop;
+    const Outcome outcome = queue.run(ports);
+    ASSERT_TRUE(outcome.failure);
+    EXPECT_EQ(outcome.failure->reason, "the pod is being stopped");
+    EXPECT_THAT(ports.seen, ElementsAre("write 1 0001"));
+}
+
+} // namespace
+} // namespace podsim::batch
