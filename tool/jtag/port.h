@@ -27,7 +27,8 @@ enum class ClockLine : uint8_t {
 // shifting exactly `out`, bit 0 first.
 struct Scan {
     ScanPath path = ScanPath::Dr;
-    const Bits* out = nullptr; // never null, at least one bit
+    // Never null, at least one bit. It is read before scan() returns, also when the scan is queued.
+    const Bits* out = nullptr;
     // Where received bits go, resized to out->size(), or null when nobody wants them; then the port
     // may leave the scan queued. May be the vector that `out` points to.
     Bits* in = nullptr;

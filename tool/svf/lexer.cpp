@@ -1,0 +1,191 @@
+#include "svf/lexer.h"
+
+#include <fmt/format.h>
+
+namespace talvor::svf {
+
+namespace {
+
+constexpr bool is_blank(int c) noexcept {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
+}
+
+constexpr bool is_word_character(int c) noexcept {
+    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' ||
+           c == '+' || c == '-' || c == '_';
+}
+
+constexpr char capital(int c) noexcept {
+    return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+}
+
+} // namespace
+
+int Lexer::peek() {
+    if (at_ == end_ && !refill()) {
+        return source_status_ ? kEnd : kFailed;
+    }
+    return static_cast<unsigned char>(*at_);
+}
+
+bool Lexer::refill() {
+    if (!source_status_) {
+        return false;
+    }
+    if (begin_ != nullptr && chunk_hook_ && !chunk_hook_()) {
+        source_status_ = Error{ErrorKind::Usage, 0, source_.name(), "stopped on request", ""};
+        return false;
+    }
+    Result<std::span<const char>> chunk = source_.next_chunk();
+    if (!chunk) {
+        source_status_ = std::move(chunk).error();
+        return false;
+    }
+    bytes_before_ += static_cast<uint64_t>(end_ - begin_);
+    begin_ = at_ = chunk->data();
+    end_ = begin_ + chunk->size();
+    return at_ != end_;
+}
+
+void Lexer::skip_comment() {
+    for (int c = peek(); c >= 0 && c != '\n'; c = peek()) {
+        ++at_;
+    }
+}
+
+// The next character that is neither blank nor comment; it is not taken. A single '/' is answered
+// although it is taken already: nothing but an error can follow.
+int Lexer::skip_blanks() {
+    while (true) {
+        const int c = peek();
+        if (is_blank(c)) {
+            line_ += c == '\n' ? 1 : 0;
+            ++at_;
+        } else if (c == '!') {
+            skip_comment();
+        } else if (c == '/') {
+            ++at_;
+            if (peek() != '/') {
+                return '/';
+            }
+            skip_comment();
+        } else {
+            return c;
+        }
+    }
+}
+
+Error Lexer::error(uint64_t line, std::string reason, std::string next_step) const {
+    return Error{ErrorKind::BadFile, 0, fmt::format("{}:{}", source_.name(), line),
+                 std::move(reason), std::move(next_step)};
+}
+
+Error Lexer::bad_character(int c) const {
+    if (c > ' ' && c < 0x7F) {
+        return error(line_, fmt::format("'{}' means nothing here", static_cast<char>(c)));
+    }
+    return error(line_, fmt::format("a byte of 0x{:02X} means nothing here", c),
+                 "check that this is an SVF file: a text, not a programmed image");
+}
+
+Result<Token> Lexer::read_word(uint64_t line) {
+    size_t length = 0;
+    for (int c = peek(); is_word_character(c); c = peek()) {
+        if (length == kMaxWord) {
+            return error(line, fmt::format("a word longer than {} characters", kMaxWord));
+        }
+        word_[length++] = capital(c);
+        ++at_;
+    }
+    return Token{Token::Kind::Word, std::string_view(word_.data(), length), line};
+}
+
+Result<Token> Lexer::next() {
+    const int c = skip_blanks();
+    const uint64_t line = line_;
+    switch (c) {
+    case kFailed:
+        return source_status_.error();
+    case kEnd:
+        return Token{Token::Kind::End, {}, line};
+    case '(':
+        ++at_;
+        return Token{Token::Kind::Open, "(", line};
+    case ')':
+        ++at_;
+        return Token{Token::Kind::Close, ")", line};
+    case ';':
+        ++at_;
+        return Token{Token::Kind::Semicolon, ";", line};
+    default:
+        if (!is_word_character(c)) {
+            return bad_character(c);
+        }
+        return read_word(line);
+    }
+}
+
+Error Lexer::bad_hex(int c, uint64_t first_line, std::string_view what) const {
+    if (c == kFailed) {
+        return source_status_.error();
+    }
+    if (c == kEnd) {
+        return error(first_line, fmt::format("the file ends inside the value of {}", what),
+                     "the file may be cut short");
+    }
+    if (c == ';') {
+        return error(line_, fmt::format("the value of {} has no closing parenthesis", what));
+    }
+    if (!is_word_character(c)) {
+        return bad_character(c);
+    }
+    return error(line_, fmt::format("'{}' is no hexadecimal digit, in the value of {}",
+                                    static_cast<char>(c), what));
+}
+
+Status Lexer::read_hex(std::string_view what, size_t length_bits, Bits& value) {
+    const uint64_t first_line = line_;
+    hex_.begin(length_bits);
+    while (true) {
+        const int c = skip_blanks();
+        if (HexReader::is_digit(c)) {
+            at_ = hex_.feed(at_, end_);
+            continue;
+        }
+        if (c == ')') {
+            ++at_;
+            break;
+        }
+        return bad_hex(c, first_line, what);
+    }
+    if (!hex_.has_digits()) {
+        return error(first_line, fmt::format("the value of {} has no digit", what));
+    }
+    if (hex_.too_wide()) {
+        return error(first_line,
+                     fmt::format("the value of {} is wider than its {} bits", what, length_bits));
+    }
+    hex_.finish(value);
+    return {};
+}
+
+Status Lexer::skip_statement() {
+    const uint64_t first_line = line_;
+    while (true) {
+        const int c = skip_blanks();
+        if (c == kFailed) {
+            return source_status_.error();
+        }
+        if (c == kEnd) {
+            return error(first_line, "the statement does not end with ';'");
+        }
+        if (c != '/') {
+            ++at_;
+        }
+        if (c == ';') {
+            return {};
+        }
+    }
+}
+
+} // namespace talvor::svf

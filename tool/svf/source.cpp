@@ -1,0 +1,160 @@
+#include "svf/source.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace talvor::svf {
+
+namespace {
+
+constexpr size_t kBufferBytes = size_t{1} << 20;
+
+Error file_error(const std::string& name, const std::string& doing, int code) {
+    return Error{ErrorKind::BadFile, 0, name, "cannot " + doing + ": " + std::strerror(code),
+                 code == ENOENT ? "check the name" : ""};
+}
+
+// One read that an interrupt does not end; -1 with errno set on failure.
+ssize_t read_some(int fd, std::span<char> buffer) {
+    ssize_t got = 0;
+    do {
+        got = ::read(fd, buffer.data(), buffer.size());
+    } while (got < 0 && errno == EINTR);
+    return got;
+}
+
+bool write_all(int fd, std::span<const char> bytes) {
+    while (!bytes.empty()) {
+        const ssize_t put = ::write(fd, bytes.data(), bytes.size());
+        if (put < 0 && errno == EINTR) {
+            continue;
+        }
+        if (put < 0) {
+            return false;
+        }
+        bytes = bytes.subspan(static_cast<size_t>(put));
+    }
+    return true;
+}
+
+FileDescriptor nameless_file() {
+    const char* folder = std::getenv("TMPDIR");
+    std::string path = folder != nullptr && *folder != '\0' ? folder : "/tmp";
+    path += "/talvor-svf-XXXXXX";
+    FileDescriptor file(::mkstemp(path.data()));
+    if (file.is_open()) {
+        ::unlink(path.c_str());
+    }
+    return file;
+}
+
+Result<FileDescriptor> spool(const FileDescriptor& from, const std::string& name) {
+    FileDescriptor to = nameless_file();
+    if (!to.is_open()) {
+        return file_error(name, "make a temporary file to spool it", errno);
+    }
+    std::vector<char> buffer(kBufferBytes);
+    while (true) {
+        const ssize_t got = read_some(from.get(), buffer);
+        if (got < 0) {
+            return file_error(name, "read it", errno);
+        }
+        if (got == 0) {
+            return to;
+        }
+        if (!write_all(to.get(), std::span(buffer).first(static_cast<size_t>(got)))) {
+            return file_error(name, "spool it to a temporary file", errno);
+        }
+    }
+}
+
+} // namespace
+
+TextSource::TextSource(std::string_view text, std::string name, size_t chunk_bytes)
+    : text_(text), name_(std::move(name)), chunk_bytes_(chunk_bytes) {}
+
+Result<std::span<const char>> TextSource::next_chunk() {
+    const std::string_view chunk = text_.substr(position_, chunk_bytes_);
+    position_ += chunk.size();
+    return std::span<const char>(chunk.data(), chunk.size());
+}
+
+Status TextSource::rewind() {
+    position_ = 0;
+    return {};
+}
+
+FileDescriptor::~FileDescriptor() {
+    if (fd_ >= 0) {
+        ::close(fd_);
+    }
+}
+
+FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
+    std::swap(fd_, other.fd_);
+    return *this;
+}
+
+FileSource::FileSource(FileDescriptor file, std::string name, uint64_t total_bytes)
+    : file_(std::move(file)), name_(std::move(name)), total_bytes_(total_bytes),
+      buffer_(kBufferBytes) {}
+
+Result<std::unique_ptr<FileSource>> FileSource::open(const std::string& path) {
+    if (path == "-") {
+        return adopt(FileDescriptor(::dup(STDIN_FILENO)), "standard input");
+    }
+    FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    if (!file.is_open()) {
+        return file_error(path, "open it", errno);
+    }
+    return adopt(std::move(file), path);
+}
+
+Result<std::unique_ptr<FileSource>> FileSource::adopt(FileDescriptor file, std::string name) {
+    struct stat facts = {};
+    if (::fstat(file.get(), &facts) != 0) {
+        return file_error(name, "open it", errno);
+    }
+    if (S_ISDIR(facts.st_mode)) {
+        return file_error(name, "read it", EISDIR);
+    }
+    if (!S_ISREG(facts.st_mode)) {
+        Result<FileDescriptor> copy = spool(file, name);
+        if (!copy) {
+            return std::move(copy).error();
+        }
+        file = std::move(copy).value();
+        if (::fstat(file.get(), &facts) != 0) {
+            return file_error(name, "read the temporary file", errno);
+        }
+    }
+    std::unique_ptr<FileSource> source(
+        new FileSource(std::move(file), std::move(name), static_cast<uint64_t>(facts.st_size)));
+    if (Status status = source->rewind(); !status) {
+        return std::move(status).error();
+    }
+    return source;
+}
+
+Result<std::span<const char>> FileSource::next_chunk() {
+    const ssize_t got = read_some(file_.get(), buffer_);
+    if (got < 0) {
+        return file_error(name_, "read it", errno);
+    }
+    return std::span<const char>(buffer_.data(), static_cast<size_t>(got));
+}
+
+Status FileSource::rewind() {
+    if (::lseek(file_.get(), 0, SEEK_SET) != 0) {
+        return file_error(name_, "go back to its start", errno);
+    }
+    return {};
+}
+
+} // namespace talvor::svf
