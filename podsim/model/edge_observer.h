@@ -17,11 +17,11 @@ struct EdgeRun {
     std::uint64_t period_ns = 0;
     std::uint64_t count = 0;
     TapState from = TapState::TestLogicReset; // the target's state before the first edge
-    std::span<const std::uint64_t> tms;       // empty: 0 for all, `last_tms` for the last
+    std::span<const std::uint64_t> tms{};     // empty: 0 for all, `last_tms` for the last
     bool last_tms = false;
-    std::span<const std::uint64_t> tdi; // empty: `constant_tdi` for all
+    std::span<const std::uint64_t> tdi{}; // empty: `constant_tdi` for all
     bool constant_tdi = true;
-    std::span<const std::uint64_t> tdo; // empty: not looked at; TDO drives in Shift states only
+    std::span<const std::uint64_t> tdo{}; // empty: not looked at; TDO drives in Shift states only
 
     bool tms_at(std::uint64_t i) const {
         return tms.empty() ? (i + 1 == count && last_tms) : bit(tms, i);

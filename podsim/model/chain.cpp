@@ -1,0 +1,186 @@
+#include "podsim/model/chain.h"
+
+#include <algorithm>
+
+namespace podsim {
+namespace {
+
+std::uint64_t longest_path(const std::vector<std::unique_ptr<TapDevice>>& devices) {
+    std::uint64_t instruction = 0;
+    std::uint64_t data = 0;
+    for (const auto& device : devices) {
+        instruction += device->instruction_bits();
+        data += device->longest();
+    }
+    return std::max(instruction, data);
+}
+
+std::uint64_t longest_register(const std::vector<std::unique_ptr<TapDevice>>& devices) {
+    std::uint64_t bits = kMaxInstructionBits;
+    for (const auto& device : devices) {
+        bits = std::max(bits, device->longest());
+    }
+    return bits;
+}
+
+} // namespace
+
+Chain::Chain(const ChainDescription& description) {
+    for (const DeviceDescription& each : description.devices) {
+        devices_.push_back(std::make_unique<TapDevice>(each));
+    }
+    for (const NetDescription& net : description.nets) {
+        devices_[net.to_device]->boundary()->connect(
+            net.to_pin, *devices_[net.from_device]->boundary(), net.from_pin);
+    }
+    ring_ = BitRing(longest_path(devices_));
+    scratch_.resize(words_for(longest_register(devices_)));
+}
+
+// Appends a captured register at the end nearest TDI.
+void Chain::append(std::span<const std::uint64_t> bits, std::uint64_t count) {
+    for (std::uint64_t done = 0; done < count; done += kWordBits) {
+        const auto step_bits =
+            static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - done));
+        ring_.write(head_ + length_, bits[done / kWordBits] & low_mask(step_bits), step_bits);
+        length_ += step_bits;
+    }
+}
+
+// Takes a register's bits out of the ring, from `position` on, which moves behind them.
+void Chain::take(std::span<std::uint64_t> bits, std::uint64_t count,
+                 std::uint64_t& position) const {
+    for (std::uint64_t done = 0; done < count; done += kWordBits) {
+        const auto step_bits =
+            static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - done));
+        bits[done / kWordBits] = ring_.read(position) & low_mask(step_bits);
+        position += step_bits;
+    }
+}
+
+// The device nearest TDO comes first.
+void Chain::capture() {
+    head_ = 0;
+    length_ = 0;
+    for (auto device = devices_.rbegin(); device != devices_.rend(); ++device) {
+        if (state_ == TapState::CaptureIr) {
+            scratch_[0] = (*device)->instruction_capture();
+            append(scratch_, (*device)->instruction_bits());
+        } else {
+            DataRegister& selected = (*device)->selected();
+            selected.capture({scratch_.data(), words_for(selected.bits())});
+            append(scratch_, selected.bits());
+        }
+    }
+}
+
+void Chain::update() {
+    std::uint64_t position = head_;
+    for (auto device = devices_.rbegin(); device != devices_.rend(); ++device) {
+        if (state_ == TapState::UpdateIr) {
+            take(scratch_, (*device)->instruction_bits(), position);
+            (*device)->set_instruction(scratch_[0]);
+        } else {
+            DataRegister& selected = (*device)->selected();
+            take(scratch_, selected.bits(), position);
+            selected.update({scratch_.data(), words_for(selected.bits())});
+        }
+    }
+}
+
+void Chain::reset() {
+    for (const auto& device : devices_) {
+        device->reset();
+    }
+}
+
+std::uint64_t Chain::shift_word(std::uint64_t tdi, unsigned count) {
+    const std::uint64_t mask = low_mask(count);
+    ring_.write(head_ + length_, tdi & mask, count);
+    const std::uint64_t tdo = ring_.read(head_) & mask;
+    head_ += count;
+    return tdo;
+}
+
+// Updates and the reset happen on the falling edge of TCK in the state (IEEE 1149.1, 6.1): nothing
+// can come between that and entering it.
+void Chain::enter(TapState next) {
+    state_ = next;
+    switch (next) {
+    case TapState::UpdateDr:
+    case TapState::UpdateIr:
+        update();
+        break;
+    case TapState::TestLogicReset:
+        reset();
+        break;
+    default:
+        break;
+    }
+}
+
+// Captures and shifts happen on the rising edge that leaves the state or holds it.
+bool Chain::step(bool tms, bool tdi) {
+    bool tdo = true;
+    if (is_shift(state_)) {
+        tdo = shift_word(tdi ? 1 : 0, 1) != 0;
+    } else if (state_ == TapState::CaptureDr || state_ == TapState::CaptureIr) {
+        capture();
+    }
+    enter(next_state(state_, tms));
+    return tdo;
+}
+
+Status Chain::move(std::uint64_t tms, unsigned count, bool tdi) {
+    for (unsigned i = 0; i < count; ++i) {
+        step(((tms >> i) & 1) != 0, tdi);
+    }
+    return {};
+}
+
+// A caller out of step: bit by bit, wherever that leads.
+void Chain::shift_astray(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
+                         std::uint64_t count, bool leave) {
+    for (std::uint64_t i = 0; i < count; ++i) {
+        const std::size_t word = i / kWordBits;
+        const std::uint64_t bit = std::uint64_t{1} << (i % kWordBits);
+        const bool level = step(leave && i + 1 == count, (tdi[word] & bit) != 0);
+        tdo[word] = level ? tdo[word] | bit : tdo[word] & ~bit;
+    }
+}
+
+Status Chain::shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
+                    std::uint64_t count, bool leave) {
+    if (!is_shift(state_)) [[unlikely]] {
+        shift_astray(tdi, tdo, count, leave);
+        return {};
+    }
+    std::size_t word = 0;
+    for (; count > kWordBits; count -= kWordBits, ++word) {
+        tdo[word] = shift_word(tdi[word], kWordBits);
+    }
+    tdo[word] = shift_word(tdi[word], static_cast<unsigned>(count));
+    if (leave) {
+        enter(next_state(state_, true));
+    }
+    return {};
+}
+
+Status Chain::pulse_trst() {
+    enter(TapState::TestLogicReset);
+    return {};
+}
+
+Status Chain::set_reset(bool) {
+    return {};
+}
+
+Status Chain::power_on() {
+    for (const auto& device : devices_) {
+        device->power_on();
+    }
+    state_ = TapState::TestLogicReset;
+    return {};
+}
+
+} // namespace podsim

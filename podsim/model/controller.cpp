@@ -1,0 +1,573 @@
+#include "podsim/model/controller.h"
+
+#include "shm_structs.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace podsim {
+namespace {
+
+// Modelling decision: a settle delay takes this long, and no test clock.
+constexpr std::uint64_t kSettleNs = 1000;
+
+// Power-on values that are not 0.
+constexpr std::uint16_t kOutputAtPowerOn = TBC_OUTPUT_CONNECTED;
+constexpr std::uint16_t kPodControlAtPowerOn =
+    TBC_POD_EVENT3 | TBC_POD_EVENT2 | TBC_POD_TDO_EDGE | TBC_POD_CLEAR;
+
+TapState state_of(std::uint16_t code) {
+    switch (code & TBC_STATE_MASK) {
+    case TBC_STATE_RESET:
+    case TBC_STATE_RESET_READ:
+        return TapState::TestLogicReset;
+    case TBC_STATE_SHIFT_DR:
+        return TapState::ShiftDr;
+    case TBC_STATE_SHIFT_IR:
+        return TapState::ShiftIr;
+    case TBC_STATE_PAUSE_DR:
+        return TapState::PauseDr;
+    case TBC_STATE_PAUSE_IR:
+        return TapState::PauseIr;
+    default:
+        return TapState::RunTestIdle;
+    }
+}
+
+// Operations end in states that hold, so no other is ever read.
+std::uint16_t code_of(TapState state) {
+    switch (state) {
+    case TapState::TestLogicReset:
+        return TBC_STATE_RESET_READ;
+    case TapState::ShiftDr:
+        return TBC_STATE_SHIFT_DR;
+    case TapState::ShiftIr:
+        return TBC_STATE_SHIFT_IR;
+    case TapState::PauseDr:
+        return TBC_STATE_PAUSE_DR;
+    case TapState::PauseIr:
+        return TBC_STATE_PAUSE_IR;
+    default:
+        return TBC_STATE_IDLE_READ;
+    }
+}
+
+// The shortest path through the Capture state that belongs to a Pause state; the shortest path to
+// every other state.
+TmsPath path_via_capture(TapState from, TapState to) {
+    if (to != TapState::PauseDr && to != TapState::PauseIr) {
+        return shortest_path(from, to);
+    }
+    const TapState capture = to == TapState::PauseDr ? TapState::CaptureDr : TapState::CaptureIr;
+    return joined(shortest_path(from, capture), shortest_path(capture, to));
+}
+
+// Run-Test/Idle first, `clocks` clocks there, then the shortest path.
+TmsPath path_via_idle(TapState from, TapState to, unsigned clocks) {
+    const TmsPath there = shortest_path(from, TapState::RunTestIdle);
+    const TmsPath back = shortest_path(TapState::RunTestIdle, to);
+    return joined(joined(there, TmsPath{0, clocks}), back);
+}
+
+// The two bits that make a scan, each alone, are the transits of a go-to.
+constexpr std::uint16_t kTransitViaIdle = TBC_TRANSIT_SCAN & ~TBC_TRANSIT_VIA_CAPTURE;
+constexpr unsigned kIdleClocksShift = 5;
+
+// Modelling decision: a reset of the controller leaves the pod's own registers 25 to 27 alone. The
+// host programs clock and timing once, when it connects, and resets the controller afterwards.
+bool is_pod_register(std::size_t port) {
+    return port == TBC_PORT_POD_PINS || port == TBC_PORT_POD_CLOCK || port == TBC_PORT_POD_TIMING;
+}
+
+bool is_read_only(std::uint16_t port) {
+    return (port >= TBC_PORT_STATUS1 && port <= TBC_PORT_RECEIVE) || port == TBC_PORT_SUPPORT;
+}
+
+} // namespace
+
+Controller::Controller(const ControllerSettings& settings, Target& target, WarningSink warn)
+    : settings_(settings), warning_(std::move(warn)), bus_(target) {
+    registers_[TBC_PORT_OUTPUT] = kOutputAtPowerOn;
+    registers_[TBC_PORT_POD_CONTROL] = kPodControlAtPowerOn;
+    bus_.set_period(tck_period_ns(settings_.revision, 0));
+}
+
+// ---- writes -----------------------------------------------------------------------------------
+
+Status Controller::write(std::uint16_t port, std::uint16_t value) {
+    if (port == TBC_PORT_SEND) [[likely]] {
+        return write_send(value);
+    }
+    if (port >= TBC_EXTENDED_PORTS) {
+        return Status::failure("write of port " + std::to_string(port) + ", which does not exist");
+    }
+    if (!port_exists(port) || is_read_only(port)) {
+        warn("write of register " + std::to_string(port) + " dropped: it is " +
+             (is_read_only(port) ? "read-only" : "not there on this kind of controller"));
+        return {};
+    }
+    if (Status status = write_register(port, value); status.failed()) {
+        return status;
+    }
+    // A reset of the controller has just given every register its power-on value.
+    if (port != TBC_PORT_CONTROL || (value & TBC_CONTROL_RESET) != TBC_CONTROL_RESET) {
+        registers_[port] = value;
+    }
+    return {};
+}
+
+Status Controller::write_register(std::uint16_t port, std::uint16_t value) {
+    switch (port) {
+    case TBC_PORT_COMMAND:
+        write_command(value);
+        break;
+    case TBC_PORT_OUTPUT:
+        bus_.set_connected((value & TBC_OUTPUT_CONNECTED) != 0);
+        break;
+    case TBC_PORT_CLOCK_OUT:
+        bus_.set_clock_output((value & TBC_CLOCK_OUT_OFF) == 0);
+        break;
+    case TBC_PORT_POD_CONTROL:
+        return write_pod_control(value);
+    case TBC_PORT_EVENT_CONTROL:
+        counter_.write_control(value);
+        break;
+    case TBC_PORT_CONTROL:
+        return write_control(value);
+    case TBC_PORT_LIMIT_LOW:
+        counter_.write_limit_low(value);
+        break;
+    case TBC_PORT_LIMIT_HIGH:
+        counter_.write_limit_high(value);
+        break;
+    case TBC_PORT_STATUS0:
+        bus_.pass_time(kSettleNs);
+        break;
+    case TBC_PORT_POD_CLOCK:
+        bus_.set_period(tck_period_ns(settings_.revision, value));
+        break;
+    default:
+        break;
+    }
+    return {};
+}
+
+void Controller::write_command(std::uint16_t value) {
+    if ((value & TBC_COMMAND_RELEASE) != 0) {
+        version_selected_ = false;
+        loop_.leave();
+        counter_.release();
+    }
+    if ((value & TBC_COMMAND_VERSION) != 0) {
+        version_selected_ = true;
+    }
+    if ((value & TBC_COMMAND_LATCH) != 0) {
+        counter_.latch();
+    }
+    if ((value & TBC_COMMAND_LOOPBACK) != 0) {
+        loop_.enter();
+    }
+}
+
+Status Controller::write_pod_control(std::uint16_t value) {
+    const bool was = (registers_[TBC_PORT_POD_CONTROL] & TBC_POD_CLEAR) != 0;
+    const bool is = (value & TBC_POD_CLEAR) != 0;
+    if (was && !is) {
+        // The scan in progress has lost its Shift state.
+        engine_.abandon();
+        return bus_.pulse_trst();
+    }
+    if (!was && is) {
+        condition_ = !faults_.power;
+    }
+    return {};
+}
+
+Status Controller::write_control(std::uint16_t value) {
+    if ((value & TBC_CONTROL_RESET) == TBC_CONTROL_RESET) {
+        return reset();
+    }
+    switch (value) {
+    case TBC_CONTROL_RUN:
+        return run_operation();
+    case TBC_CONTROL_EMPTY:
+        engine_.empty_buffers();
+        announced_ = 0;
+        loop_.clear();
+        break;
+    case TBC_CONTROL_SHORT:
+        // Modelling decision: this word, with which the host begins to set the registers of a
+        // controller to their defaults, clears the bit count. A host that has just attached
+        // believes registers 0 to 15 to be 0 and sends no write that would not change them; a count
+        // left behind by an earlier host would spoil its first scans.
+        registers_[TBC_PORT_COUNT_LOW] = 0;
+        registers_[TBC_PORT_COUNT_HIGH] = 0;
+        break;
+    default:
+        break;
+    }
+    return {};
+}
+
+// Modelling decision: the reset ends operation, buffers, loop-back, version select and event count,
+// and drives the TAP to Test-Logic-Reset by five ones, where the outputs are connected.
+Status Controller::reset() {
+    engine_.abandon();
+    engine_.empty_buffers();
+    announced_ = 0;
+    loop_.leave();
+    counter_ = EventCounter{};
+    version_selected_ = false;
+    for (std::size_t port = 0; port < registers_.size(); ++port) {
+        if (port != TBC_PORT_OUTPUT && !is_pod_register(port)) {
+            registers_[port] = 0;
+        }
+    }
+    registers_[TBC_PORT_POD_CONTROL] = kPodControlAtPowerOn;
+    bus_.set_clock_output(true);
+    return engine_.move(kResetPath);
+}
+
+// ---- reads ------------------------------------------------------------------------------------
+
+ReadResult Controller::read(std::uint16_t port) {
+    if (port == TBC_PORT_RECEIVE) [[likely]] {
+        return read_receive();
+    }
+    if (port >= TBC_EXTENDED_PORTS) {
+        return {0,
+                Status::failure("read of port " + std::to_string(port) + ", which does not exist")};
+    }
+    if (!port_exists(port)) {
+        warn("read of register " + std::to_string(port) +
+             ", which is not there on this kind of controller");
+        return {kOpenPath, {}};
+    }
+    if (port == TBC_PORT_STATUS1) {
+        look_at_emu_pins();
+    }
+    return {read_register(port), {}};
+}
+
+std::uint16_t Controller::read_register(std::uint16_t port) const {
+    switch (port) {
+    case TBC_PORT_STATUS0:
+        return 0;
+    case TBC_PORT_STATUS1:
+        return read_status1();
+    case TBC_PORT_TAP_STATE:
+        return code_of(bus_.state());
+    case TBC_PORT_VERSION:
+        return version_selected_ ? settings_.kind & TBC_VERSION_MASK : 0;
+    case TBC_PORT_EVENT_LOW:
+        return counter_.low();
+    case TBC_PORT_EVENT_HIGH:
+        return counter_.high();
+    case TBC_PORT_SUPPORT:
+        return read_support();
+    default:
+        return registers_[port];
+    }
+}
+
+std::uint16_t Controller::read_status1() const {
+    unsigned value = TBC_STATUS1_ALIVE;
+    value |= emu_.emu0 ? TBC_STATUS1_EMU0 : 0;
+    value |= emu_.emu1 ? TBC_STATUS1_EMU1 : 0;
+    return static_cast<std::uint16_t>(value);
+}
+
+std::uint16_t Controller::read_support() const {
+    unsigned value = support_ & SUPPORT_RESET;
+    value |= condition_ ? SUPPORT_CONDITION : 0;
+    value |= faults_.clock ? 0 : SUPPORT_CLOCK_LOST;
+    value |= ~((settings_.utility_revision - 1) << SUPPORT_REVISION_SHIFT) & SUPPORT_REVISION_MASK;
+    return static_cast<std::uint16_t>(value);
+}
+
+bool Controller::port_exists(std::uint16_t port) const {
+    return port < TBC_BASIC_PORTS || port == TBC_PORT_SUPPORT || is_pod_register(port) ||
+           settings_.kind == eJTI_CONTROL_ID_EXL || settings_.kind == eJTI_CONTROL_ID_DPM;
+}
+
+// ---- operations -------------------------------------------------------------------------------
+
+Status Controller::run_operation() {
+    if (Status status = finish_previous(); status.failed()) {
+        return status;
+    }
+    const std::uint16_t operation = registers_[TBC_PORT_OPERATION];
+    Status status = (operation & TBC_TRANSIT_SCAN) == TBC_TRANSIT_SCAN ? start_scan(operation)
+                                                                       : go_to(operation);
+    look_at_emu_pins();
+    return status;
+}
+
+// Modelling decision: an operation that is started while another is in progress is a host's
+// mistake. Without strict mode the earlier one runs to its end, or is dropped where it cannot.
+Status Controller::finish_previous() {
+    if (!engine_.busy()) {
+        return {};
+    }
+    if (Status status = mistake("operation started while another is in progress");
+        status.failed()) {
+        return status;
+    }
+    if (engine_.runnable() == engine_.words_left()) {
+        return engine_.run(engine_.words_left());
+    }
+    engine_.abandon();
+    return {};
+}
+
+Status Controller::go_to(std::uint16_t operation) {
+    const TapState from = bus_.state();
+    const TapState to = state_of(operation);
+    if ((operation & TBC_TRANSIT_SCAN) == kTransitViaIdle) {
+        const unsigned clocks = (operation & TBC_TRANSIT_IDLE_MASK) >> kIdleClocksShift;
+        return engine_.move(path_via_idle(from, to, clocks));
+    }
+    if (to == TapState::TestLogicReset) {
+        return engine_.move_to_reset();
+    }
+    const bool via_capture = (operation & TBC_TRANSIT_SCAN) == TBC_TRANSIT_VIA_CAPTURE;
+    return engine_.move(via_capture ? path_via_capture(from, to) : shortest_path(from, to));
+}
+
+unsigned Controller::scan_return_delay() const {
+    // Modelling decision: a target clocked too fast gives its TDO one bit late.
+    const bool too_fast = settings_.max_tck_hz != 0 && bus_.tck_hz() > settings_.max_tck_hz;
+    return return_delay(settings_.return_pipeline_bits, settings_.cable_delay_bits,
+                        too_fast ? 1 : 0, registers_[TBC_PORT_CONFIG] & TBC_CONFIG_LINK_MASK);
+}
+
+Status Controller::start_scan(std::uint16_t operation) {
+    const unsigned config = registers_[TBC_PORT_CONFIG];
+    const std::uint64_t count_minus_one =
+        std::uint64_t{registers_[TBC_PORT_COUNT_HIGH]} << 16 | registers_[TBC_PORT_COUNT_LOW];
+    return engine_.start({
+        .instruction_path = (operation & TBC_STATE_IR_PATH) != 0,
+        .end = state_of(operation),
+        .bits = count_minus_one + 1,
+        .send = (config & TBC_SCAN_SEND) == TBC_SCAN_SEND,
+        .receive = (config & TBC_OPTION_RECEIVE) != 0,
+        .level = (config & TBC_OPTION_ONES) != 0,
+        .return_delay = scan_return_delay(),
+    });
+}
+
+// ---- data words and waits ---------------------------------------------------------------------
+
+bool Controller::waits_by_itself() const {
+    return !is_generation_1(settings_.revision) &&
+           (registers_[TBC_PORT_POD_TIMING] & POD_TIMING_HOST_WAITS) == 0;
+}
+
+// Lets the scan run until `words` received words stand in the buffer.
+Status Controller::make_received(std::size_t words) {
+    if (engine_.received() >= words) {
+        return {};
+    }
+    // Modelling decision: a scan that only receives runs ahead as far as the buffer goes. The host
+    // cannot tell, for it may only take the words it has waited for.
+    const std::uint64_t runnable = engine_.runnable();
+    const std::uint64_t needed = words - engine_.received();
+    if (!engine_.receives() || runnable < needed) {
+        return Status::failure("wait for a received word that cannot come");
+    }
+    return engine_.run(engine_.sends() ? needed : runnable);
+}
+
+// Lets the scan run until `words` words fit into the send buffer.
+Status Controller::make_room(std::size_t words) {
+    if (engine_.sendable() >= words) {
+        return {};
+    }
+    const std::uint64_t needed = words - engine_.sendable();
+    if (engine_.runnable() < needed) {
+        return Status::failure("wait for room to send that cannot come");
+    }
+    return engine_.run(needed);
+}
+
+Status Controller::run_to_end() {
+    if (!engine_.busy()) {
+        return {};
+    }
+    if (engine_.runnable() < engine_.words_left()) {
+        return Status::failure("wait for the end of an operation that lacks data words or room");
+    }
+    Status status = engine_.run(engine_.words_left());
+    announced_ = engine_.received();
+    look_at_emu_pins();
+    return status;
+}
+
+Status Controller::wait(std::uint16_t word) {
+    if (stop_.load(std::memory_order_relaxed)) {
+        return Status::failure("the simulator is stopping");
+    }
+    switch (word) {
+    case SHM_WAIT_READ_ONE:
+    case SHM_WAIT_READ_MANY: {
+        if (loop_.active()) {
+            return loop_.size() != 0
+                       ? Status{}
+                       : Status::failure("wait for a word of an empty loop-back path");
+        }
+        std::size_t words = 1;
+        if (word == SHM_WAIT_READ_MANY) {
+            const std::uint64_t left = engine_.receives() ? engine_.words_left() : 0;
+            words = static_cast<std::size_t>(
+                std::clamp<std::uint64_t>(engine_.received() + left, 1, kManyReceived));
+        }
+        Status status = make_received(words);
+        if (!status.failed()) {
+            announced_ = std::max(announced_, words);
+        }
+        return status;
+    }
+    case SHM_WAIT_WRITE_ONE:
+        return make_room(1);
+    case SHM_WAIT_WRITE_MANY:
+        return make_room(kSendDepth);
+    case SHM_WAIT_DONE:
+        return run_to_end();
+    default:
+        return Status::failure("unknown wait word");
+    }
+}
+
+Status Controller::write_send(std::uint16_t word) {
+    if (loop_.active()) {
+        if (loop_.full()) {
+            return mistake("word sent into a full loop-back path, dropped");
+        }
+        loop_.send(word);
+        return {};
+    }
+    if (!engine_.wants_word()) {
+        return mistake("word to send that no operation takes, dropped");
+    }
+    if (engine_.sendable() == 0) {
+        if (!waits_by_itself()) {
+            if (Status status = mistake("word sent without room and without a wait");
+                status.failed()) {
+                return status;
+            }
+        }
+        if (Status status = make_room(1); status.failed()) {
+            return status;
+        }
+    }
+    engine_.send(word);
+    return {};
+}
+
+ReadResult Controller::read_receive() {
+    if (loop_.active()) {
+        return {loop_.receive(faults_.loopback), {}};
+    }
+    if (announced_ == 0) {
+        const bool nothing_to_come =
+            engine_.received() == 0 && !(engine_.busy() && engine_.receives());
+        if (nothing_to_come) {
+            return {kOpenPath, mistake("read of the receive buffer with nothing to give")};
+        }
+        if (!waits_by_itself()) {
+            if (Status status = mistake("read of the receive buffer without a wait");
+                status.failed()) {
+                return {0, std::move(status)};
+            }
+        }
+        if (Status status = make_received(1); status.failed()) {
+            return {0, std::move(status)};
+        }
+        announced_ = 1;
+    }
+    --announced_;
+    return {engine_.receive(), {}};
+}
+
+Status Controller::settle() {
+    Status status;
+    if (const std::uint64_t words = engine_.runnable(); words != 0) {
+        status = engine_.run(words);
+    }
+    announced_ = engine_.received();
+    look_at_emu_pins();
+    return status;
+}
+
+// ---- the pod around the controller ------------------------------------------------------------
+
+void Controller::attach() {
+    engine_.abandon();
+    engine_.empty_buffers();
+    announced_ = 0;
+}
+
+// Modelling decision: asserting the target reset resets the controller as well. The host counts on
+// it: it takes every register for 0 afterwards, moves no TAP to Test-Logic-Reset that it has reset
+// so, and has no other way out of an operation that lacks its data.
+Status Controller::write_support(std::uint16_t value) {
+    const bool was = target_reset();
+    support_ = value & SUPPORT_RESET;
+    const bool is = target_reset();
+    if (was == is) {
+        return {};
+    }
+    if (Status status = bus_.set_target_reset(is); status.failed()) {
+        return status;
+    }
+    return is ? reset() : Status{};
+}
+
+Status Controller::set_faults(const Faults& faults) {
+    faults_ = faults;
+    bus_.set_clock_present(faults.clock);
+    if (!faults.power) {
+        condition_ = true;
+    }
+    Status status = bus_.set_power(faults.power);
+    look_at_emu_pins();
+    return status;
+}
+
+EmuPins Controller::emu_levels() const {
+    return emu_;
+}
+
+void Controller::look_at_emu_pins() {
+    const EmuPins driven = bus_.target().emu_pins();
+    const EmuPins now{driven.emu0 && faults_.emu.emu0, driven.emu1 && faults_.emu.emu1};
+    if (now == emu_) {
+        return;
+    }
+    counter_.levels(emu_, now);
+    emu_ = now;
+    if (bus_.observer() != nullptr) {
+        bus_.observer()->emu(bus_.time_ns(), now);
+    }
+}
+
+void Controller::observe(EdgeObserver* observer) {
+    bus_.observe(observer);
+}
+
+Status Controller::mistake(std::string text) const {
+    if (settings_.strict) {
+        return Status::failure(std::move(text));
+    }
+    warn(text);
+    return {};
+}
+
+void Controller::warn(std::string_view text) const {
+    if (warning_) {
+        warning_(text);
+    }
+}
+
+} // namespace podsim

@@ -1,0 +1,138 @@
+#include "podsim/model/data_register.h"
+
+#include "podsim/model/bits.h"
+
+#include <algorithm>
+
+namespace podsim {
+namespace {
+
+std::vector<std::uint64_t> sized(std::vector<std::uint64_t> value, std::uint64_t bits) {
+    value.resize(words_for(bits));
+    return value;
+}
+
+} // namespace
+
+ConstantCells::ConstantCells(const ConstantRegister& description)
+    : bits_(description.bits), value_(sized(description.value, description.bits)) {}
+
+void ConstantCells::capture(std::span<std::uint64_t> shifted) {
+    std::ranges::copy(value_, shifted.begin());
+}
+
+ScratchCells::ScratchCells(const ScratchRegister& description)
+    : bits_(description.bits), initial_(sized(description.value, description.bits)),
+      value_(initial_) {}
+
+void ScratchCells::capture(std::span<std::uint64_t> shifted) {
+    std::ranges::copy(value_, shifted.begin());
+}
+
+void ScratchCells::update(std::span<const std::uint64_t> shifted) {
+    std::ranges::copy(shifted, value_.begin());
+}
+
+void CounterCells::capture(std::span<std::uint64_t> shifted) {
+    std::ranges::fill(shifted, 0);
+    shifted[0] = updates_;
+}
+
+MemoryCells::MemoryCells(const MemoryRegister& description)
+    : address_bits_(description.address_bits), data_bits_(description.data_bits),
+      ram_(description.words) {}
+
+std::uint64_t MemoryCells::bits() const {
+    return std::uint64_t{kMemoryOperationBits} + data_bits_ + address_bits_;
+}
+
+void MemoryCells::capture(std::span<std::uint64_t> shifted) {
+    put_bits(shifted, 0, kMemoryOperationBits, static_cast<std::uint64_t>(answer_));
+    put_bits(shifted, kMemoryOperationBits, data_bits_, data_);
+    put_bits(shifted, kMemoryOperationBits + data_bits_, address_bits_, address_);
+}
+
+void MemoryCells::update(std::span<const std::uint64_t> shifted) {
+    const auto operation = static_cast<MemoryOperation>(get_bits(shifted, 0, kMemoryOperationBits));
+    if (operation == MemoryOperation::None) {
+        return;
+    }
+    address_ = get_bits(shifted, kMemoryOperationBits + data_bits_, address_bits_);
+    if (operation == MemoryOperation::Refused || address_ >= ram_.size()) {
+        answer_ = MemoryOperation::Refused;
+        return;
+    }
+    answer_ = MemoryOperation::None;
+    if (operation == MemoryOperation::Write) {
+        ram_[address_] = get_bits(shifted, kMemoryOperationBits, data_bits_);
+    }
+    data_ = ram_[address_];
+}
+
+void MemoryCells::power_on() {
+    std::ranges::fill(ram_, 0);
+    answer_ = MemoryOperation::None;
+    data_ = 0;
+    address_ = 0;
+}
+
+BoundaryCells::BoundaryCells(const BoundaryRegister& description) {
+    for (const Pin& pin : description.pins) {
+        cells_.push_back({.output = pin.output, .level = pin.level});
+    }
+}
+
+bool BoundaryCells::level(std::size_t pin) const {
+    const Cell& cell = cells_[pin];
+    if (cell.output) {
+        return extest_ ? cell.latch : cell.level;
+    }
+    return cell.driver != nullptr ? cell.driver->level(cell.driver_pin) : cell.level;
+}
+
+void BoundaryCells::connect(std::size_t pin, const BoundaryCells& from, std::size_t from_pin) {
+    cells_[pin].driver = &from;
+    cells_[pin].driver_pin = from_pin;
+}
+
+void BoundaryCells::capture(std::span<std::uint64_t> shifted) {
+    for (std::size_t pin = 0; pin < cells_.size(); ++pin) {
+        put_bits(shifted, pin, 1, level(pin) ? 1 : 0);
+    }
+}
+
+void BoundaryCells::update(std::span<const std::uint64_t> shifted) {
+    for (std::size_t pin = 0; pin < cells_.size(); ++pin) {
+        cells_[pin].latch = get_bits(shifted, pin, 1) != 0;
+    }
+}
+
+void BoundaryCells::power_on() {
+    for (Cell& cell : cells_) {
+        cell.latch = false;
+    }
+    extest_ = false;
+}
+
+std::unique_ptr<DataRegister> make_register(const RegisterDescription& description) {
+    struct Maker {
+        std::unique_ptr<DataRegister> operator()(const ConstantRegister& d) const {
+            return std::make_unique<ConstantCells>(d);
+        }
+        std::unique_ptr<DataRegister> operator()(const ScratchRegister& d) const {
+            return std::make_unique<ScratchCells>(d);
+        }
+        std::unique_ptr<DataRegister> operator()(const CounterRegister& d) const {
+            return std::make_unique<CounterCells>(d);
+        }
+        std::unique_ptr<DataRegister> operator()(const MemoryRegister& d) const {
+            return std::make_unique<MemoryCells>(d);
+        }
+        std::unique_ptr<DataRegister> operator()(const BoundaryRegister& d) const {
+            return std::make_unique<BoundaryCells>(d);
+        }
+    };
+    return std::visit(Maker{}, description.kind);
+}
+
+} // namespace podsim

@@ -1,0 +1,70 @@
+#include "podsim/model/tap_device.h"
+
+#include "podsim/model/bit_ring.h"
+
+#include <algorithm>
+
+namespace podsim {
+namespace {
+
+constexpr std::uint64_t kIdcodeBits = 32;
+
+} // namespace
+
+TapDevice::TapDevice(const DeviceDescription& description)
+    : name_(description.name), instruction_bits_(description.instruction_bits),
+      instruction_capture_(description.instruction_capture),
+      reset_instruction_(low_mask(description.instruction_bits)) {
+    registers_.push_back(std::make_unique<BypassCell>());
+    if (description.idcode) {
+        reset_instruction_ = description.idcode_instruction;
+        registers_.push_back(
+            std::make_unique<ConstantCells>(ConstantRegister{kIdcodeBits, {*description.idcode}}));
+        by_instruction_[reset_instruction_] = registers_.back().get();
+    }
+    for (const RegisterDescription& each : description.registers) {
+        registers_.push_back(make_register(each));
+        DataRegister* made = registers_.back().get();
+        if (const auto* boundary = std::get_if<BoundaryRegister>(&each.kind)) {
+            boundary_ = static_cast<BoundaryCells*>(made);
+            extest_ = boundary->extest;
+            by_instruction_[boundary->extest] = made;
+            by_instruction_[boundary->sample] = made;
+            continue;
+        }
+        for (const std::uint64_t instruction : each.instructions) {
+            by_instruction_[instruction] = made;
+        }
+    }
+    reset();
+}
+
+void TapDevice::set_instruction(std::uint64_t instruction) {
+    instruction_ = instruction;
+    const auto found = by_instruction_.find(instruction);
+    selected_ = found != by_instruction_.end() ? found->second : registers_.front().get();
+    if (boundary_ != nullptr) {
+        boundary_->set_extest(instruction == extest_);
+    }
+}
+
+void TapDevice::reset() {
+    set_instruction(reset_instruction_);
+}
+
+void TapDevice::power_on() {
+    for (const auto& each : registers_) {
+        each->power_on();
+    }
+    reset();
+}
+
+std::uint64_t TapDevice::longest() const {
+    std::uint64_t bits = 0;
+    for (const auto& each : registers_) {
+        bits = std::max(bits, each->bits());
+    }
+    return bits;
+}
+
+} // namespace podsim

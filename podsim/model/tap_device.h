@@ -1,0 +1,55 @@
+// One TAP of a built-in chain: its instruction register and the data register that it selects.
+#pragma once
+
+#include "podsim/model/chain_description.h"
+#include "podsim/model/data_register.h"
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace podsim {
+
+// Knows what its registers capture and update, not where the TAP stands or how bits move.
+//
+// Modelling decision: an instruction that the description does not name selects BYPASS, as the
+// standard wants of unused codes (IEEE 1149.1, 8.4); all ones always does.
+class TapDevice {
+public:
+    // `description` must be free of errors.
+    explicit TapDevice(const DeviceDescription& description);
+
+    const std::string& name() const { return name_; }
+    unsigned instruction_bits() const { return instruction_bits_; }
+    std::uint64_t instruction_capture() const { return instruction_capture_; }
+    std::uint64_t instruction() const { return instruction_; }
+    // Update-IR.
+    void set_instruction(std::uint64_t instruction);
+    // Test-Logic-Reset: IDCODE, or BYPASS for a device without one.
+    void reset();
+    void power_on();
+
+    // The register between TDI and TDO while data is scanned.
+    DataRegister& selected() { return *selected_; }
+    // The longest data register, in bits.
+    std::uint64_t longest() const;
+    // Null for a device without boundary-scan cells.
+    BoundaryCells* boundary() { return boundary_; }
+    const BoundaryCells* boundary() const { return boundary_; }
+
+private:
+    std::string name_;
+    unsigned instruction_bits_;
+    std::uint64_t instruction_capture_;
+    std::uint64_t reset_instruction_;
+    std::vector<std::unique_ptr<DataRegister>> registers_; // the first is BYPASS
+    std::unordered_map<std::uint64_t, DataRegister*> by_instruction_;
+    BoundaryCells* boundary_ = nullptr;
+    std::uint64_t extest_ = 0;
+    std::uint64_t instruction_ = 0;
+    DataRegister* selected_ = nullptr;
+};
+
+} // namespace podsim

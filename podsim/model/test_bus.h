@@ -1,0 +1,87 @@
+// The pod's test bus outputs with the target at their end: TCK, TMS, TDI and TDO, TRSTn and the
+// system reset, the virtual time that each clock takes, and the controller's idea of the TAP state.
+#pragma once
+
+#include "podsim/model/edge_observer.h"
+#include "podsim/model/status.h"
+#include "podsim/model/tap_state.h"
+#include "podsim/model/target.h"
+#include "podsim/model/test_clock.h"
+
+#include <cstdint>
+#include <span>
+
+namespace podsim {
+
+// Modelling decision: TDI rests at 1 while no scan drives it, as an undriven TDI reads
+// (IEEE 1149.1, 4.4.1).
+inline constexpr bool kIdleTdi = true;
+// Modelling decision: the low pulse of TRSTn lasts this long.
+inline constexpr std::uint64_t kTrstPulseNs = 1000;
+
+// Modelling decisions about what the target sees:
+// - The controller keeps a TAP state of its own and moves it with every clock that it makes. While
+//   the outputs are disconnected, the clock output is off, or target power or test clock are lost,
+//   the target sees nothing of that: time passes, the controller's state moves on, TDO reads ones.
+// - TRSTn and system reset are pins of the pod, not of the controller: they reach a powered target
+//   even when the outputs are disconnected.
+class TestBus {
+public:
+    explicit TestBus(Target& target) : target_(target) {}
+
+    // Clocks a path of TMS levels, TDI at rest.
+    Status move(TmsPath path);
+    // Clocks `count` bits in a Shift state, the last one with TMS `leave`. Spans as in Target.
+    Status shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
+                 std::uint64_t count, bool leave);
+    // The way to Test-Logic-Reset: the shortest path; five ones where the target may be out of step
+    // (after power-on, and whenever it has missed clocks), which lead there from any state.
+    TmsPath reset_path() const;
+
+    // The low pulse of TRSTn.
+    // Modelling decision: the controller, which makes the pulse, knows that it leaves every TAP in
+    // Test-Logic-Reset and takes that as its own state; otherwise the next move would be wrong.
+    Status pulse_trst();
+    Status set_target_reset(bool asserted);
+
+    // Outputs and conditions; each is on at first.
+    void set_connected(bool on) { connected_ = on; }
+    void set_clock_output(bool on) { clock_output_ = on; }
+    void set_clock_present(bool on) { clock_present_ = on; }
+    // Power that comes back finds a target as after power-on.
+    Status set_power(bool on);
+
+    void set_period(std::uint64_t period_ns) { period_ns_ = period_ns; }
+    void pass_time(std::uint64_t duration_ns) { time_ns_ += duration_ns; }
+    void observe(EdgeObserver* observer) { observer_ = observer; }
+
+    TapState state() const { return state_; }
+    std::uint64_t time_ns() const { return time_ns_; }
+    std::uint32_t tck_hz() const { return frequency_hz(period_ns_); }
+    Target& target() { return target_; }
+    const Target& target() const { return target_; }
+    EdgeObserver* observer() const { return observer_; }
+
+private:
+    bool reaches_target() const { return connected_ && clock_output_ && clock_present_ && power_; }
+    void report(EdgeRun run);
+    // The target has seen `count` ones in the end, which were all of a run when `all`.
+    void seen_ones(std::uint64_t count, bool all);
+    void missed(); // the target may be out of step from now on
+    void pass(std::uint64_t clocks) { time_ns_ += clocks * period_ns_; }
+
+    Target& target_;
+    EdgeObserver* observer_ = nullptr;
+    std::uint64_t time_ns_ = 0;
+    std::uint64_t period_ns_ = kBasePeriodNs;
+    TapState state_ = TapState::TestLogicReset; // the controller's
+    TapState seen_ = TapState::TestLogicReset;  // where the clocks it saw have led the target
+    std::uint64_t ones_ = 0;                    // ones in a row that the target has seen last
+    bool in_step_ = false; // the target is known to be where the controller believes
+    bool connected_ = true;
+    bool clock_output_ = true;
+    bool clock_present_ = true;
+    bool power_ = true;
+};
+
+} // namespace podsim

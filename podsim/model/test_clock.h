@@ -1,0 +1,38 @@
+// The test clock that the pod clock register programs.
+#pragma once
+
+#include "tbc_registers.h"
+
+#include <cstdint>
+
+namespace podsim {
+
+inline constexpr std::uint64_t kBasePeriodNs = 10;       // 100 MHz
+inline constexpr std::uint64_t kPredividedPeriodNs = 40; // 25 MHz
+// Added to the divider field. On generation 1 the host has added one of its own before.
+inline constexpr unsigned kDividerOffset1 = 2;
+inline constexpr unsigned kDividerOffset = 3;
+
+constexpr bool is_generation_1(std::uint16_t revision) {
+    return (revision & POD_REVISION_MAJOR_MASK) <= POD_REVISION_1;
+}
+
+// Period of TCK in nanoseconds, exact: the divider times the base period.
+constexpr std::uint64_t tck_period_ns(std::uint16_t revision, std::uint16_t pod_clock) {
+    const std::uint64_t base =
+        (pod_clock & POD_CLOCK_PREDIVIDE) != 0 ? kPredividedPeriodNs : kBasePeriodNs;
+    const unsigned divider = pod_clock & POD_CLOCK_DIVIDER_MASK;
+    if (is_generation_1(revision)) {
+        return base * (divider + kDividerOffset1);
+    }
+    const unsigned exponent =
+        (static_cast<unsigned>(pod_clock) >> POD_CLOCK_EXPONENT_SHIFT) & POD_CLOCK_EXPONENT_MASK;
+    return base * (std::uint64_t{divider + kDividerOffset} << exponent);
+}
+
+// The frequency, cut to whole hertz.
+constexpr std::uint32_t frequency_hz(std::uint64_t period_ns) {
+    return static_cast<std::uint32_t>(1'000'000'000 / period_ns);
+}
+
+} // namespace podsim
