@@ -1,53 +1,19 @@
 #include "support/private_shm.h"
 
+#include "podsim/privacy/private_shm.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
-#include <sched.h>
-#include <string>
 #include <sys/file.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 namespace test_support {
-namespace {
-
-bool write_file(const char* path, const std::string& text) {
-    const int fd = open(path, O_WRONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return false;
-    }
-    const bool written = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
-    close(fd);
-    return written;
-}
-
-// A user namespace gives an unprivileged user the right to a mount namespace, where allowed.
-bool unshare_mounts() {
-    if (unshare(CLONE_NEWNS) == 0) {
-        return true;
-    }
-    const uid_t user = getuid();
-    const gid_t group = getgid();
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
-        return false;
-    }
-    write_file("/proc/self/setgroups", "deny");
-    return write_file("/proc/self/uid_map", "0 " + std::to_string(user) + " 1") &&
-           write_file("/proc/self/gid_map", "0 " + std::to_string(group) + " 1");
-}
-
-bool mount_private_shm() {
-    return unshare_mounts() && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           mount("tmpfs", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") == 0;
-}
-
-} // namespace
 
 ShmPrivacy enter_private_shm() {
-    if (mount_private_shm()) {
+    if (!podsim::enter_private_shm().failed()) {
         return ShmPrivacy::Private;
     }
     // The descriptor stays open until the process ends, and the lock with it.

@@ -1,0 +1,147 @@
+#include "podsim/proxy/pod_channel.h"
+
+#include "podsim/proxy/names.h"
+
+#include <algorithm>
+#include <sched.h>
+#include <span>
+#include <sys/mman.h>
+
+namespace podsim::proxy {
+namespace {
+
+using std::chrono::microseconds;
+using std::chrono::steady_clock;
+
+// Attempts between two looks at the clock; the processor is offered to others as often.
+constexpr int attempts_per_yield = 100;
+
+// How long a completion may stay untaken before we ask whether its host still lives, and the
+// longest pause between two such questions.
+constexpr microseconds first_doubt{2'000};
+constexpr microseconds longest_doubt{1'000'000};
+
+void relax() {
+#if defined(__x86_64__)
+    __builtin_ia32_pause();
+#endif
+}
+
+} // namespace
+
+Result<PodChannel> PodChannel::create(std::uint32_t serial, std::uint16_t revision) {
+    shm_unlink(block_name(serial).c_str());
+    auto memory = SharedMemory::create(block_name(serial), sizeof(lcl_shm));
+    if (memory.failed()) {
+        return Status::failure(memory.reason());
+    }
+    auto start = Semaphore::adopt(start_name(serial));
+    if (start.failed()) {
+        return Status::failure(start.reason());
+    }
+    auto complete = Semaphore::adopt(complete_name(serial));
+    if (complete.failed()) {
+        return Status::failure(complete.reason());
+    }
+    PodChannel channel(std::move(memory.value()), std::move(start.value()),
+                       std::move(complete.value()));
+    batch::empty(channel.block());
+    channel.block().devRev = revision;
+    return channel;
+}
+
+bool PodChannel::spin_for_start(microseconds spin) {
+    const auto end = steady_clock::now() + spin;
+    do {
+        for (int attempt = 0; attempt < attempts_per_yield; ++attempt) {
+            if (start_.try_take()) {
+                return true;
+            }
+            relax();
+        }
+        sched_yield();
+    } while (steady_clock::now() < end);
+    return false;
+}
+
+void PodChannel::sleep_for_start(Backend& backend) {
+    for (microseconds doubt = first_doubt; complete_.posts() > 0;
+         doubt = std::min(doubt * 2, longest_doubt)) {
+        if (start_.take_within(doubt)) {
+            return;
+        }
+        if (!memory_.used_by_others()) {
+            take_back_completion(backend);
+        }
+    }
+    start_.take();
+}
+
+void PodChannel::take_back_completion(Backend& backend) {
+    while (complete_.try_take()) {
+        backend.note("a host went away without taking its answer");
+    }
+}
+
+bool PodChannel::await_start(microseconds spin, Backend& backend) {
+    if (!(spin.count() > 0 ? spin_for_start(spin) : start_.try_take())) {
+        sleep_for_start(backend);
+    }
+    return !stopping_->load();
+}
+
+std::int32_t PodChannel::run_command(Backend& backend) {
+    lcl_shm& shared = block();
+    switch (__atomic_load_n(&shared.cmd, __ATOMIC_RELAXED)) {
+    case SHM_CMD_ATTACH:
+        batch::empty(shared);
+        backend.attach();
+        return 0;
+    case SHM_CMD_DETACH:
+        backend.detach();
+        return 0;
+    case SHM_CMD_SUPPORT_WRITE: {
+        const std::uint32_t data = __atomic_load_n(&shared.data, __ATOMIC_RELAXED);
+        const Status status = backend.write_support(static_cast<std::uint16_t>(data));
+        return status.failed() ? batch::failed_status : 0;
+    }
+    case SHM_CMD_EXECUTE: {
+        const auto outcome =
+            backend.execute(batch::take(shared, words_), std::span(shared.tbcIMblock));
+        batch::empty(shared);
+        return batch::status_of(outcome);
+    }
+    default:
+        backend.note("an unknown command");
+        return batch::failed_status;
+    }
+}
+
+void PodChannel::serve(Backend& backend) {
+    // A host that posts start has taken its last answer: one that is still there is a dead host's.
+    take_back_completion(backend);
+    const std::int32_t status = run_command(backend);
+    __atomic_store_n(&block().status, status, __ATOMIC_RELEASE);
+    // One exchange is outstanding at a time: a second start is another host's, who came while the
+    // first one died, and must not take this answer for its own.
+    if (start_.posts() > 0 && !stopping_->load()) {
+        backend.note("another host came while a batch of a dead one ran");
+        return;
+    }
+    complete_.post();
+}
+
+void PodChannel::stop() {
+    stopping_->store(true);
+    start_.post();
+}
+
+void PodChannel::abandon() {
+    __atomic_store_n(&block().status, batch::failed_status, __ATOMIC_RELEASE);
+    complete_.post();
+    memory_.remove_name();
+    start_.remove_name();
+    complete_.remove_name();
+}
+
+} // namespace podsim::proxy

@@ -1,0 +1,57 @@
+// One pod's side of the channel: its block and the two semaphores, and one exchange over them.
+#pragma once
+
+#include "podsim/proxy/backend.h"
+#include "podsim/proxy/semaphore.h"
+#include "podsim/proxy/shared_memory.h"
+
+#include "shm_structs.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace podsim::proxy {
+
+// The objects of one pod. Exchanges are served by one thread; stop() may be called from another.
+class PodChannel {
+public:
+    // Makes the block, with an empty batch and the revision in it; a stale block of that name is
+    // removed. Makes or opens the semaphores, with value 0. Only with the ownership taken.
+    static Result<PodChannel> create(std::uint32_t serial, std::uint16_t revision);
+
+    // Waits for a host's post of the start semaphore: spins for `spin`, yielding the processor,
+    // then sleeps. False when stop() was called. A completion that a dead host left untaken is
+    // taken back meanwhile, so that the next host does not mistake it for its own.
+    bool await_start(std::chrono::microseconds spin, Backend& backend);
+
+    // Executes the command in the block, answers and posts the complete semaphore. An exchange
+    // whose host has been replaced by another while it ran is not answered.
+    void serve(Backend& backend);
+
+    // Wakes await_start for good.
+    void stop();
+    // For a worker that does not come back: fails the exchange in the host's eyes and removes the
+    // names of the objects, which live on.
+    void abandon();
+
+private:
+    PodChannel(SharedMemory memory, Semaphore start, Semaphore complete)
+        : memory_(std::move(memory)), start_(std::move(start)), complete_(std::move(complete)) {}
+
+    lcl_shm& block() const { return *static_cast<lcl_shm*>(memory_.data()); }
+    bool spin_for_start(std::chrono::microseconds spin);
+    void sleep_for_start(Backend& backend);
+    void take_back_completion(Backend& backend);
+    std::int32_t run_command(Backend& backend);
+
+    SharedMemory memory_;
+    Semaphore start_;
+    Semaphore complete_;
+    std::vector<std::uint16_t> words_; // the batch under execution
+    std::unique_ptr<std::atomic<bool>> stopping_ = std::make_unique<std::atomic<bool>>(false);
+};
+
+} // namespace podsim::proxy

@@ -1,0 +1,160 @@
+#include "podsim/proxy/proxy.h"
+
+#include "podsim/proxy/ownership.h"
+#include "podsim/proxy/pod_channel.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <mutex>
+#include <optional>
+#include <thread>
+
+namespace podsim::proxy {
+namespace {
+
+// One pod's thread with its channel.
+class Worker {
+public:
+    Worker(PodChannel channel, Backend& backend, std::chrono::microseconds spin)
+        : channel_(std::move(channel)), backend_(backend), thread_([this, spin] { serve(spin); }) {}
+
+    void request_stop() {
+        backend_.request_stop();
+        channel_.stop();
+    }
+
+    // Waits for the thread's end; false when it did not come in time.
+    bool ended_by(std::chrono::steady_clock::time_point deadline) {
+        std::unique_lock lock(mutex_);
+        if (!changed_.wait_until(lock, deadline, [this] { return ended_; })) {
+            return false;
+        }
+        lock.unlock();
+        thread_.join();
+        return true;
+    }
+
+    // The host's exchange is failed; the thread runs on by itself.
+    void abandon() {
+        channel_.abandon();
+        thread_.detach();
+    }
+
+private:
+    void serve(std::chrono::microseconds spin) {
+        while (channel_.await_start(spin, backend_)) {
+            channel_.serve(backend_);
+        }
+        const std::scoped_lock lock(mutex_);
+        ended_ = true;
+        changed_.notify_all();
+    }
+
+    PodChannel channel_;
+    Backend& backend_;
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    bool ended_ = false;
+    std::thread thread_;
+};
+
+Status check_pods(const std::vector<Pod>& pods) {
+    if (pods.size() > SHM_DEVICE_RECORDS) {
+        return Status::failure(std::to_string(pods.size()) +
+                               " pods: the device table has room for " +
+                               std::to_string(SHM_DEVICE_RECORDS));
+    }
+    for (auto pod = pods.begin(); pod != pods.end(); ++pod) {
+        const std::uint32_t serial = pod->record.serial;
+        if (std::any_of(pods.begin(), pod,
+                        [=](const Pod& other) { return other.record.serial == serial; })) {
+            return Status::failure("two pods with the serial number " + std::to_string(serial));
+        }
+    }
+    return {};
+}
+
+} // namespace
+
+// Destroyed from the end: the workers with their blocks, the table and mutex, the lock last.
+struct Proxy::State {
+    std::vector<Pod> pods;
+    Ownership ownership;
+    DeviceTable table;
+    std::vector<std::unique_ptr<Worker>> workers;
+};
+
+Proxy::Proxy(std::unique_ptr<State> state) : state_(std::move(state)) {}
+
+Result<std::unique_ptr<Proxy>> Proxy::start(std::vector<Pod> pods, Options options) {
+    if (Status checked = check_pods(pods); checked.failed()) {
+        return checked;
+    }
+    auto ownership = Ownership::take();
+    if (ownership.failed()) {
+        return Status::failure(ownership.reason());
+    }
+    if (Status removed = remove_stale_objects(); removed.failed()) {
+        return removed;
+    }
+    std::vector<PodChannel> channels;
+    for (const Pod& pod : pods) {
+        auto channel = PodChannel::create(pod.record.serial, pod.record.revision);
+        if (channel.failed()) {
+            return Status::failure(channel.reason());
+        }
+        channels.push_back(std::move(channel.value()));
+    }
+    auto table = DeviceTable::create();
+    if (table.failed()) {
+        return Status::failure(table.reason());
+    }
+    std::unique_ptr<State> state(
+        new State{std::move(pods), std::move(ownership.value()), std::move(table.value()), {}});
+    for (std::size_t i = 0; i < state->pods.size(); ++i) {
+        state->workers.push_back(std::make_unique<Worker>(std::move(channels[i]),
+                                                          *state->pods[i].backend, options.spin));
+    }
+    std::unique_ptr<Proxy> proxy(new Proxy(std::move(state)));
+    for (std::size_t i = 0; i < proxy->state_->pods.size(); ++i) {
+        proxy->plug(i);
+    }
+    return proxy;
+}
+
+Proxy::~Proxy() {
+    stop();
+}
+
+void Proxy::unplug(std::size_t index) {
+    state_->table.withdraw(index);
+}
+
+void Proxy::plug(std::size_t index) {
+    state_->table.publish(index, state_->pods[index].record);
+}
+
+bool Proxy::stop(std::chrono::milliseconds patience) {
+    if (!state_) {
+        return true;
+    }
+    for (std::size_t i = 0; i < state_->pods.size(); ++i) {
+        unplug(i);
+    }
+    for (const auto& worker : state_->workers) {
+        worker->request_stop();
+    }
+    const auto deadline = std::chrono::steady_clock::now() + patience;
+    bool all = true;
+    for (auto& worker : state_->workers) {
+        if (!worker->ended_by(deadline)) {
+            worker->abandon();
+            static_cast<void>(worker.release()); // its thread still uses it
+            all = false;
+        }
+    }
+    state_.reset();
+    return all;
+}
+
+} // namespace podsim::proxy

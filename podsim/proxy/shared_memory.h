@@ -1,0 +1,41 @@
+// Named shared memory that this process made and removes again.
+#pragma once
+
+#include "podsim/base/result.h"
+
+#include <cstddef>
+#include <string>
+
+namespace podsim::proxy {
+
+// One object in /dev/shm, mapped. Its name goes away with it.
+class SharedMemory {
+public:
+    // Makes the object `name` ("/..."), all zeros, exactly `size` bytes, mode 0666 whatever the
+    // umask. An object of that name is a failure.
+    static Result<SharedMemory> create(const std::string& name, std::size_t size);
+
+    SharedMemory(SharedMemory&& other) noexcept;
+    SharedMemory& operator=(SharedMemory&&) = delete;
+    ~SharedMemory();
+
+    void* data() const { return data_; }
+    const std::string& name() const { return name_; }
+
+    // Removes the name now; the memory stays while this object lives.
+    void remove_name();
+
+    // Whether anybody else has the object open or mapped. False only when that is certain.
+    bool used_by_others() const;
+
+private:
+    SharedMemory(std::string name, int fd, void* data, std::size_t size)
+        : name_(std::move(name)), fd_(fd), data_(data), size_(size) {}
+
+    std::string name_;
+    int fd_;
+    void* data_;
+    std::size_t size_;
+};
+
+} // namespace podsim::proxy

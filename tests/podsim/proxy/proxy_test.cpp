@@ -1,0 +1,514 @@
+#include "podsim/proxy/proxy.h"
+
+#include "host.h"
+
+#include "podsim/proxy/ownership.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <csignal>
+#include <fcntl.h>
+#include <fstream>
+#include <limits>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+
+namespace podsim::proxy {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using namespace std::chrono_literals;
+
+constexpr const char* table_path = "/dev/shm/talvor_proxy_gbl_shm_object";
+
+// Answers every read with its port number plus 0x1000, and counts what it is asked. A write of
+// port 3 runs until the batch is stopped.
+class Echo : public Backend {
+public:
+    void attach() override { ++attached; }
+    void detach() override { ++detached; }
+    Status write_support(std::uint16_t value) override {
+        support = value;
+        return value == 0xDEAD ? Status::failure("no") : Status();
+    }
+    batch::Outcome execute(const batch::Batch& batch, std::span<std::uint16_t> in) override {
+        ++executed;
+        return batch::execute(batch, in, *this, stop);
+    }
+    void request_stop() override { stop = true; }
+    void note(std::string_view text) override {
+        const std::scoped_lock lock(mutex);
+        notes.emplace_back(text);
+    }
+    std::vector<std::string> notes_now() {
+        const std::scoped_lock lock(mutex);
+        return notes;
+    }
+
+    Status write(std::uint16_t port, std::uint16_t) {
+        if (port == 3) {
+            running = true;
+            while (deaf || !stop) {
+                std::this_thread::sleep_for(1ms);
+            }
+        }
+        if (port == 4) {
+            running = true;
+            while (!go_on) {
+                std::this_thread::sleep_for(1ms);
+            }
+        }
+        return {};
+    }
+    ReadResult read(std::uint16_t port) { return {static_cast<std::uint16_t>(0x1000 + port), {}}; }
+    Status wait(std::uint16_t) { return {}; }
+    Status settle() { return {}; }
+
+    std::atomic<int> attached{0}, detached{0}, executed{0}, support{-1};
+    std::atomic<bool> stop{false}, running{false}, go_on{false}, deaf{false};
+    std::mutex mutex;
+    std::vector<std::string> notes;
+};
+
+std::unique_ptr<Proxy> start(std::vector<Pod> pods, Options options = {}) {
+    auto proxy = Proxy::start(std::move(pods), options);
+    EXPECT_FALSE(proxy.failed()) << proxy.reason();
+    return proxy.failed() ? nullptr : std::move(proxy.value());
+}
+
+void wait_until(const std::atomic<bool>& flag) {
+    for (int i = 0; i < 10'000 && !flag; ++i) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_TRUE(flag);
+}
+
+mode_t mode_of(const std::string& path) {
+    struct stat file {};
+    EXPECT_EQ(stat(path.c_str(), &file), 0) << path;
+    return file.st_mode & 07777;
+}
+
+off_t size_of(const std::string& path) {
+    struct stat file {};
+    EXPECT_EQ(stat(path.c_str(), &file), 0) << path;
+    return file.st_size;
+}
+
+TEST(Proxy, publishes_what_a_host_looks_for) {
+    Echo one;
+    Echo two;
+    umask(077); // the objects are everybody's all the same
+    const auto proxy = start({{{42, 0x0200, 3, 7}, &one}, {{1234567, 0x0302, 0, 0}, &two}});
+    umask(022);
+    ASSERT_THAT(shm_objects(),
+                ElementsAre("sem.talvor_lcl_s_c_000042", "sem.talvor_lcl_s_c_1234567",
+                            "sem.talvor_lcl_s_s_000042", "sem.talvor_lcl_s_s_1234567",
+                            "sem.talvor_proxy_gbl_sem_object", "talvor_lcl_shm_000042",
+                            "talvor_lcl_shm_1234567", "talvor_proxy_gbl_owner.lock",
+                            "talvor_proxy_gbl_shm_object"));
+    for (const std::string& name : shm_objects()) {
+        EXPECT_EQ(mode_of("/dev/shm/" + name), 0666U) << name;
+    }
+    EXPECT_EQ(size_of(table_path), 10'244);
+    EXPECT_EQ(size_of("/dev/shm/talvor_lcl_shm_000042"), 524'328);
+    EXPECT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 1);
+    EXPECT_EQ(posts_of("talvor_lcl_s_s_000042"), 0);
+    EXPECT_EQ(posts_of("talvor_lcl_s_c_000042"), 0);
+
+    const gbl_shm table = read_table();
+    EXPECT_EQ(table.max_instances, 2U);
+    EXPECT_NE(table.devs[0].recUsed, 0);
+    EXPECT_EQ(table.devs[0].devSN, 42U);
+    EXPECT_EQ(table.devs[0].devRev, 0x0200);
+    EXPECT_EQ(table.devs[0].nBus, 3U);
+    EXPECT_EQ(table.devs[0].nDev, 7U);
+    EXPECT_STREQ(table.devs[0].lcl_shm_name, "/talvor_lcl_shm_000042");
+    EXPECT_EQ(table.devs[1].devSN, 1234567U);
+    EXPECT_EQ(table.devs[1].devRev, 0x0302);
+    EXPECT_EQ(table.devs[2].recUsed, 0);
+    Host host(1234567);
+    EXPECT_EQ(host.block().devRev, 0x0302U);
+}
+
+TEST(Proxy, serves_the_four_commands) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    Host host(42);
+    host.queue("write 1 1");
+    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+    EXPECT_EQ(pod.attached, 1);
+    EXPECT_EQ(host.block().tbcMblockPtr, 2U);
+
+    host.queue("read 16; read 17");
+    EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 4);
+    EXPECT_EQ(host.block().tbcIMblock[0], 0x1010);
+    EXPECT_EQ(host.block().tbcIMblock[1], 0x1011);
+    EXPECT_EQ(host.block().tbcMblockPtr, 2U);
+    EXPECT_EQ(host.block().rdCntrGbl, 0U);
+    EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 0);
+
+    host.block().data = 0xABCD0101;
+    EXPECT_EQ(host.exchange(SHM_CMD_SUPPORT_WRITE), 0);
+    EXPECT_EQ(pod.support, 0x0101);
+    host.block().data = 0xDEAD;
+    EXPECT_LT(host.exchange(SHM_CMD_SUPPORT_WRITE), 0);
+
+    EXPECT_EQ(host.exchange(SHM_CMD_DETACH), 0);
+    EXPECT_EQ(pod.detached, 1);
+    EXPECT_EQ(pod.executed, 2);
+    EXPECT_THAT(pod.notes_now(), IsEmpty());
+}
+
+TEST(Proxy, an_unknown_command_fails_and_leaves_the_batch) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    Host host(42);
+    host.queue("write 1 1");
+    EXPECT_LT(host.exchange(4), 0);
+    EXPECT_LT(host.exchange(0xFFFFFFFF), 0);
+    EXPECT_EQ(host.block().tbcMblockPtr, 4U);
+    EXPECT_EQ(pod.executed, 0);
+    EXPECT_THAT(pod.notes_now(), ElementsAre("an unknown command", "an unknown command"));
+}
+
+TEST(Proxy, a_failed_batch_is_emptied_too_and_the_next_one_works) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    Host host(42);
+    for (const char* broken : {"control 9999", "read 32", "write 1 ?", "marker"}) {
+        host.queue(broken);
+        EXPECT_LT(host.exchange(SHM_CMD_EXECUTE), 0) << broken;
+        EXPECT_EQ(host.block().tbcMblockPtr, 2U);
+        EXPECT_EQ(host.block().lastWCNTR, 1U);
+        EXPECT_EQ(host.block().rdCntrLcl, 0U);
+        EXPECT_EQ(host.block().rdCntrGbl, 0U);
+        EXPECT_EQ(host.block().tbcOMblock[1], 0xC000);
+        host.queue("read 19");
+        EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 2) << broken;
+        EXPECT_EQ(host.block().tbcIMblock[0], 0x1013);
+    }
+    host.block().tbcMblockPtr = 0xFFFFFFFF;
+    EXPECT_LT(host.exchange(SHM_CMD_EXECUTE), 0);
+    EXPECT_EQ(host.block().tbcMblockPtr, 2U);
+}
+
+TEST(Proxy, a_hundred_starts_and_stops_leave_nothing_behind) {
+    for (int cycle = 0; cycle < 100; ++cycle) {
+        Echo one;
+        Echo two;
+        const auto proxy = start({{{1, 0x0100, 0, 0}, &one}, {{2, 0x0400, 0, 0}, &two}});
+        Host host(2);
+        EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+        EXPECT_TRUE(proxy->stop());
+        ASSERT_THAT(shm_objects(), IsEmpty()) << cycle;
+    }
+}
+
+TEST(Proxy, refuses_to_disturb_a_live_one) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    const auto before = shm_objects();
+    Echo other;
+    const auto second = Proxy::start({{{43, 0x0200, 0, 0}, &other}}, {});
+    ASSERT_TRUE(second.failed());
+    EXPECT_EQ(second.reason(), "a pod proxy already serves this machine (process " +
+                                   std::to_string(getpid()) + "); stop it first, or use --private");
+    EXPECT_EQ(shm_objects(), before);
+    Host host(42);
+    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+}
+
+TEST(Proxy, two_pods_need_two_serial_numbers_and_no_more_than_128_fit) {
+    Echo pod;
+    const auto twice = Proxy::start({{{42, 0, 0, 0}, &pod}, {{42, 0, 0, 0}, &pod}}, {});
+    ASSERT_TRUE(twice.failed());
+    EXPECT_EQ(twice.reason(), "two pods with the serial number 42");
+    std::vector<Pod> many;
+    for (std::uint32_t serial = 0; serial < 129; ++serial) {
+        many.push_back({{serial, 0, 0, 0}, &pod});
+    }
+    const auto full = Proxy::start(many, {});
+    ASSERT_TRUE(full.failed());
+    EXPECT_EQ(full.reason(), "129 pods: the device table has room for 128");
+    EXPECT_THAT(shm_objects(), IsEmpty());
+    many.pop_back();
+    const auto proxy = start(many);
+    EXPECT_EQ(read_table().max_instances, 128U);
+}
+
+// What a proxy leaves that was killed while it held the mutex and a batch ran.
+void leave_stale_objects() {
+    const pid_t child = fork();
+    if (child == 0) {
+        Echo pod;
+        auto proxy = Proxy::start({{{42, 0x0200, 0, 0}, &pod}, {{43, 0x0200, 0, 0}, &pod}}, {});
+        sem_t* mutex = sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
+        sem_wait(mutex);
+        Host host(42);
+        host.queue("write 3 0");
+        host.post_start();
+        std::raise(SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+    ASSERT_TRUE(WIFSIGNALED(status));
+}
+
+TEST(Proxy, takes_over_what_a_dead_one_left) {
+    leave_stale_objects();
+    ASSERT_EQ(shm_objects().size(), 9U);
+    ASSERT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 0);
+    Echo pod;
+    auto proxy = start({{{42, 0x0300, 0, 0}, &pod}});
+    ASSERT_TRUE(proxy);
+    EXPECT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 1);
+    EXPECT_EQ(read_table().max_instances, 1U);
+    EXPECT_EQ(read_table().devs[0].devRev, 0x0300);
+    Host host(42);
+    EXPECT_EQ(host.block().tbcMblockPtr, 2U);
+    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+    EXPECT_EQ(shm_objects().size(), 6U);
+    proxy.reset();
+    EXPECT_THAT(shm_objects(), IsEmpty());
+}
+
+TEST(Proxy, opens_semaphores_that_stand_there_and_empties_them) {
+    sem_t* start_semaphore = sem_open("talvor_lcl_s_s_000042", O_CREAT, 0666, 3);
+    sem_t* complete = sem_open("talvor_lcl_s_c_000042", O_CREAT, 0666, 2);
+    ASSERT_NE(start_semaphore, SEM_FAILED);
+    ASSERT_NE(complete, SEM_FAILED);
+    {
+        Echo pod;
+        const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+        EXPECT_EQ(posts_of("talvor_lcl_s_s_000042"), 0);
+        EXPECT_EQ(posts_of("talvor_lcl_s_c_000042"), 0);
+        Host host(42);
+        host.block().cmd = SHM_CMD_ATTACH;
+        sem_post(start_semaphore);
+        EXPECT_TRUE(host.take_complete());
+    }
+    sem_close(start_semaphore);
+    sem_close(complete);
+    EXPECT_THAT(shm_objects(), IsEmpty());
+}
+
+TEST(Proxy, replaces_files_that_are_no_semaphores_blocks_or_tables) {
+    for (const char* name : {"sem.talvor_lcl_s_s_000042", "talvor_lcl_shm_000042",
+                             "talvor_proxy_gbl_shm_object", "sem.talvor_proxy_gbl_sem_object"}) {
+        std::ofstream("/dev/shm/" + std::string(name)) << "x";
+    }
+    {
+        Echo pod;
+        const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+        Host host(42);
+        EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+        EXPECT_EQ(size_of(table_path), 10'244);
+    }
+    EXPECT_THAT(shm_objects(), IsEmpty());
+}
+
+TEST(Proxy, never_removes_an_object_that_is_not_the_channels) {
+    // A stale table that names somebody else's memory as a pod's block.
+    std::ofstream("/dev/shm/precious") << "x";
+    {
+        gbl_shm table{};
+        table.max_instances = 1;
+        table.devs[0].recUsed = 1;
+        table.devs[0].devSN = 7;
+        std::snprintf(table.devs[0].lcl_shm_name, SHM_POD_NAME_SIZE, "/precious");
+        std::ofstream(table_path, std::ios::binary)
+            .write(reinterpret_cast<const char*>(&table), sizeof(table));
+    }
+    Echo pod;
+    start({{{42, 0x0200, 0, 0}, &pod}})->stop();
+    EXPECT_THAT(shm_objects(), ElementsAre("precious"));
+    unlink("/dev/shm/precious");
+}
+
+TEST(Proxy, a_lock_file_without_a_live_owner_is_no_claim) {
+    std::ofstream(SHM_OWNER_LOCK_PATH) << "1\n";
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    ASSERT_TRUE(proxy);
+    std::string owner;
+    std::ifstream(SHM_OWNER_LOCK_PATH) >> owner;
+    EXPECT_EQ(owner, std::to_string(getpid()));
+}
+
+TEST(Proxy, stops_while_a_batch_runs_and_the_host_gets_a_failure) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    Host host(42);
+    host.queue("write 3 0; write 1 1");
+    host.block().cmd = SHM_CMD_EXECUTE;
+    host.post_start();
+    wait_until(pod.running);
+    EXPECT_TRUE(proxy->stop());
+    EXPECT_TRUE(host.take_complete());
+    EXPECT_LT(host.block().status, 0);
+    EXPECT_THAT(shm_objects(), IsEmpty());
+}
+
+TEST(Proxy, gives_up_a_pod_that_does_not_stop_and_answers_its_host) {
+    static Echo pod; // its thread outlives the test
+    pod.deaf = true;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    Host host(42);
+    host.queue("write 3 0");
+    host.block().cmd = SHM_CMD_EXECUTE;
+    host.post_start();
+    wait_until(pod.running);
+    EXPECT_FALSE(proxy->stop(50ms));
+    EXPECT_TRUE(host.take_complete());
+    EXPECT_LT(host.block().status, 0);
+    EXPECT_THAT(shm_objects(), IsEmpty());
+    pod.deaf = false;
+    std::this_thread::sleep_for(50ms); // the thread ends on its own
+}
+
+TEST(Proxy, an_unplugged_pod_leaves_the_table_and_comes_back) {
+    Echo one;
+    Echo two;
+    const auto proxy = start({{{1, 0x0200, 0, 0}, &one}, {{2, 0x0200, 0, 0}, &two}});
+    proxy->unplug(1);
+    EXPECT_EQ(read_table().max_instances, 1U);
+    EXPECT_EQ(read_table().devs[1].recUsed, 0);
+    proxy->plug(1);
+    EXPECT_EQ(read_table().max_instances, 2U);
+    EXPECT_EQ(read_table().devs[1].devSN, 2U);
+    proxy->unplug(0);
+    EXPECT_EQ(read_table().max_instances, 2U);
+    EXPECT_EQ(read_table().devs[0].recUsed, 0);
+    EXPECT_NE(read_table().devs[1].recUsed, 0);
+    EXPECT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 1);
+}
+
+TEST(Proxy, the_table_is_not_changed_while_a_host_holds_the_mutex) {
+    Echo pod;
+    const auto proxy = start({{{1, 0x0200, 0, 0}, &pod}});
+    sem_t* mutex = sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
+    ASSERT_EQ(sem_wait(mutex), 0);
+    std::atomic<bool> done{false};
+    std::thread unplugging([&] {
+        proxy->unplug(0);
+        done = true;
+    });
+    std::this_thread::sleep_for(50ms);
+    EXPECT_FALSE(done);
+    EXPECT_EQ(read_table().max_instances, 1U);
+    sem_post(mutex);
+    unplugging.join();
+    EXPECT_EQ(read_table().max_instances, 0U);
+    sem_close(mutex);
+}
+
+// A child process that attaches, starts a batch and dies at once.
+void host_that_dies_in_a_batch(const char* batch) {
+    const pid_t child = fork();
+    if (child == 0) {
+        Host host(42);
+        host.exchange(SHM_CMD_ATTACH);
+        host.queue(batch);
+        host.block().cmd = SHM_CMD_EXECUTE;
+        host.post_start();
+        std::raise(SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(child, &status, 0), child);
+}
+
+TEST(Proxy, survives_a_host_that_dies_in_the_middle_of_a_batch) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    for (int death = 0; death < 5; ++death) {
+        host_that_dies_in_a_batch("read 16");
+        // The answer that nobody takes is taken back.
+        for (int i = 0;
+             i < 1000 && (pod.executed <= 2 * death || posts_of("talvor_lcl_s_c_000042") > 0);
+             ++i) {
+            std::this_thread::sleep_for(1ms);
+        }
+        ASSERT_EQ(posts_of("talvor_lcl_s_c_000042"), 0);
+        // The next host meets an empty batch, and each answer is that of its own exchange.
+        Host host(42);
+        EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+        EXPECT_EQ(host.block().tbcMblockPtr, 2U);
+        host.queue("read 17; read 18");
+        EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 4);
+        EXPECT_EQ(host.block().tbcIMblock[0], 0x1011);
+        EXPECT_EQ(posts_of("talvor_lcl_s_c_000042"), 0);
+    }
+}
+
+TEST(Proxy, a_host_that_comes_while_a_dead_ones_batch_runs_gets_its_own_answer) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    host_that_dies_in_a_batch("write 4 0; read 16");
+    wait_until(pod.running);
+    Host host(42);
+    std::thread release([&] {
+        std::this_thread::sleep_for(20ms);
+        pod.go_on = true;
+    });
+    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+    EXPECT_EQ(pod.attached, 2);
+    EXPECT_EQ(posts_of("talvor_lcl_s_c_000042"), 0);
+    EXPECT_THAT(pod.notes_now(), ElementsAre("another host came while a batch of a dead one ran"));
+    release.join();
+}
+
+TEST(Proxy, an_answer_waits_for_a_host_that_is_only_slow) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
+    Host host(42);
+    host.block().cmd = SHM_CMD_ATTACH;
+    host.post_start();
+    std::this_thread::sleep_for(200ms);
+    EXPECT_EQ(posts_of("talvor_lcl_s_c_000042"), 1);
+    EXPECT_TRUE(host.take_complete());
+    EXPECT_THAT(pod.notes_now(), IsEmpty());
+}
+
+TEST(Proxy, an_idle_proxy_uses_no_processor_time) {
+    Echo pod;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}}, {.spin = 10'000us});
+    Host host(42);
+    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+    std::this_thread::sleep_for(100ms); // the spin after the exchange is over
+    rusage before{};
+    rusage after{};
+    getrusage(RUSAGE_SELF, &before);
+    std::this_thread::sleep_for(500ms);
+    getrusage(RUSAGE_SELF, &after);
+    const auto microseconds = [](const rusage& usage) {
+        return (usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1'000'000 +
+               usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
+    };
+    EXPECT_LT(microseconds(after) - microseconds(before), 5'000);
+    EXPECT_EQ(host.exchange(SHM_CMD_DETACH), 0);
+}
+
+TEST(Proxy, serves_with_every_length_of_spin) {
+    for (const auto spin : {0us, 1us, 1000us}) {
+        Echo pod;
+        const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}}, {.spin = spin});
+        Host host(42);
+        for (int i = 0; i < 200; ++i) {
+            host.queue("read 16");
+            ASSERT_EQ(host.exchange(SHM_CMD_EXECUTE), 2);
+        }
+        EXPECT_EQ(pod.executed, 200);
+    }
+}
+
+} // namespace
+} // namespace podsim::proxy
