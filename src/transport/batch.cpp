@@ -1,0 +1,272 @@
+#include "transport/batch.h"
+
+#include "sys/memory.h"
+#include "transport/batch_cursor.h"
+#include "transport/batch_room.h"
+#include "transport/proxy_channel.h"
+#include "transport/shared_field.h"
+
+#include <algorithm>
+
+namespace {
+
+bool batch_is_dead(const JSC_Inform* pJscInform) {
+    return pJscInform == nullptr || !channel_is_open(pJscInform) ||
+           batch_failure(pJscInform) != eJTI_ERROR_NONE;
+}
+
+void append_word(lcl_shm* block, uint32_t next, uint32_t word) {
+    block->tbcOMblock[next] = static_cast<uint16_t>(word);
+    shared_write(block->tbcMblockPtr, next + 1);
+}
+
+// Closes the open marker as a full run and opens the next. False when an index lies outside.
+bool turn_marker(lcl_shm* block) {
+    const uint32_t open_marker = shared_read(block->lastWCNTR);
+    const uint32_t next = shared_read(block->tbcMblockPtr);
+    if (open_marker >= SHM_BLOCK_WORDS || next >= SHM_BLOCK_WORDS) {
+        return false;
+    }
+    shared_write(block->useZeroOfs, 1);
+    block->tbcOMblock[open_marker] = SHM_MARKER_FULL;
+    shared_write(block->lastWCNTR, next);
+    append_word(block, next, SHM_MARKER_OPEN);
+    return true;
+}
+
+void append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* ptr) {
+    JSC_qel_oplist* const node = pJscInform->opListFree;
+    pJscInform->opListFree = node->next;
+    node->op = 0;
+    node->count = count;
+    node->ptr = ptr;
+    node->next = nullptr;
+    if (pJscInform->opListTail == nullptr) {
+        pJscInform->opList = node;
+    } else {
+        pJscInform->opListTail->next = node;
+    }
+    pJscInform->opListTail = node;
+}
+
+bool add_free_node(JSC_Inform* pJscInform) {
+    auto* const node = static_cast<JSC_qel_oplist*>(sys_MemAlloc(sizeof(JSC_qel_oplist)));
+    if (node == nullptr) {
+        return false;
+    }
+    *node = JSC_qel_oplist{};
+    node->next = pJscInform->opListFree;
+    pJscInform->opListFree = node;
+    return true;
+}
+
+// The three status reads that every flush ends with. With podError set they are dropped like any
+// other access. Nothing is queued on failure.
+int32_t queue_status_reads(JSC_Inform* pJscInform) {
+    if (pJscInform->podError != eJTI_ERROR_NONE) {
+        return eJTI_ERROR_NONE;
+    }
+    JSC_Control* const control = pJscInform->pJscControl;
+    if (control == nullptr) {
+        return eJTI_ERROR_HANDLE_STATE;
+    }
+    lcl_shm* const block = pJscInform->ProxyShm;
+    if (!batch_has_room(shared_read(block->tbcMblockPtr), shared_read(block->rdCntrLcl),
+                        shared_read(block->rdCntrGbl), BatchItem{.words = 0, .reads = 0})) {
+        return eJTI_ERROR_BATCH_FAILED;
+    }
+    if (!batch_reserve_nodes(pJscInform, batch_status_reads)) {
+        return eJTI_ERROR_NO_MEMORY;
+    }
+    batch_append_read(pJscInform, TBC_PORT_SUPPORT, &control->StatusCache);
+    batch_append_read(pJscInform, TBC_PORT_STATUS0, &control->Status0Cache);
+    batch_append_read(pJscInform, TBC_PORT_STATUS1, &control->Status1Cache);
+    return batch_failure(pJscInform);
+}
+
+void recycle_reads(JSC_Inform* pJscInform) {
+    if (pJscInform->opListTail == nullptr) {
+        return;
+    }
+    pJscInform->opListTail->next = pJscInform->opListFree;
+    pJscInform->opListFree = pJscInform->opList;
+    pJscInform->opList = nullptr;
+    pJscInform->opListTail = nullptr;
+}
+
+// Hands the words from `first` on to the pending reads, oldest first. Reads that an earlier, failed
+// flush left behind stand first and take the first words; that is kept. Words past the end of the
+// in-block do not exist.
+void scatter(JSC_Inform* pJscInform, const uint16_t* first) {
+    const uint16_t* word = first;
+    const uint16_t* const end = std::end(pJscInform->ProxyShm->tbcIMblock);
+    for (JSC_qel_oplist* node = pJscInform->opList; node != nullptr; node = node->next) {
+        if (node->count == 1 && word != end && node->ptr != nullptr) [[likely]] {
+            *node->ptr = *word++;
+            continue;
+        }
+        const auto count = std::min<std::ptrdiff_t>(node->count, end - word);
+        if (node->ptr != nullptr) {
+            std::copy_n(word, count, node->ptr);
+        }
+        word += count;
+    }
+    recycle_reads(pJscInform);
+}
+
+void free_nodes(JSC_qel_oplist** ppHead) {
+    while (*ppHead != nullptr) {
+        void* node = *ppHead;
+        *ppHead = (*ppHead)->next;
+        sys_MemFree(&node);
+    }
+}
+
+} // namespace
+
+void qel_PostData(JSC_Inform* pJscInform, uint16_t word) {
+    if (batch_is_dead(pJscInform)) {
+        return;
+    }
+    lcl_shm* const block = pJscInform->ProxyShm;
+    const uint32_t next = shared_read(block->tbcMblockPtr);
+    if (!batch_has_room(next, shared_read(block->rdCntrLcl), shared_read(block->rdCntrGbl),
+                        BatchItem{.words = 1, .reads = 0})) {
+        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
+        return;
+    }
+    append_word(block, next, word);
+}
+
+void qel_ReadIncrement(JSC_Inform* pJscInform) {
+    if (batch_is_dead(pJscInform)) {
+        return;
+    }
+    lcl_shm* const block = pJscInform->ProxyShm;
+    shared_write(block->rdCntrGbl, shared_read(block->rdCntrGbl) + 1);
+    const uint32_t reads = shared_read(block->rdCntrLcl) + 1;
+    if (reads < SHM_MARKER_READS) {
+        shared_write(block->rdCntrLcl, reads);
+        return;
+    }
+    shared_write(block->rdCntrLcl, 0);
+    if (!turn_marker(block)) {
+        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
+    }
+}
+
+void qel_PostReadOp(JSC_Inform* pJscInform, uint16_t count, uint16_t* ptr) {
+    if (batch_is_dead(pJscInform)) {
+        return;
+    }
+    if (!batch_reserve_nodes(pJscInform, 1)) {
+        batch_fail(pJscInform, eJTI_ERROR_NO_MEMORY);
+        return;
+    }
+    append_node(pJscInform, count, ptr);
+}
+
+int32_t qel_PerformIo(JSC_Inform* pJscInform) {
+    if (const int32_t failure = batch_failure(pJscInform); failure != eJTI_ERROR_NONE) {
+        return failure;
+    }
+    if (!channel_is_open(pJscInform)) {
+        return eJTI_ERROR_BATCH_FAILED;
+    }
+    lcl_shm* const block = pJscInform->ProxyShm;
+    const uint32_t queued = shared_read(block->tbcMblockPtr);
+    if (queued < SHM_BATCH_MINIMUM) {
+        return eJTI_ERROR_NONE;
+    }
+    if (const int32_t code = queue_status_reads(pJscInform); code != eJTI_ERROR_NONE) {
+        return code;
+    }
+    const uint32_t reads = shared_read(block->rdCntrGbl);
+    if (queued > SHM_BLOCK_WORDS || reads > SHM_BLOCK_WORDS) {
+        return eJTI_ERROR_BATCH_FAILED;
+    }
+    const int32_t status = channel_exchange(pJscInform, SHM_CMD_EXECUTE);
+    if (status < 0) {
+        return eJTI_ERROR_BATCH_FAILED;
+    }
+    if (status == 0 || pJscInform->opList == nullptr) {
+        return eJTI_ERROR_NONE;
+    }
+    const uint32_t past_last = static_cast<uint32_t>(status) / sizeof(uint16_t);
+    const bool odd = static_cast<uint32_t>(status) % sizeof(uint16_t) != 0;
+    if (odd || past_last > SHM_BLOCK_WORDS || past_last < reads) {
+        return eJTI_ERROR_BATCH_FAILED;
+    }
+    scatter(pJscInform, &block->tbcIMblock[past_last - reads]);
+    return eJTI_ERROR_NONE;
+}
+
+void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
+    if (pJscInform == nullptr) {
+        return;
+    }
+    BatchCursor cursor = cursor_open(pJscInform);
+    cursor_wait(cursor, wait_word);
+    cursor_close(cursor);
+}
+
+int32_t batch_failure(const JSC_Inform* pJscInform) {
+    if (pJscInform == nullptr) {
+        return eJTI_ERROR_BAD_ARGUMENT;
+    }
+    return pJscInform->podError != eJTI_ERROR_NONE ? pJscInform->batchError : eJTI_ERROR_NONE;
+}
+
+int32_t batch_take_failure(JSC_Inform* pJscInform) {
+    if (pJscInform == nullptr) {
+        return eJTI_ERROR_BAD_ARGUMENT;
+    }
+    const int32_t code = pJscInform->podError;
+    if (batch_failure(pJscInform) != eJTI_ERROR_NONE) {
+        batch_drop_reads(pJscInform);
+    }
+    pJscInform->podError = eJTI_ERROR_NONE;
+    pJscInform->batchError = eJTI_ERROR_NONE;
+    return code;
+}
+
+void batch_drop_reads(JSC_Inform* pJscInform) {
+    if (pJscInform != nullptr) {
+        recycle_reads(pJscInform);
+    }
+}
+
+void batch_release(JSC_Inform* pJscInform) {
+    if (pJscInform == nullptr) {
+        return;
+    }
+    recycle_reads(pJscInform);
+    free_nodes(&pJscInform->opListFree);
+}
+
+void batch_fail(JSC_Inform* pJscInform, int32_t code) {
+    pJscInform->podError = code;
+    pJscInform->batchError = code;
+}
+
+bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count) {
+    uint32_t found = 0;
+    for (const JSC_qel_oplist* node = pJscInform->opListFree; node != nullptr && found < count;
+         node = node->next) {
+        ++found;
+    }
+    while (found < count) {
+        if (!add_free_node(pJscInform)) {
+            return false;
+        }
+        ++found;
+    }
+    return true;
+}
+
+void batch_append_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
+    lcl_shm* const block = pJscInform->ProxyShm;
+    append_word(block, shared_read(block->tbcMblockPtr), port);
+    qel_ReadIncrement(pJscInform);
+    append_node(pJscInform, 1, pValue);
+}

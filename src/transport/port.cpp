@@ -1,0 +1,77 @@
+#include "transport/port.h"
+
+#include "transport/batch.h"
+#include "transport/batch_cursor.h"
+
+#include <algorithm>
+
+namespace {
+
+bool resets_controller(uint16_t port, uint16_t value) {
+    return port == TBC_PORT_CONTROL && (value & TBC_CONTROL_RESET) == TBC_CONTROL_RESET;
+}
+
+void write_through_cache(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
+    uint16_t& cached = pJscInform->pJscControl->registerCache[port];
+    if (cached == value && port != TBC_PORT_CONTROL) {
+        return;
+    }
+    PortWriteNoCache(pJscInform, port, value);
+    if (batch_failure(pJscInform) != eJTI_ERROR_NONE) {
+        return;
+    }
+    if (resets_controller(port, value)) {
+        LoadZeroIntoCache(pJscInform);
+    } else {
+        cached = value;
+    }
+}
+
+} // namespace
+
+int32_t PortReadNoCache(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
+    if (pJscInform == nullptr || pValue == nullptr) {
+        return eJTI_ERROR_BAD_ARGUMENT;
+    }
+    BatchCursor cursor = cursor_open(pJscInform);
+    cursor_read(cursor, port, pValue);
+    cursor_close(cursor);
+    return eJTI_ERROR_NONE;
+}
+
+int32_t PortRead(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
+    if (pJscInform == nullptr || pValue == nullptr) {
+        return eJTI_ERROR_BAD_ARGUMENT;
+    }
+    if (port >= TBC_CACHED_PORTS) {
+        return PortReadNoCache(pJscInform, port, pValue);
+    }
+    if (pJscInform->pJscControl == nullptr) {
+        return eJTI_ERROR_HANDLE_STATE;
+    }
+    *pValue = pJscInform->pJscControl->registerCache[port];
+    return eJTI_ERROR_NONE;
+}
+
+void PortWriteNoCache(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
+    if (pJscInform == nullptr) {
+        return;
+    }
+    BatchCursor cursor = cursor_open(pJscInform);
+    cursor_write(cursor, port, value);
+    cursor_close(cursor);
+}
+
+void PortWrite(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
+    if (port >= TBC_CACHED_PORTS) {
+        PortWriteNoCache(pJscInform, port, value);
+    } else if (pJscInform != nullptr && pJscInform->pJscControl != nullptr) {
+        write_through_cache(pJscInform, port, value);
+    }
+}
+
+void LoadZeroIntoCache(JSC_Inform* pJscInform) {
+    if (pJscInform != nullptr && pJscInform->pJscControl != nullptr) {
+        std::fill_n(pJscInform->pJscControl->registerCache, TBC_CACHED_PORTS, uint16_t{0});
+    }
+}

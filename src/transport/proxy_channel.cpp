@@ -1,0 +1,255 @@
+#include "transport/proxy_channel.h"
+
+#include "sys/os.h"
+#include "transport/batch.h"
+#include "transport/shared_field.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mman.h>
+
+namespace {
+
+// How an open ends early: with a success that hosts rely on, or without a pod.
+constexpr int32_t nothing_attached = eJTI_ERROR_NONE;
+constexpr int32_t no_pod = eJTI_ERROR_TRANSPORT;
+
+constexpr int32_t no_record = -1;
+
+// ---- the proxy-wide mutex ----
+
+sem_t* lock_proxy() {
+    sem_t* const mutex = os_calls.sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
+    if (mutex == SEM_FAILED) {
+        return nullptr;
+    }
+    while (os_calls.sem_wait(mutex) != 0) {
+        if (errno != EINTR) {
+            os_calls.sem_close(mutex);
+            return nullptr;
+        }
+    }
+    return mutex;
+}
+
+void unlock_proxy(sem_t* mutex) {
+    os_calls.sem_post(mutex);
+    os_calls.sem_close(mutex);
+}
+
+// ---- shared objects of a fixed size ----
+
+struct MappedObject {
+    void* memory; // null when it is not mapped
+    int fd;       // open while memory is mapped
+    int32_t code; // why it is not mapped
+};
+
+void unmap_object(const MappedObject& object, size_t size) {
+    os_calls.munmap(object.memory, size);
+    os_calls.close(object.fd);
+}
+
+// Maps an object that must have exactly `size` bytes. An object that cannot be opened answers
+// `absent`; one of another size is passed over in silence, which is kept.
+MappedObject map_object(const char* name, size_t size, int32_t absent) {
+    const int fd = os_calls.shm_open(name, O_RDWR, SHM_OBJECT_MODE);
+    if (fd < 0) {
+        return {nullptr, fd, absent};
+    }
+    MappedObject object{nullptr, fd, no_pod};
+    struct stat status {};
+    if (os_calls.fstat(fd, &status) == 0) {
+        if (status.st_size != static_cast<off_t>(size)) {
+            object.code = nothing_attached;
+        } else if (void* memory =
+                       os_calls.mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+                   memory != MAP_FAILED) {
+            object.memory = memory;
+            return object;
+        }
+    }
+    os_calls.close(fd);
+    return object;
+}
+
+// ---- the device table ----
+
+uint32_t instances(gbl_shm* table) {
+    return std::min<uint32_t>(shared_read(table->max_instances), SHM_DEVICE_RECORDS);
+}
+
+// The first used record that carries the serial number; any with 0.
+int32_t find_pod(gbl_shm* table, uint32_t serial) {
+    const uint32_t count = instances(table);
+    for (uint32_t index = 0; index < count; ++index) {
+        gbl_shm_record& record = table->devs[index];
+        if (shared_read(record.recUsed) != 0 &&
+            (serial == 0 || shared_read(record.devSN) == serial)) {
+            return static_cast<int32_t>(index);
+        }
+    }
+    return no_record;
+}
+
+bool attach_block(JSC_Inform* pJscInform, const gbl_shm_record& record, int32_t* pCode) {
+    char name[SHM_POD_NAME_SIZE];
+    std::memcpy(name, record.lcl_shm_name, sizeof name);
+    name[SHM_POD_NAME_SIZE - 1] = '\0';
+    const MappedObject object = map_object(name, sizeof(lcl_shm), nothing_attached);
+    if (object.memory == nullptr) {
+        *pCode = object.code;
+        return false;
+    }
+    pJscInform->ProxyShm = static_cast<lcl_shm*>(object.memory);
+    os_calls.close(object.fd);
+    return true;
+}
+
+// ---- the pod's semaphores ----
+
+sem_t* open_semaphore(const char* format, uint32_t serial, const char* failure_text) {
+    char name[SHM_SEM_NAME_SIZE];
+    std::snprintf(name, sizeof name, format, static_cast<unsigned long>(serial));
+    sem_t* const semaphore = os_calls.sem_open(name, O_CREAT, SHM_OBJECT_MODE, 0);
+    if (semaphore == SEM_FAILED) {
+        std::fputs(failure_text, stderr);
+        return nullptr;
+    }
+    return semaphore;
+}
+
+// Without one of the two the open ends with success and the block mapped; that is kept.
+bool open_semaphores(JSC_Inform* pJscInform, uint32_t serial) {
+    pJscInform->evStartSem =
+        open_semaphore(SHM_START_SEM_FORMAT, serial, "failed to open local semaphore [s]\n");
+    if (pJscInform->evStartSem == nullptr) {
+        return false;
+    }
+    pJscInform->evCompleteSem =
+        open_semaphore(SHM_COMPLETE_SEM_FORMAT, serial, "failed to open local semaphore [c]\n");
+    return pJscInform->evCompleteSem != nullptr;
+}
+
+void close_semaphore(sem_t** ppSemaphore) {
+    if (*ppSemaphore != nullptr) {
+        os_calls.sem_close(*ppSemaphore);
+        *ppSemaphore = nullptr;
+    }
+}
+
+void release_channel(JSC_Inform* pJscInform) {
+    if (pJscInform->ProxyShm != nullptr) {
+        os_calls.munmap(pJscInform->ProxyShm, sizeof(lcl_shm));
+        pJscInform->ProxyShm = nullptr;
+    }
+    close_semaphore(&pJscInform->evStartSem);
+    close_semaphore(&pJscInform->evCompleteSem);
+}
+
+// ---- the open, from the table on ----
+
+// Attaches to the pod of a record. Lets the mutex go before the handshake, or on the way out.
+int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t* mutex) {
+    gbl_shm_record& record = table->devs[index];
+    int32_t code = nothing_attached;
+    const bool attached = attach_block(pJscInform, record, &code) &&
+                          open_semaphores(pJscInform, shared_read(record.devSN));
+    unlock_proxy(mutex);
+    if (!attached) {
+        return code;
+    }
+    channel_exchange(pJscInform, SHM_CMD_ATTACH);
+    pJscInform->emuRevision = shared_read(record.devRev);
+    if (index >= instances(table)) {
+        release_channel(pJscInform);
+        return no_pod;
+    }
+    return eJTI_ERROR_NONE;
+}
+
+int32_t open_chosen_pod(JSC_Inform* pJscInform, gbl_shm* table, sem_t* mutex) {
+    const int32_t index = find_pod(table, pJscInform->qelVariable.sn);
+    if (index == no_record) {
+        unlock_proxy(mutex);
+        return no_pod;
+    }
+    return attach_pod(pJscInform, table, static_cast<uint32_t>(index), mutex);
+}
+
+} // namespace
+
+int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
+    if (pJscInform == nullptr) {
+        return no_pod;
+    }
+    pJscInform->ProxyShm = nullptr;
+    pJscInform->evStartSem = nullptr;
+    pJscInform->evCompleteSem = nullptr;
+    sem_t* const mutex = lock_proxy();
+    if (mutex == nullptr) {
+        return no_pod;
+    }
+    const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), no_pod);
+    if (table.memory == nullptr) {
+        unlock_proxy(mutex);
+        return table.code;
+    }
+    const int32_t code = open_chosen_pod(pJscInform, static_cast<gbl_shm*>(table.memory), mutex);
+    unmap_object(table, sizeof(gbl_shm));
+    return code;
+}
+
+int32_t CloseUsbDevice(JSC_Inform* pJscInform) {
+    if (pJscInform == nullptr) {
+        return eJTI_ERROR_NONE;
+    }
+    if (channel_is_open(pJscInform)) {
+        channel_exchange(pJscInform, SHM_CMD_DETACH);
+    }
+    release_channel(pJscInform);
+    batch_release(pJscInform);
+    return eJTI_ERROR_NONE;
+}
+
+int32_t wr_supp_reg(JSC_Inform* pJscInform, uint16_t value) {
+    if (pJscInform == nullptr || !channel_is_open(pJscInform)) {
+        return eJTI_ERROR_SUPPORT_WRITE;
+    }
+    shared_write(pJscInform->ProxyShm->data, value);
+    const int32_t status = channel_exchange(pJscInform, SHM_CMD_SUPPORT_WRITE);
+    return status < 0 ? eJTI_ERROR_SUPPORT_WRITE : eJTI_ERROR_NONE;
+}
+
+void my_wait(sem_t* pSemaphore) {
+    if (pSemaphore == nullptr) {
+        return;
+    }
+    // Kept: the deadline lies in the past, so that every attempt returns at once and the wait spins
+    // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
+    constexpr timespec deadline{.tv_sec = 10, .tv_nsec = 100'000'000};
+    // On a machine with few processors the proxy may need this one.
+    constexpr uint32_t attempts_before_yield = 64;
+    uint32_t attempts = 0;
+    while (os_calls.sem_timedwait(pSemaphore, &deadline) != 0) {
+        if (++attempts >= attempts_before_yield) {
+            sched_yield();
+        }
+    }
+}
+
+bool channel_is_open(const JSC_Inform* pJscInform) {
+    return pJscInform->ProxyShm != nullptr && pJscInform->evStartSem != nullptr &&
+           pJscInform->evCompleteSem != nullptr;
+}
+
+int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
+    shared_write(pJscInform->ProxyShm->cmd, command);
+    os_calls.sem_post(pJscInform->evStartSem);
+    my_wait(pJscInform->evCompleteSem);
+    return shared_read(pJscInform->ProxyShm->status);
+}
