@@ -1,5 +1,6 @@
 #include "transport/batch.h"
 
+#include "sys/check.h"
 #include "sys/memory.h"
 #include "transport/batch_cursor.h"
 #include "transport/batch_room.h"
@@ -15,6 +16,7 @@ bool batch_is_dead(const JSC_Inform* pJscInform) {
            batch_failure(pJscInform) != eJTI_ERROR_NONE;
 }
 
+// `next` is a bounded copy of the block's counter.
 void append_word(lcl_shm* block, uint32_t next, uint32_t word) {
     block->tbcOMblock[next] = static_cast<uint16_t>(word);
     shared_write(block->tbcMblockPtr, next + 1);
@@ -63,21 +65,15 @@ bool add_free_node(JSC_Inform* pJscInform) {
 // The three status reads that every flush ends with. With podError set they are dropped like any
 // other access. Nothing is queued on failure.
 int32_t queue_status_reads(JSC_Inform* pJscInform) {
-    if (pJscInform->podError != eJTI_ERROR_NONE) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(pJscInform->podError != eJTI_ERROR_NONE, eJTI_ERROR_NONE);
     JSC_Control* const control = pJscInform->pJscControl;
-    if (control == nullptr) {
-        return eJTI_ERROR_HANDLE_STATE;
-    }
+    RETURN_IF(control == nullptr, eJTI_ERROR_HANDLE_STATE);
     lcl_shm* const block = pJscInform->ProxyShm;
     if (!batch_has_room(shared_read(block->tbcMblockPtr), shared_read(block->rdCntrLcl),
                         shared_read(block->rdCntrGbl), BatchItem{.words = 0, .reads = 0})) {
         return eJTI_ERROR_BATCH_FAILED;
     }
-    if (!batch_reserve_nodes(pJscInform, batch_status_reads)) {
-        return eJTI_ERROR_NO_MEMORY;
-    }
+    RETURN_IF(!batch_reserve_nodes(pJscInform, batch_status_reads), eJTI_ERROR_NO_MEMORY);
     batch_append_read(pJscInform, TBC_PORT_SUPPORT, &control->StatusCache);
     batch_append_read(pJscInform, TBC_PORT_STATUS0, &control->Status0Cache);
     batch_append_read(pJscInform, TBC_PORT_STATUS1, &control->Status1Cache);
@@ -167,36 +163,20 @@ void qel_PostReadOp(JSC_Inform* pJscInform, uint16_t count, uint16_t* ptr) {
 }
 
 int32_t qel_PerformIo(JSC_Inform* pJscInform) {
-    if (const int32_t failure = batch_failure(pJscInform); failure != eJTI_ERROR_NONE) {
-        return failure;
-    }
-    if (!channel_is_open(pJscInform)) {
-        return eJTI_ERROR_BATCH_FAILED;
-    }
+    RETURN_ON_ERROR(batch_failure(pJscInform));
+    RETURN_IF(!channel_is_open(pJscInform), eJTI_ERROR_BATCH_FAILED);
     lcl_shm* const block = pJscInform->ProxyShm;
     const uint32_t queued = shared_read(block->tbcMblockPtr);
-    if (queued < SHM_BATCH_MINIMUM) {
-        return eJTI_ERROR_NONE;
-    }
-    if (const int32_t code = queue_status_reads(pJscInform); code != eJTI_ERROR_NONE) {
-        return code;
-    }
+    RETURN_IF(queued < SHM_BATCH_MINIMUM, eJTI_ERROR_NONE);
+    RETURN_ON_ERROR(queue_status_reads(pJscInform));
     const uint32_t reads = shared_read(block->rdCntrGbl);
-    if (queued > SHM_BLOCK_WORDS || reads > SHM_BLOCK_WORDS) {
-        return eJTI_ERROR_BATCH_FAILED;
-    }
+    RETURN_IF(queued > SHM_BLOCK_WORDS || reads > SHM_BLOCK_WORDS, eJTI_ERROR_BATCH_FAILED);
     const int32_t status = channel_exchange(pJscInform, SHM_CMD_EXECUTE);
-    if (status < 0) {
-        return eJTI_ERROR_BATCH_FAILED;
-    }
-    if (status == 0 || pJscInform->opList == nullptr) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(status < 0, eJTI_ERROR_BATCH_FAILED);
+    RETURN_IF(status == 0 || pJscInform->opList == nullptr, eJTI_ERROR_NONE);
     const uint32_t past_last = static_cast<uint32_t>(status) / sizeof(uint16_t);
     const bool odd = static_cast<uint32_t>(status) % sizeof(uint16_t) != 0;
-    if (odd || past_last > SHM_BLOCK_WORDS || past_last < reads) {
-        return eJTI_ERROR_BATCH_FAILED;
-    }
+    RETURN_IF(odd || past_last > SHM_BLOCK_WORDS || past_last < reads, eJTI_ERROR_BATCH_FAILED);
     scatter(pJscInform, &block->tbcIMblock[past_last - reads]);
     return eJTI_ERROR_NONE;
 }
@@ -211,16 +191,12 @@ void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
 }
 
 int32_t batch_failure(const JSC_Inform* pJscInform) {
-    if (pJscInform == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     return pJscInform->podError != eJTI_ERROR_NONE ? pJscInform->batchError : eJTI_ERROR_NONE;
 }
 
 int32_t batch_take_failure(JSC_Inform* pJscInform) {
-    if (pJscInform == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     const int32_t code = pJscInform->podError;
     if (batch_failure(pJscInform) != eJTI_ERROR_NONE) {
         batch_drop_reads(pJscInform);
@@ -266,7 +242,13 @@ bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count) {
 
 void batch_append_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
     lcl_shm* const block = pJscInform->ProxyShm;
-    append_word(block, shared_read(block->tbcMblockPtr), port);
+    // The room was made with an earlier look at the counter, and it is not ours alone.
+    const uint32_t next = shared_read(block->tbcMblockPtr);
+    if (next >= SHM_BLOCK_WORDS) {
+        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
+        return;
+    }
+    append_word(block, next, port);
     qel_ReadIncrement(pJscInform);
     append_node(pJscInform, 1, pValue);
 }

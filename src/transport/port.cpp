@@ -1,5 +1,6 @@
 #include "transport/port.h"
 
+#include "sys/check.h"
 #include "transport/batch.h"
 #include "transport/batch_cursor.h"
 
@@ -30,9 +31,7 @@ void write_through_cache(JSC_Inform* pJscInform, uint16_t port, uint16_t value) 
 } // namespace
 
 int32_t PortReadNoCache(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
-    if (pJscInform == nullptr || pValue == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pJscInform == nullptr || pValue == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     BatchCursor cursor = cursor_open(pJscInform);
     cursor_read(cursor, port, pValue);
     cursor_close(cursor);
@@ -40,15 +39,11 @@ int32_t PortReadNoCache(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue)
 }
 
 int32_t PortRead(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
-    if (pJscInform == nullptr || pValue == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pJscInform == nullptr || pValue == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     if (port >= TBC_CACHED_PORTS) {
         return PortReadNoCache(pJscInform, port, pValue);
     }
-    if (pJscInform->pJscControl == nullptr) {
-        return eJTI_ERROR_HANDLE_STATE;
-    }
+    RETURN_IF(pJscInform->pJscControl == nullptr, eJTI_ERROR_HANDLE_STATE);
     *pValue = pJscInform->pJscControl->registerCache[port];
     return eJTI_ERROR_NONE;
 }

@@ -1,5 +1,6 @@
 #include "transport/proxy_channel.h"
 
+#include "sys/check.h"
 #include "sys/os.h"
 #include "transport/batch.h"
 #include "transport/shared_field.h"
@@ -24,9 +25,7 @@ constexpr int32_t no_record = -1;
 
 sem_t* lock_proxy() {
     sem_t* const mutex = os_calls.sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
-    if (mutex == SEM_FAILED) {
-        return nullptr;
-    }
+    RETURN_IF(mutex == SEM_FAILED, nullptr);
     while (os_calls.sem_wait(mutex) != 0) {
         if (errno != EINTR) {
             os_calls.sem_close(mutex);
@@ -160,9 +159,7 @@ int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t
     const bool attached = attach_block(pJscInform, record, &code) &&
                           open_semaphores(pJscInform, shared_read(record.devSN));
     unlock_proxy(mutex);
-    if (!attached) {
-        return code;
-    }
+    RETURN_IF(!attached, code);
     channel_exchange(pJscInform, SHM_CMD_ATTACH);
     pJscInform->emuRevision = shared_read(record.devRev);
     if (index >= instances(table)) {
@@ -184,16 +181,12 @@ int32_t open_chosen_pod(JSC_Inform* pJscInform, gbl_shm* table, sem_t* mutex) {
 } // namespace
 
 int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
-    if (pJscInform == nullptr) {
-        return no_pod;
-    }
+    RETURN_IF(pJscInform == nullptr, no_pod);
     pJscInform->ProxyShm = nullptr;
     pJscInform->evStartSem = nullptr;
     pJscInform->evCompleteSem = nullptr;
     sem_t* const mutex = lock_proxy();
-    if (mutex == nullptr) {
-        return no_pod;
-    }
+    RETURN_IF(mutex == nullptr, no_pod);
     const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), no_pod);
     if (table.memory == nullptr) {
         unlock_proxy(mutex);
@@ -205,9 +198,7 @@ int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
 }
 
 int32_t CloseUsbDevice(JSC_Inform* pJscInform) {
-    if (pJscInform == nullptr) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_NONE);
     if (channel_is_open(pJscInform)) {
         channel_exchange(pJscInform, SHM_CMD_DETACH);
     }
@@ -217,9 +208,7 @@ int32_t CloseUsbDevice(JSC_Inform* pJscInform) {
 }
 
 int32_t wr_supp_reg(JSC_Inform* pJscInform, uint16_t value) {
-    if (pJscInform == nullptr || !channel_is_open(pJscInform)) {
-        return eJTI_ERROR_SUPPORT_WRITE;
-    }
+    RETURN_IF(pJscInform == nullptr || !channel_is_open(pJscInform), eJTI_ERROR_SUPPORT_WRITE);
     shared_write(pJscInform->ProxyShm->data, value);
     const int32_t status = channel_exchange(pJscInform, SHM_CMD_SUPPORT_WRITE);
     return status < 0 ? eJTI_ERROR_SUPPORT_WRITE : eJTI_ERROR_NONE;

@@ -1,8 +1,8 @@
 #include "transport/share.h"
 
+#include "sys/check.h"
 #include "sys/object_name.h"
 #include "sys/os.h"
-#include "transport/shared_field.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -52,20 +52,16 @@ void* map_object(int fd, size_t size, bool* pCreated) {
 } // namespace
 
 int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated) {
-    if (pNames == nullptr || pShare == nullptr || pCreated == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pNames == nullptr || pShare == nullptr || pCreated == nullptr,
+              eJTI_ERROR_BAD_ARGUMENT);
     pShare->pHandle = 0;
     pShare->pMemory = nullptr;
-    if (pShare->size == 0 ||
-        sys_Str0GetObjectName(pShare->objectName, SHARE_NAME_LENGTH, "share", pNames->pName0,
-                              pNames->pName1, pNames->pName2, pNames->port) != 0) {
-        return eJTI_ERROR_SHARED_BLOCK;
-    }
+    RETURN_IF(pShare->size == 0, eJTI_ERROR_SHARED_BLOCK);
+    RETURN_IF(sys_Str0GetObjectName(pShare->objectName, SHARE_NAME_LENGTH, "share", pNames->pName0,
+                                    pNames->pName1, pNames->pName2, pNames->port) != 0,
+              eJTI_ERROR_SHARED_BLOCK);
     const int fd = os_calls.shm_open(pShare->objectName, O_CREAT | O_RDWR, SHM_OBJECT_MODE);
-    if (fd < 0) {
-        return eJTI_ERROR_SHARED_BLOCK;
-    }
+    RETURN_IF(fd < 0, eJTI_ERROR_SHARED_BLOCK);
     void* const object = map_object(fd, object_size(pShare), pCreated);
     if (object == nullptr) {
         os_calls.close(fd);
@@ -79,12 +75,8 @@ int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated) 
 }
 
 int32_t sys_ShareFree(ShareInform* pShare) {
-    if (pShare == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
-    if (pShare->pMemory == nullptr) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(pShare == nullptr, eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_IF(pShare->pMemory == nullptr, eJTI_ERROR_NONE);
     void* const object = object_start(pShare);
     const bool last = attach_count(object) == 0;
     if (!last) {
