@@ -87,7 +87,8 @@ private:
 template <>
 class [[nodiscard]] Result<void> {
 public:
-    Result() = default;
+    // Not defaulted: `return {};` would then write zeros over the whole of the room for an error.
+    Result() noexcept {}
     Result(Error error) : error_(std::move(error)) {}
 
     [[nodiscard]] bool ok() const noexcept { return !error_.has_value(); }

@@ -11,6 +11,11 @@ constexpr std::array<std::string_view, kTapStateCount> kStates{
     "RESET",    "IDLE",     "DRSELECT",  "DRCAPTURE", "DRSHIFT", "DREXIT1", "DRPAUSE", "DREXIT2",
     "DRUPDATE", "IRSELECT", "IRCAPTURE", "IRSHIFT",   "IREXIT1", "IRPAUSE", "IREXIT2", "IRUPDATE"};
 
+// The first characters tell most words apart, which spares the comparison of the rest.
+bool same(std::string_view one, std::string_view other) noexcept {
+    return one.size() == other.size() && one.front() == other.front() && one == other;
+}
+
 // In the order of TrstMode.
 constexpr std::array<std::string_view, 4> kTrstModes{"ON", "OFF", "Z", "ABSENT"};
 
@@ -18,7 +23,7 @@ template <typename Value, size_t N>
 std::optional<Value> find(const std::array<std::string_view, N>& words,
                           std::string_view word) noexcept {
     for (size_t i = 0; i < N; ++i) {
-        if (words[i] == word) {
+        if (same(words[i], word)) {
             return static_cast<Value>(i);
         }
     }
@@ -28,12 +33,7 @@ std::optional<Value> find(const std::array<std::string_view, N>& words,
 } // namespace
 
 std::optional<StatementKind> to_statement_kind(std::string_view word) noexcept {
-    for (size_t i = 0; i < kStatementKindCount; ++i) {
-        if (const auto kind = static_cast<StatementKind>(i); name(kind) == word) {
-            return kind;
-        }
-    }
-    return std::nullopt;
+    return find<StatementKind>(kStatementNames, word);
 }
 
 std::optional<TapState> to_tap_state(std::string_view word) noexcept {

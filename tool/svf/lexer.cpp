@@ -7,16 +7,27 @@ namespace talvor::svf {
 namespace {
 
 constexpr bool is_blank(int c) noexcept {
-    return c == ' ' || c == '\t' || c == '\n' || c == '\r' || c == '\f' || c == '\v';
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// The capital of each character that a word may hold, and 0 for all others.
+constexpr std::array<char, 256> kWordCharacters = [] {
+    std::array<char, 256> capitals{};
+    for (const char c : std::string_view("0123456789.+-_ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+        capitals[static_cast<size_t>(c)] = c;
+    }
+    for (char c = 'a'; c <= 'z'; ++c) {
+        capitals[static_cast<size_t>(c)] = static_cast<char>(c - 'a' + 'A');
+    }
+    return capitals;
+}();
+
+constexpr char word_character(int c) noexcept {
+    return c < 0 ? '\0' : kWordCharacters[static_cast<size_t>(c)];
 }
 
 constexpr bool is_word_character(int c) noexcept {
-    return (c >= '0' && c <= '9') || (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || c == '.' ||
-           c == '+' || c == '-' || c == '_';
-}
-
-constexpr char capital(int c) noexcept {
-    return static_cast<char>(c >= 'a' && c <= 'z' ? c - 'a' + 'A' : c);
+    return word_character(c) != '\0';
 }
 
 } // namespace
@@ -88,24 +99,29 @@ Error Lexer::bad_character(int c) const {
                  "check that this is an SVF file: a text, not a programmed image");
 }
 
-Result<Token> Lexer::read_word(uint64_t line) {
+Token Lexer::failed(Error error) {
+    failure_ = std::move(error);
+    return Token{Token::Kind::Failed, {}, line_};
+}
+
+Token Lexer::read_word(uint64_t line) {
     size_t length = 0;
     for (int c = peek(); is_word_character(c); c = peek()) {
         if (length == kMaxWord) {
-            return error(line, fmt::format("a word longer than {} characters", kMaxWord));
+            return failed(error(line, fmt::format("a word longer than {} characters", kMaxWord)));
         }
-        word_[length++] = capital(c);
+        word_[length++] = word_character(c);
         ++at_;
     }
     return Token{Token::Kind::Word, std::string_view(word_.data(), length), line};
 }
 
-Result<Token> Lexer::next() {
+Token Lexer::next() {
     const int c = skip_blanks();
     const uint64_t line = line_;
     switch (c) {
     case kFailed:
-        return source_status_.error();
+        return failed(source_status_.error());
     case kEnd:
         return Token{Token::Kind::End, {}, line};
     case '(':
@@ -118,14 +134,11 @@ Result<Token> Lexer::next() {
         ++at_;
         return Token{Token::Kind::Semicolon, ";", line};
     default:
-        if (!is_word_character(c)) {
-            return bad_character(c);
-        }
-        return read_word(line);
+        return is_word_character(c) ? read_word(line) : failed(bad_character(c));
     }
 }
 
-Error Lexer::bad_hex(int c, uint64_t first_line, std::string_view what) const {
+Error Lexer::bad_hex(int c, uint64_t first_line, const std::string& what) const {
     if (c == kFailed) {
         return source_status_.error();
     }
@@ -143,7 +156,9 @@ Error Lexer::bad_hex(int c, uint64_t first_line, std::string_view what) const {
                                     static_cast<char>(c), what));
 }
 
-Status Lexer::read_hex(std::string_view what, size_t length_bits, Bits& value) {
+Status Lexer::read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
+                       Bits& value) {
+    const auto what = [&] { return fmt::format("{} {}", statement, parameter); };
     const uint64_t first_line = line_;
     hex_.begin(length_bits);
     while (true) {
@@ -156,14 +171,14 @@ Status Lexer::read_hex(std::string_view what, size_t length_bits, Bits& value) {
             ++at_;
             break;
         }
-        return bad_hex(c, first_line, what);
+        return bad_hex(c, first_line, what());
     }
     if (!hex_.has_digits()) {
-        return error(first_line, fmt::format("the value of {} has no digit", what));
+        return error(first_line, fmt::format("the value of {} has no digit", what()));
     }
     if (hex_.too_wide()) {
         return error(first_line,
-                     fmt::format("the value of {} is wider than its {} bits", what, length_bits));
+                     fmt::format("the value of {} is wider than its {} bits", what(), length_bits));
     }
     hex_.finish(value);
     return {};

@@ -15,7 +15,7 @@
 namespace talvor::svf {
 
 struct Token {
-    enum class Kind : uint8_t { Word, Open, Close, Semicolon, End };
+    enum class Kind : uint8_t { Word, Open, Close, Semicolon, End, Failed };
 
     Kind kind = Kind::End;
     std::string_view text; // of a word, in capitals; good until the next call of the lexer
@@ -28,14 +28,16 @@ class Lexer {
 public:
     explicit Lexer(ByteSource& source) : source_(source) {}
 
-    // Errors (ErrorKind::BadFile): the file cannot be read, a character that means nothing, a word
-    // longer than any that SVF knows.
-    Result<Token> next();
+    // The next token. Failed: failure() tells why (ErrorKind::BadFile): the file cannot be read, a
+    // character that means nothing, a word longer than any that SVF knows.
+    Token next();
+    [[nodiscard]] const Error& failure() const { return failure_.error(); }
 
     // After an opening parenthesis: the value up to the closing one, which is taken too. `what`
     // names the value in messages. Errors: no digit, a character that is none, a value wider than
     // `length_bits`, the end of the file.
-    Status read_hex(std::string_view what, size_t length_bits, Bits& value);
+    Status read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
+                    Bits& value);
 
     // Takes everything up to and with the next semicolon, whatever it is.
     Status skip_statement();
@@ -60,9 +62,10 @@ private:
     bool refill();
     int skip_blanks();
     void skip_comment();
-    Result<Token> read_word(uint64_t line);
+    Token read_word(uint64_t line);
+    Token failed(Error error);
     [[nodiscard]] Error bad_character(int c) const;
-    [[nodiscard]] Error bad_hex(int c, uint64_t first_line, std::string_view what) const;
+    [[nodiscard]] Error bad_hex(int c, uint64_t first_line, const std::string& what) const;
 
     ByteSource& source_;
     std::function<bool()> chunk_hook_;
@@ -72,6 +75,7 @@ private:
     uint64_t bytes_before_ = 0;
     uint64_t line_ = 1;
     Status source_status_;
+    Status failure_;
     std::array<char, kMaxWord> word_{};
     HexReader hex_;
 };

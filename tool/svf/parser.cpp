@@ -1,5 +1,6 @@
 #include "svf/parser.h"
 
+#include <array>
 #include <fmt/format.h>
 
 #include "svf/keyword.h"
@@ -25,17 +26,21 @@ bool is_number(const Token& token) noexcept {
     return is_word(token) && looks_like_number(token.text);
 }
 
-HexParameter* parameter_of(ScanText& scan, std::string_view word) noexcept {
-    if (word == "TDI") {
-        return &scan.tdi;
+struct NamedParameter {
+    std::string_view keyword;
+    HexParameter ScanText::*value;
+};
+constexpr std::array kParameters{
+    NamedParameter{"TDI", &ScanText::tdi}, NamedParameter{"TDO", &ScanText::tdo},
+    NamedParameter{"MASK", &ScanText::mask}, NamedParameter{"SMASK", &ScanText::smask}};
+
+const NamedParameter* parameter_of(const Token& token) noexcept {
+    for (const NamedParameter& parameter : kParameters) {
+        if (is_word(token) && parameter.keyword == token.text) {
+            return &parameter;
+        }
     }
-    if (word == "TDO") {
-        return &scan.tdo;
-    }
-    if (word == "MASK") {
-        return &scan.mask;
-    }
-    return word == "SMASK" ? &scan.smask : nullptr;
+    return nullptr;
 }
 
 } // namespace
@@ -51,21 +56,15 @@ Error Parser::unexpected(const Statement& statement, const Token& token,
     return error(statement, token.line, fmt::format("'{}' where {} belongs", token.text, wanted));
 }
 
-Result<Token> Parser::inner(const Statement& statement) {
-    Result<Token> token = lexer_.next();
-    if (token && token->kind == Token::Kind::End) {
+Status Parser::advance(const Statement& statement, Token& token) {
+    token = lexer_.next();
+    if (token.kind == Token::Kind::Failed) {
+        return lexer_.failure();
+    }
+    if (token.kind == Token::Kind::End) {
         return error(statement, statement.line, "the statement does not end with ';'",
                      "the file may be cut short");
     }
-    return token;
-}
-
-Status Parser::advance(const Statement& statement, Token& token) {
-    Result<Token> next = inner(statement);
-    if (!next) {
-        return std::move(next).error();
-    }
-    token = *next;
     return {};
 }
 
@@ -80,11 +79,10 @@ Status Parser::expect_end(const Statement& statement) {
 Result<bool> Parser::next(Statement& statement) {
     Token token;
     do {
-        Result<Token> first = lexer_.next();
-        if (!first) {
-            return std::move(first).error();
+        token = lexer_.next();
+        if (token.kind == Token::Kind::Failed) {
+            return lexer_.failure();
         }
-        token = *first;
         if (token.kind == Token::Kind::End) {
             return false;
         }
@@ -155,13 +153,13 @@ Status Parser::parse_scan(Statement& statement) {
         if (token.kind == Token::Kind::Semicolon) {
             return {};
         }
-        HexParameter* parameter =
-            is_word(token) ? parameter_of(statement.scan, token.text) : nullptr;
+        const NamedParameter* parameter = parameter_of(token);
         if (parameter == nullptr) {
             return unexpected(statement, token, "TDI, TDO, MASK, SMASK or ';'");
         }
-        const std::string keyword(token.text);
-        if (Status status = parse_scan_parameter(statement, *parameter, keyword); !status) {
+        if (Status status = parse_scan_parameter(statement, statement.scan.*(parameter->value),
+                                                 parameter->keyword);
+            !status) {
             return status;
         }
     }
@@ -180,8 +178,8 @@ Status Parser::parse_scan_parameter(Statement& statement, HexParameter& paramete
         return error(statement, token.line, fmt::format("{} stands twice", keyword));
     }
     parameter.given = true;
-    return lexer_.read_hex(fmt::format("{} {}", name(statement.kind), keyword),
-                           statement.scan.length_bits, parameter.value);
+    return lexer_.read_hex(name(statement.kind), keyword, statement.scan.length_bits,
+                           parameter.value);
 }
 
 Status Parser::parse_state(Statement& statement) {

@@ -48,8 +48,7 @@ private:
     Status parse_trst(Statement& statement);
     Status parse_body(Statement& statement);
 
-    // The next token of a statement: the end of the file is an error there.
-    Result<Token> inner(const Statement& statement);
+    // To the next token of a statement: the end of the file is an error there.
     Status advance(const Statement& statement, Token& token);
     Status expect_end(const Statement& statement);
     [[nodiscard]] Error error(const Statement& statement, uint64_t line, std::string_view reason,

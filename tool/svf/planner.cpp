@@ -51,51 +51,40 @@ Error Planner::refused(const Statement& statement, Error error) const {
     return at_statement(source_name_, statement.line, statement.kind, std::move(error));
 }
 
-Result<Step> Planner::plan(Statement& statement) {
-    Step step;
+Status Planner::plan(Statement& statement, Step& step) {
+    step.kind = Step::Kind::Nothing;
     step.statement = statement.kind;
     step.line = statement.line;
-    Status status;
     switch (statement.kind) {
     case StatementKind::Sdr:
     case StatementKind::Sir:
-        status = plan_scan(statement, step);
-        break;
+        return plan_scan(statement, step);
     case StatementKind::Hdr:
     case StatementKind::Hir:
     case StatementKind::Tdr:
     case StatementKind::Tir:
-        status = remember(statement);
-        break;
+        return remember(statement);
     case StatementKind::State:
-        status = plan_state(statement, step);
-        break;
+        return plan_state(statement, step);
     case StatementKind::EndDr:
         end_dr_ = statement.end_state;
-        break;
+        return {};
     case StatementKind::EndIr:
         end_ir_ = statement.end_state;
-        break;
+        return {};
     case StatementKind::RunTest:
-        status = plan_run(statement, step);
-        break;
+        return plan_run(statement, step);
     case StatementKind::Frequency:
-        status = plan_frequency(statement, step);
-        break;
+        return plan_frequency(statement, step);
     case StatementKind::Trst:
-        status = plan_trst(statement, step);
-        break;
+        return plan_trst(statement, step);
     case StatementKind::Pio:
     case StatementKind::PioMap:
-        status = refused(statement, Error{ErrorKind::Refused, 0, "",
-                                          "a JTAG pod has no parallel pins to drive or read",
-                                          "write the file without parallel vectors"});
         break;
     }
-    if (!status) {
-        return std::move(status).error();
-    }
-    return step;
+    return refused(statement, Error{ErrorKind::Refused, 0, "",
+                                    "a JTAG pod has no parallel pins to drive or read",
+                                    "write the file without parallel vectors"});
 }
 
 Status Planner::remember(Statement& statement) {
@@ -148,6 +137,7 @@ Status Planner::plan_scan(Statement& statement, Step& step) {
     step.kind = Step::Kind::Scan;
     PlannedScan& scan = step.scan;
     scan.path = family.path;
+    scan.total_bits = 0;
     scan.end = family.path == ScanPath::Dr ? end_dr_ : end_ir_;
     for (size_t i = 0; i < family.kinds.size(); ++i) {
         scan.parts[i] = part(family.kinds[i]);
@@ -165,6 +155,7 @@ Status Planner::plan_scan(Statement& statement, Step& step) {
 
 Status Planner::plan_state(const Statement& statement, Step& step) {
     step.kind = Step::Kind::Path;
+    step.legs.clear();
     if (statement.path.size() > 1) {
         return plan_path(statement, step);
     }

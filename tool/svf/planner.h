@@ -27,10 +27,10 @@ public:
     Planner(const JtagPort& port, std::string source_name)
         : port_(port), source_name_(std::move(source_name)) {}
 
-    // What `statement` asks for. Its values are taken out of it; the step's pointers are good until
-    // the next call. Errors name file and line: BadFile for what the format forbids, Refused for
-    // what the port cannot do.
-    Result<Step> plan(Statement& statement);
+    // Fills `step` with what `statement` asks for. Its values are taken out of it; the step's
+    // pointers are good until the next call. Errors name file and line: BadFile for what the format
+    // forbids, Refused for what the port cannot do.
+    Status plan(Statement& statement, Step& step);
 
     // Where the TAP stands after all steps so far.
     [[nodiscard]] StableState state() const noexcept { return at_; }

@@ -20,6 +20,7 @@ Status read_steps(ByteSource& source, const JtagPort& port, Pass pass, const Par
     };
     parser.on_chunk(report);
     Statement statement;
+    Step step;
     while (true) {
         Result<bool> more = parser.next(statement);
         if (!more) {
@@ -30,12 +31,11 @@ Status read_steps(ByteSource& source, const JtagPort& port, Pass pass, const Par
         if (!*more) {
             return {};
         }
-        Result<Step> step = planner.plan(statement);
-        if (!step) {
-            return std::move(step).error();
+        if (Status status = planner.plan(statement, step); !status) {
+            return status;
         }
-        summary.count(*step);
-        if (Status status = handle(*step); !status) {
+        summary.count(step);
+        if (Status status = handle(step); !status) {
             return status;
         }
         if (!report()) {

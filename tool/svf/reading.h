@@ -17,7 +17,8 @@ namespace talvor::svf {
 using StepHandler = std::function<Status(const Step&)>;
 
 // Reads `source` from its start, plans each statement for `port` and hands its step to `handle`.
-// `summary` counts the steps up to and with the one that ended it; `mismatches`, when given, goes into the progress.
+// `summary` counts the steps up to and with the one that ended it; `mismatches`, when given, goes
+// into the progress.
 Status read_steps(ByteSource& source, const JtagPort& port, Pass pass, const ParserLimits& limits,
                   const ProgressHook& progress, Summary& summary, const StepHandler& handle,
                   const uint64_t* mismatches = nullptr);

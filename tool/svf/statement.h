@@ -1,6 +1,7 @@
 // What one statement of an SVF file says, before anything is carried over from earlier ones.
 #pragma once
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -32,8 +33,12 @@ enum class StatementKind : uint8_t {
 };
 inline constexpr size_t kStatementKindCount = 14;
 
-// "SDR", "RUNTEST" ...
-[[nodiscard]] std::string_view name(StatementKind kind) noexcept;
+inline constexpr std::array<std::string_view, kStatementKindCount> kStatementNames{
+    "SDR",   "SIR",   "HDR",     "HIR",       "TDR",  "TIR", "STATE",
+    "ENDDR", "ENDIR", "RUNTEST", "FREQUENCY", "TRST", "PIO", "PIOMAP"};
+[[nodiscard]] constexpr std::string_view name(StatementKind kind) noexcept {
+    return kStatementNames[static_cast<size_t>(kind)];
+}
 
 // A value in parentheses, when it is there.
 struct HexParameter {
