@@ -732,16 +732,16 @@ JTI_EXPORT JTI_Error JSC_DeleteProperty(JTI_Property** ppProperty);
  */
 /*
  * Coordinates wrap silently in their 8-bit parts; none of these functions checks that a coordinate
- * is in range. Pointers must not be null unless said otherwise.
+ * is in range. A null output is left out, and a null coordinate to change is left alone.
  */
 
-/* Packs y and z; also stores the result in *pw when pw is not null. */
+/* Packs y and z; also stores the result in *pw. */
 JTI_EXPORT coord_t pll_RePack(coord_t* pw, int8_t y, uint8_t z);
 
 /* Splits w; bits above 15 are dropped, so PLL_TCLK_W_NOTHING gives (0, 0). */
 JTI_EXPORT void pll_UnPack(coord_t w, int8_t* py, uint8_t* pz);
 
-/* The frequency in hertz, truncated: 2^y * (1 + z / 64) * 1,000,000. */
+/* The frequency in hertz, truncated: 2^y * (1 + z / 64) * 1,000,000. From 2^32 on it wraps. */
 JTI_EXPORT hertz_t pll_CoordToHertz(coord_t coord);
 
 /* The frequency of one mantissa unit in coord's octave: (y - 6, 0). */
@@ -806,6 +806,7 @@ JTI_EXPORT bool pll_StrWs0ToCoord(const char* pValue, coord_t* pCoord);
  *   pIsItDone  out: the phase has ended and *pNextFreq is its result
  *   pNextFreq  out: what to try next
  *   pHistory   in, out: the host's record of the search
+ * None of the three pointers may be null.
  * -502 unknown request; nothing is written.
  */
 JTI_EXPORT int pll_GetNextFrequency(bool status, coord_t lastFreq, uint32_t request,

@@ -1,5 +1,9 @@
 #include "sys/letter_case.h"
 
+#include "support/foreign_locale.h"
+#include "sys/compare.h"
+#include "sys/strheap.h"
+
 #include <cctype>
 #include <gtest/gtest.h>
 
@@ -30,6 +34,23 @@ TEST(LetterCase, AgreesWithTheLibraryOnEveryByte) {
         sys_Str0ToLower(text);
         EXPECT_EQ(static_cast<unsigned char>(text[0]), std::tolower(byte)) << byte;
     }
+}
+
+TEST(LetterCase, FollowsTheLocaleInBytesAbove127) {
+    const test_support::ForeignLocale german;
+    if (!german.is_set()) {
+        GTEST_SKIP() << "no locale sources on this machine";
+    }
+    char text[] = "\xE4x\xF6";
+    EXPECT_STREQ(sys_Str0ToUpper(text), "\xC4X\xD6");
+    EXPECT_EQ(sys_Str0SinglCmpInsStr("\xE4", "\xC4"), 0);
+    EXPECT_EQ(sys_Str0SinglCmpInsStr("\xE4", "\xD6"), -1);
+    strheap_t heap = sys_StrHeapInit(10);
+    sys_StrHeapCopyStr(&heap, "\xE4");
+    EXPECT_FALSE(sys_StrHeapCmpStr(&heap, "\xC4", false, true));
+    EXPECT_TRUE(sys_StrHeapCmpStr(&heap, "\xC4", false, false));
+    sys_StrHeapFree(&heap);
+    EXPECT_STREQ(sys_Str0ToLower(text), "\xE4x\xF6");
 }
 
 } // namespace
