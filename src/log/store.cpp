@@ -47,7 +47,7 @@ int append(LOG_HANDLE handle, const uint32_t (&words)[count]) {
 
 // The controller kinds list the hardware build of a controller before its software model, the log's
 // keys the model first: each pair is crossed.
-constexpr VexilResetLogIndex controller_keys[] = {
+constexpr uint32_t controller_keys[] = {
     RSTLOG_CONTROL_PROTOTYPE_TBC, // eJTI_CONTROL_ID_OBSOLETE
     RSTLOG_CONTROL_TBC,           // eJTI_CONTROL_ID_TBC
     RSTLOG_CONTROL_EXL,           // eJTI_CONTROL_ID_EXL
@@ -185,6 +185,6 @@ int zdl_LogFileXlatVersion(JTI_ControlId tbcVersion, uint32_t* pLogEntry) {
         return eJTI_ERROR_BAD_ARGUMENT;
     }
     const bool known = tbcVersion >= 0 && tbcVersion < eJTI_CONTROL_ID_INVALID_LAST;
-    *pLogEntry = known ? controller_keys[tbcVersion] : RSTLOG_CONTROL_UNKNOWN;
+    *pLogEntry = known ? controller_keys[tbcVersion] : uint32_t{RSTLOG_CONTROL_UNKNOWN};
     return eJTI_ERROR_NONE;
 }

@@ -108,8 +108,8 @@ std::optional<__int128> model(const std::string& text) {
     const bool negative = text[at] == '-';
     at += text[at] == '-' || text[at] == '+' ? 1 : 0;
     const auto digit = [&](size_t place, int base) {
-        const size_t found =
-            place < text.size() ? std::string("0123456789abcdef").find(text[place]) : base;
+        const size_t found = place < text.size() ? std::string("0123456789abcdef").find(text[place])
+                                                 : std::string::npos;
         return found < static_cast<size_t>(base) ? static_cast<int>(found) : -1;
     };
     int base = 10;
