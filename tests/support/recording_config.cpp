@@ -83,9 +83,13 @@ void RecordingConfig::set_raw(const std::string& key, const char* text, uint32_t
 }
 
 void RecordingConfig::remove(const std::string& key) {
+    set_absent_answer(key, "", 0);
+}
+
+void RecordingConfig::set_absent_answer(const std::string& key, const char* text, uint32_t length) {
     Entry& entry = entry_of(key);
-    entry.text = "";
-    entry.length = 0;
+    entry.text = text;
+    entry.length = length;
     entry.found = false;
 }
 

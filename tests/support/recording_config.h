@@ -48,6 +48,8 @@ public:
     // Gives the key a text whose counted length is not its own. `text` may be null and must live.
     void set_raw(const std::string& key, const char* text, uint32_t length);
     void remove(const std::string& key);
+    // Takes the key away, and answers reads of it with this text: a host that keeps a default.
+    void set_absent_answer(const std::string& key, const char* text, uint32_t length);
 
     // No global context. Or one with the invalid id.
     void lack_global() { global_found_ = false; }
