@@ -117,7 +117,9 @@ Result<std::unique_ptr<Proxy>> Proxy::start(std::vector<Pod> pods, Options optio
     }
     std::unique_ptr<Proxy> proxy(new Proxy(std::move(state)));
     for (std::size_t i = 0; i < proxy->state_->pods.size(); ++i) {
-        proxy->plug(i);
+        if (proxy->state_->pods[i].plugged) {
+            proxy->plug(i);
+        }
     }
     return proxy;
 }

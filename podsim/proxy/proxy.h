@@ -21,6 +21,7 @@ struct Options {
 struct Pod {
     PodRecord record;
     Backend* backend;
+    bool plugged = true; // in the device table from the start
 };
 
 // Owns the pod channel of this machine from start() until it goes away. It removes every object

@@ -1,0 +1,213 @@
+#include "podsim/pod/simulated_pod.h"
+
+#include "podsim/batch/notation.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace podsim::pod {
+namespace {
+
+batch::Outcome failed(std::string reason) {
+    return {0, batch::Failure{0, std::move(reason)}};
+}
+
+std::string hexadecimal(std::span<const std::uint16_t> words) {
+    constexpr std::string_view digits = "0123456789abcdef";
+    std::string text;
+    for (const std::uint16_t word : words) {
+        text += ' ';
+        for (int shift = 12; shift >= 0; shift -= 4) {
+            text += digits[(word >> shift) & 0xFU];
+        }
+    }
+    return text;
+}
+
+} // namespace
+
+SimulatedPod::SimulatedPod(const Settings& settings, std::unique_ptr<Target> target, Log& log)
+    : settings_(settings), target_(std::move(target)), log_(log),
+      controller_(settings.controller, *target_, [this](std::string_view text) {
+          ++warnings_;
+          say(std::string("warning: ").append(text));
+      }) {}
+
+void SimulatedPod::say(std::string_view text) {
+    log_.write("pod " + std::to_string(settings_.serial) + ": " + std::string(text));
+}
+
+void SimulatedPod::note(std::string_view text) {
+    say(text);
+}
+
+void SimulatedPod::attach() {
+    const std::scoped_lock lock(mutex_);
+    if (attached_) {
+        say("a host attaches, and the one before it never detached");
+    }
+    attached_ = true;
+    controller_.attach();
+}
+
+void SimulatedPod::detach() {
+    const std::scoped_lock lock(mutex_);
+    attached_ = false;
+}
+
+Status SimulatedPod::write_support(std::uint16_t value) {
+    const std::scoped_lock lock(mutex_);
+    if (!troubles_.plugged) {
+        return Status::failure("the pod is unplugged");
+    }
+    if (troubles_.refuse > 0) {
+        --troubles_.refuse;
+        say("support-register write refused on request");
+        return Status::failure("refused on request");
+    }
+    Status status = controller_.write_support(value);
+    if (status.failed()) {
+        say("support-register write failed: " + status.reason());
+    }
+    if (flush_trace_) {
+        flush_trace_();
+    }
+    return status;
+}
+
+void SimulatedPod::schedule(std::uint64_t number, std::function<void()> action) {
+    // Before those of the same number, which were given earlier: the vector is read from its end.
+    const auto place = std::find_if(scheduled_.begin(), scheduled_.end(),
+                                    [=](const Scheduled& other) { return other.number <= number; });
+    scheduled_.insert(place, {number, std::move(action)});
+}
+
+void SimulatedPod::observe(EdgeObserver& observer, std::function<void()> flush) {
+    controller_.observe(&observer);
+    flush_trace_ = std::move(flush);
+}
+
+void SimulatedPod::run_scheduled() {
+    while (!scheduled_.empty() && scheduled_.back().number <= batches_) {
+        const std::function<void()> action = std::move(scheduled_.back().action);
+        scheduled_.pop_back();
+        action();
+    }
+}
+
+void SimulatedPod::wait_latency() {
+    const std::chrono::microseconds latency(latency_us_.load(std::memory_order_relaxed));
+    if (latency.count() > 0) {
+        std::unique_lock lock(sleep_mutex_);
+        woken_.wait_for(lock, latency, [this] { return stop_.load(); });
+    }
+}
+
+batch::Outcome SimulatedPod::execute(const batch::Batch& batch, std::span<std::uint16_t> in) {
+    ++batches_;
+    run_scheduled();
+    wait_latency();
+    const std::scoped_lock lock(mutex_);
+    batch::Outcome outcome = execute_locked(batch, in);
+    if (settings_.log_batches) {
+        log_batch(batch, outcome, in);
+    }
+    if (outcome.failure) {
+        ++failed_batches_;
+        log_failure(batch, *outcome.failure);
+    }
+    if (flush_trace_) {
+        flush_trace_();
+    }
+    return outcome;
+}
+
+batch::Outcome SimulatedPod::execute_locked(const batch::Batch& batch,
+                                            std::span<std::uint16_t> in) {
+    if (!troubles_.plugged) {
+        return failed("the pod is unplugged");
+    }
+    if (troubles_.fail > 0) {
+        --troubles_.fail;
+        return failed("failed on request");
+    }
+    return batch::execute(batch, in, controller_, stop_);
+}
+
+void SimulatedPod::request_stop() {
+    controller_.request_stop();
+    {
+        const std::scoped_lock lock(sleep_mutex_);
+        stop_ = true;
+    }
+    woken_.notify_all();
+    if (on_stop_) {
+        on_stop_();
+    }
+}
+
+Status SimulatedPod::change(const std::function<void(Faults&, Troubles&)>& change) {
+    const std::unique_lock lock(mutex_, patience());
+    if (!lock.owns_lock()) {
+        return Status::failure("pod " + std::to_string(settings_.serial) +
+                               " is in the middle of a batch; try again");
+    }
+    Faults faults = controller_.faults();
+    change(faults, troubles_);
+    latency_us_ = troubles_.latency_us;
+    Status status = controller_.set_faults(faults);
+    if (flush_trace_) {
+        flush_trace_();
+    }
+    return status;
+}
+
+Result<Report> SimulatedPod::report() {
+    const std::unique_lock lock(mutex_, patience());
+    if (!lock.owns_lock()) {
+        return Status::failure("pod " + std::to_string(settings_.serial) +
+                               " is in the middle of a batch; try again");
+    }
+    return Report{.serial = settings_.serial,
+                  .revision = settings_.controller.revision,
+                  .kind = settings_.controller.kind,
+                  .faults = controller_.faults(),
+                  .troubles = troubles_,
+                  .attached = attached_,
+                  .batches = batches_,
+                  .failed_batches = failed_batches_,
+                  .warnings = warnings_,
+                  .tap_state = controller_.tap_state(),
+                  .time_ns = controller_.time_ns(),
+                  .tck_hz = controller_.tck_hz(),
+                  .busy = controller_.busy(),
+                  .condition_latch = controller_.condition_latch(),
+                  .target_reset = controller_.target_reset()};
+}
+
+void SimulatedPod::log_batch(const batch::Batch& batch, const batch::Outcome& outcome,
+                             std::span<const std::uint16_t> in) {
+    std::string text = "pod " + std::to_string(settings_.serial) + ": batch " +
+                       std::to_string(batches_) + ", " + std::to_string(batch.head.length_words) +
+                       " words, status " + std::to_string(batch::status_of(outcome));
+    for (const std::string& line : notation::lines(batch.words)) {
+        text.append("\n  ").append(line);
+    }
+    if (outcome.reads > 0) {
+        text.append("\n  results").append(hexadecimal(in.first(outcome.reads)));
+    }
+    log_.write(text);
+}
+
+void SimulatedPod::log_failure(const batch::Batch& batch, const batch::Failure& failure) {
+    std::string text = "batch " + std::to_string(batches_) + " failed";
+    if (failure.index > 0 && failure.index < batch.words.size()) {
+        text.append(" at word ").append(std::to_string(failure.index));
+        text.append(" (")
+            .append(notation::text(notation::item_at(batch.words, failure.index)))
+            .append(")");
+    }
+    say(text.append(": ").append(failure.reason));
+}
+
+} // namespace podsim::pod
