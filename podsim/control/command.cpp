@@ -1,0 +1,173 @@
+#include "podsim/control/command.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <fmt/format.h>
+#include <span>
+#include <vector>
+
+namespace podsim::control {
+namespace {
+
+using Words = std::span<const std::string_view>;
+
+struct Grammar {
+    std::string_view word;
+    Verb verb;
+    std::string_view off; // the argument for off, low
+    std::string_view on;  // the argument for on, high
+};
+
+constexpr std::array<Grammar, 4> switches{{
+    {"power", Verb::Power, "off", "on"},
+    {"clock", Verb::Clock, "off", "on"},
+    {"emu0", Verb::Emu0, "low", "high"},
+    {"emu1", Verb::Emu1, "low", "high"},
+}};
+
+struct Counted {
+    std::string_view word;
+    Verb verb;
+    std::uint32_t limit;
+};
+
+constexpr std::array<Counted, 3> counted{{
+    {"fail", Verb::Fail, UINT32_MAX},
+    {"refuse", Verb::Refuse, UINT32_MAX},
+    {"latency", Verb::Latency, max_latency_us},
+}};
+
+struct Fault {
+    std::string_view word;
+    LoopFault fault;
+};
+
+constexpr std::array<Fault, 6> faults{{
+    {"ok", LoopFault::None},
+    {"high-ff", LoopFault::HighOnes},
+    {"low-ff", LoopFault::LowOnes},
+    {"high-00", LoopFault::HighZeros},
+    {"low-00", LoopFault::LowZeros},
+    {"corrupt", LoopFault::Corrupt},
+}};
+
+std::vector<std::string_view> split(std::string_view line) {
+    constexpr std::string_view blanks = " \t\r";
+    std::vector<std::string_view> words;
+    for (std::size_t at = line.find_first_not_of(blanks); at != std::string_view::npos;
+         at = line.find_first_not_of(blanks, at)) {
+        const std::size_t end = std::min(line.find_first_of(blanks, at), line.size());
+        words.push_back(line.substr(at, end - at));
+        at = end;
+    }
+    return words;
+}
+
+std::optional<std::uint32_t> number(std::string_view text, std::uint32_t limit) {
+    std::uint32_t value{};
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc{} || end != text.data() + text.size() || value > limit) {
+        return std::nullopt;
+    }
+    return value;
+}
+
+Status wrong_argument(Words words, const std::string& expected) {
+    const std::string found =
+        words.size() > 1 ? fmt::format("not '{}'", words[1]) : "and nothing came";
+    return Status::failure(fmt::format("{} takes {}, {}", words[0], expected, found));
+}
+
+Result<Command> parse_switch(const Grammar& grammar, Words words) {
+    Command command{.verb = grammar.verb};
+    if (words.size() > 1 && (words[1] == grammar.on || words[1] == grammar.off)) {
+        command.on = words[1] == grammar.on;
+        return command;
+    }
+    return wrong_argument(words, fmt::format("{} or {}", grammar.off, grammar.on));
+}
+
+Result<Command> parse_counted(const Counted& grammar, Words words) {
+    const auto value = words.size() > 1 ? number(words[1], grammar.limit) : std::nullopt;
+    if (!value) {
+        return wrong_argument(words, fmt::format("a number from 0 to {}", grammar.limit));
+    }
+    return Command{.verb = grammar.verb, .number = *value};
+}
+
+Result<Command> parse_loopback(Words words) {
+    for (const Fault& fault : faults) {
+        if (words.size() > 1 && words[1] == fault.word) {
+            return Command{.verb = Verb::Loopback, .fault = fault.fault};
+        }
+    }
+    return wrong_argument(words, "ok, high-ff, low-ff, high-00, low-00 or corrupt");
+}
+
+// Every verb with its arguments; how many words there are is checked by the caller.
+Result<Command> parse_verb(Words words) {
+    for (const Grammar& grammar : switches) {
+        if (words[0] == grammar.word) {
+            return parse_switch(grammar, words);
+        }
+    }
+    for (const Counted& grammar : counted) {
+        if (words[0] == grammar.word) {
+            return parse_counted(grammar, words);
+        }
+    }
+    if (words[0] == "loopback") {
+        return parse_loopback(words);
+    }
+    if (words[0] == "plug" || words[0] == "unplug") {
+        return Command{.verb = Verb::Plug, .on = words[0] == "plug"};
+    }
+    if (words[0] == "status") {
+        return Command{.verb = Verb::Status};
+    }
+    return Status::failure(
+        fmt::format("unknown command '{}': expected power, clock, emu0, emu1, fail, refuse, "
+                    "latency, loopback, unplug, plug or status",
+                    words[0]));
+}
+
+bool takes_argument(Verb verb) {
+    return verb != Verb::Plug && verb != Verb::Status;
+}
+
+} // namespace
+
+Result<Command> parse(std::string_view line) {
+    const std::vector<std::string_view> all = split(line);
+    Words words(all);
+    std::optional<std::uint32_t> serial;
+    if (!words.empty() && words[0] == "pod") {
+        serial = words.size() > 1 ? number(words[1], UINT32_MAX) : std::nullopt;
+        if (!serial) {
+            return wrong_argument(words, "a serial number");
+        }
+        words = words.subspan(2);
+    }
+    if (words.empty()) {
+        return Status::failure("a command is missing");
+    }
+    auto command = parse_verb(words);
+    if (command.failed()) {
+        return command;
+    }
+    const std::size_t taken = takes_argument(command.value().verb) ? 2 : 1;
+    if (words.size() > taken) {
+        return Status::failure(fmt::format("'{}' is too much after {}", words[taken], words[0]));
+    }
+    command.value().serial = serial;
+    return command;
+}
+
+std::string_view name_of(LoopFault fault) {
+    return std::find_if(faults.begin(), faults.end(),
+                        [=](const Fault& known) { return known.fault == fault; })
+        ->word;
+}
+
+} // namespace podsim::control
