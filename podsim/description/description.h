@@ -1,0 +1,45 @@
+// The description file: which pods there are, what stands behind them, in TOML.
+#pragma once
+
+#include "podsim/base/result.h"
+#include "podsim/control/command.h"
+#include "podsim/model/chain_description.h"
+#include "podsim/model/controller.h"
+
+#include <chrono>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <variant>
+#include <vector>
+
+namespace podsim::description {
+
+// A program that serves the remote_bitbang protocol.
+struct External {
+    std::string address;                      // "host:port", "port" or "/path" of a UNIX socket
+    bool send_resets = false;                 // send r, s, t and u for TRSTn and system reset
+    std::chrono::milliseconds patience{5000}; // longest wait for an answer
+    bool operator==(const External&) const = default;
+};
+
+struct Pod {
+    std::uint32_t serial{};
+    ControllerSettings controller;
+    std::vector<control::Command> faults; // at start, in order
+    std::variant<ChainDescription, External> target;
+};
+
+struct Description {
+    std::vector<Pod> pods; // at least one
+};
+
+// Reads a description. The reason of a failure is one line: file, line, key, what was expected.
+// `name` stands for the file in it.
+Result<Description> parse(std::string_view text, const std::string& name);
+// Reads the file `path`.
+Result<Description> read(const std::string& path);
+// The description that is used without a file: a single pod with a single TAP.
+Description built_in();
+
+} // namespace podsim::description
