@@ -1,0 +1,178 @@
+#include "podsim/trace/vcd_writer.h"
+
+#include "podsim/base/system_error.h"
+
+#include <array>
+#include <fmt/compile.h>
+#include <fmt/format.h>
+
+namespace podsim::trace {
+namespace {
+
+// One printable character names each signal in the dump.
+constexpr std::string_view codes = "!\"#$%&'(";
+constexpr char state_code = ')';
+constexpr char name_code = '*';
+constexpr std::array<std::string_view, 8> names{"tck",   "tms",  "tdi",  "tdo",
+                                                "trstn", "emu0", "emu1", "treset"};
+constexpr unsigned state_bits = 4;
+constexpr std::size_t piece_bytes = std::size_t{1} << 16;
+
+char level_of(bool high) {
+    return high ? '1' : '0';
+}
+
+} // namespace
+
+Result<std::unique_ptr<VcdWriter>> VcdWriter::open(const std::string& path, std::string_view scope,
+                                                   Limits limits, Log& log) {
+    std::FILE* file = std::fopen(path.c_str(), "we");
+    if (file == nullptr) {
+        return system_failure("writing the trace " + path);
+    }
+    std::unique_ptr<VcdWriter> writer(new VcdWriter(file, path, limits, log));
+    writer->header(scope);
+    writer->flush();
+    return writer;
+}
+
+VcdWriter::~VcdWriter() {
+    if (!ended_ && fall_due_) {
+        advance(fall_ns_);
+    }
+    flush();
+    std::fclose(file_);
+}
+
+void VcdWriter::header(std::string_view scope) {
+    out_ += "$version talvor-podsim $end\n$timescale 1 ns $end\n";
+    out_ += fmt::format("$scope module {} $end\n", scope);
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        out_ += fmt::format("$var wire 1 {} {} $end\n", codes[i], names[i]);
+    }
+    out_ += fmt::format("$var reg {} {} tap_state $end\n", state_bits, state_code);
+    out_ += fmt::format("$var string 1 {} tap_state_name $end\n", name_code);
+    out_ += "$upscope $end\n$enddefinitions $end\n#0\n$dumpvars\n";
+    for (std::size_t i = 0; i < names.size(); ++i) {
+        out_ += {levels_[i], codes[i], '\n'};
+    }
+    put_state(state_);
+    out_ += "$end\n";
+}
+
+void VcdWriter::put_state(TapState state) {
+    out_ += 'b';
+    for (unsigned i = state_bits; i-- > 0;) {
+        out_ += level_of(((index_of(state) >> i) & 1U) != 0);
+    }
+    out_ += {' ', state_code, '\n', 's'};
+    out_ += name_of(state);
+    out_ += {' ', name_code, '\n'};
+}
+
+// Moves on to a time; the falling edge that was due before it comes first.
+void VcdWriter::advance(std::uint64_t time_ns) {
+    if (fall_due_ && fall_ns_ <= time_ns) {
+        fall_due_ = false;
+        advance(fall_ns_);
+        set(Tck, '0');
+    }
+    if (time_ns > time_ns_) {
+        time_ns_ = time_ns;
+        out_ += fmt::format(FMT_COMPILE("#{}\n"), time_ns);
+    }
+}
+
+void VcdWriter::set(Signal signal, char level) {
+    if (levels_[signal] != level) {
+        levels_[signal] = level;
+        out_ += {level, codes[signal], '\n'};
+    }
+}
+
+void VcdWriter::set_state(TapState state) {
+    if (state_ != state) {
+        state_ = state;
+        put_state(state);
+    }
+}
+
+void VcdWriter::edges(const EdgeRun& run) {
+    TapState state = run.from;
+    for (std::uint64_t i = 0; i < run.count && !ended_; ++i) {
+        const std::uint64_t start = run.start_ns + i * run.period_ns;
+        const bool tms = run.tms_at(i);
+        advance(start);
+        set_state(state);
+        set(Tms, level_of(tms));
+        set(Tdi, level_of(run.tdi_at(i)));
+        set(Tdo, !is_shift(state) ? 'z' : run.tdo.empty() ? 'x' : level_of(run.tdo_at(i)));
+        advance(start + run.period_ns / 2);
+        set(Tck, '1');
+        state = next_state(state, tms);
+        set_state(state);
+        fall_ns_ = start + run.period_ns;
+        fall_due_ = true;
+        ++clocks_;
+        if (limits_.clocks > 0 && clocks_ >= limits_.clocks) {
+            end(fmt::format("{} test clocks", limits_.clocks));
+        } else if (out_.size() >= piece_bytes) {
+            write_out();
+        }
+    }
+}
+
+void VcdWriter::trst(std::uint64_t time_ns, bool level) {
+    if (!ended_) {
+        advance(time_ns);
+        set(Trstn, level_of(level));
+        if (!level) {
+            set(Tdo, 'z');
+            set_state(TapState::TestLogicReset);
+        }
+    }
+}
+
+void VcdWriter::target_reset(std::uint64_t time_ns, bool asserted) {
+    if (!ended_) {
+        advance(time_ns);
+        set(Treset, level_of(asserted));
+    }
+}
+
+void VcdWriter::emu(std::uint64_t time_ns, EmuPins levels) {
+    if (!ended_) {
+        advance(time_ns);
+        set(Emu0, level_of(levels.emu0));
+        set(Emu1, level_of(levels.emu1));
+    }
+}
+
+void VcdWriter::end(const std::string& why) {
+    ended_ = true;
+    out_ += fmt::format("$comment The trace ends here: {}. $end\n", why);
+    log_.write(fmt::format("the trace {} ends: {}", path_, why));
+}
+
+// The bytes so far go to the file, as far as the limit allows: whole lines only.
+void VcdWriter::write_out() {
+    if (limits_.bytes > 0 && written_ + out_.size() > limits_.bytes && !ended_) {
+        const std::uint64_t room = limits_.bytes > written_ ? limits_.bytes - written_ : 0;
+        const std::size_t end_of_line = room == 0 ? std::string::npos : out_.rfind('\n', room - 1);
+        out_.resize(end_of_line == std::string::npos ? 0 : end_of_line + 1);
+        end(fmt::format("{} bytes", limits_.bytes));
+    }
+    if (std::fwrite(out_.data(), 1, out_.size(), file_) != out_.size() && !ended_) {
+        ended_ = true;
+        log_.write(fmt::format("the trace {} ends: it cannot be written", path_));
+    }
+    written_ += out_.size();
+    out_.clear();
+}
+
+void VcdWriter::flush() {
+    write_out();
+    std::fflush(file_);
+}
+
+} // namespace podsim::trace
