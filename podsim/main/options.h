@@ -1,0 +1,44 @@
+// The command line.
+#pragma once
+
+#include "podsim/main/station.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace podsim {
+
+// What the command line asks for.
+struct Options {
+    enum class Action {
+        Serve,  // run the simulator
+        Ask,    // send a command to a running one
+        Finish, // everything is said already: exit with `status`
+    };
+    Action action = Action::Finish;
+    int status = 0;
+
+    // Serve.
+    std::string description; // file; empty: the built-in one
+    std::string script;      // file; empty: none
+    std::string control;     // socket; empty: none (Ask: the socket to ask at)
+    std::string log_file;    // empty: the standard error stream
+    std::string ready_file;  // empty: none
+    int ready_fd = -1;       // -1: none
+    StationOptions station;
+    bool is_private = false;
+    std::vector<std::string> command; // with is_private: what to run
+
+    // Ask.
+    std::string question;
+};
+
+// Parses the command line. Prints help, version and errors itself. Exit status 2 stands for a
+// command line that is wrong.
+Options parse_command_line(int argc, char** argv);
+
+// Environment variable with the control socket for `ctl` and for a command run by --private.
+inline constexpr const char* control_variable = "TALVOR_PODSIM_CONTROL";
+
+} // namespace podsim

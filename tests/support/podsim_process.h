@@ -1,0 +1,56 @@
+// The simulator as a process of its own, in the test's /dev/shm, for as long as a test needs it.
+//
+// A test program that uses this names the simulator among its build dependencies:
+// add_dependencies(<test> talvor-podsim).
+#pragma once
+
+#include <string>
+#include <sys/types.h>
+#include <vector>
+
+namespace test_support {
+
+// Path of a program built beside the running test program, as in "talvor-podsim".
+std::string built_program(const std::string& name);
+
+// What a program did.
+struct ProgramResult {
+    int status = -1;    // exit status, or 128 plus the number of the signal that ended it
+    std::string output; // its standard output
+    std::string errors; // its standard error
+};
+
+// Runs a program to its end; the first argument is its path.
+ProgramResult run_program(const std::vector<std::string>& arguments);
+
+class PodsimProcess {
+public:
+    // Starts the simulator with a description (TOML text; empty: the built-in single pod) and more
+    // arguments, and waits until the pods are served. When it does not come to that, the test
+    // fails with the simulator's words, and running() is false.
+    explicit PodsimProcess(const std::string& description = "",
+                           std::vector<std::string> arguments = {});
+    PodsimProcess(const PodsimProcess&) = delete;
+    PodsimProcess& operator=(const PodsimProcess&) = delete;
+    // Stops it, and removes its files.
+    ~PodsimProcess();
+
+    bool running() const { return pid_ > 0; }
+    pid_t pid() const { return pid_; }
+    // Sends a fault command; the answer: "ok", the status as JSON, or "error: REASON".
+    std::string ctl(const std::string& command) const;
+    // Everything on its log so far (warnings, failed batches; with --log each batch).
+    std::string log() const;
+    // A directory of this process's own that goes away with it.
+    const std::string& directory() const { return directory_; }
+    // Ends it with SIGTERM (or another signal) and waits; the exit status, or 128 plus the number
+    // of the signal that killed it. -1 when it was not running.
+    int stop();
+    int stop(int signal);
+
+private:
+    std::string directory_;
+    pid_t pid_ = -1;
+};
+
+} // namespace test_support
