@@ -94,14 +94,6 @@ void Chain::reset() {
     }
 }
 
-std::uint64_t Chain::shift_word(std::uint64_t tdi, unsigned count) {
-    const std::uint64_t mask = low_mask(count);
-    ring_.write(head_ + length_, tdi & mask, count);
-    const std::uint64_t tdo = ring_.read(head_) & mask;
-    head_ += count;
-    return tdo;
-}
-
 // Updates and the reset happen on the falling edge of TCK in the state (IEEE 1149.1, 6.1): nothing
 // can come between that and entering it.
 void Chain::enter(TapState next) {

@@ -45,7 +45,13 @@ private:
     void reset();
     void shift_astray(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
                       std::uint64_t count, bool leave);
-    std::uint64_t shift_word(std::uint64_t tdi, unsigned count);
+    std::uint64_t shift_word(std::uint64_t tdi, unsigned count) {
+        const std::uint64_t mask = low_mask(count);
+        ring_.write(head_ + length_, tdi & mask, count);
+        const std::uint64_t tdo = ring_.read(head_) & mask;
+        head_ += count;
+        return tdo;
+    }
     void append(std::span<const std::uint64_t> bits, std::uint64_t count);
     void take(std::span<std::uint64_t> bits, std::uint64_t count, std::uint64_t& position) const;
 

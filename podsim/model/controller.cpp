@@ -1,7 +1,5 @@
 #include "podsim/model/controller.h"
 
-#include "shm_structs.h"
-
 #include <algorithm>
 #include <string>
 #include <utility>
@@ -95,8 +93,8 @@ Controller::Controller(const ControllerSettings& settings, Target& target, Warni
 
 // ---- writes -----------------------------------------------------------------------------------
 
-Status Controller::write(std::uint16_t port, std::uint16_t value) {
-    if (port == TBC_PORT_SEND) [[likely]] {
+Status Controller::write_other(std::uint16_t port, std::uint16_t value) {
+    if (port == TBC_PORT_SEND) {
         return write_send(value);
     }
     if (port >= TBC_EXTENDED_PORTS) {
@@ -106,6 +104,9 @@ Status Controller::write(std::uint16_t port, std::uint16_t value) {
         warn("write of register " + std::to_string(port) + " dropped: it is " +
              (is_read_only(port) ? "read-only" : "not there on this kind of controller"));
         return {};
+    }
+    if (Status status = engine_.sync(); status.failed()) {
+        return status;
     }
     if (Status status = write_register(port, value); status.failed()) {
         return status;
@@ -231,8 +232,8 @@ Status Controller::reset() {
 
 // ---- reads ------------------------------------------------------------------------------------
 
-ReadResult Controller::read(std::uint16_t port) {
-    if (port == TBC_PORT_RECEIVE) [[likely]] {
+ReadResult Controller::read_other(std::uint16_t port) {
+    if (port == TBC_PORT_RECEIVE) {
         return read_receive();
     }
     if (port >= TBC_EXTENDED_PORTS) {
@@ -243,6 +244,9 @@ ReadResult Controller::read(std::uint16_t port) {
         warn("read of register " + std::to_string(port) +
              ", which is not there on this kind of controller");
         return {kOpenPath, {}};
+    }
+    if (Status status = engine_.sync(); status.failed()) {
+        return {0, std::move(status)};
     }
     if (port == TBC_PORT_STATUS1) {
         look_at_emu_pins();
@@ -404,10 +408,7 @@ Status Controller::run_to_end() {
     return status;
 }
 
-Status Controller::wait(std::uint16_t word) {
-    if (stop_.load(std::memory_order_relaxed)) {
-        return Status::failure("the simulator is stopping");
-    }
+Status Controller::wait_other(std::uint16_t word) {
     switch (word) {
     case SHM_WAIT_READ_ONE:
     case SHM_WAIT_READ_MANY: {
@@ -469,7 +470,7 @@ ReadResult Controller::read_receive() {
     if (loop_.active()) {
         return {loop_.receive(faults_.loopback), {}};
     }
-    if (announced_ == 0) {
+    if (announced_ == 0 || engine_.received() == 0) {
         const bool nothing_to_come =
             engine_.received() == 0 && !(engine_.busy() && engine_.receives());
         if (nothing_to_come) {
@@ -487,13 +488,16 @@ ReadResult Controller::read_receive() {
         announced_ = 1;
     }
     --announced_;
-    return {engine_.receive(), {}};
+    return engine_.receive();
 }
 
 Status Controller::settle() {
-    Status status;
-    if (const std::uint64_t words = engine_.runnable(); words != 0) {
+    Status status = engine_.sync();
+    if (const std::uint64_t words = engine_.runnable(); !status.failed() && words != 0) {
         status = engine_.run(words);
+        if (!status.failed()) {
+            status = engine_.sync();
+        }
     }
     announced_ = engine_.received();
     look_at_emu_pins();
@@ -502,10 +506,12 @@ Status Controller::settle() {
 
 // ---- the pod around the controller ------------------------------------------------------------
 
-void Controller::attach() {
+Status Controller::attach() {
+    Status status = engine_.sync();
     engine_.abandon();
     engine_.empty_buffers();
     announced_ = 0;
+    return status;
 }
 
 // Modelling decision: asserting the target reset resets the controller as well. The host counts on
@@ -518,6 +524,9 @@ Status Controller::write_support(std::uint16_t value) {
     if (was == is) {
         return {};
     }
+    if (Status status = engine_.sync(); status.failed()) {
+        return status;
+    }
     if (Status status = bus_.set_target_reset(is); status.failed()) {
         return status;
     }
@@ -525,6 +534,7 @@ Status Controller::write_support(std::uint16_t value) {
 }
 
 Status Controller::set_faults(const Faults& faults) {
+    Status synced = engine_.sync();
     faults_ = faults;
     bus_.set_clock_present(faults.clock);
     if (!faults.power) {
@@ -532,7 +542,7 @@ Status Controller::set_faults(const Faults& faults) {
     }
     Status status = bus_.set_power(faults.power);
     look_at_emu_pins();
-    return status;
+    return synced.failed() ? std::move(synced) : std::move(status);
 }
 
 EmuPins Controller::emu_levels() const {
@@ -554,6 +564,7 @@ void Controller::look_at_emu_pins() {
 
 void Controller::observe(EdgeObserver* observer) {
     bus_.observe(observer);
+    engine_.set_prompt(observer != nullptr);
 }
 
 Status Controller::mistake(std::string text) const {

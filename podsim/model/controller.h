@@ -10,6 +10,7 @@
 #include "podsim/model/test_bus.h"
 
 #include "jti_typedef.h"
+#include "shm_structs.h"
 #include "tbc_registers.h"
 
 #include <array>
@@ -55,18 +56,38 @@ public:
     Controller(const ControllerSettings& settings, Target& target, WarningSink warn = {});
 
     // Writes a register. `port` is 0 to 31.
-    Status write(std::uint16_t port, std::uint16_t value);
+    Status write(std::uint16_t port, std::uint16_t value) {
+        if (port == TBC_PORT_SEND && !loop_.active() && engine_.wants_word() &&
+            engine_.sendable() != 0) {
+            engine_.send(value);
+            return {};
+        }
+        return write_other(port, value);
+    }
     // Reads a register. `port` is 0 to 31.
-    ReadResult read(std::uint16_t port);
+    ReadResult read(std::uint16_t port) {
+        if (port == TBC_PORT_RECEIVE && announced_ != 0 && engine_.received() != 0 &&
+            !loop_.active()) {
+            --announced_;
+            return engine_.receive();
+        }
+        return read_other(port);
+    }
     // Carries out a wait word (0x8012, 0x8412, 0x8812, 0x8C12, 0x9011); fails for any other word,
     // and for a condition that cannot come true.
-    Status wait(std::uint16_t word);
+    Status wait(std::uint16_t word) {
+        if (word == SHM_WAIT_READ_ONE && engine_.received() != 0 && !loop_.active()) {
+            announced_ = announced_ != 0 ? announced_ : 1;
+            return {};
+        }
+        return wait_other(word);
+    }
     // At the end of each batch: the operation in progress runs on as far as its data allows.
     Status settle();
 
     // A host attaches: what an earlier host left half done (an operation in progress, buffered
     // words) is abandoned. Registers and TAP state stay.
-    void attach();
+    Status attach();
     // Command 2: the pod's support register.
     Status write_support(std::uint16_t value);
 
@@ -74,13 +95,14 @@ public:
     Status set_faults(const Faults& faults);
     const Faults& faults() const { return faults_; }
 
-    // At most one observer; null takes it away. It must outlive its time here.
+    // At most one observer; null takes it away. It must outlive its time here. Call it between
+    // batches.
     void observe(EdgeObserver* observer);
-    // From any thread or signal handler: a running or later scan fails soon, and so do later
-    // waits, so that a worker can end in the middle of a batch.
+    // From any thread or signal handler: a running scan fails soon, and every later one, so that a
+    // worker can end in the middle of a batch.
     void request_stop() { stop_.store(true, std::memory_order_relaxed); }
 
-    // For status reports and tests.
+    // For status reports and tests. A scan in progress may be up to four words behind here.
     TapState tap_state() const { return bus_.state(); }
     std::uint64_t time_ns() const { return bus_.time_ns(); }
     std::uint32_t tck_hz() const { return bus_.tck_hz(); }
@@ -92,12 +114,14 @@ public:
 
 private:
     // Writes.
+    Status write_other(std::uint16_t port, std::uint16_t value);
     Status write_register(std::uint16_t port, std::uint16_t value);
     Status write_send(std::uint16_t word);
     Status write_pod_control(std::uint16_t value);
     Status write_control(std::uint16_t value);
     void write_command(std::uint16_t value);
     // Reads.
+    ReadResult read_other(std::uint16_t port);
     ReadResult read_receive();
     std::uint16_t read_register(std::uint16_t port) const;
     std::uint16_t read_status1() const;
@@ -109,6 +133,7 @@ private:
     Status start_scan(std::uint16_t operation);
     Status reset();
     // Data and waits.
+    Status wait_other(std::uint16_t word);
     Status make_received(std::size_t words);
     Status make_room(std::size_t words);
     Status run_to_end();

@@ -23,36 +23,43 @@ constexpr unsigned return_delay(unsigned pipeline, unsigned cable, unsigned late
     return there > link ? there - link : 0;
 }
 
-// A delay line whose length can be chosen anew at any time, as the view of one stream of bits.
+// The bits that TDO has given, as far back as anybody may look. A receiver reads them behind the
+// newest by its delay; the same bits can be read with several delays.
 class ReturnPath {
 public:
-    // Takes `count` (1 to 64) bits of TDO (bits above them must be 0) and gives the `count` bits
-    // that come out at the other end. `delay` is at most kMaxReturnBits.
-    std::uint64_t pass(std::uint64_t tdo, unsigned count, unsigned delay) {
+    // Bits, from the newest on, that can be read.
+    static constexpr std::uint64_t kKeptBits = kMaxReturnBits + 2 * kWordBits;
+
+    // Position behind the newest bit; grows by one with each. Starts at kKeptBits.
+    std::uint64_t position() const { return position_; }
+
+    // Takes the lowest `count` (1 to 64) bits of `tdo`; bits above them must be 0.
+    void push(std::uint64_t tdo, unsigned count) {
         ring_.write(position_, tdo, count);
-        const std::uint64_t out = ring_.read(position_ - delay) & low_mask(count);
         position_ += count;
-        return out;
     }
 
-    // Takes `count` bits of TDO whose other end nobody looks at.
-    void absorb(std::span<const std::uint64_t> tdo, std::uint64_t count) {
-        // Only the last bits can ever be seen again.
-        std::uint64_t first = count > kRingBits ? (count - kRingBits) / kWordBits * kWordBits : 0;
-        for (; first < count; first += kWordBits) {
+    // Takes `count` bits.
+    void push(std::span<const std::uint64_t> tdo, std::uint64_t count) {
+        // Only the last ones can ever be read.
+        std::uint64_t done = count > kKeptBits ? (count - kKeptBits) / kWordBits * kWordBits : 0;
+        for (; done < count; done += kWordBits) {
             const auto bits =
-                static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - first));
-            ring_.write(position_, tdo[first / kWordBits] & low_mask(bits), bits);
-            position_ += bits;
+                static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - done));
+            push(tdo[done / kWordBits] & low_mask(bits), bits);
         }
     }
 
-private:
-    static constexpr std::uint64_t kRingBits = kMaxReturnBits + kWordBits;
+    // Gives the `count` (1 to 64) bits from `first`, which lie before position() and not further
+    // back than kKeptBits.
+    std::uint64_t read(std::uint64_t first, unsigned count) const {
+        return ring_.read(first) & low_mask(count);
+    }
 
+private:
     // Modelling decision: before anything was shifted the line holds ones, as an open TDO reads.
-    BitRing ring_{kRingBits, true};
-    std::uint64_t position_ = kRingBits;
+    BitRing ring_{kKeptBits, true};
+    std::uint64_t position_ = kKeptBits;
 };
 
 } // namespace podsim

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <span>
+#include <utility>
 
 namespace podsim {
 namespace {
@@ -27,13 +28,14 @@ Status stopped() {
 
 Status ScanEngine::move(TmsPath path) {
     if (path.count != 0 && is_shift(bus_.state())) {
+        keep_unread();
         const std::uint64_t tdi = kIdleTdi ? 1 : 0;
         std::uint64_t tdo = 0;
         if (Status status = bus_.shift({&tdi, 1}, {&tdo, 1}, 1, (path.tms & 1) != 0);
             status.failed()) {
             return status;
         }
-        path_.pass(tdo & 1, 1, 0);
+        path_.push(tdo & 1, 1);
         path = {path.tms >> 1, path.count - 1};
     }
     return bus_.move(path);
@@ -44,17 +46,36 @@ Status ScanEngine::move_to_reset() {
 }
 
 Status ScanEngine::start(const Scan& scan) {
+    keep_unread();
     scan_ = scan;
     if (Status status = move(shortest_path(bus_.state(), shift_state())); status.failed()) {
         return status;
     }
     words_left_ = (scan.bits + kDataBits - 1) / kDataBits;
+    read_position_ = path_.position() - scan.return_delay;
+    read_end_ = read_position_ + scan.bits;
     return scan.send || scan.receive ? Status{} : run_fixed();
+}
+
+// Takes what nobody has read out of the return path, before other bits push it away.
+void ScanEngine::keep_unread() {
+    while (unread_ != 0) {
+        const ReadResult result = read_word(); // all of its bits have been clocked
+        earlier_.push(result.word);
+    }
+}
+
+void ScanEngine::abandon() {
+    words_left_ = 0;
+    queued_words_ = 0;
+    sent_.clear();
 }
 
 void ScanEngine::empty_buffers() {
     sent_.clear();
-    received_.clear();
+    earlier_.clear();
+    read_position_ += unread_ * kDataBits;
+    unread_ = 0;
 }
 
 std::uint64_t ScanEngine::runnable() const {
@@ -63,52 +84,69 @@ std::uint64_t ScanEngine::runnable() const {
         words = std::min<std::uint64_t>(words, sent_.size());
     }
     if (scan_.receive) {
-        words = std::min<std::uint64_t>(words, kReceiveDepth - received_.size());
+        words = std::min<std::uint64_t>(words, kReceiveDepth - received());
     }
     return words;
 }
 
 Status ScanEngine::run(std::uint64_t count) {
-    if (stop_.load(std::memory_order_relaxed)) {
+    if (stop_.load(std::memory_order_relaxed)) [[unlikely]] {
         return stopped();
     }
-    return run_words(count);
-}
-
-// Data words, as many as fit into one 64-bit word at a time.
-Status ScanEngine::run_words(std::uint64_t count) {
-    while (count > 0) {
-        const std::uint64_t words = std::min<std::uint64_t>(count, kWordBits / kDataBits);
-        const auto bits =
-            static_cast<unsigned>(std::min<std::uint64_t>(words * kDataBits, scan_.bits));
-        std::uint64_t tdi = scan_.level ? ~std::uint64_t{0} : 0;
-        if (scan_.send) {
-            tdi = 0;
-            for (unsigned i = 0; i < words; ++i) {
-                tdi |= std::uint64_t{sent_.pop()} << (i * kDataBits);
+    constexpr std::uint64_t kDataMask = low_mask(kDataBits);
+    for (; count > 0; --count) {
+        const std::uint64_t word = scan_.send ? sent_.pop() : scan_.level ? kDataMask : 0;
+        queue_ = (queued_words_ == 0 ? 0 : queue_) | word << (queued_words_ * kDataBits);
+        ++queued_words_;
+        unread_ += scan_.receive ? 1 : 0;
+        --words_left_;
+        if (words_left_ == 0) {
+            Status status = clock_queue();
+            return status.failed() ? std::move(status) : finish();
+        }
+        if (queued_words_ == kWordBits / kDataBits) {
+            if (Status status = clock_queue(); status.failed()) {
+                return status;
             }
         }
-        const bool last = words == words_left_;
-        std::uint64_t tdo = 0;
-        if (Status status =
-                bus_.shift({&tdi, 1}, {&tdo, 1}, bits, last && scan_.end != shift_state());
-            status.failed()) {
-            abandon();
-            return status;
-        }
-        std::uint64_t in = path_.pass(tdo & low_mask(bits), bits, scan_.return_delay);
-        for (unsigned i = 0; scan_.receive && i < words; ++i) {
-            received_.push(static_cast<std::uint16_t>(in & 0xFFFF));
-            in >>= kDataBits;
-        }
-        scan_.bits -= bits;
-        words_left_ -= words;
-        count -= words;
-        if (last) {
-            return finish();
+    }
+    return prompt_ ? sync() : Status{};
+}
+
+Status ScanEngine::clock_queue() {
+    const auto bits = static_cast<unsigned>(
+        std::min<std::uint64_t>(std::uint64_t{queued_words_} * kDataBits, scan_.bits));
+    std::uint64_t tdo = 0;
+    if (Status status =
+            bus_.shift({&queue_, 1}, {&tdo, 1}, bits, words_left_ == 0 && !stays_in_shift());
+        status.failed()) {
+        abandon();
+        // Nothing comes of the words that were to be received.
+        unread_ = 0;
+        return status;
+    }
+    path_.push(tdo & low_mask(bits), bits);
+    scan_.bits -= bits;
+    queued_words_ = 0;
+    return {};
+}
+
+ReadResult ScanEngine::receive() {
+    return earlier_.empty() ? read_word() : ReadResult{earlier_.pop(), {}};
+}
+
+ReadResult ScanEngine::read_word() {
+    const auto bits =
+        static_cast<unsigned>(std::min<std::uint64_t>(kDataBits, read_end_ - read_position_));
+    if (read_position_ + bits > path_.position()) {
+        if (Status status = clock_queue(); status.failed()) {
+            return {0, std::move(status)};
         }
     }
-    return {};
+    const auto word = static_cast<std::uint16_t>(path_.read(read_position_, bits));
+    read_position_ += bits;
+    --unread_;
+    return {word, {}};
 }
 
 // A constant level, by large blocks.
@@ -120,14 +158,14 @@ Status ScanEngine::run_fixed() {
             return stopped();
         }
         const std::uint64_t bits = std::min(scan_.bits, kBlockBits);
-        const bool leave = bits == scan_.bits && scan_.end != shift_state();
+        const bool leave = bits == scan_.bits && !stays_in_shift();
         const std::size_t words = words_for(bits);
         const std::span<const std::uint64_t> tdi(scan_.level ? kOnes.data() : kZeros.data(), words);
         if (Status status = bus_.shift(tdi, {tdo.data(), words}, bits, leave); status.failed()) {
             abandon();
             return status;
         }
-        path_.absorb(tdo, bits);
+        path_.push(tdo, bits);
         scan_.bits -= bits;
     }
     words_left_ = 0;

@@ -36,6 +36,10 @@ struct Scan {
 
 // Runs scans on a test bus. A scan with data words moves only when it is told to, word by word, so
 // that a host that does not wait where it should is found out.
+//
+// Words that have been run may still stand in a queue, so that the target is clocked by up to four
+// words at a time. sync() clocks it as far as the host believes it to be; whoever looks at the
+// target, the time or the TAP state, or touches them, calls it first.
 class ScanEngine {
 public:
     // `stop`, once true, fails every run.
@@ -48,51 +52,63 @@ public:
     Status move_to_reset();
 
     // Moves into the Shift state and begins `scan`; no scan may be in progress. A scan without data
-    // words runs to its end at once.
+    // words runs to its end at once. Received words that nobody has taken yet stay.
     Status start(const Scan& scan);
+    // Clocks the words that have been run. A failure of the target ends the scan.
+    Status sync() { return queued_words_ == 0 ? Status{} : clock_queue(); }
     // Drops the scan in progress, if any, with its words to send; the TAP stays where it is.
-    void abandon() {
-        words_left_ = 0;
-        sent_.clear();
-    }
+    void abandon();
     // Empties both buffers.
     void empty_buffers();
+    // Whether the target is clocked at once whenever words are run, as an observer wants to see it.
+    void set_prompt(bool prompt) { prompt_ = prompt; }
 
     bool busy() const { return words_left_ != 0; }
     bool sends() const { return scan_.send; }
     bool receives() const { return scan_.receive; }
-    // Words of the scan that are still to be shifted.
+    // Words of the scan that are still to be run.
     std::uint64_t words_left() const { return words_left_; }
-    // How many words could be shifted with the buffers as they are.
+    // How many words could be run with the buffers as they are.
     std::uint64_t runnable() const;
-    // Shifts `count` words, at most runnable(); the last word of the scan also ends it.
+    // Runs `count` words, at most runnable(); the last word of the scan also ends it.
     Status run(std::uint64_t count);
 
     // Whether the scan in progress takes one more word than stand in the send buffer.
     bool wants_word() const { return scan_.send && words_left_ > sent_.size(); }
+    // Words that the send buffer has room for.
     std::size_t sendable() const { return kSendDepth - sent_.size(); }
     // Needs sendable() and wants_word().
     void send(std::uint16_t word) { sent_.push(word); }
 
-    std::size_t received() const { return received_.size(); }
+    // Words in the receive buffer.
+    std::size_t received() const { return earlier_.size() + unread_; }
     // Needs received().
-    std::uint16_t receive() { return received_.pop(); }
+    ReadResult receive();
 
 private:
     Status run_fixed();
-    Status run_words(std::uint64_t count);
+    Status clock_queue();
     Status finish();
+    void keep_unread();
+    ReadResult read_word();
+    bool stays_in_shift() const { return scan_.end == shift_state(); }
     TapState shift_state() const {
         return scan_.instruction_path ? TapState::ShiftIr : TapState::ShiftDr;
     }
 
     TestBus& bus_;
     const std::atomic<bool>& stop_;
+    bool prompt_ = false;
     ReturnPath path_;
     Fifo<std::uint16_t, kSendDepth> sent_;
-    Fifo<std::uint16_t, kReceiveDepth> received_;
-    Scan scan_;
-    std::uint64_t words_left_ = 0;
+    Scan scan_;                       // its `bits` are those that the target has yet to be clocked
+    std::uint64_t words_left_ = 0;    // to be run
+    std::uint64_t queue_ = 0;         // bits of TDI that have been run, the first in bit 0
+    unsigned queued_words_ = 0;       // words in `queue_`
+    std::size_t unread_ = 0;          // words of the scan that have been run and not been taken
+    std::uint64_t read_position_ = 0; // of the first of them in the return path
+    std::uint64_t read_end_ = 0;      // of the end of the scan in the return path
+    Fifo<std::uint16_t, kReceiveDepth> earlier_; // words of an earlier scan, not taken
 };
 
 } // namespace podsim

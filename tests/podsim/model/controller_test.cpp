@@ -766,7 +766,7 @@ TEST_F(ControllerTest, AttachAbandonsWhatAnEarlierHostLeft) {
     pod.write(4, 0x83);
     pod.launch(TBC_STATE_IDLE, TBC_SCAN_BOTH, 47);
     pod.write(23, 0);
-    pod.controller.attach();
+    ASSERT_FALSE(pod.controller.attach().failed());
     EXPECT_FALSE(pod.controller.busy());
     pod.wait(SHM_WAIT_DONE);
     EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 64, true).size(), 4U);
@@ -801,7 +801,6 @@ TEST_F(ControllerTest, ResetFreesAControllerThatLacksData) {
 
 TEST_F(ControllerTest, StopEndsScansAndWaits) {
     pod.launch(TBC_STATE_IDLE, TBC_SCAN_RECEIVE, 63);
-    pod.wait(SHM_WAIT_READ_ONE);
     pod.controller.request_stop();
     EXPECT_EQ(pod.wait_failure(SHM_WAIT_READ_ONE), "the simulator is stopping");
     pod.write(10, TBC_CONTROL_RESET);
@@ -849,6 +848,47 @@ TEST(Controller, FailureOfTheTargetReachesTheBatch) {
     target.gone = true;
     EXPECT_EQ(controller.wait(SHM_WAIT_READ_ONE).reason(), "the target has gone");
     EXPECT_FALSE(controller.busy());
+}
+
+TEST(Controller, FailureShowsWhenTheTargetIsClocked) {
+    FailingTarget target;
+    target.gone = false;
+    Controller controller(strict_settings(), target);
+    EXPECT_EQ(controller.write(12, 63).reason(), "");
+    EXPECT_EQ(controller.write(11, TBC_TRANSIT_SCAN | TBC_STATE_IDLE).reason(), "");
+    EXPECT_EQ(controller.write(4, TBC_SCAN_BOTH).reason(), "");
+    for (const bool settled : {true, false}) {
+        target.gone = false;
+        EXPECT_EQ(controller.write(10, TBC_CONTROL_RUN).reason(), "");
+        target.gone = true;
+        EXPECT_EQ(controller.write(23, 1).reason(), "");
+        EXPECT_EQ(controller.write(23, 1).reason(), "");
+        EXPECT_EQ(controller.wait(SHM_WAIT_READ_ONE).reason(), "");
+        // Two words wait to be clocked; the first received one comes out of the pipeline.
+        if (settled) {
+            EXPECT_EQ(controller.settle().reason(), "the target has gone");
+        } else {
+            EXPECT_EQ(controller.read(18).status.reason(), "the target has gone");
+        }
+        EXPECT_FALSE(controller.busy());
+        // Nothing comes of the words that were waited for.
+        EXPECT_EQ(controller.read(22).status.reason(),
+                  "read of the receive buffer with nothing to give");
+    }
+}
+
+TEST(Controller, WordsNotReadSurviveLaterScans) {
+    Bench pod(scratch_chain(64, {0x4444'3333'2222'1111}), strict_settings());
+    pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
+    pod.launch(TBC_STATE_IDLE, TBC_SCAN_RECEIVE, 47);
+    pod.wait(SHM_WAIT_DONE);
+    EXPECT_NE(pod.read(22), 0x1111U); // the pipeline
+    // Launched without emptying the buffers.
+    pod.write(12, 0xFFFF);
+    pod.write(4, TBC_SCAN_ONES | LINK_DELAY_DEFAULT);
+    pod.write(10, TBC_CONTROL_RUN);
+    EXPECT_EQ(pod.read(22), 0x1111U);
+    EXPECT_EQ(pod.read(22), 0x2222U);
 }
 
 TEST(Controller, TargetsEmuPinsAreSeen) {

@@ -140,6 +140,57 @@ private:
     bool pipelined_ = true;
 };
 
+// What a host does, with and without somebody who watches: the words must be the same, and so must
+// what is left in the chain and in virtual time.
+TEST(RandomScans, WatchingChangesNothing) {
+    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+        std::mt19937_64 random(seed);
+        const ChainDescription description = reference::random_chain(random);
+        Bench watched(description, strict_settings());
+        Bench alone(description, strict_settings());
+        alone.controller.observe(nullptr);
+        for (int i = 0; i < 30; ++i) {
+            const std::uint64_t count = 1 + random() % 300;
+            const unsigned path = (random() & 1) != 0 ? TBC_STATE_IR_PATH : 0U;
+            const unsigned end = path | (random() % 2 != 0 ? TBC_STATE_IDLE : TBC_STATE_SHIFT_DR);
+            Words out((count + 15) / 16);
+            for (std::uint16_t& word : out) {
+                word = static_cast<std::uint16_t>(random());
+            }
+            const std::uint64_t kind = random() % 4;
+            Words got[2];
+            for (Bench* pod : {&watched, &alone}) {
+                Words& words = got[pod == &alone ? 1 : 0];
+                if (kind == 0) {
+                    words = pod->scan_both(end, count, out, (count & 1) != 0);
+                } else if (kind == 1) {
+                    words = pod->scan_receive(end, count, (count & 1) != 0);
+                } else if (kind == 2) {
+                    pod->scan_send(end, count, out);
+                } else {
+                    // Cut off in the middle, with words in every buffer.
+                    pod->launch(end, TBC_SCAN_BOTH, count + 63);
+                    for (std::uint16_t word = 1; word <= 4; ++word) {
+                        pod->wait(SHM_WAIT_WRITE_ONE);
+                        pod->write(TBC_PORT_SEND, word);
+                    }
+                    words.push_back(pod->read(TBC_PORT_TAP_STATE));
+                    pod->write(TBC_PORT_POD_CONTROL, 0x0C08);
+                    pod->write(TBC_PORT_POD_CONTROL, 0x0C0C);
+                }
+            }
+            ASSERT_EQ(got[0], got[1]) << "seed " << seed << " step " << i;
+        }
+        watched.wait(SHM_WAIT_DONE);
+        alone.wait(SHM_WAIT_DONE);
+        EXPECT_EQ(watched.controller.time_ns(), alone.controller.time_ns());
+        EXPECT_EQ(watched.chain.state(), alone.chain.state());
+        for (std::size_t d = 0; d < alone.chain.size(); ++d) {
+            EXPECT_EQ(watched.chain.device(d).instruction(), alone.chain.device(d).instruction());
+        }
+    }
+}
+
 TEST(RandomScans, MatchAPlainChain) {
     for (std::uint64_t seed = 1; seed <= 300; ++seed) {
         RandomSession session(seed);
