@@ -35,4 +35,4 @@ struct OsCalls {
 
 // The table in use. It holds the C library's own calls from the start of the program on; only tests
 // write to it (tests/support/failing_os.h).
-extern OsCalls os_calls;
+extern constinit OsCalls os_calls;
