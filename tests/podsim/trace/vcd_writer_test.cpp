@@ -1,0 +1,308 @@
+#include "podsim/trace/vcd_writer.h"
+
+#include "podsim/model/chain.h"
+#include "podsim/model/controller.h"
+
+#include "shm_structs.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <set>
+#include <sstream>
+#include <unistd.h>
+
+namespace podsim::trace {
+namespace {
+
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+std::string trace_path() {
+    return std::filesystem::temp_directory_path() /
+           ("talvor-trace-" + std::to_string(getpid()) + ".vcd");
+}
+
+std::string read_file(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+// A value change: time, name of the signal, new value.
+struct Change {
+    std::uint64_t time;
+    std::string signal;
+    std::string value;
+    bool operator==(const Change&) const = default;
+};
+
+// Parses a dump strictly: every identifier declared, times never going back, values of the
+// declared kind.
+std::vector<Change> parse(const std::string& text) {
+    std::map<std::string, std::pair<std::string, std::string>> declared; // code: type and name
+    std::vector<Change> changes;
+    std::istringstream in(text);
+    std::string token;
+    std::uint64_t time = 0;
+    while (in >> token) {
+        if (token == "$var") {
+            std::string type;
+            std::string size;
+            std::string code;
+            std::string name;
+            std::string end;
+            in >> type >> size >> code >> name >> end;
+            EXPECT_EQ(end, "$end");
+            EXPECT_TRUE(declared.emplace(code, std::pair(type, name)).second) << code;
+        } else if (token == "$dumpvars" || token == "$end") {
+            continue;
+        } else if (token.starts_with('$')) {
+            while (in >> token && token != "$end") {
+            }
+        } else if (token.starts_with('#')) {
+            const std::uint64_t next = std::stoull(token.substr(1));
+            EXPECT_TRUE(next > time || changes.empty()) << token;
+            time = next;
+        } else {
+            std::string code = token.substr(1);
+            std::string value = token.substr(0, 1);
+            if (value == "b" || value == "s") {
+                value = code;
+                in >> code;
+                EXPECT_EQ(declared[code].first, token[0] == 'b' ? "reg" : "string");
+            } else {
+                EXPECT_THAT((std::vector<std::string>{"0", "1", "x", "z"}),
+                            testing::Contains(value));
+                EXPECT_EQ(declared[code].first, "wire") << token;
+            }
+            changes.push_back({time, declared[code].second, value});
+        }
+    }
+    EXPECT_EQ(declared.size(), 10U);
+    return changes;
+}
+
+class VcdTest : public testing::Test {
+protected:
+    VcdTest() : file_(std::tmpfile()), log(file_) {}
+    ~VcdTest() override {
+        unlink(trace_path().c_str());
+        std::fclose(file_);
+    }
+    std::unique_ptr<VcdWriter> open(Limits limits = {}) {
+        auto writer = VcdWriter::open(trace_path(), "pod_000042", limits, log);
+        EXPECT_FALSE(writer.failed()) << writer.reason();
+        return std::move(writer.value());
+    }
+    std::string logged() const {
+        std::rewind(file_);
+        char text[300] = {};
+        return {text, std::fread(text, 1, sizeof(text), file_)};
+    }
+
+private:
+    std::FILE* file_;
+
+protected:
+    Log log;
+};
+
+TEST_F(VcdTest, an_empty_trace_declares_every_signal_and_its_level_at_the_start) {
+    open().reset();
+    EXPECT_EQ(read_file(trace_path()), "$version talvor-podsim $end\n"
+                                       "$timescale 1 ns $end\n"
+                                       "$scope module pod_000042 $end\n"
+                                       "$var wire 1 ! tck $end\n"
+                                       "$var wire 1 \" tms $end\n"
+                                       "$var wire 1 # tdi $end\n"
+                                       "$var wire 1 $ tdo $end\n"
+                                       "$var wire 1 % trstn $end\n"
+                                       "$var wire 1 & emu0 $end\n"
+                                       "$var wire 1 ' emu1 $end\n"
+                                       "$var wire 1 ( treset $end\n"
+                                       "$var reg 4 ) tap_state $end\n"
+                                       "$var string 1 * tap_state_name $end\n"
+                                       "$upscope $end\n"
+                                       "$enddefinitions $end\n"
+                                       "#0\n"
+                                       "$dumpvars\n"
+                                       "0!\n1\"\n1#\nz$\n1%\n1&\n1'\n0(\n"
+                                       "b0000 )\nsTest-Logic-Reset *\n"
+                                       "$end\n");
+}
+
+TEST_F(VcdTest, a_run_shows_real_pulses_of_tck_and_the_state_after_each_rise) {
+    auto writer = open();
+    const std::uint64_t tms = 0b10; // to Run-Test/Idle, then to Select-DR-Scan
+    EdgeRun run{.start_ns = 100, .period_ns = 40, .count = 2, .from = TapState::TestLogicReset};
+    run.tms = std::span(&tms, 1);
+    run.constant_tdi = false;
+    writer->edges(run);
+    writer.reset();
+    const std::string text = read_file(trace_path());
+    EXPECT_EQ(text.substr(text.find("#100")), "#100\n0\"\n0#\n"
+                                              "#120\n1!\nb0001 )\nsRun-Test/Idle *\n"
+                                              "#140\n0!\n1\"\n"
+                                              "#160\n1!\nb0010 )\nsSelect-DR-Scan *\n"
+                                              "#180\n0!\n");
+}
+
+TEST_F(VcdTest, tdo_is_shown_in_the_shift_states_only_and_unknown_when_nobody_looked) {
+    auto writer = open();
+    const std::uint64_t tdi = 0b01;
+    const std::uint64_t tdo = 0b10;
+    EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 2, .from = TapState::ShiftDr};
+    run.tdi = std::span(&tdi, 1);
+    run.tdo = std::span(&tdo, 1);
+    run.last_tms = true;
+    writer->edges(run);
+    EdgeRun back{.start_ns = 40, .period_ns = 20, .count = 1, .from = TapState::Exit1Dr};
+    writer->edges(back);
+    EdgeRun unseen{.start_ns = 60, .period_ns = 20, .count = 1, .from = TapState::ShiftIr};
+    writer->edges(unseen);
+    writer.reset();
+    std::vector<Change> changes = parse(read_file(trace_path()));
+    std::erase_if(changes, [](const Change& change) { return change.signal != "tdo"; });
+    EXPECT_EQ(changes, (std::vector<Change>{{0, "tdo", "z"},
+                                            {0, "tdo", "0"},
+                                            {20, "tdo", "1"},
+                                            {40, "tdo", "z"},
+                                            {60, "tdo", "x"}}));
+}
+
+TEST_F(VcdTest, pins_change_at_their_time) {
+    auto writer = open();
+    writer->target_reset(10, true);
+    writer->target_reset(30, false);
+    writer->emu(40, {.emu0 = false, .emu1 = true});
+    writer->emu(50, {.emu0 = true, .emu1 = false});
+    writer->trst(60, false);
+    writer->trst(70, true);
+    writer.reset();
+    std::vector<Change> changes = parse(read_file(trace_path()));
+    changes.erase(changes.begin(), changes.begin() + 10);
+    EXPECT_EQ(changes, (std::vector<Change>{{10, "treset", "1"},
+                                            {30, "treset", "0"},
+                                            {40, "emu0", "0"},
+                                            {50, "emu0", "1"},
+                                            {50, "emu1", "0"},
+                                            {60, "trstn", "0"},
+                                            {70, "trstn", "1"}}));
+}
+
+TEST_F(VcdTest, a_limit_of_clocks_ends_the_trace_there) {
+    auto writer = open({.bytes = 0, .clocks = 3});
+    EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 10, .from = TapState::RunTestIdle};
+    writer->edges(run);
+    writer->target_reset(500, true);
+    writer.reset();
+    const std::string text = read_file(trace_path());
+    EXPECT_THAT(text, EndsWith("$comment The trace ends here: 3 test clocks. $end\n"));
+    const std::vector<Change> changes = parse(text);
+    EXPECT_EQ(std::count(changes.begin(), changes.end(), Change{50, "tck", "1"}), 1);
+    EXPECT_EQ(std::count_if(changes.begin(), changes.end(),
+                            [](const Change& change) {
+                                return change.signal == "tck" && change.value == "1";
+                            }),
+              3);
+    EXPECT_EQ(logged(), "the trace " + trace_path() + " ends: 3 test clocks\n");
+}
+
+TEST_F(VcdTest, a_limit_of_bytes_ends_the_trace_at_a_whole_line) {
+    auto writer = open({.bytes = 5'000, .clocks = 0});
+    EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 1'000'000, .from = TapState::RunTestIdle};
+    writer->edges(run);
+    writer->flush();
+    writer->edges(run);
+    writer.reset();
+    const std::string text = read_file(trace_path());
+    constexpr std::string_view closing = "$comment The trace ends here: 5000 bytes. $end\n";
+    EXPECT_THAT(text, EndsWith(std::string("\n").append(closing)));
+    EXPECT_LE(text.size(), 5'000U + closing.size());
+    EXPECT_GT(text.size(), 4'900U);
+    parse(text);
+}
+
+TEST_F(VcdTest, a_file_that_cannot_be_made_is_named) {
+    const auto writer = VcdWriter::open("/nowhere/trace.vcd", "pod", {}, log);
+    ASSERT_TRUE(writer.failed());
+    EXPECT_EQ(writer.reason(), "writing the trace /nowhere/trace.vcd: No such file or directory");
+}
+
+TEST_F(VcdTest, a_disk_that_is_full_ends_the_trace_with_a_word) {
+    auto writer = VcdWriter::open("/dev/full", "pod", {.bytes = 0, .clocks = 0}, log);
+    ASSERT_FALSE(writer.failed());
+    EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 100'000, .from = TapState::RunTestIdle};
+    writer.value()->edges(run);
+    EXPECT_EQ(logged(), "the trace /dev/full ends: it cannot be written\n");
+}
+
+// A controller whose every operation is traced, and the dump checked against IEEE 1149.1.
+TEST_F(VcdTest, the_trace_of_a_controller_follows_the_standard) {
+    auto writer = open();
+    DeviceDescription device;
+    device.name = "cpu";
+    device.idcode = 0x1A2B3C4D;
+    device.idcode_instruction = 2;
+    Chain chain({.devices = {device}, .nets = {}});
+    Controller controller({.return_pipeline_bits = 0, .cable_delay_bits = 0}, chain);
+    controller.observe(writer.get());
+    const auto operate = [&](std::uint16_t operation, std::uint16_t count) {
+        ASSERT_FALSE(controller.write(TBC_PORT_COUNT_LOW, count).failed());
+        ASSERT_FALSE(controller.write(TBC_PORT_COUNT_HIGH, 0).failed());
+        ASSERT_FALSE(controller.write(TBC_PORT_OPERATION, operation).failed());
+        ASSERT_FALSE(controller.write(TBC_PORT_CONTROL, TBC_CONTROL_RUN).failed());
+        ASSERT_FALSE(controller.wait(SHM_WAIT_DONE).failed());
+    };
+    operate(TBC_STATE_RESET, 0);
+    operate(TBC_STATE_IDLE, 0);
+    ASSERT_FALSE(controller.write(TBC_PORT_CONFIG, TBC_OPTION_ONES).failed());
+    operate(TBC_TRANSIT_SCAN | TBC_STATE_IDLE, 31);
+    operate(TBC_TRANSIT_SCAN | TBC_STATE_IR_PATH | TBC_STATE_PAUSE_IR, 3);
+    operate(TBC_TRANSIT_VIA_CAPTURE | TBC_STATE_PAUSE_DR, 0);
+    ASSERT_FALSE(controller.write_support(SUPPORT_RESET).failed());
+    writer.reset();
+
+    // Replay: TMS at each rise moves a reference state machine.
+    std::map<std::string, std::string> now;
+    TapState state = TapState::TestLogicReset;
+    unsigned rises = 0;
+    unsigned shifts = 0;
+    bool tms_at_rise = true;
+    std::set<TapState> visited;
+    for (const Change& change : parse(read_file(trace_path()))) {
+        if (change.time > 0 && (change.signal == "tms" || change.signal == "tdi")) {
+            // Both change on the falling edge, never while TCK is high.
+            EXPECT_EQ(now["tck"], "0") << change.time;
+        }
+        now[change.signal] = change.value;
+        if (change.signal == "tck" && change.value == "1") {
+            ++rises;
+            tms_at_rise = now["tms"] == "1";
+            shifts += is_shift(state) ? 1 : 0;
+            EXPECT_EQ(now["tdo"] == "z", !is_shift(state)) << change.time;
+            state = next_state(state, tms_at_rise);
+            visited.insert(state);
+        }
+        if (change.signal == "tck" && change.value == "0" && change.time > 0) {
+            EXPECT_EQ(now["tap_state_name"], name_of(state)) << change.time;
+            EXPECT_EQ(std::stoul(now["tap_state"], nullptr, 2), index_of(state));
+        }
+    }
+    EXPECT_GT(rises, 45U);
+    EXPECT_EQ(shifts, 32U + 4U);
+    EXPECT_TRUE(visited.contains(TapState::PauseIr));
+    EXPECT_TRUE(visited.contains(TapState::PauseDr));
+    EXPECT_EQ(state, TapState::TestLogicReset); // a target reset takes the TAP there
+    EXPECT_EQ(now["treset"], "1");
+}
+
+} // namespace
+} // namespace podsim::trace
