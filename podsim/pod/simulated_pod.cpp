@@ -47,7 +47,10 @@ void SimulatedPod::attach() {
         say("a host attaches, and the one before it never detached");
     }
     attached_ = true;
-    controller_.attach();
+    // No host reads the result of an attach: a target that is gone shows in the next batch.
+    if (const Status status = controller_.attach(); status.failed()) {
+        say("attach: " + status.reason());
+    }
 }
 
 void SimulatedPod::detach() {
