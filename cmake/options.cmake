@@ -1,3 +1,4 @@
+option(TALVOR_LIBRARY_ONLY "Build the library and nothing else" OFF)
 option(TALVOR_BUILD_TESTS "Build the tests" ON)
 option(TALVOR_BUILD_BENCH "Build the benchmarks" ON)
 option(TALVOR_WERROR "Treat warnings as errors" OFF)

@@ -1,0 +1,103 @@
+// The library as the loader sees it: its name, its needs, its exported names, its hardening.
+#include "support/run_program.h"
+
+#include <algorithm>
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace {
+
+using testing::AnyOf;
+using testing::HasSubstr;
+
+const std::string library = TALVOR_LIBRARY;
+constexpr bool sanitized = TALVOR_SANITIZED;
+
+std::vector<std::string> lines_of(std::istream& stream) {
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(stream, line);) {
+        if (!line.empty() && line.front() != '#') {
+            lines.push_back(line);
+        }
+    }
+    return lines;
+}
+
+std::vector<std::string> lines_with(const std::string& text, const std::string& word) {
+    std::istringstream stream(text);
+    std::vector<std::string> lines = lines_of(stream);
+    std::erase_if(lines, [&](const std::string& line) { return line.find(word) == line.npos; });
+    return lines;
+}
+
+std::string output_of(const std::vector<std::string>& command) {
+    const auto run = test_support::run_program(command);
+    EXPECT_EQ(run.exit_status, 0) << run.error;
+    return run.output;
+}
+
+// Demangled names that the loader sees, as "T PortWrite(JSC_Inform*, ...)": kind and name.
+std::vector<std::string> exported_names() {
+    std::istringstream stream(output_of({"nm", "-D", "-C", "--defined-only", library}));
+    std::vector<std::string> names;
+    for (const std::string& line : lines_of(stream)) {
+        const size_t kind = line.find(' ') + 1;
+        names.push_back(line.substr(kind));
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+TEST(LibraryTest, ExportsExactlyTheListedNames) {
+    if (sanitized) {
+        GTEST_SKIP() << "the sanitizers export names of their own";
+    }
+    std::ifstream file(std::string(TALVOR_SOURCE_DIR) + "/tests/structure/exports.txt");
+    std::vector<std::string> listed = lines_of(file);
+    std::sort(listed.begin(), listed.end());
+    EXPECT_EQ(exported_names(), listed);
+}
+
+TEST(LibraryTest, IsNamedAsHostsLoadIt) {
+    const std::string dynamic = output_of({"readelf", "-d", library});
+    ASSERT_EQ(lines_with(dynamic, "SONAME").size(), 1u);
+    EXPECT_THAT(lines_with(dynamic, "SONAME").front(), HasSubstr("[libjsctalvor_340.so.0]"));
+    EXPECT_EQ(library.substr(library.rfind('/') + 1), "libjsctalvor_340.so.0");
+}
+
+TEST(LibraryTest, NeedsTheCLibraryAndItsMathsOnly) {
+    if (sanitized) {
+        GTEST_SKIP() << "the sanitizers bring a runtime";
+    }
+    const auto needed = lines_with(output_of({"readelf", "-d", library}), "(NEEDED)");
+    ASSERT_FALSE(needed.empty());
+    for (const std::string& line : needed) {
+        EXPECT_THAT(line, AnyOf(HasSubstr("[libc.so.6]"), HasSubstr("[libm.so.6]")));
+    }
+}
+
+TEST(LibraryTest, IsLinkedHardened) {
+    const std::string dynamic = output_of({"readelf", "-d", "-W", library});
+    EXPECT_EQ(lines_with(dynamic, "BIND_NOW").size() + lines_with(dynamic, "Flags: NOW").size(),
+              2u);
+    EXPECT_FALSE(lines_with(dynamic, "SYMBOLIC").empty());
+    EXPECT_TRUE(lines_with(dynamic, "TEXTREL").empty());
+    const std::string segments = output_of({"readelf", "-l", "-W", library});
+    EXPECT_FALSE(lines_with(segments, "GNU_RELRO").empty());
+    ASSERT_EQ(lines_with(segments, "GNU_STACK").size(), 1u);
+    EXPECT_THAT(lines_with(segments, "GNU_STACK").front(), HasSubstr(" RW "));
+}
+
+TEST(LibraryTest, RunsNoCodeOfItsOwnWhenLoaded) {
+    if (sanitized) {
+        GTEST_SKIP() << "the sanitizers register themselves when loaded";
+    }
+    // One entry of 8 bytes: the C runtime's own frame_dummy.
+    const auto array = lines_with(output_of({"readelf", "-d", library}), "INIT_ARRAYSZ");
+    ASSERT_EQ(array.size(), 1u);
+    EXPECT_THAT(array.front(), HasSubstr(" 8 (bytes)"));
+}
+
+} // namespace
