@@ -14,6 +14,12 @@ struct VariableGroup {
     Flag (*remove)(Variable** ppVariable);
 };
 
+// For compilers that do not deduce a record's parameters from its members.
+template <typename Variable, typename Flag>
+VariableGroup(Flag (*)(Variable**), void (*)(Variable*),
+              int32_t (*)(CFG_Handle, CFG_Interface*, Variable*), Flag (*)(Variable**))
+    -> VariableGroup<Variable, Flag>;
+
 // Reads a group.
 //   pKept  out: the handle's record; untouched on failure
 // -131 no memory for the scratch record; -132 it could not be released; else the reader's code.
