@@ -1,0 +1,199 @@
+#include "scan/scan_engine.h"
+
+#include "podsim/batch/notation.h"
+#include "scan/scan_stream.h"
+#include "support/instant_pod.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using test_support::InstantPod;
+
+JSC_JtagCommand plain_command() {
+    JSC_JtagCommand made{};
+    made.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
+    made.jtagShift = eJSC_JTAG_SHIFT_DR;
+    made.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
+    made.jtagEnd = eJSC_JTAG_STATE_PAUSE_DR;
+    made.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
+    made.jtagUsage = eJSC_JTAG_USAGE_FRESH;
+    made.jtagWidth = eJSC_JTAG_WIDTH_16;
+    return made;
+}
+
+std::string text(const std::vector<uint16_t>& words) {
+    return podsim::notation::text(words);
+}
+
+std::string launched(const char* count, const char* option) {
+    return std::string("write 12 ") + count + "\nwait done\nwrite 11 3006\nwrite 4 " + option +
+           "\nwrite 10 6001\nwrite 10 4080\n";
+}
+
+class ScanEngine : public testing::Test {
+protected:
+    InstantPod pod;
+    JSC_JtagCommand command = plain_command();
+    uint16_t out[4] = {0x1111, 0x2222, 0x3333, 0x4444};
+    uint16_t in[4] = {};
+
+    int32_t receive(uint16_t option, uint32_t count, bool adjust = false, bool send_only = false) {
+        return TbcScanOldStyle8(pod.get(), &command, 6, option, count, adjust, send_only, in, out);
+    }
+};
+
+TEST_F(ScanEngine, a_fixed_scan_counts_its_bits) {
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 18, false, true), 0);
+    EXPECT_EQ(text(pod.queued()), launched("0011", "0100"));
+    pod.empty_batch();
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 0x20003, true, false), 0);
+    EXPECT_EQ(text(pod.queued()), "write 12 0012\nwrite 13 0002\nwait done\nwrite 4 0000\n"
+                                  "write 10 6001\nwrite 10 4080\n");
+    pod.empty_batch();
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 0, false, false), -122);
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 0, true, false), -122);
+    EXPECT_TRUE(pod.queued().empty());
+}
+
+TEST_F(ScanEngine, a_short_fixed_scan_is_forgotten_in_fast_mode) {
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 1, false, false), 0);
+    EXPECT_TRUE(pod.control.priorTBC);
+    pod.control.timeDependNew.fastMode = true;
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 24, false, false), 0);
+    EXPECT_FALSE(pod.control.priorTBC) << "value 23";
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 25, false, false), 0);
+    EXPECT_TRUE(pod.control.priorTBC) << "value 24";
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 8, true, false), 0);
+    EXPECT_FALSE(pod.control.priorTBC) << "value 23";
+    EXPECT_EQ(TbcScanFixed(pod.get(), 6, 9, true, false), 0);
+    EXPECT_TRUE(pod.control.priorTBC) << "value 24";
+}
+
+TEST_F(ScanEngine, a_data_scan_is_forgotten_in_fast_mode_whatever_its_length) {
+    for (const bool fast : {false, true}) {
+        pod.control.timeDependNew.fastMode = fast;
+        EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 32, false, true, in, out), 0);
+        EXPECT_EQ(pod.control.priorTBC, !fast) << "two words go without a wait";
+    }
+    pod.control.timeDependNew.fastMode = false;
+    EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 33, false, true, in, out), 0);
+    EXPECT_FALSE(pod.control.priorTBC) << "the wait for room has cleared it";
+}
+
+TEST_F(ScanEngine, the_receive_strategy_moves_what_the_option_bits_say) {
+    const std::string reads = "wait recv\nread 22\nwait recv\nread 22\n";
+    const std::string flushed = "read 31\nread 16\nread 17\n";
+    for (const uint16_t option : std::initializer_list<uint16_t>{0x0400, 0x0500, 0x0600}) {
+        pod.batches.clear();
+        std::fill(std::begin(pod.control.registerCache), std::end(pod.control.registerCache),
+                  uint16_t{0});
+        EXPECT_EQ(receive(option, 32), 0);
+        ASSERT_EQ(pod.batches.size(), 1U);
+        char digits[5];
+        std::snprintf(digits, sizeof digits, "%04x", unsigned{option});
+        EXPECT_EQ(text(pod.batches[0]), launched("001f", digits) + reads + flushed);
+    }
+    EXPECT_EQ(receive(0x0700, 32), 0);
+    EXPECT_EQ(text(pod.batches[1]),
+              "wait done\nwrite 4 0700\nwrite 10 6001\nwrite 10 4080\nwrite 23 1111\n"
+              "write 23 2222\n" +
+                  reads + flushed);
+    EXPECT_TRUE(pod.queued().empty());
+    for (const uint16_t option : std::initializer_list<uint16_t>{0x0000, 0x0100, 0x0200}) {
+        pod.control.registerCache[4] = 0xFFFF;
+        EXPECT_EQ(receive(option, 32), 0);
+        char digits[5];
+        std::snprintf(digits, sizeof digits, "%04x", unsigned{option});
+        EXPECT_EQ(text(pod.queued()),
+                  std::string("wait done\nwrite 4 ") + digits + "\nwrite 10 6001\nwrite 10 4080\n");
+        pod.empty_batch();
+    }
+    EXPECT_EQ(receive(0x0300, 48), 0);
+    EXPECT_EQ(text(pod.queued()), "write 12 002f\nwait done\nwrite 4 0300\nwrite 10 6001\n"
+                                  "write 10 4080\nwrite 23 1111\nwrite 23 2222\nwait send\n"
+                                  "write 23 3333\n");
+    EXPECT_EQ(pod.flushes, 4U) << "only scans that read flush";
+}
+
+TEST_F(ScanEngine, the_receive_strategy_strips_the_receive_bit_of_a_send) {
+    EXPECT_EQ(receive(0x0700, 16, true, true), 0);
+    EXPECT_EQ(text(pod.queued()), launched("000f", "0300") + "write 23 1111\n");
+    pod.empty_batch();
+    EXPECT_EQ(receive(0x0600, 16, true, true), 0);
+    EXPECT_EQ(text(pod.queued()), "wait done\nwrite 4 0200\nwrite 10 6001\nwrite 10 4080\n");
+}
+
+TEST_F(ScanEngine, the_receive_strategy_adjusts_receiving_scans_only) {
+    uint16_t next = 0x70;
+    pod.give = [&next](uint16_t port) { return port == 22 ? next++ : uint16_t{0}; };
+    EXPECT_EQ(receive(0x0400, 16, true), 0);
+    EXPECT_EQ(in[0], 0x71);
+    EXPECT_EQ(in[1], 0);
+    EXPECT_EQ(receive(0x0700, 16, true), 0);
+    EXPECT_EQ(text(pod.batches[1]),
+              "wait done\nwrite 4 0700\nwrite 10 6001\nwrite 10 4080\nwrite 23 ffff\n"
+              "write 23 1111\nwait recv\nread 22\nwait recv\nread 22\n"
+              "read 31\nread 16\nread 17\n");
+    EXPECT_EQ(in[0], 0x73);
+    EXPECT_EQ(receive(0x0100, 16, true), 0);
+    EXPECT_EQ(text(pod.queued()).substr(0, 14), "write 12 000f\n");
+}
+
+TEST_F(ScanEngine, shifts_without_words_are_forgotten_in_fast_mode_when_they_are_short) {
+    pod.control.timeDependNew.fastMode = true;
+    EXPECT_EQ(receive(0x0200, 24), 0);
+    EXPECT_FALSE(pod.control.priorTBC);
+    EXPECT_EQ(receive(0x0200, 25), 0);
+    EXPECT_TRUE(pod.control.priorTBC);
+    EXPECT_EQ(receive(0x0300, 32), 0);
+    EXPECT_FALSE(pod.control.priorTBC) << "a shift with words, whatever its length";
+}
+
+TEST_F(ScanEngine, an_option_that_no_shift_has_is_refused) {
+    const ScanWords words{1, false, out, in};
+    for (const uint16_t option : std::initializer_list<uint16_t>{0x0800, 0x0001, 0x0701, 0x8000}) {
+        EXPECT_EQ(scan_stream(pod.get(), option, words), -115) << option;
+    }
+    EXPECT_TRUE(pod.queued().empty());
+}
+
+TEST_F(ScanEngine, the_strategies_refuse_a_shift_of_no_bits) {
+    EXPECT_EQ(receive(0x0600, 0), -122);
+    EXPECT_EQ(receive(0x0600, 0, true), -122);
+    EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 0, false, true, in, out), -122);
+    EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0700, 0, true, false, in, out), -122);
+    EXPECT_EQ(TbcScanBypass(pod.get(), &command, 6, 0x0000, 0, false, true, nullptr, nullptr),
+              -122);
+    EXPECT_EQ(TbcScanBypass(pod.get(), &command, 6, 0x0100, 0, false, true, nullptr, nullptr),
+              -122);
+    EXPECT_TRUE(pod.queued().empty());
+}
+
+TEST_F(ScanEngine, the_strategies_refuse_an_amble_that_is_none) {
+    command.jtagAmble = eJSC_JTAG_AMBLE_INVALID_LAST;
+    EXPECT_EQ(receive(0x0600, 16), -122);
+    EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 16, false, true, in, out), -122);
+    EXPECT_EQ(TbcScanBypass(pod.get(), &command, 6, 0x0100, 16, false, true, nullptr, nullptr),
+              -122);
+    EXPECT_TRUE(pod.queued().empty());
+}
+
+TEST_F(ScanEngine, a_scan_without_its_buffers_is_refused) {
+    const auto scan = [&](uint16_t control, bool send_only, bool send_fixed, uint16_t* destination,
+                          uint16_t* source) {
+        return TbcScan(pod.get(), &command, control, 16, false, send_only, send_fixed, 1,
+                       destination, source);
+    };
+    EXPECT_EQ(scan(0x0700, false, false, nullptr, out), -122);
+    EXPECT_EQ(scan(0x0700, false, false, in, nullptr), -122);
+    EXPECT_EQ(scan(0x0300, true, false, nullptr, nullptr), -122);
+    EXPECT_EQ(scan(0x0300, true, true, nullptr, nullptr), -122) << "sends after all";
+    EXPECT_EQ(TbcScan(nullptr, &command, 0x0300, 16, false, true, false, 1, nullptr, out), -122);
+    EXPECT_EQ(TbcScan(pod.get(), nullptr, 0x0300, 16, false, true, false, 1, nullptr, out), -122);
+    EXPECT_EQ(TbcScan(pod.get(), &command, 0x0300, 16, false, true, false, 0, nullptr, out), -122);
+    EXPECT_TRUE(pod.queued().empty());
+    EXPECT_EQ(scan(0x0300, true, false, nullptr, out), 0);
+}
+
+} // namespace

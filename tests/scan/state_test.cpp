@@ -1,0 +1,202 @@
+#include "scan/state.h"
+
+#include "podsim/batch/notation.h"
+#include "support/instant_pod.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using test_support::InstantPod;
+
+std::string queued(const InstantPod& pod) {
+    return podsim::notation::text(pod.queued());
+}
+
+JSC_JtagCommand move(JSC_JtagTransit after, JSC_JtagState end) {
+    JSC_JtagCommand made{};
+    made.jtagAfter = after;
+    made.jtagEnd = end;
+    return made;
+}
+
+TEST(GetState, translates_every_code) {
+    constexpr JSC_JtagState states[] = {eJSC_JTAG_STATE_RESET,    eJSC_JTAG_STATE_RESET,
+                                        eJSC_JTAG_STATE_IDLE,     eJSC_JTAG_STATE_IDLE,
+                                        eJSC_JTAG_STATE_SHIFT_DR, eJSC_JTAG_STATE_SHIFT_IR,
+                                        eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
+    InstantPod pod;
+    for (uint16_t code = 0; code < 8; ++code) {
+        // Bits above the code are the controller's own.
+        pod.give = [code](uint16_t port) {
+            return static_cast<uint16_t>(port == 18 ? code | 0xFF8 : 0);
+        };
+        JSC_JtagState state = eJSC_JTAG_STATE_INVALID_LAST;
+        EXPECT_EQ(jsc_GetState(pod.get(), &state), 0);
+        EXPECT_EQ(state, states[code]);
+        EXPECT_EQ(gLegacyToJtagState[code], states[code]);
+    }
+    EXPECT_EQ(podsim::notation::text(pod.batches[0]),
+              "wait done\nread 18\nread 31\nread 16\nread 17\n");
+}
+
+TEST(GetState, a_failed_flush_leaves_the_state_invalid) {
+    InstantPod pod;
+    pod.failing = 1;
+    JSC_JtagState state = eJSC_JTAG_STATE_IDLE;
+    EXPECT_EQ(jsc_GetState(pod.get(), &state), -140);
+    EXPECT_EQ(state, eJSC_JTAG_STATE_INVALID_FIRST);
+}
+
+TEST(GetState, checks_its_arguments) {
+    InstantPod pod;
+    JSC_JtagState state = eJSC_JTAG_STATE_IDLE;
+    EXPECT_EQ(jsc_GetState(pod.get(), nullptr), -122);
+    EXPECT_EQ(jsc_GetState(nullptr, &state), -122);
+    EXPECT_EQ(state, eJSC_JTAG_STATE_IDLE);
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_GetState(pod.get(), &state), -116);
+    EXPECT_EQ(state, eJSC_JTAG_STATE_INVALID_FIRST);
+    EXPECT_EQ(queued(pod), "");
+}
+
+TEST(PutState, issues_one_go_to_a_repeat) {
+    struct Row {
+        JSC_JtagTransit after;
+        JSC_JtagState end;
+        const char* word;
+    };
+    for (const Row& row :
+         {Row{eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_RESET, "write 11 1000\n"},
+          Row{eJSC_JTAG_TRANSIT_VIA_CAPTURE, eJSC_JTAG_STATE_IDLE, "write 11 1002\n"},
+          Row{eJSC_JTAG_TRANSIT_VIA_IDLE, eJSC_JTAG_STATE_PAUSE_DR, "write 11 20e6\n"},
+          Row{eJSC_JTAG_TRANSIT_VIA_IDLE, eJSC_JTAG_STATE_PAUSE_IR, "write 11 20e7\n"}}) {
+        InstantPod pod;
+        const JSC_JtagCommand made = move(row.after, row.end);
+        EXPECT_EQ(jsc_PutState(pod.get(), &made, 1234, 1), 0);
+        EXPECT_EQ(queued(pod),
+                  std::string("wait done\nwait done\n") + row.word + "write 10 4080\n");
+    }
+}
+
+TEST(PutState, repeats) {
+    InstantPod pod;
+    const JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 3), 0);
+    EXPECT_EQ(queued(pod), "wait done\nwait done\nwrite 11 1002\nwrite 10 4080\n"
+                           "wait done\nwrite 10 4080\nwait done\nwrite 10 4080\n");
+}
+
+TEST(PutState, with_a_shift_goes_to_the_path_first) {
+    InstantPod pod;
+    JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    made.jtagBefore = eJSC_JTAG_TRANSIT_VIA_CAPTURE;
+    made.jtagShift = eJSC_JTAG_SHIFT_IR;
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), 0);
+    EXPECT_EQ(queued(pod), "wait done\nwait done\nwrite 11 1007\nwrite 10 4080\n"
+                           "wait done\nwrite 11 1002\nwrite 10 4080\n");
+}
+
+TEST(PutState, refuses_a_command_before_anything_is_queued) {
+    InstantPod pod;
+    JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_INVALID_MIDDLE);
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
+    made.jtagEnd = eJSC_JTAG_STATE_CAPTURE_DR; // a state, but none that holds
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
+    made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    made.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
+    made.jtagShift = eJSC_JTAG_SHIFT_INDEX;
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
+    EXPECT_EQ(jsc_PutState(pod.get(), nullptr, 0, 1), -122);
+    EXPECT_EQ(jsc_PutState(nullptr, &made, 0, 1), -122);
+    EXPECT_EQ(queued(pod), "");
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -116);
+}
+
+TEST(PutState, refuses_a_count_of_zero_after_the_wait) {
+    InstantPod pod;
+    const JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 0), -122);
+    EXPECT_EQ(queued(pod), "wait done\n");
+}
+
+TEST(PutState, returns_the_failure_of_a_flush_that_made_room) {
+    InstantPod pod;
+    pod.recording = false;
+    pod.failing = 1;
+    const JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1000000), -140);
+    EXPECT_EQ(pod.flushes, 1U);
+    EXPECT_EQ(pod.inform.podError, -140);
+    EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -140) << "until Diagnose";
+    EXPECT_EQ(queued(pod), "");
+}
+
+TEST(WaitForTclk, waits_once_for_odd_and_twice_for_even_counts) {
+    struct Row {
+        uint32_t periods;
+        int settles;
+    };
+    for (const Row& row : {Row{0, 0}, Row{1, 1}, Row{2, 2}, Row{3, 1}, Row{4, 2},
+                           Row{0xFFFFFFFF, 1}, Row{0xFFFFFFFE, 2}}) {
+        InstantPod pod;
+        EXPECT_EQ(jsc_WaitForTclk(pod.get(), row.periods), 0);
+        std::string expected;
+        for (int settle = 0; settle < row.settles; ++settle) {
+            expected += "write 16 0000\n";
+        }
+        EXPECT_EQ(queued(pod), expected) << row.periods;
+    }
+    EXPECT_EQ(jsc_WaitForTclk(nullptr, 0), -122);
+    EXPECT_EQ(jsc_WaitForTclk(nullptr, 1), -122);
+    InstantPod pod;
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_WaitForTclk(pod.get(), 0), 0);
+    EXPECT_EQ(jsc_WaitForTclk(pod.get(), 1), -116);
+}
+
+TEST(HoldFreeOuts, looks_at_tms_only) {
+    for (int flags = 0; flags < 16; ++flags) {
+        const bool hold_tms = (flags & 4) != 0;
+        InstantPod pod;
+        pod.control.registerCache[2] = hold_tms ? 1 : 0;
+        EXPECT_EQ(jsc_HoldFreeOuts(pod.get(), flags & 1, flags & 2, hold_tms, flags & 8), 0);
+        EXPECT_EQ(queued(pod),
+                  hold_tms ? "wait done\nwrite 2 0000\n" : "wait done\nwrite 2 0001\n");
+    }
+    EXPECT_EQ(jsc_HoldFreeOuts(nullptr, false, false, false, false), -122);
+    InstantPod pod;
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_HoldFreeOuts(pod.get(), false, false, false, false), -116);
+}
+
+TEST(TimingEdge, takes_the_edge_of_the_configuration_and_applies_the_link_delay) {
+    for (const bool edge : {false, true}) {
+        InstantPod pod;
+        pod.inform.qelVariable.tdoedge = edge;
+        pod.control.linkDelay = 3;
+        pod.control.linkDelta = 2;
+        pod.control.priorConfig = 0x0080;
+        EXPECT_EQ(jsc_TimingEdge(pod.get(), !edge, !edge), 0);
+        ASSERT_EQ(pod.batches.size(), 2U);
+        EXPECT_EQ(podsim::notation::text(pod.batches[0]), "wait done\nread 31\nread 16\nread 17\n");
+        EXPECT_EQ(podsim::notation::text(pod.batches[1]), std::string("write 5 ") +
+                                                              (edge ? "0808" : "0800") +
+                                                              "\nread 31\nread 16\nread 17\n");
+        EXPECT_EQ(queued(pod), "write 4 0085\n");
+        EXPECT_EQ(pod.control.priorConfig, 0x0085);
+    }
+}
+
+TEST(TimingEdge, returns_the_first_error) {
+    InstantPod pod;
+    pod.failing = 1;
+    EXPECT_EQ(jsc_TimingEdge(pod.get(), false, false), -140);
+    EXPECT_EQ(queued(pod), "");
+    EXPECT_EQ(jsc_TimingEdge(nullptr, false, false), -122);
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_TimingEdge(pod.get(), false, false), -116);
+}
+
+} // namespace

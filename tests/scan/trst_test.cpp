@@ -1,0 +1,151 @@
+#include "scan/trst.h"
+
+#include "controller/time_value.h"
+#include "log/store.h"
+#include "podsim/batch/notation.h"
+#include "support/instant_pod.h"
+#include "support/recorded_sleeps.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using test_support::InstantPod;
+using test_support::RecordedSleeps;
+using Delays = std::vector<uint32_t>;
+
+constexpr uint16_t latched = SUPPORT_CONDITION;
+
+// A pod of generation 2, which needs no pause after a clear pulse, with a log.
+class Trst : public testing::Test {
+protected:
+    Trst() {
+        TimeValueInitial(pod.get());
+        zdl_LogFileCreate(&pod.inform.resetLogHandle, 8);
+        zdl_LogFileErase(pod.inform.resetLogHandle, true);
+        set_condition(false);
+    }
+    ~Trst() override { zdl_LogFileDelete(&pod.inform.resetLogHandle); }
+
+    // The condition latch, in the pod and as of the last flush.
+    void set_condition(bool set) {
+        pod.control.StatusCache = set ? latched : 0;
+        pod.give = [set](uint16_t port) {
+            return static_cast<uint16_t>(port == 31 && set ? latched : 0);
+        };
+    }
+
+    std::vector<uint32_t> logged() {
+        const auto* log = static_cast<LS_LOGFILE*>(pod.inform.resetLogHandle);
+        return {log->pLogFileData, log->pLogFileData + log->logFileIndex};
+    }
+
+    std::string text() {
+        std::string all;
+        for (const auto& words : pod.batches) {
+            all += podsim::notation::text(words) + "--\n";
+        }
+        return all;
+    }
+
+    InstantPod pod{POD_REVISION_2};
+    RecordedSleeps sleeps;
+};
+
+TEST_F(Trst, the_pin_is_the_inverse_of_the_status_bit) {
+    bool high = false;
+    EXPECT_EQ(jsc_StatusTrstn(pod.get(), &high), 0);
+    EXPECT_TRUE(high);
+    set_condition(true);
+    EXPECT_EQ(jsc_StatusTrstn(pod.get(), &high), 0);
+    EXPECT_FALSE(high);
+    EXPECT_TRUE(pod.queued().empty());
+}
+
+TEST_F(Trst, status_checks_its_arguments) {
+    bool high = true;
+    EXPECT_EQ(jsc_StatusTrstn(pod.get(), nullptr), -122);
+    EXPECT_EQ(jsc_StatusTrstn(nullptr, &high), -122);
+    EXPECT_TRUE(high);
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_StatusTrstn(pod.get(), &high), -116);
+}
+
+TEST_F(Trst, driving_low_pulses_the_clear_line_of_a_latched_condition) {
+    set_condition(true);
+    EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 0, 77), 0);
+    EXPECT_EQ(text(), "wait done\nread 31\nread 16\nread 17\n--\n"
+                      "write 5 0c00\nwrite 5 0c04\nread 31\nread 16\nread 17\n--\n");
+    EXPECT_EQ(sleeps.delays_us(), Delays{10000});
+}
+
+TEST_F(Trst, driving_high_works_on_a_clear_latch) {
+    EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 5, 0), 0);
+    EXPECT_EQ(pod.batches.size(), 2U);
+    EXPECT_EQ(sleeps.delays_us(), Delays{10000});
+    set_condition(true);
+    pod.batches.clear();
+    EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 0), 0);
+    EXPECT_EQ(pod.batches.size(), 1U) << "nothing to do";
+}
+
+TEST_F(Trst, the_recovery_time_is_the_time_value) {
+    pod.control.timeValue.pulseRecoveryValue = 321;
+    EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 0), 0);
+    EXPECT_EQ(sleeps.delays_us(), Delays{321});
+}
+
+TEST_F(Trst, other_pin_operations_are_refused_before_the_wait) {
+    for (const int pin : {0, 2, 3, -1}) {
+        EXPECT_EQ(jsc_ModifyTrstn(pod.get(), static_cast<JSC_JtagPin>(pin), 1, 1), -122) << pin;
+    }
+    EXPECT_EQ(jsc_ModifyTrstn(nullptr, eJSC_JTAG_PIN_SET_LEVEL, 1, 1), -122);
+    EXPECT_TRUE(pod.queued().empty());
+    EXPECT_EQ(sleeps.delays_us(), Delays{});
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 1), -116);
+}
+
+TEST_F(Trst, a_failure_is_returned_without_a_sleep) {
+    pod.failing = 1;
+    EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 1), -140);
+    EXPECT_EQ(sleeps.delays_us(), Delays{});
+}
+
+TEST_F(Trst, a_low_pin_is_driven_high) {
+    set_condition(true);
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), 0);
+    EXPECT_EQ(sleeps.delays_us().size(), 1U);
+    EXPECT_EQ(logged(), std::vector<uint32_t>{RSTLOG_SCAN_PATH_TRST_NEGATE});
+}
+
+TEST_F(Trst, a_high_pin_is_pulsed_when_asked) {
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), 0);
+    EXPECT_EQ(sleeps.delays_us().size(), 2U) << "low, then high";
+    EXPECT_EQ(logged(), std::vector<uint32_t>{RSTLOG_SCAN_PATH_TRST_TOGGLE});
+}
+
+TEST_F(Trst, a_high_pin_is_left_alone_else) {
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), false, true), 0);
+    EXPECT_TRUE(pod.queued().empty());
+    EXPECT_TRUE(pod.batches.empty());
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(Trst, the_log_is_written_when_asked_only) {
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, false), 0);
+    EXPECT_TRUE(logged().empty());
+}
+
+TEST_F(Trst, failures_of_the_pin_are_ignored_and_those_of_the_log_are_not) {
+    pod.failing = 2;
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), 0);
+    EXPECT_EQ(logged(), std::vector<uint32_t>{RSTLOG_SCAN_PATH_TRST_TOGGLE});
+    while (zdl_LogFileBasic(pod.inform.resetLogHandle, 1) == 0) {
+    }
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), -520);
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), -116);
+}
+
+} // namespace
