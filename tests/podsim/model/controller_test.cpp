@@ -59,7 +59,8 @@ TEST_F(ControllerTest, PortsAbove31Fail) {
 
 TEST(Controller, HighRegistersExistByKind) {
     for (const std::uint16_t kind :
-         {eJTI_CONTROL_ID_TBC, eJTI_CONTROL_ID_EXL, eJTI_CONTROL_ID_DPM}) {
+         {std::uint16_t{eJTI_CONTROL_ID_TBC}, std::uint16_t{eJTI_CONTROL_ID_EXL},
+          std::uint16_t{eJTI_CONTROL_ID_DPM}}) {
         ControllerSettings settings = strict_settings();
         settings.kind = kind;
         Bench pod(scratch_chain(8), settings);

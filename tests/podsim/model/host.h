@@ -104,7 +104,7 @@ public:
         return controller.wait(static_cast<std::uint16_t>(word)).reason();
     }
 
-    void program_link_delay(unsigned delay) { config = (config & ~TBC_CONFIG_LINK_MASK) | delay; }
+    void program_link_delay(unsigned delay) { config = (config & 0xFFE0U) | delay; }
 
     void go_to(unsigned transit, unsigned code) {
         wait(SHM_WAIT_DONE);
