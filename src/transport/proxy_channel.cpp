@@ -21,6 +21,16 @@ constexpr int32_t no_pod = eJTI_ERROR_TRANSPORT;
 
 constexpr int32_t no_record = -1;
 
+// Looks at the semaphore until a post is there, for about as long as a short exchange takes.
+void look_for_post(sem_t* pSemaphore) {
+    constexpr uint32_t looks = 256;
+    int posts = 0;
+    for (uint32_t look = 0; look < looks && sem_getvalue(pSemaphore, &posts) == 0 && posts <= 0;
+         ++look) {
+        __builtin_ia32_pause();
+    }
+}
+
 // ---- the proxy-wide mutex ----
 
 sem_t* lock_proxy() {
@@ -221,13 +231,12 @@ void my_wait(sem_t* pSemaphore) {
     // Kept: the deadline lies in the past, so that every attempt returns at once and the wait spins
     // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
     constexpr timespec deadline{.tv_sec = 10, .tv_nsec = 100'000'000};
-    // On a machine with few processors the proxy may need this one.
-    constexpr uint32_t attempts_before_yield = 64;
-    uint32_t attempts = 0;
+    // An attempt without a post costs a system call, for which the kernel sets up a timer: we look
+    // for the post first. On a machine with few processors the proxy may need this one meanwhile.
+    look_for_post(pSemaphore);
     while (os_calls.sem_timedwait(pSemaphore, &deadline) != 0) {
-        if (++attempts >= attempts_before_yield) {
-            sched_yield();
-        }
+        sched_yield();
+        look_for_post(pSemaphore);
     }
 }
 
