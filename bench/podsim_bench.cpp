@@ -1,0 +1,244 @@
+// The driver and the simulated pod together, each in its own process: how many flushed scans a
+// second, how many bits a second.
+#include "podsim/privacy/private_shm.h"
+
+#include "jsc_export.h"
+
+#include <algorithm>
+#include <array>
+#include <benchmark/benchmark.h>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <string_view>
+#include <sys/prctl.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+constexpr const char* description = R"(
+[[pod]]
+serial = 1
+revision = 0x0200
+[[pod.tap]]
+name = "short"
+ir_length = 4
+[[pod]]
+serial = 2
+revision = 0x0200
+[[pod.tap]]
+name = "long"
+ir_length = 4
+[[pod.tap.register]]
+name = "long"
+kind = "scratch"
+instruction = 8
+length = 524288
+)";
+
+[[noreturn]] void give_up(const char* what) {
+    std::perror(what);
+    std::exit(1);
+}
+
+// Starts the simulator beside this program, in a /dev/shm of both, and waits until it serves.
+void start_simulator() {
+    if (podsim::enter_private_shm().failed()) {
+        give_up("a private /dev/shm");
+    }
+    const std::string program =
+        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "talvor-podsim";
+    const std::string file = "/dev/shm/bench.toml"; // nobody else sees it
+    std::ofstream(file) << description;
+    std::array<int, 2> ready{};
+    if (pipe(ready.data()) != 0) {
+        give_up("pipe");
+    }
+    if (fork() == 0) {
+        prctl(PR_SET_PDEATHSIG, SIGTERM);
+        close(ready[0]);
+        const std::string fd = std::to_string(ready[1]);
+        if (std::freopen("/dev/null", "w", stdout) == nullptr) {
+            give_up("/dev/null");
+        }
+        execl(program.c_str(), program.c_str(), "--ready-fd", fd.c_str(), file.c_str(), nullptr);
+        give_up(program.c_str());
+    }
+    close(ready[1]);
+    char byte = 0;
+    if (read(ready[0], &byte, 1) != 1) {
+        give_up("the simulator");
+    }
+}
+
+// A configuration with a few keys in it.
+struct Key {
+    std::string_view name;
+    const char* text;
+};
+std::array<Key, 4> keys{{{"VEXIL.ECOM_DRVR", "bench"},
+                         {"KELM.POD_EMUVERSION", "2"},
+                         {"KELM.POD_SN", "1"},
+                         {"KELM.POD_AW_EN", "true"}}};
+
+JTI_Error invalid_id(CFG_Handle, uint32_t* id) {
+    *id = UINT32_MAX;
+    return 0;
+}
+JTI_Error global_id(CFG_Handle, uint32_t* id, bool* found) {
+    *id = 1;
+    *found = true;
+    return 0;
+}
+JTI_Error find_key(CFG_Handle, uint32_t, const char* name, JBD_Context* entry, bool* found) {
+    const auto key =
+        std::find_if(keys.begin(), keys.end(), [=](const Key& one) { return one.name == name; });
+    *found = key != keys.end();
+    *entry = const_cast<char*>(*found ? key->text : "");
+    return 0;
+}
+JTI_Error text_of(CFG_Handle, JBD_Context entry, uint32_t* length, const char** text) {
+    *text = static_cast<const char*>(entry);
+    *length = static_cast<uint32_t>(std::strlen(*text));
+    return 0;
+}
+JTI_Error truth_of(CFG_Handle, JBD_Context entry, bool* value) {
+    *value = std::strcmp(static_cast<const char*>(entry), "true") == 0;
+    return 0;
+}
+JTI_Error unsigned_of(CFG_Handle, JBD_Context entry, uint32_t* value) {
+    *value = static_cast<uint32_t>(std::strtoul(static_cast<const char*>(entry), nullptr, 0));
+    return 0;
+}
+JTI_Error signed_of(CFG_Handle, JBD_Context entry, int32_t* value) {
+    *value = static_cast<int32_t>(std::strtol(static_cast<const char*>(entry), nullptr, 0));
+    return 0;
+}
+
+CFG_Interface* configuration() {
+    static CFG_Interface table{};
+    table.GetContextIdInvalid = invalid_id;
+    table.GetContextIdGlobal = global_id;
+    table.GetContextHandle = find_key;
+    table.GetContextString = text_of;
+    table.GetContextBoolean = truth_of;
+    table.GetContextUnsign32 = unsigned_of;
+    table.GetContextSigned32 = signed_of;
+    return &table;
+}
+
+void check(JTI_Error error, const char* what) {
+    if (error != 0) {
+        std::fprintf(stderr, "%s: %d\n", what, static_cast<int>(error));
+        std::exit(1);
+    }
+}
+
+constexpr const char* short_chain = "1"; // one TAP in BYPASS
+constexpr const char* long_chain = "2";
+
+// A connected scan controller.
+class Host {
+public:
+    Host(const char* serial, bool waits_by_itself) {
+        static const bool started = (start_simulator(), true);
+        static_cast<void>(started);
+        keys[2].text = serial;
+        keys[3].text = waits_by_itself ? "true" : "false";
+        check(JSC_CreateInterface(&table_), "JSC_CreateInterface");
+        JSC_Parameter parameter{true, JSC_RECIPE_LONG_INIT, eJTI_CLIENT_ANONYMOUS, configuration(),
+                                this};
+        check(JSC_CreateHandle(&handle_, &parameter), "JSC_CreateHandle");
+        bool first = false;
+        check(table_->Connect(handle_, &first), "Connect");
+    }
+    Host(const Host&) = delete;
+    Host& operator=(const Host&) = delete;
+    ~Host() {
+        bool last = false;
+        table_->Disconnect(handle_, &last);
+        JSC_DeleteHandle(&handle_);
+        JSC_DeleteInterface(&table_);
+    }
+
+    JSC_Interface& operator*() { return *table_; }
+    JSC_Interface* operator->() { return table_; }
+    JSC_Inform* handle() { return handle_; }
+
+    JTI_Error scan(JSC_JtagShift path, uint32_t bits, std::vector<uint16_t>& out,
+                   std::vector<uint16_t>& in) {
+        const JSC_JtagCommand command{eJSC_JTAG_TRANSIT_QUICKEST, path,
+                                      eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE,
+                                      eJSC_JTAG_DELAY_USE_END,    eJSC_JTAG_AMBLE_NEITHER,
+                                      eJSC_JTAG_USAGE_FRESH,      eJSC_JTAG_WIDTH_16,
+                                      eJSC_JTAG_ADJUST_AUTO};
+        const JSC_JtagParam16 parameter{1, 0, bits, out.data(), in.data()};
+        return table_->ScanBoth16(handle_, &command, &parameter);
+    }
+
+private:
+    JSC_Interface* table_ = nullptr;
+    JSC_Inform* handle_ = nullptr;
+};
+
+// One flush with one register read and the three status reads of every flush.
+void Flush(benchmark::State& state) {
+    Host host(short_chain, false);
+    uint16_t word = 0;
+    for (auto _ : state) {
+        check(host->RegisterRead(host.handle(), false, false, 17, 1, &word), "RegisterRead");
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(Flush)->UseRealTime();
+
+// A flushed scan of 32 bits out and in.
+void Scan32(benchmark::State& state) {
+    Host host(short_chain, state.range(0) != 0);
+    std::vector<uint16_t> out{0x1234, 0x5678};
+    std::vector<uint16_t> in(2);
+    for (auto _ : state) {
+        check(host.scan(eJSC_JTAG_SHIFT_DR, 32, out, in), "ScanBoth16");
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(Scan32)->ArgName("pod_waits")->Arg(0)->Arg(1)->UseRealTime();
+
+// A scan of 512 Kbit out and in, through a register of that length; its data is checked.
+void Scan512K(benchmark::State& state) {
+    Host host(long_chain, state.range(0) != 0);
+    constexpr uint32_t bits = 524288;
+    std::vector<uint16_t> instruction{8};
+    std::vector<uint16_t> captured(1);
+    check(host.scan(eJSC_JTAG_SHIFT_IR, 4, instruction, captured), "ScanBoth16");
+    std::vector<uint16_t> out(bits / 16);
+    std::vector<uint16_t> in(bits / 16);
+    uint32_t seed = 1;
+    for (uint16_t& word : out) {
+        seed = seed * 1664525 + 1013904223;
+        word = static_cast<uint16_t>(seed >> 16);
+    }
+    check(host.scan(eJSC_JTAG_SHIFT_DR, bits, out, in), "ScanBoth16");
+    for (auto _ : state) {
+        check(host.scan(eJSC_JTAG_SHIFT_DR, bits, out, in), "ScanBoth16");
+    }
+    if (in != out) {
+        state.SkipWithError("the register did not give back what was scanned into it");
+    }
+    state.counters["bits"] =
+        benchmark::Counter(static_cast<double>(bits) * static_cast<double>(state.iterations()),
+                           benchmark::Counter::kIsRate);
+}
+BENCHMARK(Scan512K)
+    ->ArgName("pod_waits")
+    ->Arg(0)
+    ->Arg(1)
+    ->UseRealTime()
+    ->Unit(benchmark::kMillisecond);
+
+} // namespace
