@@ -1,6 +1,7 @@
 #include "podsim/model/controller.h"
 
-#include <algorithm>
+#include "podsim/model/operation.h"
+
 #include <string>
 #include <utility>
 
@@ -14,63 +15,6 @@ constexpr std::uint64_t kSettleNs = 1000;
 constexpr std::uint16_t kOutputAtPowerOn = TBC_OUTPUT_CONNECTED;
 constexpr std::uint16_t kPodControlAtPowerOn =
     TBC_POD_EVENT3 | TBC_POD_EVENT2 | TBC_POD_TDO_EDGE | TBC_POD_CLEAR;
-
-TapState state_of(std::uint16_t code) {
-    switch (code & TBC_STATE_MASK) {
-    case TBC_STATE_RESET:
-    case TBC_STATE_RESET_READ:
-        return TapState::TestLogicReset;
-    case TBC_STATE_SHIFT_DR:
-        return TapState::ShiftDr;
-    case TBC_STATE_SHIFT_IR:
-        return TapState::ShiftIr;
-    case TBC_STATE_PAUSE_DR:
-        return TapState::PauseDr;
-    case TBC_STATE_PAUSE_IR:
-        return TapState::PauseIr;
-    default:
-        return TapState::RunTestIdle;
-    }
-}
-
-// Operations end in states that hold, so no other is ever read.
-std::uint16_t code_of(TapState state) {
-    switch (state) {
-    case TapState::TestLogicReset:
-        return TBC_STATE_RESET_READ;
-    case TapState::ShiftDr:
-        return TBC_STATE_SHIFT_DR;
-    case TapState::ShiftIr:
-        return TBC_STATE_SHIFT_IR;
-    case TapState::PauseDr:
-        return TBC_STATE_PAUSE_DR;
-    case TapState::PauseIr:
-        return TBC_STATE_PAUSE_IR;
-    default:
-        return TBC_STATE_IDLE_READ;
-    }
-}
-
-// The shortest path through the Capture state that belongs to a Pause state; the shortest path to
-// every other state.
-TmsPath path_via_capture(TapState from, TapState to) {
-    if (to != TapState::PauseDr && to != TapState::PauseIr) {
-        return shortest_path(from, to);
-    }
-    const TapState capture = to == TapState::PauseDr ? TapState::CaptureDr : TapState::CaptureIr;
-    return joined(shortest_path(from, capture), shortest_path(capture, to));
-}
-
-// Run-Test/Idle first, `clocks` clocks there, then the shortest path.
-TmsPath path_via_idle(TapState from, TapState to, unsigned clocks) {
-    const TmsPath there = shortest_path(from, TapState::RunTestIdle);
-    const TmsPath back = shortest_path(TapState::RunTestIdle, to);
-    return joined(joined(there, TmsPath{0, clocks}), back);
-}
-
-// The two bits that make a scan, each alone, are the transits of a go-to.
-constexpr std::uint16_t kTransitViaIdle = TBC_TRANSIT_SCAN & ~TBC_TRANSIT_VIA_CAPTURE;
-constexpr unsigned kIdleClocksShift = 5;
 
 // Modelling decision: a reset of the controller leaves the pod's own registers 25 to 27 alone. The
 // host programs clock and timing once, when it connects, and resets the controller afterwards.
@@ -302,8 +246,7 @@ Status Controller::run_operation() {
         return status;
     }
     const std::uint16_t operation = registers_[TBC_PORT_OPERATION];
-    Status status = (operation & TBC_TRANSIT_SCAN) == TBC_TRANSIT_SCAN ? start_scan(operation)
-                                                                       : go_to(operation);
+    Status status = is_scan(operation) ? start_scan(operation) : go_to(operation);
     look_at_emu_pins();
     return status;
 }
@@ -326,17 +269,10 @@ Status Controller::finish_previous() {
 }
 
 Status Controller::go_to(std::uint16_t operation) {
-    const TapState from = bus_.state();
-    const TapState to = state_of(operation);
-    if ((operation & TBC_TRANSIT_SCAN) == kTransitViaIdle) {
-        const unsigned clocks = (operation & TBC_TRANSIT_IDLE_MASK) >> kIdleClocksShift;
-        return engine_.move(path_via_idle(from, to, clocks));
-    }
-    if (to == TapState::TestLogicReset) {
-        return engine_.move_to_reset();
-    }
-    const bool via_capture = (operation & TBC_TRANSIT_SCAN) == TBC_TRANSIT_VIA_CAPTURE;
-    return engine_.move(via_capture ? path_via_capture(from, to) : shortest_path(from, to));
+    const bool directly = (operation & TBC_TRANSIT_SCAN) != kTransitViaIdle;
+    return directly && state_of(operation) == TapState::TestLogicReset
+               ? engine_.move_to_reset()
+               : engine_.move(go_to_path(bus_.state(), operation));
 }
 
 unsigned Controller::scan_return_delay() const {
@@ -359,149 +295,6 @@ Status Controller::start_scan(std::uint16_t operation) {
         .level = (config & TBC_OPTION_ONES) != 0,
         .return_delay = scan_return_delay(),
     });
-}
-
-// ---- data words and waits ---------------------------------------------------------------------
-
-bool Controller::waits_by_itself() const {
-    return !is_generation_1(settings_.revision) &&
-           (registers_[TBC_PORT_POD_TIMING] & POD_TIMING_HOST_WAITS) == 0;
-}
-
-// Lets the scan run until `words` received words stand in the buffer.
-Status Controller::make_received(std::size_t words) {
-    if (engine_.received() >= words) {
-        return {};
-    }
-    // Modelling decision: a scan that only receives runs ahead as far as the buffer goes. The host
-    // cannot tell, for it may only take the words it has waited for.
-    const std::uint64_t runnable = engine_.runnable();
-    const std::uint64_t needed = words - engine_.received();
-    if (!engine_.receives() || runnable < needed) {
-        return Status::failure("wait for a received word that cannot come");
-    }
-    return engine_.run(engine_.sends() ? needed : runnable);
-}
-
-// Lets the scan run until `words` words fit into the send buffer.
-Status Controller::make_room(std::size_t words) {
-    if (engine_.sendable() >= words) {
-        return {};
-    }
-    const std::uint64_t needed = words - engine_.sendable();
-    if (engine_.runnable() < needed) {
-        return Status::failure("wait for room to send that cannot come");
-    }
-    return engine_.run(needed);
-}
-
-Status Controller::run_to_end() {
-    if (!engine_.busy()) {
-        return {};
-    }
-    if (engine_.runnable() < engine_.words_left()) {
-        return Status::failure("wait for the end of an operation that lacks data words or room");
-    }
-    Status status = engine_.run(engine_.words_left());
-    announced_ = engine_.received();
-    look_at_emu_pins();
-    return status;
-}
-
-Status Controller::wait_other(std::uint16_t word) {
-    switch (word) {
-    case SHM_WAIT_READ_ONE:
-    case SHM_WAIT_READ_MANY: {
-        if (loop_.active()) {
-            return loop_.size() != 0
-                       ? Status{}
-                       : Status::failure("wait for a word of an empty loop-back path");
-        }
-        std::size_t words = 1;
-        if (word == SHM_WAIT_READ_MANY) {
-            const std::uint64_t left = engine_.receives() ? engine_.words_left() : 0;
-            words = static_cast<std::size_t>(
-                std::clamp<std::uint64_t>(engine_.received() + left, 1, kManyReceived));
-        }
-        Status status = make_received(words);
-        if (!status.failed()) {
-            announced_ = std::max(announced_, words);
-        }
-        return status;
-    }
-    case SHM_WAIT_WRITE_ONE:
-        return make_room(1);
-    case SHM_WAIT_WRITE_MANY:
-        return make_room(kSendDepth);
-    case SHM_WAIT_DONE:
-        return run_to_end();
-    default:
-        return Status::failure("unknown wait word");
-    }
-}
-
-Status Controller::write_send(std::uint16_t word) {
-    if (loop_.active()) {
-        if (loop_.full()) {
-            return mistake("word sent into a full loop-back path, dropped");
-        }
-        loop_.send(word);
-        return {};
-    }
-    if (!engine_.wants_word()) {
-        return mistake("word to send that no operation takes, dropped");
-    }
-    if (engine_.sendable() == 0) {
-        if (!waits_by_itself()) {
-            if (Status status = mistake("word sent without room and without a wait");
-                status.failed()) {
-                return status;
-            }
-        }
-        if (Status status = make_room(1); status.failed()) {
-            return status;
-        }
-    }
-    engine_.send(word);
-    return {};
-}
-
-ReadResult Controller::read_receive() {
-    if (loop_.active()) {
-        return {loop_.receive(faults_.loopback), {}};
-    }
-    if (announced_ == 0 || engine_.received() == 0) {
-        const bool nothing_to_come =
-            engine_.received() == 0 && !(engine_.busy() && engine_.receives());
-        if (nothing_to_come) {
-            return {kOpenPath, mistake("read of the receive buffer with nothing to give")};
-        }
-        if (!waits_by_itself()) {
-            if (Status status = mistake("read of the receive buffer without a wait");
-                status.failed()) {
-                return {0, std::move(status)};
-            }
-        }
-        if (Status status = make_received(1); status.failed()) {
-            return {0, std::move(status)};
-        }
-        announced_ = 1;
-    }
-    --announced_;
-    return engine_.receive();
-}
-
-Status Controller::settle() {
-    Status status = engine_.sync();
-    if (const std::uint64_t words = engine_.runnable(); !status.failed() && words != 0) {
-        status = engine_.run(words);
-        if (!status.failed()) {
-            status = engine_.sync();
-        }
-    }
-    announced_ = engine_.received();
-    look_at_emu_pins();
-    return status;
 }
 
 // ---- the pod around the controller ------------------------------------------------------------

@@ -134,6 +134,7 @@ private:
     Status reset();
     // Data and waits.
     Status wait_other(std::uint16_t word);
+    Status wait_received(std::size_t words);
     Status make_received(std::size_t words);
     Status make_room(std::size_t words);
     Status run_to_end();

@@ -206,4 +206,11 @@ inline Words cut(Words words, std::uint64_t count) {
     return words;
 }
 
+// A pod in strict mode with one device: IDCODE, and 64 bits of scratch at instruction 3.
+class StrictPod : public testing::Test {
+protected:
+    StrictPod() : pod(scratch_chain(64), strict_settings()) {}
+    Bench pod;
+};
+
 } // namespace host

@@ -1,0 +1,152 @@
+// The controller's data words: sending, receiving, and the waits between them.
+#include "podsim/model/controller.h"
+
+#include <algorithm>
+#include <string>
+#include <utility>
+
+namespace podsim {
+
+bool Controller::waits_by_itself() const {
+    return !is_generation_1(settings_.revision) &&
+           (registers_[TBC_PORT_POD_TIMING] & POD_TIMING_HOST_WAITS) == 0;
+}
+
+// Lets the scan run until `words` received words stand in the buffer.
+Status Controller::make_received(std::size_t words) {
+    if (engine_.received() >= words) {
+        return {};
+    }
+    // Modelling decision: a scan that only receives runs ahead as far as the buffer goes. The host
+    // cannot tell, for it may only take the words it has waited for.
+    const std::uint64_t runnable = engine_.runnable();
+    const std::uint64_t needed = words - engine_.received();
+    if (!engine_.receives() || runnable < needed) {
+        return Status::failure("wait for a received word that cannot come");
+    }
+    return engine_.run(engine_.sends() ? needed : runnable);
+}
+
+// Lets the scan run until `words` words fit into the send buffer.
+Status Controller::make_room(std::size_t words) {
+    if (engine_.sendable() >= words) {
+        return {};
+    }
+    const std::uint64_t needed = words - engine_.sendable();
+    if (engine_.runnable() < needed) {
+        return Status::failure("wait for room to send that cannot come");
+    }
+    return engine_.run(needed);
+}
+
+Status Controller::run_to_end() {
+    if (!engine_.busy()) {
+        return {};
+    }
+    if (engine_.runnable() < engine_.words_left()) {
+        return Status::failure("wait for the end of an operation that lacks data words or room");
+    }
+    Status status = engine_.run(engine_.words_left());
+    announced_ = engine_.received();
+    look_at_emu_pins();
+    return status;
+}
+
+Status Controller::wait_received(std::size_t words) {
+    if (loop_.active()) {
+        return loop_.size() != 0 ? Status{}
+                                 : Status::failure("wait for a word of an empty loop-back path");
+    }
+    // No more than the scan still has to give.
+    const std::uint64_t left = engine_.receives() ? engine_.words_left() : 0;
+    words =
+        static_cast<std::size_t>(std::clamp<std::uint64_t>(engine_.received() + left, 1, words));
+    Status status = make_received(words);
+    if (!status.failed()) {
+        announced_ = std::max(announced_, words);
+    }
+    return status;
+}
+
+Status Controller::wait_other(std::uint16_t word) {
+    switch (word) {
+    case SHM_WAIT_READ_ONE:
+        return wait_received(1);
+    case SHM_WAIT_READ_MANY:
+        return wait_received(kManyReceived);
+    case SHM_WAIT_WRITE_ONE:
+        return make_room(1);
+    case SHM_WAIT_WRITE_MANY:
+        return make_room(kSendDepth);
+    case SHM_WAIT_DONE:
+        return run_to_end();
+    default:
+        return Status::failure("unknown wait word");
+    }
+}
+
+Status Controller::write_send(std::uint16_t word) {
+    if (loop_.active()) {
+        if (loop_.full()) {
+            return mistake("word sent into a full loop-back path, dropped");
+        }
+        loop_.send(word);
+        return {};
+    }
+    if (!engine_.wants_word()) {
+        return mistake("word to send that no operation takes, dropped");
+    }
+    if (engine_.sendable() == 0) {
+        if (!waits_by_itself()) {
+            if (Status status = mistake("word sent without room and without a wait");
+                status.failed()) {
+                return status;
+            }
+        }
+        if (Status status = make_room(1); status.failed()) {
+            return status;
+        }
+    }
+    engine_.send(word);
+    return {};
+}
+
+ReadResult Controller::read_receive() {
+    if (loop_.active()) {
+        return {loop_.receive(faults_.loopback), {}};
+    }
+    if (announced_ == 0 || engine_.received() == 0) {
+        const bool nothing_to_come =
+            engine_.received() == 0 && !(engine_.busy() && engine_.receives());
+        if (nothing_to_come) {
+            return {kOpenPath, mistake("read of the receive buffer with nothing to give")};
+        }
+        if (!waits_by_itself()) {
+            if (Status status = mistake("read of the receive buffer without a wait");
+                status.failed()) {
+                return {0, std::move(status)};
+            }
+        }
+        if (Status status = make_received(1); status.failed()) {
+            return {0, std::move(status)};
+        }
+        announced_ = 1;
+    }
+    --announced_;
+    return engine_.receive();
+}
+
+Status Controller::settle() {
+    Status status = engine_.sync();
+    if (const std::uint64_t words = engine_.runnable(); !status.failed() && words != 0) {
+        status = engine_.run(words);
+        if (!status.failed()) {
+            status = engine_.sync();
+        }
+    }
+    announced_ = engine_.received();
+    look_at_emu_pins();
+    return status;
+}
+
+} // namespace podsim

@@ -1,0 +1,142 @@
+#include "podsim/model/test_bus.h"
+
+#include "host.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace host;
+
+constexpr unsigned kIrPath = TBC_STATE_IR_PATH;
+
+class TestBusTest : public StrictPod {};
+
+struct Move {
+    unsigned from;
+    unsigned transit;
+    unsigned to;
+    const char* tms;
+};
+
+const Move kMoves[] = {
+    // Shortest paths.
+    {TBC_STATE_RESET, 0, TBC_STATE_IDLE, "0"},
+    {TBC_STATE_IDLE, 0, TBC_STATE_PAUSE_DR, "1010"},
+    {TBC_STATE_IDLE, 0, TBC_STATE_PAUSE_IR, "11010"},
+    {TBC_STATE_PAUSE_DR, 0, TBC_STATE_PAUSE_DR, ""},
+    {TBC_STATE_PAUSE_DR, 0, TBC_STATE_SHIFT_DR, "10"},
+    {TBC_STATE_PAUSE_DR, 0, TBC_STATE_PAUSE_IR, "1111010"},
+    {TBC_STATE_PAUSE_DR, 0, TBC_STATE_IDLE, "110"},
+    {TBC_STATE_PAUSE_IR, 0, TBC_STATE_RESET, "11111"},
+    {TBC_STATE_SHIFT_IR, 0, TBC_STATE_PAUSE_IR, "10"},
+    // Through Capture, to a Pause state only.
+    {TBC_STATE_PAUSE_DR, 0x1000, TBC_STATE_PAUSE_DR, "111010"},
+    {TBC_STATE_PAUSE_IR, 0x1000, TBC_STATE_PAUSE_IR, "1111010"},
+    {TBC_STATE_IDLE, 0x1000, TBC_STATE_PAUSE_DR, "1010"},
+    {TBC_STATE_IDLE, 0x1000, TBC_STATE_IDLE, ""},
+    {TBC_STATE_PAUSE_DR, 0x1000, TBC_STATE_RESET, "11111"},
+    {TBC_STATE_PAUSE_DR, 0x1000, TBC_STATE_SHIFT_DR, "10"},
+    {TBC_STATE_RESET, 0x1000, TBC_STATE_IDLE_READ, "0"},
+    // Through Run-Test/Idle and seven clocks there.
+    {TBC_STATE_IDLE, 0x20E0, TBC_STATE_IDLE, "0000000"},
+    {TBC_STATE_PAUSE_DR, 0x20E0, TBC_STATE_PAUSE_DR,
+     "110"
+     "0000000"
+     "1010"},
+    {TBC_STATE_RESET, 0x20E0, TBC_STATE_RESET_READ,
+     "0"
+     "0000000"
+     "111"},
+    {TBC_STATE_IDLE, 0x2060, TBC_STATE_PAUSE_IR,
+     "000"
+     "11010"},
+};
+
+TEST_F(TestBusTest, GoToTakesItsTransit) {
+    const TapState states[] = {TapState::TestLogicReset, TapState::TestLogicReset,
+                               TapState::RunTestIdle,    TapState::RunTestIdle,
+                               TapState::ShiftDr,        TapState::ShiftIr,
+                               TapState::PauseDr,        TapState::PauseIr};
+    const unsigned codes[] = {1, 1, 3, 3, 4, 5, 6, 7};
+    for (const Move& move : kMoves) {
+        pod.write(10, TBC_CONTROL_RESET);
+        pod.go_to(0, move.from);
+        pod.recorder.tms();
+        pod.go_to(move.transit, move.to);
+        EXPECT_EQ(pod.recorder.tms(), move.tms);
+        EXPECT_EQ(pod.chain.state(), states[move.to]);
+        EXPECT_EQ(pod.read(18), codes[move.to]);
+    }
+}
+
+TEST_F(TestBusTest, FirstMoveToResetClocksFiveOnes) {
+    // Nobody knows where a target stands after power-on.
+    pod.go_to(0x1000, TBC_STATE_RESET);
+    EXPECT_EQ(pod.recorder.tms(), "11111");
+    pod.go_to(0x1000, TBC_STATE_RESET);
+    EXPECT_EQ(pod.recorder.tms(), "");
+}
+
+TEST_F(TestBusTest, DisconnectedOutputsHideClocksFromTheTarget) {
+    pod.go_to(0, TBC_STATE_RESET);
+    pod.go_to(0, TBC_STATE_PAUSE_DR);
+    pod.recorder.tms();
+    pod.write(2, 0);
+    const std::uint64_t before = pod.controller.time_ns();
+    pod.go_to(0, TBC_STATE_IDLE);
+    EXPECT_EQ(pod.read(18), 3U);
+    EXPECT_EQ(pod.chain.state(), TapState::PauseDr);
+    EXPECT_EQ(pod.recorder.tms(), "");
+    EXPECT_GT(pod.controller.time_ns(), before);
+    EXPECT_EQ(pod.scan_both(TBC_STATE_IDLE, 16, {0}, true), (Words{0xFFFF}));
+    pod.write(2, 1);
+    // Out of step with the target: five ones bring both together.
+    pod.go_to(0, TBC_STATE_RESET);
+    EXPECT_EQ(pod.recorder.tms(), "11111");
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+}
+
+TEST_F(TestBusTest, ClockOutputOffHidesClocksToo) {
+    pod.go_to(0, TBC_STATE_IDLE);
+    pod.write(3, TBC_CLOCK_OUT_OFF);
+    pod.go_to(0, TBC_STATE_PAUSE_DR);
+    EXPECT_EQ(pod.chain.state(), TapState::RunTestIdle);
+    pod.write(3, 0);
+    pod.go_to(0, TBC_STATE_RESET);
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+}
+
+TEST_F(TestBusTest, LostPowerOrClockReadsOnesAndEndsAllTheSame) {
+    for (const bool power : {true, false}) {
+        Faults faults;
+        faults.power = power;
+        faults.clock = !power;
+        ASSERT_FALSE(pod.controller.set_faults(faults).failed());
+        const TapState before = pod.chain.state();
+        pod.go_to(0, TBC_STATE_PAUSE_IR);
+        EXPECT_EQ(pod.chain.state(), before);
+        EXPECT_EQ(pod.scan_both(TBC_STATE_PAUSE_DR, 32, {0, 0}, true), (Words{0xFFFF, 0xFFFF}));
+        ASSERT_FALSE(pod.controller.set_faults({}).failed());
+        pod.go_to(0, TBC_STATE_RESET);
+        EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 32, true), (Words{0x1477, 0x2BA0}));
+    }
+}
+
+TEST_F(TestBusTest, PowerThatComesBackResetsTheTarget) {
+    pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
+    pod.scan_send(TBC_STATE_IDLE, 64, {1, 2, 3, 4});
+    pod.wait(SHM_WAIT_DONE);
+    Faults off;
+    off.power = false;
+    ASSERT_FALSE(pod.controller.set_faults(off).failed());
+    EXPECT_EQ(pod.chain.device(0).instruction(), 3U);
+    ASSERT_FALSE(pod.controller.set_faults({}).failed());
+    EXPECT_EQ(pod.chain.device(0).instruction(), 0xEU);
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+}
+
+} // namespace
