@@ -292,7 +292,7 @@ private:
                 continue;
             }
             const Sample& sample = waveform_.samples[row.columns[c].sample];
-            if (!is_shift(sample.state)) {
+            if (!is_shift(sample.state) || !sample.tdo_known) {
                 fmt::format_to(std::back_inserter(idle), "M{:g} {:g}H{:g}", x(c),
                                y + kLaneHeight / 2, x(c + 1));
                 before = false;
@@ -349,6 +349,9 @@ private:
                     std::string_view color, Bits ShiftRun::*bits) {
         for (const Place& place : places) {
             const ShiftRun& shift = shifts_[place.index];
+            if (bits == &ShiftRun::tdo && !shift.tdo_known) {
+                continue;
+            }
             const double left = x(place.begin) + 2;
             const double right = x(place.end) - 2;
             const std::string text = note(shift, line, shift.*bits, right - left);

@@ -97,9 +97,9 @@ private:
         write_level(row, Ink::Tdi, "TDI", [](const Sample& sample) { return sample.tdi; });
         label(Ink::Tdo, "TDO");
         lane(row, Ink::Tdo, [this](const Sample& sample) {
-            return times(!is_shift(sample.state) ? glyphs_.undriven
-                         : sample.tdo            ? glyphs_.high
-                                                 : glyphs_.low,
+            return times(!is_shift(sample.state) || !sample.tdo_known ? glyphs_.undriven
+                         : sample.tdo                                 ? glyphs_.high
+                                                                      : glyphs_.low,
                          kCell);
         });
         write_pins(row);
@@ -213,7 +213,7 @@ private:
                             shift.tdi.size(), shift.tdi.size() == 1 ? "" : "s",
                             shift.cut_at_start || shift.cut_at_end ? " (cut)" : "");
             const std::string tdi = shift.tdi.to_hex();
-            const std::string tdo = shift.tdo.to_hex();
+            const std::string tdo = shift.tdo_known ? shift.tdo.to_hex() : "not read";
             if (head.size() + tdi.size() + tdo.size() + 12 <= width_) {
                 ink(ink_of(shift_state(shift)), head);
                 ink(Ink::Tdi, "  TDI " + tdi);

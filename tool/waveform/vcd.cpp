@@ -70,6 +70,7 @@ constexpr size_t kSignalCount = 9;
 constexpr std::array<std::string_view, kSignalCount> kSignals{
     "tck", "tms", "tdi", "tdo", "tap_state", "trstn", "emu0", "emu1", "treset"};
 constexpr size_t kNeededSignals = 4;
+constexpr unsigned kUnknown = 2; // a level that counts as 1 where 0 or 1 is wanted
 
 constexpr size_t index_of(Signal signal) {
     return static_cast<size_t>(signal);
@@ -231,11 +232,13 @@ private:
                 break;
             case '0':
             case '1':
-            case 'x':
-            case 'X':
             case 'z':
             case 'Z':
                 set(word.substr(1), word[0] == '0' ? 0 : 1);
+                break;
+            case 'x':
+            case 'X':
+                set(word.substr(1), kUnknown);
                 break;
             case 'b':
             case 'B':
@@ -349,7 +352,8 @@ private:
         followed_ = next_state(state, tms);
         if (tcks_ >= window_.first_tck && tcks_ - window_.first_tck < window_.count) {
             waveform_.samples.push_back({time_ps_, tms, values_[index_of(Signal::Tdi)] != 0,
-                                         values_[index_of(Signal::Tdo)] != 0, state});
+                                         values_[index_of(Signal::Tdo)] != 0, state,
+                                         values_[index_of(Signal::Tdo)] != kUnknown});
         }
         ++tcks_;
     }

@@ -35,6 +35,7 @@ std::vector<ShiftRun> shift_runs(const Waveform& waveform) {
         for (size_t i = 0; i < run.count; ++i) {
             shift.tdi.set(i, waveform.samples[run.first + i].tdi);
             shift.tdo.set(i, waveform.samples[run.first + i].tdo);
+            shift.tdo_known = shift.tdo_known && waveform.samples[run.first + i].tdo_known;
         }
         // A whole run starts behind Capture or Exit2 and ends with TMS at one.
         shift.cut_at_start = run.first == 0 && waveform.first_tck != 0;

@@ -21,6 +21,7 @@ struct Sample {
     bool tdi = true;
     bool tdo = true;
     TapState state = TapState::TestLogicReset; // before the edge: the one in which TDI is sampled
+    bool tdo_known = true; // false: nobody looked at TDO, and `tdo` means nothing
 
     friend bool operator==(const Sample&, const Sample&) = default;
 };
@@ -63,6 +64,7 @@ struct ShiftRun {
     size_t first = 0; // sample
     Bits tdi;         // as many bits as samples
     Bits tdo;
+    bool tdo_known = true;     // all of its bits
     bool cut_at_start = false; // the stretch begins in the middle of it
     bool cut_at_end = false;
 };

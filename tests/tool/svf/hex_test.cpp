@@ -29,7 +29,9 @@ std::optional<Bits> read(HexReader& reader, const std::string& text, size_t leng
 TEST(HexReaderTest, StopsAtTheFirstCharacterThatIsNoDigit) {
     for (size_t digits = 0; digits < 40; ++digits) {
         for (const char stop : {')', ' ', '\n', 'g', 'G', '/', ':', '@', '`', '\x10', '\xB1'}) {
-            const std::string text = std::string(digits, '7') + stop + std::string(30, '7');
+            std::string text(digits, '7');
+            text.push_back(stop);
+            text.append(30, '7');
             HexReader reader;
             reader.begin(1000);
             EXPECT_EQ(reader.feed(text.data(), text.data() + text.size()), text.data() + digits)

@@ -85,7 +85,7 @@ class ParserTest : public testing::TestWithParam<Case> {};
 
 TEST_P(ParserTest, ReadsWholeAndInPiecesOfEverySmallSize) {
     EXPECT_EQ(parse(GetParam().text), GetParam().statements);
-    for (const size_t chunk_bytes : {1, 2, 3, 7, 16, 17}) {
+    for (const size_t chunk_bytes : std::initializer_list<size_t>{1, 2, 3, 7, 16, 17}) {
         EXPECT_EQ(parse(GetParam().text, chunk_bytes), GetParam().statements) << chunk_bytes;
     }
 }

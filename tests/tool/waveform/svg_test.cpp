@@ -90,6 +90,16 @@ TEST(SvgTest, ANarrowShiftKeepsItsDigits) {
     EXPECT_TRUE(has(svg, ">0<"));
 }
 
+TEST(SvgTest, AShiftThatNobodyReadHasNoTdo) {
+    Waveform wave = wave_of(scan());
+    for (Sample& sample : wave.samples) {
+        sample.tdo_known = false;
+    }
+    const std::string svg = to_svg(wave);
+    EXPECT_TRUE(has(svg, ">DR TDI 8 bits: 0x2A<"));
+    EXPECT_FALSE(has(svg, "DR TDO"));
+}
+
 TEST(SvgTest, ALongShiftIsCutAndSaysByHowMuch) {
     Trace trace;
     trace.moves("0100").shift(Bits::ones(600), Bits(600)).moves("10");

@@ -106,6 +106,16 @@ TEST(TextTest, LongValuesTakeTheirOwnLines) {
         << text;
 }
 
+TEST(TextTest, AShiftThatNobodyReadHasNoTdo) {
+    Waveform wave = scan_of_four_bits();
+    for (Sample& sample : wave.samples) {
+        sample.tdo_known = false;
+    }
+    const std::string text = to_text(wave);
+    EXPECT_NE(text.find("  DR 4 bits  TDI 5  TDO not read\n"), std::string::npos);
+    EXPECT_EQ(text.find("TDO   ┈┈┈┈┈┈┈┈┈┈┈┈┈┈┈┈┈┈┈┈▔"), std::string::npos);
+}
+
 TEST(TextTest, ColoursOnlyWhenAsked) {
     TextOptions options;
     EXPECT_EQ(to_text(scan_of_four_bits(), options).find('\x1b'), std::string::npos);

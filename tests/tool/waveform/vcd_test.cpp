@@ -70,7 +70,14 @@ TEST(VcdTest, AClockThatStartsHighHasNoEdgeThere) {
 TEST(VcdTest, UnknownLevelsReadAsPulledUp) {
     const Result<Waveform> wave = read(kHeader + "#0\n0!\nx\"\nz#\nX$\n#5\n1!\n");
     ASSERT_TRUE(wave.ok());
-    EXPECT_EQ(wave->samples[0], (Sample{5000, true, true, true, TapState::TestLogicReset}));
+    EXPECT_EQ(wave->samples[0], (Sample{5000, true, true, true, TapState::TestLogicReset, false}));
+}
+
+TEST(VcdTest, AnUndrivenTdoIsNoUnknownOne) {
+    const Result<Waveform> wave = read(kHeader + "#0\n0!\nz$\n#5\n1!\n#6\n0!\nx$\n#7\n1!\n");
+    ASSERT_TRUE(wave.ok());
+    EXPECT_TRUE(wave->samples[0].tdo_known);
+    EXPECT_FALSE(wave->samples[1].tdo_known);
 }
 
 TEST(VcdTest, KeepsThePinsBesideThePort) {
