@@ -45,7 +45,7 @@ TEST(Operation, BothTransitBitsMakeAScan) {
 TEST(Operation, EveryGoToEndsWhereItShould) {
     for (const TapState from : kEnds) {
         for (std::uint16_t code = 0; code < 8; ++code) {
-            for (const unsigned transit :
+            for (const int transit :
                  {TBC_TRANSIT_QUICKEST, TBC_TRANSIT_VIA_CAPTURE, TBC_TRANSIT_VIA_IDLE, 0x2000}) {
                 const auto operation = static_cast<std::uint16_t>(transit | code);
                 EXPECT_EQ(walk(from, go_to_path(from, operation)), kEnds[code]);
