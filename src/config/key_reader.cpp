@@ -1,6 +1,5 @@
 #include "config/key_reader.h"
 
-#include "sys/compare.h"
 #include "sys/keyword.h"
 
 #include <cstring>
@@ -175,13 +174,9 @@ int32_t get_text(const KeyWalk& walk, JBD_Context entry, KeyText* pText) {
     return walk.host->GetContextString(walk.handle, entry, &pText->length, &pText->text);
 }
 
-bool is_word(const KeyText& text, const char* word) {
-    // The comparison would take a length of 0 for "the whole texts".
-    return text.length != 0 && sys_Str0SinglCmpInsLen(word, text.text, text.length) == 0;
-}
-
 bool find_word(const KeyText& text, const KeyWords& words, uint32_t* pValue) {
     uint32_t index = 0;
+    // The look-up would take a length of 0 for "the whole texts".
     if (text.length == 0 ||
         str0_find_keyword(text.text, words.titles, &index, text.length) == nullptr) {
         return false;

@@ -133,11 +133,9 @@ int32_t length_within_limits(KeyWalk& walk, const KeyRow& row);
 // Gets the text of an entry. The host's code, or 0.
 int32_t get_text(const KeyWalk& walk, JBD_Context entry, KeyText* pText);
 
-// Whether the text is the word or a leading abbreviation of it, in any case. An empty text is not.
-bool is_word(const KeyText& text, const char* word);
-
-// Looks the text up among the words; the first that matches wins and gives *pValue, which is not
-// written when the result is false.
+// Looks the text up among the words: in any case, and by leading abbreviation. The first word that
+// matches wins and gives *pValue, which is not written when the result is false. An empty text
+// matches nothing.
 bool find_word(const KeyText& text, const KeyWords& words, uint32_t* pValue);
 
 // The characters of the text before its NUL, at most its counted length. 0 for a null text.

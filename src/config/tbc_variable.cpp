@@ -29,22 +29,21 @@ int32_t choose_clock(KeyWalk& walk, const KeyRow&) {
     return 0;
 }
 
-// Which key gives the link delay.
+// Which key gives the link delay. Without a mode key it is the older one.
 enum LinkKey : uint32_t { kLinkKeyOlder, kLinkKeyNone, kLinkKeyValue };
+
+const char* const kLinkModeTitle[] = {"disable", "enable", nullptr};
+const uint32_t kLinkModeValue[] = {kLinkKeyNone, kLinkKeyValue, LS_VALUE_NOTHING};
+
+const char* const kLinkDelayTitle[] = {"default", "automatic", nullptr};
+const uint32_t kLinkDelayValue[] = {false, true, LS_VALUE_NOTHING};
 
 int32_t read_link_mode(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
     if (const int32_t error = get_text(walk, entry, &text)) {
         return error;
     }
-    if (is_word(text, "disable")) {
-        walk.choice = kLinkKeyNone;
-    } else if (is_word(text, "enable")) {
-        walk.choice = kLinkKeyValue;
-    } else {
-        return row.refused;
-    }
-    return 0;
+    return find_word(text, row.words, &walk.choice) ? 0 : row.refused;
 }
 
 bool link_value_chosen(const KeyWalk& walk) {
@@ -83,17 +82,14 @@ int32_t read_link_delay(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
         return error;
     }
     TBC_Variable& tbc = record_of<TBC_Variable>(walk);
-    tbc.linkAuto = tbc.useLinkAuto = tbc.useLinkDelta = tbc.useLinkDelay = false;
+    tbc.useLinkDelta = false;
+    tbc.useLinkDelay = false;
     tbc.linkDelta = 0;
     tbc.linkDelay = 0;
-    if (is_word(text, "default")) {
-        return 0;
-    }
-    if (is_word(text, "automatic")) {
-        tbc.linkAuto = tbc.useLinkAuto = true;
-        return 0;
-    }
-    return read_link_number(walk, row, entry, text);
+    uint32_t automatic = false;
+    const bool is_word = find_word(text, row.words, &automatic);
+    tbc.linkAuto = tbc.useLinkAuto = automatic != 0;
+    return is_word ? 0 : read_link_number(walk, row, entry, text);
 }
 
 // A group of pins is active with a mode and a value, or not at all. Its use flags still tell which
@@ -155,13 +151,16 @@ constexpr KeyRow kRows[] = {
      .refused = eJTI_ERROR_CONTROLLER_VALUE},
     {.name = "VEXIL.LINKDELAY_MODE",
      .read = read_link_mode,
+     .words = {kLinkModeTitle, kLinkModeValue},
      .refused = eJTI_ERROR_CONTROLLER_VALUE},
     {.name = "VEXIL.LINKDELAY_VALUE",
      .read = read_link_delay,
+     .words = {kLinkDelayTitle, kLinkDelayValue},
      .unreadable = eJTI_ERROR_CONTROLLER_VALUE,
      .when = link_value_chosen},
     {.name = "VEXIL.LINKDLY",
      .read = read_link_delay,
+     .words = {kLinkDelayTitle, kLinkDelayValue},
      .unreadable = eJTI_ERROR_CONTROLLER_VALUE,
      .when = link_older_chosen},
     {.name = "VEXIL.END_DELAY_ONCE",

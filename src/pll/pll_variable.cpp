@@ -13,10 +13,8 @@ int32_t read_frequency(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
         return error;
     }
     coord_t coord = PLL_TCLK_W_NOTHING;
-    // The parser looks at all characters that the length claims.
     if (!find_word(text, row.words, &coord) &&
-        (true_length(text) != text.length ||
-         pll_StrLenToCoord(text.length, text.text, &coord) != 0)) {
+        pll_StrLenToCoord(text.length, text.text, &coord) != 0) {
         return row.refused;
     }
     store_value(walk, row.field, coord);

@@ -99,6 +99,9 @@ TEST(KelmVariable, HostErrorOfAReadEndsTheReading) {
 TEST(KelmVariable, BadTextGivesTheHostsCode) {
     check_bad_texts(kFamily);
 }
+TEST(KelmVariable, FlagsOfAbsentKeysAreCleared) {
+    check_flags_of_absent_keys(kFamily);
+}
 TEST(KelmVariable, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }
@@ -136,9 +139,10 @@ TEST(KelmVariable, RemotePortCountsOnlyWithAHost) {
 
 TEST(KelmVariable, LogKeysCountWithTheLogModeWhateverItSays) {
     for (const char* mode : {"yes", "no"}) {
-        const auto outcome = read_config(kFamily, {{"KELM.POD_LOGMODE", mode},
-                                                   {"KELM.POD_LOGTYPE", "verbose"},
-                                                   {"KELM.POD_LOGFILE", "f"}});
+        RecordingConfig config(Config::Keys{{"KELM.POD_LOGMODE", mode},
+                                            {"KELM.POD_LOGTYPE", "verbose"},
+                                            {"KELM.POD_LOGFILE", "f"}});
+        const auto outcome = read_config(kFamily, config);
         EXPECT_EQ(outcome.code, 0);
         EXPECT_EQ(outcome.record.logFileEnable, *mode == 'y');
         EXPECT_TRUE(outcome.record.logFileVerbose);

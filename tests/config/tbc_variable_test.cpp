@@ -179,6 +179,9 @@ TEST(TbcVariable, HostErrorOfAReadEndsTheReading) {
 TEST(TbcVariable, BadTextGivesTheCodeOfItsKey) {
     check_bad_texts(kFamily);
 }
+TEST(TbcVariable, FlagsOfAbsentKeysAreCleared) {
+    check_flags_of_absent_keys(kFamily);
+}
 TEST(TbcVariable, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }

@@ -117,6 +117,9 @@ TEST(PllVariable, HostErrorOfAReadEndsTheReading) {
 TEST(PllVariable, BadTextGivesTheCodeOfItsKey) {
     check_bad_texts(kFamily);
 }
+TEST(PllVariable, FlagsOfAbsentKeysAreCleared) {
+    check_flags_of_absent_keys(kFamily);
+}
 TEST(PllVariable, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }
