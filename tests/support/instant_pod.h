@@ -43,7 +43,9 @@ public:
     std::function<uint16_t(uint16_t port)> give;
     // Is told each write.
     std::function<void(uint16_t port, uint16_t value)> take;
-    // Status of the next batches, while not 0: they fail.
+    // Is told each flush before it is executed.
+    std::function<void()> before_flush;
+    // As many of the next batches fail.
     unsigned failing = 0;
     // Keeps the words of each batch.
     bool recording = true;
@@ -85,6 +87,9 @@ private:
             return;
         }
         ++flushes;
+        if (before_flush) {
+            before_flush();
+        }
         const uint32_t reads = block->rdCntrGbl;
         if (recording) {
             batches.push_back(queued());

@@ -1,0 +1,104 @@
+#include "api/diagnose.h"
+
+#include "controller/time_value.h"
+#include "podsim/batch/notation.h"
+#include "support/instant_pod.h"
+#include "support/recorded_sleeps.h"
+#include "transport/port.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using test_support::InstantPod;
+using test_support::RecordedSleeps;
+
+// A pod of generation 2, which reports its clock.
+class Diagnose : public testing::Test {
+protected:
+    Diagnose() { TimeValueInitial(pod.get()); }
+
+    int32_t diagnose(int32_t symptom) { return jsc_Diagnose(pod.get(), symptom); }
+
+    std::string queued() { return podsim::notation::text(pod.queued()); }
+
+    InstantPod pod{POD_REVISION_2};
+    RecordedSleeps sleeps;
+};
+
+const std::string waits = "write 16 0000\nwait done\n";
+
+TEST_F(Diagnose, nothing_wrong_is_no_code) {
+    EXPECT_EQ(diagnose(0), 0);
+    EXPECT_EQ(queued(), "");
+}
+
+TEST_F(Diagnose, a_code_goes_through_once_the_controller_has_been_waited_for) {
+    for (const int32_t code : {-1, -119, -130, -140, -179, -184, -310, -318, 5}) {
+        pod.empty_batch();
+        EXPECT_EQ(diagnose(code), code);
+        EXPECT_EQ(queued(), waits) << code;
+    }
+}
+
+TEST_F(Diagnose, telling_codes_go_through_at_once) {
+    pod.control.StatusCache = SUPPORT_CONDITION;
+    for (const int32_t code : {-120, -122, -129, -180, -183, -311, -317}) {
+        EXPECT_EQ(diagnose(code), code);
+    }
+    EXPECT_EQ(queued(), "");
+    for (const int32_t code : {-119, -130, -179, -184, -310, -318}) {
+        pod.control.StatusCache = SUPPORT_CONDITION;
+        EXPECT_EQ(diagnose(code), -180) << code << " is not one";
+    }
+}
+
+TEST_F(Diagnose, a_transport_error_goes_first_and_is_cleared) {
+    pod.inform.podError = -4711;
+    EXPECT_EQ(diagnose(-122), -4711);
+    EXPECT_EQ(pod.inform.podError, 0);
+    EXPECT_EQ(diagnose(-122), -122);
+    pod.inform.podError = -125;
+    EXPECT_EQ(diagnose(-999), -125) << "a telling one";
+}
+
+TEST_F(Diagnose, without_checks_the_code_is_not_looked_at) {
+    pod.inform.tbcVariable.noCheck = true;
+    pod.control.StatusCache = SUPPORT_CONDITION;
+    EXPECT_EQ(diagnose(0), 0);
+    EXPECT_EQ(diagnose(-140), -140);
+    pod.inform.podError = -4711;
+    EXPECT_EQ(diagnose(0), -4711);
+    EXPECT_EQ(pod.inform.podError, 0);
+    EXPECT_EQ(queued(), "");
+}
+
+TEST_F(Diagnose, lost_power_says_more_than_a_code) {
+    for (const int32_t symptom : {0, -140}) {
+        pod.control.StatusCache = SUPPORT_CONDITION | SUPPORT_CLOCK_LOST;
+        EXPECT_EQ(diagnose(symptom), -180) << "before the clock";
+    }
+}
+
+TEST_F(Diagnose, a_lost_clock_says_more_than_a_code) {
+    pod.control.StatusCache = SUPPORT_CLOCK_LOST;
+    EXPECT_EQ(diagnose(0), -181);
+}
+
+TEST_F(Diagnose, a_status_that_cannot_be_read_is_no_condition) {
+    pod.control.StatusCache = SUPPORT_CLOCK_LOST;
+    // The clear that follows the readings fails; what was seen stands.
+    PortWrite(pod.get(), 3, 1);
+    pod.failing = 10;
+    EXPECT_EQ(diagnose(-140), -181);
+}
+
+TEST_F(Diagnose, needs_a_handle_and_a_block) {
+    EXPECT_EQ(jsc_Diagnose(nullptr, 0), -122);
+    pod.inform.pJscControl = nullptr;
+    EXPECT_EQ(diagnose(0), -116);
+    EXPECT_EQ(diagnose(-140), -116);
+    EXPECT_EQ(diagnose(-182), -182);
+}
+
+} // namespace

@@ -1,0 +1,236 @@
+#include "jsc_export.h"
+
+#include "api/handle.h"
+#include "export/operations.h"
+#include "scan/scan_operation.h"
+#include "support/driver_session.h"
+
+#include <cstring>
+#include <gtest/gtest.h>
+
+namespace {
+
+using test_support::DriverSession;
+using test_support::FailingHeap;
+using test_support::RecordingConfig;
+using test_support::RestoredOs;
+
+using Slot = JTI_Error (*)();
+constexpr size_t slots = 54;
+
+TEST(Interface, is_a_table_of_54_filled_slots) {
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(JSC_CreateInterface(&table), 0);
+    ASSERT_NE(table, nullptr);
+    Slot filled[slots];
+    static_assert(sizeof filled == sizeof *table);
+    std::memcpy(filled, table, sizeof filled);
+    for (size_t slot = 0; slot < slots; ++slot) {
+        EXPECT_NE(filled[slot], nullptr) << slot;
+    }
+    EXPECT_EQ(JSC_DeleteInterface(&table), 0);
+    EXPECT_EQ(table, nullptr);
+}
+
+TEST(Interface, tables_are_independent) {
+    JSC_Interface* first = nullptr;
+    JSC_Interface* second = nullptr;
+    ASSERT_EQ(JSC_CreateInterface(&first), 0);
+    ASSERT_EQ(JSC_CreateInterface(&second), 0);
+    EXPECT_NE(first, second);
+    EXPECT_EQ(std::memcmp(first, second, sizeof *first), 0);
+    EXPECT_EQ(JSC_DeleteInterface(&first), 0);
+    bool known = true;
+    EXPECT_EQ(second->Connect(nullptr, &known), -122) << "the other still works";
+    EXPECT_EQ(JSC_DeleteInterface(&second), 0);
+}
+
+template <typename Function>
+const void* address(Function* function) {
+    return reinterpret_cast<const void*>(function);
+}
+
+TEST(Interface, scans_of_every_width_are_those_of_16_bits) {
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(JSC_CreateInterface(&table), 0);
+    EXPECT_EQ(address(table->ScanSend08), address(jsc_ScanSend16));
+    EXPECT_EQ(address(table->ScanSend16), address(jsc_ScanSend16));
+    EXPECT_EQ(address(table->ScanSend32), address(jsc_ScanSend16));
+    EXPECT_EQ(address(table->ScanSend64), address(jsc_ScanSend16));
+    EXPECT_EQ(address(table->ScanBoth08), address(jsc_ScanBoth16));
+    EXPECT_EQ(address(table->ScanBoth16), address(jsc_ScanBoth16));
+    EXPECT_EQ(address(table->ScanBoth32), address(jsc_ScanBoth16));
+    EXPECT_EQ(address(table->ScanBoth64), address(jsc_ScanBoth16));
+    EXPECT_EQ(address(table->ScanRecv08), address(jsc_ScanRecv16));
+    EXPECT_EQ(address(table->ScanRecv16), address(jsc_ScanRecv16));
+    EXPECT_EQ(address(table->ScanRecv32), address(jsc_ScanRecv16));
+    EXPECT_EQ(address(table->ScanRecv64), address(jsc_ScanRecv16));
+    EXPECT_EQ(JSC_DeleteInterface(&table), 0);
+}
+
+TEST(Interface, no_other_function_fills_two_slots) {
+    Slot filled[slots];
+    std::memcpy(filled, &operations, sizeof filled);
+    for (size_t slot = 0; slot < slots; ++slot) {
+        for (size_t other = slot + 1; other < slots; ++other) {
+            const bool scan = slot >= 14 && slot <= 25 && (slot - 14) / 4 == (other - 14) / 4;
+            EXPECT_EQ(filled[slot] == filled[other], scan) << slot << ' ' << other;
+        }
+    }
+}
+
+// What a deleted table's memory holds when it is freed.
+Slot freed_slots[slots];
+
+void watch_free(void* block) {
+    std::memcpy(freed_slots, block, sizeof freed_slots);
+    std::free(block);
+}
+
+TEST(Interface, every_slot_of_a_deleted_table_answers) {
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(JSC_CreateInterface(&table), 0);
+    const RestoredOs restored;
+    os_calls.free = watch_free;
+    ASSERT_EQ(JSC_DeleteInterface(&table), 0);
+    for (size_t slot = 0; slot < slots; ++slot) {
+        EXPECT_EQ(freed_slots[slot](), -601) << slot;
+    }
+}
+
+TEST(Interface, reports_null_pointers_and_an_empty_heap) {
+    EXPECT_EQ(JSC_CreateInterface(nullptr), -122);
+    EXPECT_EQ(JSC_DeleteInterface(nullptr), -122);
+    JSC_Interface* none = nullptr;
+    EXPECT_EQ(JSC_DeleteInterface(&none), -122);
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(JSC_CreateInterface(&table), 0);
+    EXPECT_EQ(JSC_DeleteInterface(&table), 0);
+    EXPECT_EQ(JSC_DeleteInterface(&table), -122) << "a second time";
+    FailingHeap heap(0);
+    table = reinterpret_cast<JSC_Interface*>(&heap);
+    EXPECT_EQ(JSC_CreateInterface(&table), -131);
+    EXPECT_EQ(table, nullptr);
+}
+
+TEST(Interface, every_operation_refuses_a_null_handle) {
+    const JSC_Interface& table = operations;
+    JSC_JtagCommand command{};
+    bool flag = false;
+    uint32_t word = 0;
+    uint16_t half = 0;
+    uint8_t byte = 0;
+    JSC_JtagAmbleDelay amble{};
+    JSC_JtagState state{};
+    JSC_ResetAction reset{};
+    JSC_AdjustStuff adjust{};
+    JSC_PodStatus pod{};
+    JSC_OldStatus old{};
+    JSC_FirmwareAction firmware{};
+    const JSC_JtagParam01 fixed{1, 0, 1, false};
+    const JSC_JtagParam16 param{1, 0, 1, &half, &half};
+    EXPECT_EQ(table.Connect(nullptr, &flag), -122);
+    EXPECT_EQ(table.Disconnect(nullptr, &flag), -122);
+    EXPECT_EQ(table.StatusTrstn(nullptr, &flag), -122);
+    EXPECT_EQ(table.ModifyTrstn(nullptr, eJSC_JTAG_PIN_SET_LEVEL, 0, 0), -122);
+    EXPECT_EQ(table.GetAmbleDelay(nullptr, &amble), -122);
+    EXPECT_EQ(table.PutAmbleDelay(nullptr, &amble), -122);
+    EXPECT_EQ(table.GetLinkDelay(nullptr, &word, &word, &word), -122);
+    EXPECT_EQ(table.PutLinkDelay(nullptr, 0), -122);
+    EXPECT_EQ(table.WaitForTclk(nullptr, 0), -122);
+    EXPECT_EQ(table.HoldFreeOuts(nullptr, false, false, false, false), -122);
+    EXPECT_EQ(table.TimingEdge(nullptr, false, false), -122);
+    EXPECT_EQ(table.GetState(nullptr, &state), -122);
+    EXPECT_EQ(table.PutState(nullptr, &command, 0, 1), -122);
+    EXPECT_EQ(table.ScanFixed01(nullptr, &command, &fixed), -122);
+    EXPECT_EQ(table.ScanSend16(nullptr, &command, &param), -122);
+    EXPECT_EQ(table.ScanBoth16(nullptr, &command, &param), -122);
+    EXPECT_EQ(table.ScanRecv16(nullptr, &command, &param), -122);
+    EXPECT_EQ(table.SwdRegRead(nullptr, 0, 0, &word), -120);
+    EXPECT_EQ(table.SwdRegWrite(nullptr, 0, 0, &word, false), -120);
+    EXPECT_EQ(table.LogFileCreate(nullptr, eJSC_LOGFILE_ID_RESET, &flag, 1, &word), -122);
+    EXPECT_EQ(table.LogFileDelete(nullptr, eJSC_LOGFILE_ID_RESET, &flag), -122);
+    EXPECT_EQ(table.LogFileErase(nullptr, eJSC_LOGFILE_ID_RESET, &flag), -122);
+    EXPECT_EQ(table.LogFileMode(nullptr, eJSC_LOGFILE_ID_RESET, &flag, false), -122);
+    EXPECT_EQ(table.LogFileRead(nullptr, eJSC_LOGFILE_ID_RESET, &flag, 1, &word, &word, &word),
+              -122);
+    EXPECT_EQ(table.LogFileAppend(nullptr, eJSC_LOGFILE_ID_RESET, &flag, 1), -122);
+    EXPECT_EQ(table.Reset(nullptr, &reset), -122);
+    EXPECT_EQ(table.Diagnose(nullptr, 0), -122);
+    EXPECT_EQ(table.Adjust(nullptr, &adjust), -122);
+    EXPECT_EQ(table.PodConfig(nullptr, 0, false, &flag, 0, false), -122);
+    EXPECT_EQ(table.PodStatus(nullptr, &pod), -122);
+    EXPECT_EQ(table.OldStatus(nullptr, &old), -122);
+    EXPECT_EQ(table.Test(nullptr, eJSC_LOGFILE_ID_TEST, &flag, 0, 0), -122);
+    EXPECT_EQ(table.MultipleVersion(nullptr, eJSC_FEATURE_ID_TBC_VERSION, &flag, &word), -122);
+    EXPECT_EQ(table.Benchmark(nullptr, 0, false, &word), -122);
+    EXPECT_EQ(table.FirmwareSupport(nullptr, eJSC_FIRMWARE_ID_CLIENT, &flag, &flag), -122);
+    EXPECT_EQ(table.FirmwareVersion(nullptr, eJSC_FIRMWARE_ID_CLIENT, &flag, &flag, &word), -122);
+    EXPECT_EQ(table.FirmwareConfig(nullptr, eJSC_FIRMWARE_ID_CLIENT, &flag, &flag, &firmware, 0, 0,
+                                   &byte, 1, &word),
+              -122);
+    EXPECT_EQ(table.ClockSupport(nullptr, &flag, &flag), -122);
+    EXPECT_EQ(table.ClockConfig(nullptr, false, 0, 0), -122);
+    EXPECT_EQ(table.ClockMeasure(nullptr, &word), -122);
+    EXPECT_EQ(table.ClockSourceArchive(nullptr, false), -122);
+    EXPECT_EQ(table.ClockSourceRetrieve(nullptr, &flag), -122);
+    EXPECT_EQ(table.RegisterPoll(nullptr, eJSC_STATUS_TYPE_COMMAND_FINISH, 0), -122);
+    EXPECT_EQ(table.RegisterRead(nullptr, false, false, 0, 1, &half), -122);
+    EXPECT_EQ(table.RegisterWrite(nullptr, false, false, 0, 1, &half), -122);
+}
+
+TEST(Interface, after_a_failed_connect_operations_answer_instead_of_touching_what_is_gone) {
+    DriverSession session(POD_REVISION_1, {{"KELM.POD_EMUVERSION", "2"}});
+    const JSC_Interface& table = operations;
+    bool flag = false;
+    ASSERT_EQ(table.Connect(session.get(), &flag), -203);
+    session.pod().forget();
+    JSC_Inform* handle = session.get();
+    JSC_JtagCommand command{};
+    command.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
+    command.jtagShift = eJSC_JTAG_SHIFT_DR;
+    command.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
+    command.jtagEnd = eJSC_JTAG_STATE_IDLE;
+    command.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
+    uint32_t word = 0;
+    uint16_t half = 0;
+    JSC_JtagAmbleDelay amble{};
+    JSC_JtagState state{};
+    JSC_ResetAction reset{};
+    JSC_AdjustStuff adjust{};
+    JSC_PodStatus pod{};
+    JSC_OldStatus old{};
+    const JSC_JtagParam01 fixed{1, 0, 1, false};
+    const JSC_JtagParam16 param{1, 0, 1, &half, &half};
+    EXPECT_EQ(table.StatusTrstn(handle, &flag), -116);
+    EXPECT_EQ(table.ModifyTrstn(handle, eJSC_JTAG_PIN_SET_LEVEL, 0, 0), -116);
+    EXPECT_EQ(table.GetAmbleDelay(handle, &amble), -116);
+    EXPECT_EQ(table.PutAmbleDelay(handle, &amble), -116);
+    EXPECT_EQ(table.GetLinkDelay(handle, &word, &word, &word), -116);
+    EXPECT_EQ(table.PutLinkDelay(handle, 0), -116);
+    EXPECT_EQ(table.WaitForTclk(handle, 1), -116);
+    EXPECT_EQ(table.HoldFreeOuts(handle, false, false, false, false), -116);
+    EXPECT_EQ(table.TimingEdge(handle, false, false), -116);
+    EXPECT_EQ(table.GetState(handle, &state), -116);
+    EXPECT_EQ(table.PutState(handle, &command, 0, 1), -116);
+    EXPECT_EQ(table.ScanFixed01(handle, &command, &fixed), -116);
+    EXPECT_EQ(table.ScanSend16(handle, &command, &param), -116);
+    EXPECT_EQ(table.ScanBoth16(handle, &command, &param), -116);
+    EXPECT_EQ(table.ScanRecv16(handle, &command, &param), -116);
+    EXPECT_EQ(table.Reset(handle, &reset), -116);
+    EXPECT_EQ(table.Diagnose(handle, 0), -116);
+    EXPECT_EQ(table.Adjust(handle, &adjust), -116);
+    EXPECT_EQ(table.PodStatus(handle, &pod), -116);
+    EXPECT_EQ(table.OldStatus(handle, &old), -116);
+    EXPECT_EQ(table.MultipleVersion(handle, eJSC_FEATURE_ID_TBC_VERSION, &flag, &word), -116);
+    EXPECT_EQ(table.Benchmark(handle, 0, false, &word), -116);
+    EXPECT_EQ(table.RegisterPoll(handle, eJSC_STATUS_TYPE_COMMAND_FINISH, 0), -116);
+    EXPECT_EQ(table.RegisterRead(handle, false, false, 0, 1, &half), -116);
+    EXPECT_EQ(table.RegisterWrite(handle, false, false, 0, 1, &half), -116);
+    EXPECT_EQ(table.Connect(handle, &flag), -116);
+    EXPECT_EQ(table.Disconnect(handle, &flag), -116);
+    EXPECT_TRUE(session.pod().commands().empty());
+    EXPECT_EQ(session.queued(), "");
+}
+
+} // namespace
