@@ -22,9 +22,10 @@ std::string_view trimmed(std::string_view text) {
 
 Result<Step> parse_step(std::string_view line, const std::string& place) {
     Step step{.batch = 0, .command = {}, .place = place};
-    if (line.starts_with("batch ")) {
+    constexpr std::string_view batch = "batch ";
+    if (line.starts_with(batch)) {
         const std::size_t colon = line.find(':');
-        const std::string_view digits = trimmed(line.substr(0, colon)).substr(6);
+        const std::string_view digits = trimmed(line.substr(0, colon).substr(batch.size()));
         const auto [end, error] =
             std::from_chars(digits.data(), digits.data() + digits.size(), step.batch);
         if (colon == std::string_view::npos || error != std::errc{} ||

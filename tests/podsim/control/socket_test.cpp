@@ -1,0 +1,120 @@
+#include "podsim/control/socket.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+
+namespace podsim::control {
+namespace {
+
+std::string socket_path() {
+    return std::filesystem::temp_directory_path() /
+           ("talvor-control-" + std::to_string(getpid()) + ".sock");
+}
+
+std::unique_ptr<Socket> listen_there(Handler handler) {
+    auto socket = Socket::listen(socket_path(), std::move(handler));
+    EXPECT_FALSE(socket.failed()) << socket.reason();
+    return socket.failed() ? nullptr : std::move(socket.value());
+}
+
+std::string echo(std::string_view line) {
+    return std::string("<").append(line).append(">");
+}
+
+int connect_there() {
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socket_path().copy(address.sun_path, sizeof(address.sun_path) - 1);
+    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    EXPECT_EQ(connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)), 0);
+    return fd;
+}
+
+TEST(ControlSocket, answers_line_by_line) {
+    const auto socket = listen_there(echo);
+    for (int i = 0; i < 50; ++i) {
+        const auto answer = ask(socket_path(), "line " + std::to_string(i));
+        ASSERT_FALSE(answer.failed()) << answer.reason();
+        EXPECT_EQ(answer.value(), echo("line " + std::to_string(i)));
+    }
+}
+
+TEST(ControlSocket, a_client_may_send_pieces_and_several_lines_at_once) {
+    const auto socket = listen_there(echo);
+    const int fd = connect_there();
+    EXPECT_EQ(send(fd, "on", 2, MSG_NOSIGNAL), 2);
+    EXPECT_EQ(ask(socket_path(), "other").value(), "<other>"); // not held up by the half line
+    EXPECT_EQ(send(fd, "e\ntwo\n", 6, MSG_NOSIGNAL), 6);
+    std::string answers;
+    char bytes[64];
+    while (answers.size() < 12) {
+        const ssize_t count = recv(fd, bytes, sizeof(bytes), 0);
+        ASSERT_GT(count, 0);
+        answers.append(bytes, static_cast<std::size_t>(count));
+    }
+    EXPECT_EQ(answers, "<one>\n<two>\n");
+    close(fd);
+}
+
+TEST(ControlSocket, a_client_that_never_ends_its_line_is_dropped) {
+    const auto socket = listen_there(echo);
+    const int fd = connect_there();
+    const std::string flood(5000, 'x');
+    EXPECT_GT(send(fd, flood.data(), flood.size(), MSG_NOSIGNAL), 0);
+    char byte = 0;
+    EXPECT_LE(recv(fd, &byte, 1, 0), 0);
+    close(fd);
+    EXPECT_EQ(ask(socket_path(), "still there").value(), "<still there>");
+}
+
+TEST(ControlSocket, goes_away_with_its_file_and_with_clients_connected) {
+    auto socket = listen_there(echo);
+    const int fd = connect_there();
+    EXPECT_EQ(ask(socket_path(), "x").value(), "<x>"); // the one before it is connected by now
+    socket.reset();
+    EXPECT_FALSE(std::filesystem::exists(socket_path()));
+    char byte = 0;
+    EXPECT_EQ(recv(fd, &byte, 1, 0), 0);
+    close(fd);
+    EXPECT_EQ(ask(socket_path(), "x").reason(),
+              "reaching the simulator at " + socket_path() + ": No such file or directory");
+}
+
+TEST(ControlSocket, replaces_a_dead_socket_but_neither_a_live_one_nor_a_file) {
+    {
+        const auto first = listen_there(echo);
+        const auto second = Socket::listen(socket_path(), echo);
+        ASSERT_TRUE(second.failed());
+        EXPECT_EQ(second.reason(), "another simulator serves " + socket_path() +
+                                       "; choose another name for --control");
+        EXPECT_EQ(ask(socket_path(), "x").value(), "<x>");
+        // A dead one: its file stays when nobody listens any more.
+        std::filesystem::rename(socket_path(), socket_path() + ".kept");
+    }
+    std::filesystem::rename(socket_path() + ".kept", socket_path());
+    EXPECT_EQ(ask(socket_path(), "x").reason(),
+              "reaching the simulator at " + socket_path() + ": Connection refused");
+    listen_there(echo).reset();
+
+    std::ofstream(socket_path()) << "precious";
+    EXPECT_EQ(Socket::listen(socket_path(), echo).reason(),
+              socket_path() + " is no socket; choose another name for --control");
+    EXPECT_TRUE(std::filesystem::exists(socket_path()));
+    std::filesystem::remove(socket_path());
+}
+
+TEST(ControlSocket, a_name_that_cannot_be_is_refused) {
+    EXPECT_EQ(Socket::listen(std::string(108, 'x'), echo).reason(),
+              "the control socket's name " + std::string(108, 'x') +
+                  " is empty or longer than 107 characters; choose a shorter one");
+    EXPECT_EQ(Socket::listen("/nowhere/ctl", echo).reason(),
+              "making the control socket /nowhere/ctl: No such file or directory");
+}
+
+} // namespace
+} // namespace podsim::control
