@@ -1,0 +1,338 @@
+#include "podsim/description/description.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace podsim::description {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+Description parsed(std::string_view text) {
+    auto description = parse(text, "pods.toml");
+    EXPECT_FALSE(description.failed()) << description.reason();
+    return description.failed() ? Description{} : std::move(description.value());
+}
+
+const ChainDescription& chain_of(const Pod& pod) {
+    return std::get<ChainDescription>(pod.target);
+}
+
+TEST(Description, a_pod_needs_a_serial_number_and_nothing_else) {
+    const Description description = parsed("[[pod]]\nserial = 1\n");
+    ASSERT_EQ(description.pods.size(), 1U);
+    const Pod& pod = description.pods[0];
+    EXPECT_EQ(pod.serial, 1U);
+    EXPECT_EQ(pod.controller.revision, 0x0200);
+    EXPECT_EQ(pod.controller.kind, eJTI_CONTROL_ID_TBC);
+    EXPECT_EQ(pod.controller.utility_revision, 1U);
+    EXPECT_EQ(pod.controller.cable_delay_bits, 3U);
+    EXPECT_EQ(pod.controller.return_pipeline_bits, 16U);
+    EXPECT_EQ(pod.controller.max_tck_hz, 0U);
+    EXPECT_FALSE(pod.controller.strict);
+    EXPECT_THAT(pod.faults, IsEmpty());
+    EXPECT_THAT(chain_of(pod).devices, IsEmpty());
+}
+
+TEST(Description, reads_every_key_of_a_pod) {
+    const Description description = parsed(R"(
+        [[pod]]
+        serial = 4294967295
+        revision = 0x0403
+        controller = "dpm"
+        utility_revision = 8
+        cable_delay = 31
+        return_pipeline = 0
+        max_tck_hz = 10_000_000
+        strict = true
+        faults = ["power off", "loopback low-00"]
+        [[pod]]
+        serial = 7
+        controller = "exl"
+        target = "localhost:9824"
+        target_resets = true
+        target_patience_ms = 250
+    )");
+    ASSERT_EQ(description.pods.size(), 2U);
+    const Pod& pod = description.pods[0];
+    EXPECT_EQ(pod.serial, 4294967295U);
+    EXPECT_EQ(pod.controller.revision, 0x0403);
+    EXPECT_EQ(pod.controller.kind, eJTI_CONTROL_ID_DPM);
+    EXPECT_EQ(pod.controller.utility_revision, 8U);
+    EXPECT_EQ(pod.controller.cable_delay_bits, 31U);
+    EXPECT_EQ(pod.controller.return_pipeline_bits, 0U);
+    EXPECT_EQ(pod.controller.max_tck_hz, 10'000'000U);
+    EXPECT_TRUE(pod.controller.strict);
+    ASSERT_EQ(pod.faults.size(), 2U);
+    EXPECT_EQ(pod.faults[0], (control::Command{.verb = control::Verb::Power, .on = false}));
+    EXPECT_EQ(pod.faults[1],
+              (control::Command{.verb = control::Verb::Loopback, .fault = LoopFault::LowZeros}));
+    EXPECT_EQ(description.pods[1].controller.kind, eJTI_CONTROL_ID_EXL);
+    EXPECT_EQ(std::get<External>(description.pods[1].target),
+              (External{"localhost:9824", true, std::chrono::milliseconds(250)}));
+}
+
+TEST(Description, reads_taps_with_registers_of_every_kind_and_nets) {
+    const Description description = parsed(R"(
+        [[pod]]
+        serial = 1
+        [[pod.tap]]
+        name = "a"
+        ir_length = 6
+        ir_capture = 0b110101
+        idcode = 0xFFFF0001
+        idcode_instruction = 9
+        [[pod.tap.register]]
+        name = "c"
+        kind = "constant"
+        instruction = [1, 2]
+        length = 68
+        value = "0xA_0123456789abcDEF"
+        [[pod.tap.register]]
+        name = "s"
+        kind = "scratch"
+        instruction = 3
+        length = 20
+        value = 0xFFFFF
+        [[pod.tap.register]]
+        name = "n"
+        kind = "counter"
+        instruction = 4
+        length = 8
+        [[pod.tap.register]]
+        name = "m"
+        kind = "memory"
+        instruction = 5
+        address_bits = 10
+        data_bits = 64
+        words = 1000
+        [[pod.tap.register]]
+        name = "b"
+        kind = "boundary"
+        extest = 6
+        sample = 7
+        [[pod.tap.register.pin]]
+        name = "OUT"
+        output = true
+        level = true
+        [[pod.tap.register.pin]]
+        name = "IN"
+        [[pod.tap]]
+        name = "z"
+        ir_length = 2
+        [[pod.net]]
+        from = "a.OUT"
+        to = "a.IN"
+    )");
+    ASSERT_EQ(description.pods.size(), 1U);
+    const ChainDescription& chain = chain_of(description.pods[0]);
+    ASSERT_EQ(chain.devices.size(), 2U);
+    const DeviceDescription& a = chain.devices[0];
+    EXPECT_EQ(a.name, "a");
+    EXPECT_EQ(a.instruction_bits, 6U);
+    EXPECT_EQ(a.instruction_capture, 0b110101U);
+    EXPECT_EQ(a.idcode, 0xFFFF0001U);
+    EXPECT_EQ(a.idcode_instruction, 9U);
+    ASSERT_EQ(a.registers.size(), 5U);
+    EXPECT_THAT(a.registers[0].instructions, ElementsAre(1, 2));
+    const auto& constant = std::get<ConstantRegister>(a.registers[0].kind);
+    EXPECT_EQ(constant.bits, 68U);
+    EXPECT_THAT(constant.value, ElementsAre(0x0123456789ABCDEF, 0xA));
+    const auto& scratch = std::get<ScratchRegister>(a.registers[1].kind);
+    EXPECT_EQ(scratch.bits, 20U);
+    EXPECT_THAT(scratch.value, ElementsAre(0xFFFFF));
+    EXPECT_EQ(std::get<CounterRegister>(a.registers[2].kind).bits, 8U);
+    const auto& memory = std::get<MemoryRegister>(a.registers[3].kind);
+    EXPECT_EQ(memory.address_bits, 10U);
+    EXPECT_EQ(memory.data_bits, 64U);
+    EXPECT_EQ(memory.words, 1000U);
+    const auto& boundary = std::get<BoundaryRegister>(a.registers[4].kind);
+    EXPECT_EQ(boundary.extest, 6U);
+    EXPECT_EQ(boundary.sample, 7U);
+    ASSERT_EQ(boundary.pins.size(), 2U);
+    EXPECT_EQ(boundary.pins[0].name, "OUT");
+    EXPECT_TRUE(boundary.pins[0].output);
+    EXPECT_TRUE(boundary.pins[0].level);
+    EXPECT_FALSE(boundary.pins[1].output);
+    EXPECT_EQ(chain.devices[1].name, "z");
+    EXPECT_FALSE(chain.devices[1].idcode);
+    ASSERT_EQ(chain.nets.size(), 1U);
+    EXPECT_EQ(chain.nets[0].from_pin, 0U);
+    EXPECT_EQ(chain.nets[0].to_pin, 1U);
+}
+
+// A description that is wrong, and the one line that says so.
+struct Wrong {
+    std::string text;
+    std::string reason;
+};
+
+void expect_reasons(const std::vector<Wrong>& all) {
+    for (const Wrong& wrong : all) {
+        const auto description = parse(wrong.text, "pods.toml");
+        EXPECT_TRUE(description.failed()) << wrong.text;
+        EXPECT_EQ(description.reason(), "pods.toml:" + wrong.reason) << wrong.text;
+    }
+}
+
+std::string pod_with(const std::string& lines) {
+    return "[[pod]]\nserial = 1\n" + lines;
+}
+std::string tap_with(const std::string& lines) {
+    return pod_with("[[pod.tap]]\nname = \"a\"\nir_length = 4\n" + lines);
+}
+std::string register_with(const std::string& lines) {
+    return tap_with("[[pod.tap.register]]\nname = \"r\"\n" + lines);
+}
+
+TEST(Description, errors_of_a_pod_name_file_line_key_and_expectation) {
+    const std::string generation = "3: pod[0].revision: expected the pod's generation, 1 to 4, in "
+                                   "the high byte, as in 0x0200";
+    expect_reasons({
+        {"", "1: pod: missing, expected at least one pod, written [[pod]]"},
+        {"pods = 1\n", "1: pods: unknown key, expected one of pod"},
+        {"pod = 1\n", "1: pod: expected an array of tables, written [[pod]], found an integer"},
+        {"\n[[pod]]\nrevision = 0x0200\n",
+         "2: pod[0].serial: missing, expected the pod's serial number"},
+        {"[[pod]]\nserial = \"one\"\n",
+         "2: pod[0].serial: expected an integer from 0 to 4294967295, found a text"},
+        {"[[pod]]\nserial = 4294967296\n",
+         "2: pod[0].serial: expected an integer from 0 to 4294967295, found 4294967296"},
+        {"[[pod]]\nserial = -1\n",
+         "2: pod[0].serial: expected an integer from 0 to 4294967295, found -1"},
+        {"[[pod]]\nserial = 1\n[[pod]]\nserial = 1\n",
+         "4: pod[1].serial: expected a serial number of its own, found 1 again"},
+        {pod_with("revision = 0x0500\n"), generation},
+        {pod_with("revision = 0x00FF\n"), generation},
+        {pod_with("controller = \"abc\"\n"),
+         "3: pod[0].controller: expected tbc, exl or dpm, found \"abc\""},
+        {pod_with("utility_revision = 9\n"),
+         "3: pod[0].utility_revision: expected an integer from 1 to 8, found 9"},
+        {pod_with("cable_delay = 32\n"),
+         "3: pod[0].cable_delay: expected an integer from 0 to 31, found 32"},
+        {pod_with("return_pipeline = 65\n"),
+         "3: pod[0].return_pipeline: expected an integer from 0 to 64, found 65"},
+        {pod_with("strict = 1\n"), "3: pod[0].strict: expected true or false, found an integer"},
+        {pod_with("faults = \"power off\"\n"),
+         "3: pod[0].faults: expected an array of texts, found a text"},
+        {pod_with("faults = [\"power maybe\"]\n"),
+         "3: pod[0].faults: power takes off or on, not 'maybe'"},
+        {pod_with("faults = [\"pod 2 power off\"]\n"),
+         "3: pod[0].faults: expected faults of this pod, found \"pod 2 power off\""},
+        {pod_with("target = \"9000\"\n[[pod.tap]]\nname = \"a\"\nir_length = 4\n"),
+         "3: pod[0].target: expected no tap and no net beside an external target"},
+        {pod_with("target_resets = true\n"), "3: pod[0].target_resets: expected only with target"},
+        {pod_with("colour = 1.5\n"),
+         "3: pod[0].colour: unknown key, expected one of serial, revision, controller, "
+         "utility_revision, cable_delay, return_pipeline, max_tck_hz, strict, faults, tap, net, "
+         "target, target_resets, target_patience_ms"},
+        {"[[pod]\nserial = 1\n", "1: Error while parsing table header: expected ']', saw '\\n'"},
+    });
+}
+
+TEST(Description, errors_of_a_tap_name_file_line_key_and_expectation) {
+    expect_reasons({
+        {pod_with("[[pod.tap]]\nir_length = 4\n"),
+         "3: pod[0].tap[0].name: missing, expected a text"},
+        {pod_with("[[pod.tap]]\nname = \"a\"\n"),
+         "3: pod[0].tap[0].ir_length: missing, expected the length of the instruction register in "
+         "bits"},
+        {pod_with("[[pod.tap]]\nname = \"a\"\nir_length = 1\n"),
+         "5: pod[0].tap[0].ir_length: expected an integer from 2 to 64, found 1"},
+        {tap_with("ir_capture = 0b0010\n"),
+         "6: pod[0].tap[0].ir_capture: expected a value of 4 bits that ends in binary 01"},
+        {tap_with("ir_capture = 16\n"),
+         "6: pod[0].tap[0].ir_capture: expected an integer from 0 to 15, found 16"},
+        {tap_with("idcode = 0x10000000\nidcode_instruction = 1\n"),
+         "6: pod[0].tap[0].idcode: expected an odd number, for bit 0 is 1"},
+        {tap_with("idcode = 1\n"),
+         "3: pod[0].tap[0].idcode_instruction: missing, expected the instruction IDCODE of a TAP "
+         "with an idcode"},
+        {tap_with("idcode_instruction = 1\n"),
+         "6: pod[0].tap[0].idcode_instruction: expected only with idcode"},
+        {tap_with("[[pod.tap]]\nname = \"a\"\nir_length = 4\n"),
+         "7: pod[0].tap[1].name: expected a name of its own, found \"a\" again"},
+        {tap_with("[[pod.net]]\nfrom = \"a.X\"\nto = \"a.Y\"\n"),
+         "7: pod[0].net[0].from: expected a pin of this chain, written \"tap.pin\", found "
+         "\"a.X\""},
+    });
+}
+
+TEST(Description, errors_of_a_register_name_file_line_key_and_expectation) {
+    const std::string at = "pod[0].tap[0].register[0].";
+    expect_reasons({
+        {register_with("instruction = 1\n"),
+         "6: " + at + "kind: missing, expected constant, scratch, counter, memory or boundary"},
+        {register_with("kind = \"shift\"\ninstruction = 1\n"),
+         "8: " + at +
+             "kind: expected constant, scratch, counter, memory or boundary, found \"shift\""},
+        {register_with("kind = \"scratch\"\n"),
+         "6: " + at +
+             "instruction: missing, expected the instruction that selects the register, or "
+             "several"},
+        {register_with("kind = \"scratch\"\ninstruction = [1, 16]\n"),
+         "9: " + at + "instruction: expected integers from 0 to 15"},
+        {register_with("kind = \"scratch\"\ninstruction = 1\nlength = 0\n"),
+         "10: " + at + "length: expected an integer from 1 to 16777216, found 0"},
+        {register_with("kind = \"scratch\"\ninstruction = 1\nlength = 4\nvalue = 16\n"),
+         "11: " + at +
+             "value: expected a value of at most 4 bits, as an integer or as a text like "
+             "\"0x1F\""},
+        {register_with("kind = \"scratch\"\ninstruction = 1\nvalue = \"1F\"\n"),
+         "10: " + at +
+             "value: expected a value of at most 32 bits, as an integer or as a text like "
+             "\"0x1F\""},
+        {register_with("kind = \"counter\"\ninstruction = 1\nvalue = 3\n"),
+         "10: " + at + "value: unknown key, expected one of name, kind, instruction, length"},
+        {register_with("kind = \"memory\"\ninstruction = 1\naddress_bits = 4\nwords = 17\n"),
+         "11: " + at + "words: expected an integer from 1 to 16, found 17"},
+        {register_with("kind = \"boundary\"\nsample = 1\n"),
+         "6: " + at + "pin: missing, expected the pins, written [[pod[0].tap[0].register[0].pin]]"},
+        {register_with("kind = \"scratch\"\ninstruction = 15\n"),
+         "9: " + at + "instruction: expected from 0 to 14, for all ones is BYPASS"},
+    });
+}
+
+TEST(Description, a_file_that_is_not_there_is_named) {
+    EXPECT_EQ(read("/nowhere/pods.toml").reason(),
+              "reading the description /nowhere/pods.toml: No such file or directory");
+}
+
+TEST(Description, the_built_in_one_is_the_single_device_of_the_examples) {
+    const Description built = built_in();
+    const auto file = read(EXAMPLES_FOLDER "/single.toml");
+    ASSERT_FALSE(file.failed()) << file.reason();
+    ASSERT_EQ(built.pods.size(), 1U);
+    ASSERT_EQ(file.value().pods.size(), 1U);
+    EXPECT_EQ(built.pods[0].serial, file.value().pods[0].serial);
+    ASSERT_EQ(chain_of(built.pods[0]).devices.size(), 1U);
+    EXPECT_EQ(chain_of(built.pods[0]).devices[0].idcode,
+              chain_of(file.value().pods[0]).devices[0].idcode);
+}
+
+TEST(Description, the_example_of_five_is_what_it_says) {
+    const auto file = read(EXAMPLES_FOLDER "/five.toml");
+    ASSERT_FALSE(file.failed()) << file.reason();
+    const ChainDescription& chain = chain_of(file.value().pods[0]);
+    std::vector<unsigned> lengths;
+    unsigned without_idcode = 0;
+    for (const DeviceDescription& device : chain.devices) {
+        lengths.push_back(device.instruction_bits);
+        without_idcode += device.idcode ? 0 : 1;
+    }
+    EXPECT_THAT(lengths, ElementsAre(4, 6, 8, 5, 10));
+    EXPECT_EQ(without_idcode, 1U);
+    EXPECT_EQ(chain.nets.size(), 3U);
+}
+
+TEST(Description, the_example_of_two_pods_has_two) {
+    const auto file = read(EXAMPLES_FOLDER "/two-pods.toml");
+    ASSERT_FALSE(file.failed()) << file.reason();
+    ASSERT_EQ(file.value().pods.size(), 2U);
+    EXPECT_EQ(file.value().pods[0].controller.revision, 0x0100);
+    EXPECT_EQ(file.value().pods[1].controller.revision, 0x0400);
+}
+
+} // namespace
+} // namespace podsim::description
