@@ -72,7 +72,7 @@ public:
     // two batches, or not at all when the call fails.
     Status change(const std::function<void(Faults&, Troubles&)>& change);
     Result<Report> report();
-    static constexpr std::chrono::seconds patience() { return std::chrono::seconds(2); }
+    static constexpr std::chrono::seconds patience() { return std::chrono::seconds(1); }
 
     // Has `action` called on the worker's thread just before batch `number` (from 1) is executed.
     // Only before the pod is served.
