@@ -1,0 +1,239 @@
+// Cost of the transport: queueing, a whole stream of words, the handshake.
+#include "instant_proxy.h"
+#include "transport/batch_cursor.h"
+#include "transport/port.h"
+
+#include <algorithm>
+#include <atomic>
+#include <benchmark/benchmark.h>
+#include <chrono>
+#include <cstring>
+#include <sched.h>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using bench::InstantPod;
+using Clock = std::chrono::steady_clock;
+
+constexpr uint32_t items_per_round = 16384;
+// 524,288 bits.
+constexpr uint32_t scan_words = 32768;
+
+void count_items(benchmark::State& state, uint32_t items) {
+    state.counters["per_item"] = benchmark::Counter(
+        items, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+// One item at a time, as most operations queue.
+template <typename Queue>
+void queue_items(benchmark::State& state, Queue queue) {
+    InstantPod pod;
+    for (auto _ : state) {
+        for (uint32_t item = 0; item < items_per_round; ++item) {
+            queue(pod.handle(), item);
+        }
+        bench::empty_batch(pod.block());
+        batch_drop_reads(pod.handle());
+    }
+    count_items(state, items_per_round);
+}
+
+void BM_QueueWrite(benchmark::State& state) {
+    queue_items(state, [](JSC_Inform* handle, uint32_t item) {
+        PortWriteNoCache(handle, TBC_PORT_SEND, static_cast<uint16_t>(item));
+    });
+}
+BENCHMARK(BM_QueueWrite);
+
+void BM_QueueRead(benchmark::State& state) {
+    static uint16_t word;
+    queue_items(state, [](JSC_Inform* handle, uint32_t) {
+        PortReadNoCache(handle, TBC_PORT_RECEIVE, &word);
+    });
+}
+BENCHMARK(BM_QueueRead);
+
+void BM_QueueWait(benchmark::State& state) {
+    queue_items(state, [](JSC_Inform* handle, uint32_t) { batch_wait(handle, SHM_WAIT_READ_ONE); });
+}
+BENCHMARK(BM_QueueWait);
+
+double seconds_of_memcpy(const std::vector<uint16_t>& from, std::vector<uint16_t>& into) {
+    constexpr int rounds = 64;
+    const auto begin = Clock::now();
+    for (int round = 0; round < rounds; ++round) {
+        std::memcpy(into.data(), from.data(), from.size() * sizeof(uint16_t));
+        benchmark::DoNotOptimize(into.data());
+        benchmark::ClobberMemory();
+    }
+    return std::chrono::duration<double>(Clock::now() - begin).count() / rounds;
+}
+
+// A stream of a scan's words, flushed and scattered: `queue` queues one word.
+template <typename Queue>
+void stream_words(benchmark::State& state, Queue queue) {
+    InstantPod pod;
+    std::vector<uint16_t> sent(scan_words, 0x5AC3);
+    std::vector<uint16_t> received(scan_words);
+    double seconds = 0;
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        BatchCursor cursor = cursor_open(pod.handle());
+        for (uint32_t word = 0; word < scan_words; ++word) {
+            queue(cursor, sent[word], &received[word]);
+        }
+        cursor_close(cursor);
+        qel_PerformIo(pod.handle());
+        benchmark::DoNotOptimize(received.data());
+        seconds += std::chrono::duration<double>(Clock::now() - begin).count();
+    }
+    const auto rounds = static_cast<double>(state.iterations());
+    count_items(state, scan_words);
+    state.counters["to_memcpy"] = seconds / rounds / seconds_of_memcpy(sent, received);
+    state.counters["flushes"] = static_cast<double>(pod.flushes()) / rounds;
+}
+
+void BM_StreamBothWays(benchmark::State& state) {
+    stream_words(state, [](BatchCursor& cursor, uint16_t sent, uint16_t* received) {
+        cursor_wait(cursor, SHM_WAIT_READ_ONE);
+        cursor_write(cursor, TBC_PORT_SEND, sent);
+        cursor_read(cursor, TBC_PORT_RECEIVE, received);
+    });
+}
+BENCHMARK(BM_StreamBothWays);
+
+void BM_StreamSend(benchmark::State& state) {
+    stream_words(state, [](BatchCursor& cursor, uint16_t sent, uint16_t*) {
+        cursor_wait(cursor, SHM_WAIT_WRITE_ONE);
+        cursor_write(cursor, TBC_PORT_SEND, sent);
+    });
+}
+BENCHMARK(BM_StreamSend);
+
+// ---- the handshake, with a thread behind it ----
+
+// Keeps a thread on one processor, where there are several: the two ends of a handshake that meet
+// on one take turns at the scheduler's pace.
+void keep_on_processor(unsigned processor) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(processor % std::max(1U, std::thread::hardware_concurrency()), &set);
+    sched_setaffinity(0, sizeof set, &set);
+}
+
+class AnsweringThread {
+public:
+    AnsweringThread() {
+        sem_init(&start, 0, 0);
+        sem_init(&complete, 0, 0);
+        bench::empty_batch(*block);
+        thread_ = std::thread([this] { serve(); });
+    }
+    AnsweringThread(const AnsweringThread&) = delete;
+    AnsweringThread& operator=(const AnsweringThread&) = delete;
+    ~AnsweringThread() {
+        stop_ = true;
+        sem_post(&start);
+        thread_.join();
+        sem_destroy(&start);
+        sem_destroy(&complete);
+    }
+
+    sem_t start{};
+    sem_t complete{};
+    std::unique_ptr<lcl_shm> block = std::make_unique<lcl_shm>();
+
+private:
+    void serve() {
+        keep_on_processor(1);
+        for (;;) {
+            while (sem_trywait(&start) != 0) {
+                sched_yield();
+            }
+            if (stop_) {
+                return;
+            }
+            bench::answer(*block);
+            sem_post(&complete);
+        }
+    }
+
+    std::atomic<bool> stop_ = false;
+    std::thread thread_;
+};
+
+// One exchange, written out.
+int32_t bare_round_trip(AnsweringThread& proxy) {
+    constexpr timespec past{.tv_sec = 10, .tv_nsec = 100'000'000};
+    proxy.block->cmd = SHM_CMD_EXECUTE;
+    sem_post(&proxy.start);
+    while (sem_timedwait(&proxy.complete, &past) != 0) {
+    }
+    return proxy.block->status;
+}
+
+template <typename Trip>
+double seconds_of(int trips, Trip trip) {
+    const auto begin = Clock::now();
+    for (int done = 0; done < trips; ++done) {
+        trip();
+    }
+    return std::chrono::duration<double>(Clock::now() - begin).count();
+}
+
+// What a number of turns took, in seconds a round trip: the median, so that a turn in which the
+// scheduler took the processor away counts as one turn, not by its length.
+double median(std::vector<double>& turns) {
+    const auto middle = turns.begin() + static_cast<std::ptrdiff_t>(turns.size() / 2);
+    std::nth_element(turns.begin(), middle, turns.end());
+    return *middle;
+}
+
+// The driver's exchange beside one that is written out, in turns, so that both see the same
+// machine; and a whole flush of one queued write, with the three status reads that it adds.
+void BM_Handshake(benchmark::State& state) {
+    constexpr int trips_per_turn = 20;
+    keep_on_processor(0);
+    AnsweringThread proxy;
+    JSC_Control control{};
+    JSC_Inform inform{};
+    inform.pJscControl = &control;
+    inform.ProxyShm = proxy.block.get();
+    inform.evStartSem = &proxy.start;
+    inform.evCompleteSem = &proxy.complete;
+    std::vector<double> flush;
+    std::vector<double> exchange;
+    std::vector<double> bare;
+    const auto measure_exchange = [&] {
+        exchange.push_back(seconds_of(trips_per_turn, [&] {
+            benchmark::DoNotOptimize(channel_exchange(&inform, SHM_CMD_EXECUTE));
+        }));
+    };
+    const auto measure_bare = [&] {
+        bare.push_back(
+            seconds_of(trips_per_turn, [&] { benchmark::DoNotOptimize(bare_round_trip(proxy)); }));
+    };
+    const auto measure_flush = [&] {
+        flush.push_back(seconds_of(trips_per_turn, [&] {
+            PortWriteNoCache(&inform, TBC_PORT_STATUS0, 0);
+            qel_PerformIo(&inform);
+        }));
+    };
+    for (auto _ : state) {
+        measure_exchange();
+        measure_bare();
+        measure_flush();
+        measure_bare();
+        measure_exchange();
+    }
+    batch_release(&inform);
+    state.counters["exchange_per_s"] = trips_per_turn / median(exchange);
+    state.counters["bare_per_s"] = trips_per_turn / median(bare);
+    state.counters["flush_per_s"] = trips_per_turn / median(flush);
+    state.counters["exchange_to_bare"] = median(exchange) / median(bare);
+}
+BENCHMARK(BM_Handshake)->Iterations(10000)->Unit(benchmark::kMicrosecond);
+
+} // namespace
