@@ -27,7 +27,8 @@ void load_counters(BatchCursor& cursor) {
     cursor.next = shared_read(cursor.block->tbcMblockPtr);
     cursor.reads_local = shared_read(cursor.block->rdCntrLcl);
     cursor.reads_global = shared_read(cursor.block->rdCntrGbl);
-    const bool plausible = cursor.reads_global <= cursor.next;
+    const bool plausible =
+        cursor.reads_global <= cursor.next && cursor.reads_local < SHM_MARKER_READS;
     const JSC_Inform* pJscInform = cursor.pJscInform;
     cursor.wait_end = plausible && batch_failure(pJscInform) == eJTI_ERROR_NONE ? common_end : 0;
     cursor.access_end = plausible && pJscInform->podError == eJTI_ERROR_NONE ? common_end : 0;

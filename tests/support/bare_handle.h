@@ -1,6 +1,6 @@
 // A handle without the floors above the transport: zeroed records, a controller state of its own
-// that is not shared, a pod opened through the proxy. For test programs that link the driver's
-// objects.
+// that is not shared, a pod opened through the proxy. Declare it behind the proxy: it detaches when
+// it goes, and waits for the answer. For test programs that link the driver's objects.
 #pragma once
 
 #include "transport/batch.h"

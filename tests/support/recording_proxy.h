@@ -35,7 +35,7 @@ struct PodSpec {
     uint32_t serial = 1;
     uint16_t revision = POD_REVISION_1;
     bool used = true;
-    std::string block_name;             // empty: one is made up; longer than 63 has no NUL
+    std::string block_name = {};        // empty: one is made up; longer than 63 has no NUL
     off_t block_size = sizeof(lcl_shm); // 0: the block does not exist
 };
 
