@@ -65,7 +65,7 @@ TEST(HexReaderTest, MeasuresTheValueAndNotTheDigits) {
     EXPECT_EQ(read(reader, "1", 0), std::nullopt);
     EXPECT_EQ(read(reader, std::string(64, 'F'), 256), Bits::ones(256));
     EXPECT_EQ(read(reader, std::string(64, 'F'), 255), std::nullopt);
-    EXPECT_EQ(read(reader, "7" + std::string(63, 'F'), 255), Bits::ones(255));
+    EXPECT_EQ(read(reader, std::string("7").append(63, 'F'), 255), Bits::ones(255));
     EXPECT_EQ(read(reader, std::string(100000, 'F'), 255), std::nullopt);
     EXPECT_EQ(read(reader, std::string(100, '0') + "1", 8), Bits::from_uint(1, 8));
 }
