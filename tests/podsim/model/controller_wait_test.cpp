@@ -108,6 +108,16 @@ TEST_F(HostWaitsTest, StrictModeFindsTheMissingWait) {
     EXPECT_EQ(pod.write_failure(23, 0), "word sent without room and without a wait");
 }
 
+TEST_F(HostWaitsTest, EmptyWordTakesBackWhatWasWaitedFor) {
+    pod.launch(TBC_STATE_IDLE, TBC_SCAN_RECEIVE, 15);
+    pod.wait(SHM_WAIT_READ_ONE);
+    pod.launch(TBC_STATE_IDLE, TBC_SCAN_BOTH, 47); // empties the buffers
+    pod.write(23, 0);
+    pod.write(23, 0);
+    pod.wait(SHM_WAIT_WRITE_ONE); // a word has come, and nobody has waited for it
+    EXPECT_EQ(pod.read_failure(22), "read of the receive buffer without a wait");
+}
+
 TEST_F(HostWaitsTest, PureReceiveDoesNotHideTheMissingWait) {
     pod.launch(TBC_STATE_IDLE, TBC_SCAN_RECEIVE, 63);
     pod.wait(SHM_WAIT_READ_ONE);
@@ -201,6 +211,21 @@ TEST_F(WaitTest, EmptyWordEmptiesBothBuffers) {
     pod.wait(SHM_WAIT_DONE);
     pod.write(10, TBC_CONTROL_EMPTY);
     EXPECT_EQ(pod.read_failure(22), "read of the receive buffer with nothing to give");
+}
+
+TEST_F(WaitTest, EmptyWordInTheMiddleOfAScanDropsWhatHasCome) {
+    pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
+    pod.scan_send(TBC_STATE_IDLE, 64, {1, 2, 3, 4});
+    pod.launch(TBC_STATE_IDLE, TBC_SCAN_BOTH, 79);
+    pod.write(23, 0);
+    pod.write(23, 0);
+    pod.wait(SHM_WAIT_READ_MANY); // the pipeline and 1
+    pod.write(10, TBC_CONTROL_EMPTY);
+    for (std::uint16_t expected = 2; expected <= 4; ++expected) {
+        pod.write(23, 0);
+        pod.wait(SHM_WAIT_READ_ONE);
+        EXPECT_EQ(pod.read(22), expected);
+    }
 }
 
 TEST_F(WaitTest, AttachAbandonsWhatAnEarlierHostLeft) {

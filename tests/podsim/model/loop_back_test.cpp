@@ -68,4 +68,11 @@ TEST_F(LoopBackTest, LoopBackOverflowIsAMistake) {
     EXPECT_EQ(pod.write_failure(23, 0), "word sent into a full loop-back path, dropped");
 }
 
+TEST_F(LoopBackTest, ResetOfTheControllerLeavesIt) {
+    pod.write(1, TBC_COMMAND_LOOPBACK);
+    pod.write(23, 1);
+    pod.write(10, TBC_CONTROL_RESET);
+    EXPECT_EQ(pod.read_failure(22), "read of the receive buffer with nothing to give");
+}
+
 } // namespace

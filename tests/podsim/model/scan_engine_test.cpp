@@ -48,6 +48,13 @@ TEST_F(ScanEngineTest, ScanPathsLeadThroughShiftToTheEnd) {
     pod.scan_fixed(TBC_STATE_RESET, 2, true);
     EXPECT_EQ(pod.recorder.tms(), "01"
                                   "1111");
+    pod.scan_send(TBC_STATE_SHIFT_DR, 16, {0});
+    pod.wait(SHM_WAIT_DONE);
+    EXPECT_EQ(pod.recorder.tms(), "0100"
+                                  "0000000000000000");
+    pod.scan_fixed(TBC_STATE_RESET, 1, true);
+    EXPECT_EQ(pod.recorder.tms(), "1"
+                                  "1111");
     pod.scan_fixed(kIrPath | TBC_STATE_SHIFT_DR, 2, true);
     EXPECT_EQ(pod.recorder.tms(), "01100"
                                   "01"
@@ -138,6 +145,14 @@ TEST(ScanEngine, ReturnPathKeepsItsContentBetweenScans) {
     const Words got = pod.scan_receive(TBC_STATE_IDLE, 100, false);
     const Words expected{0xFFFF, 0xFFFF, 0x1477, 0x2BA0, 0x7700, 0xA014, 0x000B};
     EXPECT_EQ(got, expected);
+}
+
+TEST(ScanEngine, BitShiftedOnTheWayOutEntersTheReturnPath) {
+    Bench pod(scratch_chain(8), strict_settings());
+    pod.scan_fixed(TBC_STATE_SHIFT_DR, 31, false); // IDCODE save its last bit, a 0
+    pod.go_to(0, TBC_STATE_IDLE);
+    // The last 16 bits of IDCODE, the one from the way out among them.
+    EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 16, false), (Words{0x2BA0}));
 }
 
 TEST(ScanEngine, FastClockMakesASlowTargetLate) {
