@@ -12,6 +12,8 @@ function(talvor_test)
   endif()
   add_executable(${ARG_NAME} ${ARG_SOURCES})
   target_link_libraries(${ARG_NAME} PRIVATE talvor_flags talvor_test_support ${ARG_LIBRARIES})
+  # Compiling the tests takes longer than running them.
+  target_compile_options(${ARG_NAME} PRIVATE $<$<CONFIG:Release>:-O1>)
   gtest_discover_tests(${ARG_NAME}
     TEST_PREFIX ${ARG_NAME}.
     DISCOVERY_TIMEOUT 60
