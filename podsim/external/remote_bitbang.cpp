@@ -11,6 +11,7 @@
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -94,7 +95,11 @@ int connect_to(const std::string& address) {
 } // namespace
 
 Result<std::unique_ptr<RemoteBitbang>> RemoteBitbang::connect(const Options& options) {
-    std::unique_ptr<RemoteBitbang> client(new RemoteBitbang(options));
+    const int wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake < 0) {
+        return system_failure("an event descriptor");
+    }
+    std::unique_ptr<RemoteBitbang> client(new RemoteBitbang(options, wake));
     if (Status opened = client->open(); opened.failed()) {
         return opened;
     }
@@ -105,13 +110,13 @@ Result<std::unique_ptr<RemoteBitbang>> RemoteBitbang::connect(const Options& opt
 }
 
 RemoteBitbang::~RemoteBitbang() {
-    const int fd = fd_.exchange(-1);
-    if (fd >= 0) {
-        if (lost_.empty() && !stopped_) {
-            send(fd, &quit_request, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+    if (fd_ >= 0) {
+        if (lost_.empty()) {
+            send(fd_, &quit_request, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
         }
-        close(fd);
+        close(fd_);
     }
+    close(wake_);
 }
 
 Status RemoteBitbang::open() {
@@ -135,19 +140,18 @@ Status RemoteBitbang::lost(const std::string& how) {
 }
 
 void RemoteBitbang::request_stop() {
-    stopped_ = true;
-    const int fd = fd_;
-    if (fd >= 0) {
-        shutdown(fd, SHUT_RDWR);
-    }
+    eventfd_write(wake_, 1);
 }
 
 Status RemoteBitbang::wait_for(short events, const char* what) {
-    pollfd wait{fd_, events, 0};
+    std::array<pollfd, 2> waits{{{fd_, events, 0}, {wake_, POLLIN, 0}}};
     int ready = 0;
     do {
-        ready = poll(&wait, 1, static_cast<int>(options_.patience.count()));
+        ready = poll(waits.data(), waits.size(), static_cast<int>(options_.patience.count()));
     } while (ready < 0 && errno == EINTR);
+    if (waits[1].revents != 0) {
+        return lost("is no longer waited for: the pod is being stopped");
+    }
     if (ready == 0) {
         return lost(fmt::format("has not {} for {} ms", what, options_.patience.count()));
     }
@@ -286,8 +290,10 @@ Status RemoteBitbang::set_reset(bool asserted) {
 }
 
 Status RemoteBitbang::power_on() {
-    if (!lost_.empty() && !stopped_) {
-        close(fd_.exchange(-1));
+    if (!lost_.empty()) {
+        if (fd_ >= 0) {
+            close(std::exchange(fd_, -1));
+        }
         if (Status opened = open(); opened.failed()) {
             return opened;
         }

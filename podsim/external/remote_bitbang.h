@@ -9,7 +9,6 @@
 #include "podsim/base/result.h"
 #include "podsim/model/target.h"
 
-#include <atomic>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
@@ -49,11 +48,11 @@ public:
     Status power_on() override;
     EmuPins emu_pins() override { return {}; }
 
-    // From any thread: a call that waits fails at once, and so do all later ones.
+    // From any thread: a call that waits fails at once, and so does every later one that has to.
     void request_stop();
 
 private:
-    explicit RemoteBitbang(Options options) : options_(std::move(options)) {}
+    RemoteBitbang(Options options, int wake) : options_(std::move(options)), wake_(wake) {}
 
     Status open();
     Status lost(const std::string& how);
@@ -68,8 +67,8 @@ private:
     Status finish();
 
     Options options_;
-    std::atomic<int> fd_{-1};
-    std::atomic<bool> stopped_{false};
+    int fd_ = -1;
+    int wake_;                    // an eventfd: readable once a stop has been asked for
     std::string lost_;            // why the connection is gone
     std::string out_;             // bytes not sent yet
     int pins_ = -1;               // the levels sent last; -1: none yet

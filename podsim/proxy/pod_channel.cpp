@@ -87,7 +87,7 @@ bool PodChannel::await_start(microseconds spin, Backend& backend) {
     if (!(spin.count() > 0 ? spin_for_start(spin) : start_.try_take())) {
         sleep_for_start(backend);
     }
-    return !stopping_->load();
+    return !stop_->asked;
 }
 
 std::int32_t PodChannel::run_command(Backend& backend) {
@@ -124,7 +124,7 @@ void PodChannel::serve(Backend& backend) {
     __atomic_store_n(&block().status, status, __ATOMIC_RELEASE);
     // One exchange is outstanding at a time: a second start is another host's, who came while the
     // first one died, and must not take this answer for its own.
-    if (start_.posts() > 0 && !stopping_->load()) {
+    if (start_.posts() > 0 && !stop_->asked) {
         backend.note("another host came while a batch of a dead one ran");
         return;
     }
@@ -132,13 +132,26 @@ void PodChannel::serve(Backend& backend) {
 }
 
 void PodChannel::stop() {
-    stopping_->store(true);
+    const std::scoped_lock lock(stop_->mutex);
+    stop_->asked = true;
     start_.post();
 }
 
-void PodChannel::abandon() {
+void PodChannel::refuse_last() {
+    // One post has been taken, and stop() has made one: another one is a host's.
+    const std::scoped_lock lock(stop_->mutex);
+    if (start_.try_take()) {
+        fail_exchange();
+    }
+}
+
+void PodChannel::fail_exchange() {
     __atomic_store_n(&block().status, batch::failed_status, __ATOMIC_RELEASE);
     complete_.post();
+}
+
+void PodChannel::abandon() {
+    fail_exchange();
     memory_.remove_name();
     start_.remove_name();
     complete_.remove_name();

@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 namespace podsim::proxy {
@@ -33,6 +34,9 @@ public:
 
     // Wakes await_start for good.
     void stop();
+    // After await_start has said that it is stopped: a host that has posted start meanwhile gets a
+    // failure.
+    void refuse_last();
     // For a worker that does not come back: fails the exchange in the host's eyes and removes the
     // names of the objects, which live on.
     void abandon();
@@ -45,13 +49,18 @@ private:
     bool spin_for_start(std::chrono::microseconds spin);
     void sleep_for_start(Backend& backend);
     void take_back_completion(Backend& backend);
+    void fail_exchange();
     std::int32_t run_command(Backend& backend);
 
     SharedMemory memory_;
     Semaphore start_;
     Semaphore complete_;
     std::vector<std::uint16_t> words_; // the batch under execution
-    std::unique_ptr<std::atomic<bool>> stopping_ = std::make_unique<std::atomic<bool>>(false);
+    struct Stop {
+        std::mutex mutex; // held by stop() until its own post of the start semaphore is made
+        std::atomic<bool> asked{false};
+    };
+    std::unique_ptr<Stop> stop_ = std::make_unique<Stop>();
 };
 
 } // namespace podsim::proxy

@@ -45,6 +45,7 @@ private:
         while (channel_.await_start(spin, backend_)) {
             channel_.serve(backend_);
         }
+        channel_.refuse_last();
         const std::scoped_lock lock(mutex_);
         ended_ = true;
         changed_.notify_all();

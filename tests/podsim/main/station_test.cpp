@@ -218,6 +218,9 @@ TEST(Station, a_host_killed_in_the_middle_of_a_batch_harms_nobody) {
         std::raise(SIGKILL);
     }
     ASSERT_EQ(waitpid(child, nullptr, 0), child);
+    while (status_of(process)["batches"] == 0) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     Host host(1);
     EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
     EXPECT_EQ(process.ctl("latency 0"), "ok");

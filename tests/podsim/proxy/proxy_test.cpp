@@ -358,6 +358,21 @@ TEST(Proxy, stops_while_a_batch_runs_and_the_host_gets_a_failure) {
     EXPECT_THAT(shm_objects(), IsEmpty());
 }
 
+TEST(Proxy, a_host_that_comes_during_the_stop_gets_a_failure) {
+    for (int round = 0; round < 50; ++round) {
+        Echo pod;
+        const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}},
+                                 {.spin = std::chrono::microseconds(round % 2 == 0 ? 0 : 100)});
+        Host host(42);
+        host.queue("write 3 0"); // runs until the stop, should it still be begun
+        host.block().cmd = SHM_CMD_EXECUTE;
+        host.post_start();
+        EXPECT_TRUE(proxy->stop());
+        ASSERT_TRUE(host.take_complete()) << round;
+        EXPECT_LT(host.block().status, 0);
+    }
+}
+
 TEST(Proxy, gives_up_a_pod_that_does_not_stop_and_answers_its_host) {
     static Echo pod; // its thread outlives the test
     pod.deaf = true;
