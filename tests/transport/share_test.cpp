@@ -119,7 +119,7 @@ TEST_F(Share, AnotherProcessAttachesToIt) {
 }
 
 TEST_F(Share, TheNameDependsOnEachPart) {
-    const auto name_of = [this](const ShareNames& parts) {
+    const auto name_of = [](const ShareNames& parts) {
         ShareNames copy = parts;
         ShareInform block{};
         block.size = 8;
