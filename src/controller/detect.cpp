@@ -3,6 +3,7 @@
 #include "controller/registers.h"
 #include "controller/wait.h"
 #include "sys/check.h"
+#include "transport/attached.h"
 #include "transport/batch.h"
 #include "transport/port.h"
 
@@ -104,8 +105,7 @@ void print_pairs(const uint16_t* words_read) {
 } // namespace
 
 int32_t CheckCtlrExist(JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    RETURN_IF(pJscInform->pJscControl == nullptr, eJTI_ERROR_HANDLE_STATE);
+    RETURN_ON_ERROR(check_attached(pJscInform));
     enter_loopback(pJscInform);
     // The words of the first round are whatever the path held.
     RETURN_ON_ERROR(receive_words(pJscInform));
@@ -121,8 +121,7 @@ int32_t CheckCtlrExist(JSC_Inform* pJscInform) {
 }
 
 JTI_ControlId CheckCtlrVersion(JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr || pJscInform->pJscControl == nullptr,
-              eJTI_CONTROL_ID_OBSOLETE);
+    RETURN_IF(check_attached(pJscInform) != eJTI_ERROR_NONE, eJTI_CONTROL_ID_OBSOLETE);
     uint16_t& version = pJscInform->ownReads.word;
     version = 0;
     PortWrite(pJscInform, TBC_PORT_COMMAND, TBC_COMMAND_VERSION);

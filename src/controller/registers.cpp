@@ -2,6 +2,7 @@
 
 #include "controller/wait.h"
 #include "sys/check.h"
+#include "transport/attached.h"
 #include "transport/batch.h"
 #include "transport/port.h"
 
@@ -28,8 +29,7 @@ int32_t queue_poll(JSC_Inform* pJscInform, JSC_StatusType status) {
 } // namespace
 
 int32_t CheckCtlrRegister(JSC_Inform* pJscInform, uint32_t first) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    RETURN_IF(pJscInform->pJscControl == nullptr, eJTI_ERROR_HANDLE_STATE);
+    RETURN_ON_ERROR(check_attached(pJscInform));
     RETURN_IF(first < TBC_BASIC_PORTS, eJTI_ERROR_NONE);
     RETURN_IF(pJscInform->pJscControl->ctlrRevise == eJTI_CONTROL_ID_TBC,
               eJTI_ERROR_REGISTER_RANGE);

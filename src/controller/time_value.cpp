@@ -1,6 +1,7 @@
 #include "controller/time_value.h"
 
 #include "sys/check.h"
+#include "transport/attached.h"
 
 #include <iterator>
 
@@ -47,12 +48,6 @@ constexpr uint32_t command_bits = 16;
 // Time-out units of one bit at one hertz, as a shift: 2,097,152.
 constexpr uint32_t units_per_bit_shift = 21;
 
-int32_t check_handle(const JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    RETURN_IF(pJscInform->pJscControl == nullptr, eJTI_ERROR_HANDLE_STATE);
-    return eJTI_ERROR_NONE;
-}
-
 // Bits of the command in flight, all repeats together; wraps at 32 bits.
 uint32_t command_length_bits(const JSC_Control& control) {
     const JSC_TimeDependancy& depend = control.timeDependOld;
@@ -68,7 +63,7 @@ uint32_t command_length_bits(const JSC_Control& control) {
 } // namespace
 
 int32_t TimeValueInitial(JSC_Inform* pJscInform) {
-    RETURN_ON_ERROR(check_handle(pJscInform));
+    RETURN_ON_ERROR(check_attached(pJscInform));
     JSC_TimeValueType& values = pJscInform->pJscControl->timeValue;
     for (const TimeValue& entry : time_values) {
         values.*entry.value = entry.initial_us;
@@ -88,7 +83,7 @@ int32_t TimeValueQuery(JSC_Inform* pJscInform, JSC_TimeType type, uint32_t* pVal
     RETURN_IF(pValue == nullptr || pForever == nullptr, eJTI_ERROR_NONE);
     *pValue = 0;
     *pForever = false;
-    RETURN_ON_ERROR(check_handle(pJscInform));
+    RETURN_ON_ERROR(check_attached(pJscInform));
     RETURN_IF(type <= eJSC_TIME_TYPE_INVALID_FIRST || type >= eJSC_TIME_TYPE_INVALID_LAST,
               eJTI_ERROR_BAD_ARGUMENT);
     const TimeValue& entry = time_values[type - 1];
@@ -104,7 +99,7 @@ int32_t TimeValueQuery(JSC_Inform* pJscInform, JSC_TimeType type, uint32_t* pVal
 }
 
 uint32_t TimeModifyTimeout(JSC_Inform* pJscInform) {
-    RETURN_IF(check_handle(pJscInform) != eJTI_ERROR_NONE, 0);
+    RETURN_IF(check_attached(pJscInform) != eJTI_ERROR_NONE, 0);
     const JSC_Control& control = *pJscInform->pJscControl;
     const TBC_Variable& variable = pJscInform->tbcVariable;
     const uint32_t frequency_hz =
@@ -115,7 +110,7 @@ uint32_t TimeModifyTimeout(JSC_Inform* pJscInform) {
 }
 
 int32_t TimeModifyUpdate(JSC_Inform* pJscInform) {
-    RETURN_ON_ERROR(check_handle(pJscInform));
+    RETURN_ON_ERROR(check_attached(pJscInform));
     JSC_TimeDependancy& collected = pJscInform->pJscControl->timeDependNew;
     pJscInform->pJscControl->timeDependOld = collected;
     collected.useMain = false;

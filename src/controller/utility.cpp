@@ -2,6 +2,7 @@
 
 #include "sys/check.h"
 #include "sys/clock.h"
+#include "transport/attached.h"
 #include "transport/batch.h"
 #include "transport/port.h"
 #include "transport/proxy_channel.h"
@@ -23,8 +24,7 @@ int32_t check_outputs(const JSC_Inform* pJscInform, const Output*... outputs) {
 template <typename... Output>
 int32_t check_control(const JSC_Inform* pJscInform, const Output*... outputs) {
     RETURN_ON_ERROR(check_outputs(pJscInform, outputs...));
-    RETURN_IF(pJscInform->pJscControl == nullptr, eJTI_ERROR_HANDLE_STATE);
-    return eJTI_ERROR_NONE;
+    return check_attached(pJscInform);
 }
 
 bool status_bit(const JSC_Inform* pJscInform, uint16_t bit) {

@@ -1,6 +1,7 @@
 #include "controller/wait.h"
 
 #include "sys/check.h"
+#include "transport/attached.h"
 #include "transport/batch.h"
 #include "transport/port.h"
 
@@ -26,12 +27,6 @@ bool pod_waits_by_itself(const JSC_Inform* pJscInform) {
     return pJscInform->qelVariable.aw && major > POD_REVISION_1;
 }
 
-int32_t check_handle(const JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    RETURN_IF(pJscInform->pJscControl == nullptr, eJTI_ERROR_HANDLE_STATE);
-    return eJTI_ERROR_NONE;
-}
-
 } // namespace
 
 uint16_t wait_word_of_status(JSC_Inform* pJscInform, JSC_StatusType status) {
@@ -44,7 +39,7 @@ uint16_t wait_word_of_status(JSC_Inform* pJscInform, JSC_StatusType status) {
 }
 
 int32_t WaitForStatus(JSC_Inform* pJscInform, JSC_StatusType status) {
-    RETURN_ON_ERROR(check_handle(pJscInform));
+    RETURN_ON_ERROR(check_attached(pJscInform));
     const uint16_t word = wait_word_of_status(pJscInform, status);
     if (word != 0) {
         batch_wait(pJscInform, word);
@@ -53,7 +48,7 @@ int32_t WaitForStatus(JSC_Inform* pJscInform, JSC_StatusType status) {
 }
 
 int32_t WaitForTbcDone(JSC_Inform* pJscInform) {
-    RETURN_ON_ERROR(check_handle(pJscInform));
+    RETURN_ON_ERROR(check_attached(pJscInform));
     batch_wait(pJscInform, SHM_WAIT_DONE);
     pJscInform->pJscControl->priorTBC = false;
     return eJTI_ERROR_NONE;

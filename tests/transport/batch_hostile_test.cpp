@@ -1,0 +1,93 @@
+#include "transport/batch.h"
+
+#include "transport/batch_fixture.h"
+#include "transport/proxy_channel.h"
+
+#include <cstring>
+#include <vector>
+
+namespace {
+
+// ---- what a proxy may leave in the block ----
+
+struct Counters {
+    const char* name;
+    uint32_t next;
+    uint32_t marker;
+    uint32_t reads_local;
+    uint32_t reads_global;
+};
+
+class BatchHostile : public Batch, public testing::WithParamInterface<Counters> {};
+
+// Counters that no batch has: every item is refused, nothing outside the blocks is touched, and the
+// words that stand there stay.
+TEST_P(BatchHostile, RefusesItems) {
+    const Counters& counters = GetParam();
+    const auto set = [&counters](lcl_shm& shared) {
+        shared.tbcMblockPtr = counters.next;
+        shared.lastWCNTR = counters.marker;
+        shared.rdCntrLcl = counters.reads_local;
+        shared.rdCntrGbl = counters.reads_global;
+    };
+    proxy.pod().interfere(set);
+    set(block());
+    const std::vector<uint8_t> expected(reinterpret_cast<const uint8_t*>(&block().tbcOMblock),
+                                        reinterpret_cast<const uint8_t*>(&block() + 1));
+    uint16_t word = 5;
+    PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
+    EXPECT_EQ(handle.inform.podError, -140);
+    EXPECT_EQ(batch_take_failure(inform()), -140);
+    PortWriteNoCache(inform(), TBC_PORT_SEND, 0x1234);
+    EXPECT_EQ(batch_take_failure(inform()), -140);
+    batch_wait(inform(), SHM_WAIT_DONE);
+    EXPECT_EQ(batch_take_failure(inform()), -140);
+    qel_PostData(inform(), SHM_WAIT_DONE);
+    EXPECT_EQ(batch_take_failure(inform()), -140);
+    EXPECT_EQ(qel_PerformIo(inform()), -140);
+    EXPECT_EQ(word, 5);
+    EXPECT_EQ(std::memcmp(expected.data(), &block().tbcOMblock, expected.size()), 0);
+    proxy.pod().interfere(nullptr);
+    proxy.pod().take_findings();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    AllCounters, BatchHostile,
+    testing::Values(Counters{"PointerPastTheBlock", block_words + 1, 1, 0, 0},
+                    Counters{"PointerLargest", UINT32_MAX, 1, 0, 0},
+                    Counters{"PointerAtTheEnd", block_words, 1, 0, 0},
+                    Counters{"PointerWithoutRoomForStatus", block_words - 2, 1, 0, 0},
+                    Counters{"LocalReadsFull", 10, 1, 2048, 0},
+                    Counters{"LocalReadsLargest", 10, 1, UINT32_MAX, 0},
+                    Counters{"ReadsPastTheInBlock", 10, 1, 0, block_words + 1},
+                    Counters{"ReadsLargest", 10, 1, 0, UINT32_MAX},
+                    Counters{"ReadsWithoutRoomForStatus", 10, 1, 0, block_words - 2}),
+    [](const auto& instance) { return instance.param.name; });
+
+TEST_F(Batch, AMarkerOutsideTheBlockIsNotWritten) {
+    for (const uint32_t marker : {block_words, UINT32_MAX}) {
+        block().rdCntrLcl = 2047;
+        block().rdCntrGbl = 2047;
+        block().tbcMblockPtr = 2100;
+        block().lastWCNTR = marker;
+        const std::vector<uint8_t> behind(reinterpret_cast<const uint8_t*>(&block().tbcIMblock),
+                                          reinterpret_cast<const uint8_t*>(&block() + 1));
+        uint16_t word = 0;
+        PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
+        EXPECT_EQ(batch_take_failure(inform()), -140);
+        EXPECT_EQ(std::memcmp(behind.data(), &block().tbcIMblock, behind.size()), 0);
+    }
+    channel_exchange(inform(), SHM_CMD_ATTACH);
+}
+
+TEST_F(Batch, AProxyThatDoesNotEmptyTheBatchFailsIt) {
+    fill_to(block_words - 3);
+    proxy.pod().interfere([](lcl_shm& shared) { shared.tbcMblockPtr = block_words - 3; });
+    batch_wait(inform(), SHM_WAIT_DONE);
+    EXPECT_EQ(proxy.pod().batches().size(), 1U);
+    EXPECT_EQ(batch_failure(inform()), -140);
+    proxy.pod().interfere(nullptr);
+    channel_exchange(inform(), SHM_CMD_ATTACH);
+}
+
+} // namespace
