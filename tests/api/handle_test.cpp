@@ -21,8 +21,6 @@ using test_support::RecordingConfig;
 using test_support::RecordingProxy;
 using Commands = std::vector<uint32_t>;
 
-constexpr JTI_Client client = eJTI_CLIENT_ANONYMOUS;
-
 TEST(CreateHandle, gives_a_zeroed_record_with_the_defaults_of_every_group) {
     JSC_Inform* handle = nullptr;
     ASSERT_EQ(jsc_CreateHandle(&handle), 0);

@@ -348,8 +348,7 @@ constexpr JSC_JtagAmble ambles[] = {eJSC_JTAG_AMBLE_NEITHER, eJSC_JTAG_AMBLE_PRE
                                     eJSC_JTAG_AMBLE_POSTAMBLE, eJSC_JTAG_AMBLE_BOTH};
 constexpr JSC_JtagTransit transits[] = {eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_TRANSIT_VIA_CAPTURE,
                                         eJSC_JTAG_TRANSIT_VIA_IDLE};
-constexpr JSC_JtagWidth widths[] = {eJSC_JTAG_WIDTH_1, eJSC_JTAG_WIDTH_8, eJSC_JTAG_WIDTH_16,
-                                    eJSC_JTAG_WIDTH_32, eJSC_JTAG_WIDTH_64};
+constexpr JSC_JtagWidth widths[] = {eJSC_JTAG_WIDTH_8, eJSC_JTAG_WIDTH_16, eJSC_JTAG_WIDTH_32};
 
 // What goes around the main shift, for one shift.
 bool all_surroundings(Bench& bench, ScanCase scan) {
