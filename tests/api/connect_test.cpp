@@ -122,9 +122,9 @@ TEST(Connect, the_mode_configuration_follows_when_the_client_asks_for_it) {
 }
 
 TEST(Connect, a_target_reset_that_is_asserted_is_released_and_takes_the_long_start) {
+    unsigned reads = 0;
     DriverSession session(POD_REVISION_1, generation1);
     // Asserted in the three batches before it is looked at.
-    unsigned reads = 0;
     session.pod().answer_with(TBC_PORT_SUPPORT,
                               [&] { return static_cast<uint16_t>(reads++ < 3 ? 0x01E0 : 0x00E0); });
     EXPECT_EQ(session.handle.connect(), 0);
@@ -138,8 +138,8 @@ TEST(Connect, a_target_reset_that_is_asserted_is_released_and_takes_the_long_sta
 }
 
 TEST(Connect, a_latched_condition_is_cleared_and_takes_the_long_start) {
-    DriverSession session(POD_REVISION_2, generation2);
     unsigned writes = 0;
+    DriverSession session(POD_REVISION_2, generation2);
     session.pod().watch_writes([&](uint16_t port, uint16_t) { writes += port == 5; });
     session.pod().answer_with(TBC_PORT_SUPPORT,
                               [&] { return static_cast<uint16_t>(writes >= 2 ? 0x00E0 : 0x00E1); });
@@ -326,11 +326,11 @@ TEST(Connect, each_batch_that_fails_is_reported_in_its_way) {
     // extended kind, goes on as with every other kind.
     const std::vector<int32_t> codes{-157, -140, -140, -140, -140, -203, 0, -140};
     for (size_t failing = 0; failing < codes.size(); ++failing) {
+        size_t batch = 0;
         DriverSession session(POD_REVISION_1, generation1);
         if (failing == 0) {
             session.pod().fail_batches(1);
         } else {
-            size_t batch = 0;
             session.pod().interfere([&](lcl_shm& block) {
                 if (block.cmd == SHM_CMD_EXECUTE && batch++ == failing) {
                     block.status = -7;
