@@ -1,0 +1,107 @@
+// Cost of a scan against a pod that answers at once: queueing, flushing and scattering together, in
+// nanoseconds per 16-bit word, beside a memcpy of the same bytes; and the flushes an operation
+// makes. Processor time throughout, so that a busy machine does not show as a slow driver.
+#include "instant_proxy.h"
+#include "scan/scan_operation.h"
+#include "scan/state.h"
+
+#include <benchmark/benchmark.h>
+#include <cstring>
+#include <ctime>
+#include <vector>
+
+namespace {
+
+using bench::InstantPod;
+using Scan = int32_t (*)(JSC_Inform*, const JSC_JtagCommand*, const JSC_JtagParam16*);
+
+constexpr uint32_t word_bits = 16;
+// The longest scan whose words both ways fit one block, and one that does not.
+constexpr uint32_t half_a_million_bits = 524288;
+constexpr uint32_t block_fitting_bits = 500000;
+
+JSC_JtagCommand dr_scan(bool adjust) {
+    JSC_JtagCommand command{};
+    command.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
+    command.jtagShift = eJSC_JTAG_SHIFT_DR;
+    command.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
+    command.jtagEnd = eJSC_JTAG_STATE_IDLE;
+    command.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
+    command.jtagUsage = eJSC_JTAG_USAGE_FRESH;
+    command.jtagWidth = eJSC_JTAG_WIDTH_16;
+    command.jtagAdjust = adjust ? eJSC_JTAG_ADJUST_AUTO : eJSC_JTAG_ADJUST_USER;
+    return command;
+}
+
+double processor_seconds() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+double seconds_of_memcpy(const std::vector<uint16_t>& from, std::vector<uint16_t>& into) {
+    constexpr int rounds = 256;
+    const double begin = processor_seconds();
+    for (int round = 0; round < rounds; ++round) {
+        std::memcpy(into.data(), from.data(), from.size() * sizeof(uint16_t));
+        benchmark::DoNotOptimize(into.data());
+        benchmark::ClobberMemory();
+    }
+    return (processor_seconds() - begin) / rounds;
+}
+
+void make_scans(benchmark::State& state, Scan scan, bool adjust) {
+    const auto bits = static_cast<uint32_t>(state.range(0));
+    const size_t words = (bits + word_bits - 1) / word_bits;
+    InstantPod pod;
+    std::vector<uint16_t> sent(words, 0x5AC3);
+    std::vector<uint16_t> received(words);
+    const JSC_JtagCommand command = dr_scan(adjust);
+    const JSC_JtagParam16 param{1, 0, bits, sent.data(), received.data()};
+    const double begin = processor_seconds();
+    for (auto _ : state) {
+        if (scan(pod.handle(), &command, &param) != 0 || qel_PerformIo(pod.handle()) != 0) {
+            state.SkipWithError("the scan failed");
+        }
+        benchmark::DoNotOptimize(received.data());
+    }
+    const double seconds = processor_seconds() - begin;
+    const auto rounds = static_cast<double>(state.iterations());
+    state.counters["ns_per_word"] = seconds / rounds / static_cast<double>(words) * 1e9;
+    state.counters["to_memcpy"] = seconds / rounds / seconds_of_memcpy(sent, received);
+    state.counters["flushes"] = static_cast<double>(pod.flushes()) / rounds;
+}
+
+void scan_both(benchmark::State& state) {
+    make_scans(state, jsc_ScanBoth16, false);
+}
+BENCHMARK(scan_both)->Arg(32)->Arg(1000)->Arg(block_fitting_bits)->Arg(half_a_million_bits);
+
+void scan_both_adjusted(benchmark::State& state) {
+    make_scans(state, jsc_ScanBoth16, true);
+}
+BENCHMARK(scan_both_adjusted)->Arg(half_a_million_bits);
+
+// With the flush that follows some time; the send itself makes none.
+void scan_send(benchmark::State& state) {
+    make_scans(state, jsc_ScanSend16, false);
+}
+BENCHMARK(scan_send)->Arg(32)->Arg(1000)->Arg(half_a_million_bits);
+
+void scan_receive(benchmark::State& state) {
+    make_scans(state, jsc_ScanRecv16, false);
+}
+BENCHMARK(scan_receive)->Arg(32)->Arg(1000)->Arg(half_a_million_bits);
+
+void get_state(benchmark::State& state) {
+    InstantPod pod;
+    JSC_JtagState tap{};
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(jsc_GetState(pod.handle(), &tap));
+    }
+    state.counters["flushes"] =
+        static_cast<double>(pod.flushes()) / static_cast<double>(state.iterations());
+}
+BENCHMARK(get_state);
+
+} // namespace
