@@ -1,9 +1,10 @@
 // Cost of a scan against a pod that answers at once: queueing, flushing and scattering together, in
 // nanoseconds per 16-bit word, beside a memcpy of the same bytes; and the flushes an operation
 // makes. Processor time throughout, so that a busy machine does not show as a slow driver.
-#include "instant_proxy.h"
+
 #include "scan/scan_operation.h"
 #include "scan/state.h"
+#include "support/instant_pod.h"
 
 #include <benchmark/benchmark.h>
 #include <cstring>
@@ -12,7 +13,7 @@
 
 namespace {
 
-using bench::InstantPod;
+using test_support::InstantPod;
 using Scan = int32_t (*)(JSC_Inform*, const JSC_JtagCommand*, const JSC_JtagParam16*);
 
 constexpr uint32_t word_bits = 16;
@@ -54,13 +55,14 @@ void make_scans(benchmark::State& state, Scan scan, bool adjust) {
     const auto bits = static_cast<uint32_t>(state.range(0));
     const size_t words = (bits + word_bits - 1) / word_bits;
     InstantPod pod;
+    pod.recording = false;
     std::vector<uint16_t> sent(words, 0x5AC3);
     std::vector<uint16_t> received(words);
     const JSC_JtagCommand command = dr_scan(adjust);
     const JSC_JtagParam16 param{1, 0, bits, sent.data(), received.data()};
     const double begin = processor_seconds();
     for (auto _ : state) {
-        if (scan(pod.handle(), &command, &param) != 0 || qel_PerformIo(pod.handle()) != 0) {
+        if (scan(pod.get(), &command, &param) != 0 || qel_PerformIo(pod.get()) != 0) {
             state.SkipWithError("the scan failed");
         }
         benchmark::DoNotOptimize(received.data());
@@ -69,7 +71,7 @@ void make_scans(benchmark::State& state, Scan scan, bool adjust) {
     const auto rounds = static_cast<double>(state.iterations());
     state.counters["ns_per_word"] = seconds / rounds / static_cast<double>(words) * 1e9;
     state.counters["to_memcpy"] = seconds / rounds / seconds_of_memcpy(sent, received);
-    state.counters["flushes"] = static_cast<double>(pod.flushes()) / rounds;
+    state.counters["flushes"] = static_cast<double>(pod.flushes) / rounds;
 }
 
 void scan_both(benchmark::State& state) {
@@ -95,12 +97,13 @@ BENCHMARK(scan_receive)->Arg(32)->Arg(1000)->Arg(half_a_million_bits);
 
 void get_state(benchmark::State& state) {
     InstantPod pod;
+    pod.recording = false;
     JSC_JtagState tap{};
     for (auto _ : state) {
-        benchmark::DoNotOptimize(jsc_GetState(pod.handle(), &tap));
+        benchmark::DoNotOptimize(jsc_GetState(pod.get(), &tap));
     }
     state.counters["flushes"] =
-        static_cast<double>(pod.flushes()) / static_cast<double>(state.iterations());
+        static_cast<double>(pod.flushes) / static_cast<double>(state.iterations());
 }
 BENCHMARK(get_state);
 
