@@ -26,7 +26,7 @@ void empty(lcl_shm& block) {
 Batch take(const lcl_shm& block, std::vector<std::uint16_t>& storage) {
     const Head head{fetch(block.tbcMblockPtr), fetch(block.useZeroOfs), fetch(block.lastWCNTR),
                     fetch(block.rdCntrLcl), fetch(block.rdCntrGbl)};
-    if (head.length_words > SHM_BLOCK_WORDS) {
+    if (head.length_words == 0 || head.length_words > SHM_BLOCK_WORDS) {
         return {head, {}};
     }
     if (storage.size() < head.length_words) {

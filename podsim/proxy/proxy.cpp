@@ -59,6 +59,12 @@ private:
     std::thread thread_;
 };
 
+// Workers whose threads did not end: what those use lives as long as the process.
+std::vector<std::unique_ptr<Worker>>& abandoned_workers() {
+    static std::vector<std::unique_ptr<Worker>> workers;
+    return workers;
+}
+
 Status check_pods(const std::vector<Pod>& pods) {
     if (pods.size() > SHM_DEVICE_RECORDS) {
         return Status::failure(std::to_string(pods.size()) +
@@ -152,7 +158,7 @@ bool Proxy::stop(std::chrono::milliseconds patience) {
     for (auto& worker : state_->workers) {
         if (!worker->ended_by(deadline)) {
             worker->abandon();
-            static_cast<void>(worker.release()); // its thread still uses it
+            abandoned_workers().push_back(std::move(worker));
             all = false;
         }
     }

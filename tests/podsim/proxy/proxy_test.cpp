@@ -364,7 +364,7 @@ TEST(Proxy, a_host_that_comes_during_the_stop_gets_a_failure) {
         const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}},
                                  {.spin = std::chrono::microseconds(round % 2 == 0 ? 0 : 100)});
         Host host(42);
-        host.queue("write 3 0"); // runs until the stop, should it still be begun
+        host.queue("write 3 0; write 1 1"); // runs until the stop, should it still be begun
         host.block().cmd = SHM_CMD_EXECUTE;
         host.post_start();
         EXPECT_TRUE(proxy->stop());
