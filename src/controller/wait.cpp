@@ -2,7 +2,6 @@
 
 #include "sys/check.h"
 #include "transport/attached.h"
-#include "transport/batch.h"
 #include "transport/port.h"
 
 namespace {

@@ -1,8 +1,6 @@
 #include "transport/batch.h"
 
 #include "sys/check.h"
-#include "sys/memory.h"
-#include "transport/batch_cursor.h"
 #include "transport/batch_room.h"
 #include "transport/proxy_channel.h"
 #include "transport/shared_field.h"
@@ -36,32 +34,6 @@ bool turn_marker(lcl_shm* block) {
     return true;
 }
 
-void append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* ptr) {
-    JSC_qel_oplist* const node = pJscInform->opListFree;
-    pJscInform->opListFree = node->next;
-    node->op = 0;
-    node->count = count;
-    node->ptr = ptr;
-    node->next = nullptr;
-    if (pJscInform->opListTail == nullptr) {
-        pJscInform->opList = node;
-    } else {
-        pJscInform->opListTail->next = node;
-    }
-    pJscInform->opListTail = node;
-}
-
-bool add_free_node(JSC_Inform* pJscInform) {
-    auto* const node = static_cast<JSC_qel_oplist*>(sys_MemAlloc(sizeof(JSC_qel_oplist)));
-    if (node == nullptr) {
-        return false;
-    }
-    *node = JSC_qel_oplist{};
-    node->next = pJscInform->opListFree;
-    pJscInform->opListFree = node;
-    return true;
-}
-
 // The three status reads that every flush ends with. With podError set they are dropped like any
 // other access. Nothing is queued on failure.
 int32_t queue_status_reads(JSC_Inform* pJscInform) {
@@ -78,16 +50,6 @@ int32_t queue_status_reads(JSC_Inform* pJscInform) {
     batch_append_read(pJscInform, TBC_PORT_STATUS0, &control->Status0Cache);
     batch_append_read(pJscInform, TBC_PORT_STATUS1, &control->Status1Cache);
     return batch_failure(pJscInform);
-}
-
-void recycle_reads(JSC_Inform* pJscInform) {
-    if (pJscInform->opListTail == nullptr) {
-        return;
-    }
-    pJscInform->opListTail->next = pJscInform->opListFree;
-    pJscInform->opListFree = pJscInform->opList;
-    pJscInform->opList = nullptr;
-    pJscInform->opListTail = nullptr;
 }
 
 // Hands the words from `first` on to the pending reads, oldest first. Reads that an earlier, failed
@@ -107,15 +69,7 @@ void scatter(JSC_Inform* pJscInform, const uint16_t* first) {
         }
         word += count;
     }
-    recycle_reads(pJscInform);
-}
-
-void free_nodes(JSC_qel_oplist** ppHead) {
-    while (*ppHead != nullptr) {
-        void* node = *ppHead;
-        *ppHead = (*ppHead)->next;
-        sys_MemFree(&node);
-    }
+    batch_drop_reads(pJscInform);
 }
 
 } // namespace
@@ -159,7 +113,7 @@ void qel_PostReadOp(JSC_Inform* pJscInform, uint16_t count, uint16_t* ptr) {
         batch_fail(pJscInform, eJTI_ERROR_NO_MEMORY);
         return;
     }
-    append_node(pJscInform, count, ptr);
+    batch_append_node(pJscInform, count, ptr);
 }
 
 int32_t qel_PerformIo(JSC_Inform* pJscInform) {
@@ -181,65 +135,6 @@ int32_t qel_PerformIo(JSC_Inform* pJscInform) {
     return eJTI_ERROR_NONE;
 }
 
-void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
-    if (pJscInform == nullptr) {
-        return;
-    }
-    BatchCursor cursor = cursor_open(pJscInform);
-    cursor_wait(cursor, wait_word);
-    cursor_close(cursor);
-}
-
-int32_t batch_failure(const JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    return pJscInform->podError != eJTI_ERROR_NONE ? pJscInform->batchError : eJTI_ERROR_NONE;
-}
-
-int32_t batch_take_failure(JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    const int32_t code = pJscInform->podError;
-    if (batch_failure(pJscInform) != eJTI_ERROR_NONE) {
-        batch_drop_reads(pJscInform);
-    }
-    pJscInform->podError = eJTI_ERROR_NONE;
-    pJscInform->batchError = eJTI_ERROR_NONE;
-    return code;
-}
-
-void batch_drop_reads(JSC_Inform* pJscInform) {
-    if (pJscInform != nullptr) {
-        recycle_reads(pJscInform);
-    }
-}
-
-void batch_release(JSC_Inform* pJscInform) {
-    if (pJscInform == nullptr) {
-        return;
-    }
-    recycle_reads(pJscInform);
-    free_nodes(&pJscInform->opListFree);
-}
-
-void batch_fail(JSC_Inform* pJscInform, int32_t code) {
-    pJscInform->podError = code;
-    pJscInform->batchError = code;
-}
-
-bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count) {
-    uint32_t found = 0;
-    for (const JSC_qel_oplist* node = pJscInform->opListFree; node != nullptr && found < count;
-         node = node->next) {
-        ++found;
-    }
-    while (found < count) {
-        if (!add_free_node(pJscInform)) {
-            return false;
-        }
-        ++found;
-    }
-    return true;
-}
-
 void batch_append_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
     lcl_shm* const block = pJscInform->ProxyShm;
     // The room was made with an earlier look at the counter, and it is not ours alone.
@@ -250,5 +145,5 @@ void batch_append_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) 
     }
     append_word(block, next, port);
     qel_ReadIncrement(pJscInform);
-    append_node(pJscInform, 1, pValue);
+    batch_append_node(pJscInform, 1, pValue);
 }

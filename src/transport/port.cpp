@@ -70,3 +70,12 @@ void LoadZeroIntoCache(JSC_Inform* pJscInform) {
         std::fill_n(pJscInform->pJscControl->registerCache, TBC_CACHED_PORTS, uint16_t{0});
     }
 }
+
+void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
+    if (pJscInform == nullptr) {
+        return;
+    }
+    BatchCursor cursor = cursor_open(pJscInform);
+    cursor_wait(cursor, wait_word);
+    cursor_close(cursor);
+}

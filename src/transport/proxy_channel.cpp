@@ -2,7 +2,7 @@
 
 #include "sys/check.h"
 #include "sys/os.h"
-#include "transport/batch.h"
+#include "transport/read_list.h"
 #include "transport/shared_field.h"
 
 #include <algorithm>

@@ -111,6 +111,20 @@ std::vector<std::string> arrows_up(const IncludeGraph& graph,
     return up;
 }
 
+IncludeGraph units_of(const IncludeGraph& graph) {
+    const auto unit_of = [](const std::string& file) { return file.substr(0, file.rfind('.')); };
+    IncludeGraph units;
+    for (const auto& [file, includes] : graph) {
+        auto& needed = units[unit_of(file)];
+        for (const std::string& include : includes) {
+            if (unit_of(include) != unit_of(file)) {
+                needed.push_back(unit_of(include));
+            }
+        }
+    }
+    return units;
+}
+
 std::string circle(const IncludeGraph& graph) {
     std::set<std::string> done;
     for (const auto& [file, includes] : graph) {

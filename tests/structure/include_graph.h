@@ -21,6 +21,9 @@ std::vector<std::string> quoted_includes(const std::string& text);
 std::vector<std::string> arrows_up(const IncludeGraph& graph,
                                    const std::vector<std::vector<std::string>>& floors);
 
+// The same graph with a header and the source of its name taken for one: what a unit needs.
+IncludeGraph units_of(const IncludeGraph& graph);
+
 // A circle of includes, as "a -> b -> a", or empty when there is none.
 std::string circle(const IncludeGraph& graph);
 

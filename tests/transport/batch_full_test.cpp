@@ -1,4 +1,5 @@
 #include "transport/batch.h"
+#include "transport/port.h"
 
 #include "transport/batch_fixture.h"
 

@@ -1,4 +1,5 @@
 #include "transport/batch.h"
+#include "transport/port.h"
 
 #include "support/failing_os.h"
 #include "transport/batch_fixture.h"

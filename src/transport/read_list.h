@@ -1,0 +1,19 @@
+// The list of reads that wait for a flush: nodes in the order of their words, and spent nodes kept
+// for reuse. Both belong to the handle.
+#pragma once
+
+#include "jsc_internal.h"
+
+// Sees to it that `count` spent nodes are at hand. False without memory for them.
+bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count);
+
+// Appends a pending read, from a node that was reserved.
+//   count  in: words
+//   ptr    in: their destination
+void batch_append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* ptr);
+
+// Drops all pending reads: their destinations are about to go. Null handle: nothing.
+void batch_drop_reads(JSC_Inform* pJscInform);
+
+// Drops all pending reads and frees every node; the handle is about to go. Null handle: nothing.
+void batch_release(JSC_Inform* pJscInform);
