@@ -17,8 +17,8 @@ public:
     // A basic controller behind a pod of this revision.
     explicit InstantPod(uint16_t revision = POD_REVISION_1) {
         active = this;
+        sem_init(&complete_semaphore, 0, 0);
         os_calls.sem_post = execute;
-        os_calls.sem_timedwait = complete;
         inform.pJscControl = &control;
         inform.ProxyShm = block.get();
         inform.evStartSem = &start_semaphore;
@@ -34,6 +34,7 @@ public:
     InstantPod& operator=(const InstantPod&) = delete;
     ~InstantPod() {
         batch_release(&inform);
+        sem_destroy(&complete_semaphore);
         active = nullptr;
     }
 
@@ -76,10 +77,8 @@ private:
 
     static int execute(sem_t* /*semaphore*/) {
         active->execute_batch();
-        return 0;
+        return ::sem_post(&active->complete_semaphore);
     }
-
-    static int complete(sem_t* /*semaphore*/, const timespec* /*deadline*/) { return 0; }
 
     void execute_batch() {
         if (block->cmd != SHM_CMD_EXECUTE) {
