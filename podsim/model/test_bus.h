@@ -45,7 +45,16 @@ public:
     Status set_target_reset(bool asserted);
 
     // Outputs and conditions; each is on at first.
-    void set_connected(bool on) { connected_ = on; }
+    //
+    // Modelling decision: outputs that are connected again, except in the middle of a scan, find
+    // the controller in the state where it left the target. A hidden reset counts on it: the host
+    // connects the outputs with the other pins, before it moves the TAP back.
+    void set_connected(bool on) {
+        if (on && !connected_ && !is_shift(state_)) {
+            state_ = seen_;
+        }
+        connected_ = on;
+    }
     void set_clock_output(bool on) { clock_output_ = on; }
     void set_clock_present(bool on) { clock_present_ = on; }
     // Power that comes back finds a target as after power-on.

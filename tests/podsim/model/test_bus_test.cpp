@@ -93,7 +93,9 @@ TEST_F(TestBusTest, DisconnectedOutputsHideClocksFromTheTarget) {
     EXPECT_EQ(pod.recorder.tms(), "");
     EXPECT_GT(pod.controller.time_ns(), before);
     EXPECT_EQ(pod.scan_both(TBC_STATE_IDLE, 16, {0}, true), (Words{0xFFFF}));
+    EXPECT_EQ(pod.read(18), 3U);
     pod.write(2, 1);
+    EXPECT_EQ(pod.read(18), 6U) << "where the target was left";
     // Out of step with the target: five ones bring both together.
     pod.go_to(0, TBC_STATE_RESET);
     EXPECT_EQ(pod.recorder.tms(), "11111");
