@@ -9,7 +9,7 @@ namespace {
 // The widest value first, as numbers are written.
 std::string wide_text(const std::vector<std::uint64_t>& words) {
     std::ostringstream text;
-    text << "\"0x";
+    text << "\"0x0";
     for (auto word = words.rbegin(); word != words.rend(); ++word) {
         text << std::hex << std::setw(16) << std::setfill('0') << *word;
     }

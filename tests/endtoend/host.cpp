@@ -33,6 +33,12 @@ JSC_JtagCommand scan_command(JSC_JtagShift path, JSC_JtagState end) {
                            eJSC_JTAG_ADJUST_AUTO};
 }
 
+Keys pod_keys(uint32_t generation, uint32_t serial) {
+    return Keys{{"KELM.POD_EMUVERSION", std::to_string(generation)},
+                {"KELM.POD_SN", std::to_string(serial)},
+                {"KELM.POD_PORT", std::to_string(serial)}};
+}
+
 Host::Host(const Keys& keys, uint32_t recipe) : config_(every_board) {
     for (const auto& [key, text] : keys) {
         config_.set(key, text);

@@ -21,6 +21,10 @@ constexpr uint32_t words_of(uint32_t bits) {
 // A scan by the shortest ways, adjusted, without ambles, into a 16-bit buffer.
 JSC_JtagCommand scan_command(JSC_JtagShift path, JSC_JtagState end = eJSC_JTAG_STATE_IDLE);
 
+// The keys of a pod: its generation, and its serial number where that matters, which is then also
+// the port that tells controller blocks apart.
+Keys pod_keys(uint32_t generation, uint32_t serial = 0);
+
 class Host {
 public:
     // Makes the table and the handle. Keys are added to those that every board here has: driver

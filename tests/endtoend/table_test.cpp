@@ -1,0 +1,66 @@
+// The library as its loader gets it: entry points, table, description record.
+#include "driver_library.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstring>
+
+namespace endtoend {
+namespace {
+
+constexpr size_t slots = sizeof(JSC_Interface) / sizeof(void*);
+
+std::array<void*, slots> slots_of(const JSC_Interface& table) {
+    std::array<void*, slots> all{};
+    std::memcpy(all.data(), &table, sizeof table);
+    return all;
+}
+
+TEST(Table, HoldsFiftyFourOperations) {
+    ASSERT_EQ(slots, 54U);
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(driver_library().CreateInterface(&table), 0);
+    for (size_t slot = 0; slot < slots; ++slot) {
+        EXPECT_NE(slots_of(*table)[slot], nullptr) << slot;
+    }
+    EXPECT_EQ(driver_library().DeleteInterface(&table), 0);
+    EXPECT_EQ(table, nullptr);
+    EXPECT_EQ(driver_library().DeleteInterface(&table), eJTI_ERROR_BAD_ARGUMENT);
+}
+
+TEST(Table, ServesAllWidthsByTheSixteenBitScans) {
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(driver_library().CreateInterface(&table), 0);
+    const auto all = slots_of(*table);
+    for (const size_t send : {14, 16, 17}) {
+        EXPECT_EQ(all[send], all[15]);
+        EXPECT_EQ(all[send + 4], all[19]);
+        EXPECT_EQ(all[send + 8], all[23]);
+    }
+    driver_library().DeleteInterface(&table);
+}
+
+TEST(Table, DeclinesSerialWire) {
+    JSC_Interface* table = nullptr;
+    ASSERT_EQ(driver_library().CreateInterface(&table), 0);
+    uint32_t data = 7;
+    EXPECT_EQ(table->SwdRegRead(nullptr, 0, 0, &data), eJTI_ERROR_NOT_OFFERED);
+    EXPECT_EQ(table->SwdRegWrite(nullptr, 0, 0, &data, true), eJTI_ERROR_NOT_OFFERED);
+    EXPECT_EQ(data, 7U);
+    driver_library().DeleteInterface(&table);
+}
+
+TEST(Table, ComesWithADescriptionOfTheLibrary) {
+    JTI_Property* property = nullptr;
+    ASSERT_EQ(driver_library().CreateProperty(&property), 0);
+    EXPECT_EQ(property->propertyVersion, 2U);
+    EXPECT_EQ(property->propertyCount, 18U);
+    EXPECT_STREQ(property->libraryInterface, "JSC");
+    EXPECT_STREQ(property->libraryName, "libjsctalvor.so");
+    EXPECT_EQ(driver_library().DeleteProperty(&property), 0);
+    EXPECT_EQ(property, nullptr);
+}
+
+} // namespace
+} // namespace endtoend
