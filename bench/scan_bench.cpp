@@ -1,7 +1,6 @@
 // Cost of a scan against a pod that answers at once: queueing, flushing and scattering together, in
 // nanoseconds per 16-bit word, beside a memcpy of the same bytes; and the flushes an operation
 // makes. Processor time throughout, so that a busy machine does not show as a slow driver.
-
 #include "scan/scan_operation.h"
 #include "scan/state.h"
 #include "support/instant_pod.h"
@@ -17,9 +16,8 @@ using test_support::InstantPod;
 using Scan = int32_t (*)(JSC_Inform*, const JSC_JtagCommand*, const JSC_JtagParam16*);
 
 constexpr uint32_t word_bits = 16;
-// The longest scan whose words both ways fit one block, and one that does not.
-constexpr uint32_t half_a_million_bits = 524288;
-constexpr uint32_t block_fitting_bits = 500000;
+constexpr uint32_t half_a_million_bits = 524288; // a few words more than a block holds both ways
+constexpr uint32_t block_fitting_bits = 500000;  // one flush
 
 JSC_JtagCommand dr_scan(bool adjust) {
     JSC_JtagCommand command{};

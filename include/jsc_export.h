@@ -361,8 +361,8 @@ typedef JTI_Error (*JSC_LogFileMode_t)(JSC_Inform* pJscInform, JSC_LogFileId log
  *   pLogFileValues      out: room for logFileSizeLimit + 1 words
  *   pLogFileSizeActual  out: words of a full copy, also when the copy was cut short; 0 when nothing
  *                       was read (unknown id, no log, disabled log, small limit)
- *   pLogFileSizeTotal   out: words that a full copy needs
- * -122 null pointer or a limit of 0.
+ *   pLogFileSizeTotal   out: words that a full copy needs; null: nothing is read, which is no error
+ * -122 another null pointer, or a limit of 0.
  */
 typedef JTI_Error (*JSC_LogFileRead_t)(JSC_Inform* pJscInform, JSC_LogFileId logFileId,
                                        bool* pLogFileKnown, uint32_t logFileSizeLimit,

@@ -100,7 +100,8 @@ typedef struct JSC_JtagCommand {
 typedef struct JSC_JtagParam {
     uint32_t repeatCount; /* how often the scan is made; 0 is refused */
     uint32_t delayCount;  /* carried, not acted on */
-    uint32_t shiftCount;  /* bits of the main shift, ambles not counted; 0 is refused */
+    uint32_t shiftCount;  /* bits of the main shift, ambles not counted; 0 is refused, but
+                             for ones with ambles, which are one shift together */
 } JSC_JtagParam;
 
 /* Parameters of a scan of all ones or all zeros. */

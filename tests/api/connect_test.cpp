@@ -1,6 +1,7 @@
 #include "api/connect.h"
 
 #include "api/diagnose.h"
+#include "scan/scan_operation.h"
 #include "support/driver_session.h"
 #include "transport/port.h"
 
@@ -204,6 +205,18 @@ int connect_in_child() {
     if (config != TBC_EVENT_BASE) {
         return 3; // the register cache is the other process's
     }
+    JSC_JtagCommand scan{};
+    scan.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
+    scan.jtagShift = eJSC_JTAG_SHIFT_DR;
+    scan.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
+    scan.jtagEnd = eJSC_JTAG_STATE_IDLE;
+    scan.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
+    uint16_t words[2] = {};
+    const JSC_JtagParam16 param{1, 0, 32, words, words};
+    if (jsc_ScanBoth16(handle.get(), &scan, &param) != 0 || words[0] != 0x1234 ||
+        words[1] != 0x5678) {
+        return 5;
+    }
     if (handle.disconnect() != 0 || handle.last || jsc_QuitHandle(handle.get()) != 0) {
         return 4;
     }
@@ -213,6 +226,7 @@ int connect_in_child() {
 TEST(Connect, handles_of_two_processes_share_a_controller) {
     DriverSession session(POD_REVISION_1, generation1);
     ASSERT_EQ(session.connect(), 0);
+    session.pod().answer(TBC_PORT_RECEIVE, {0x1234, 0x5678});
     const pid_t child = fork();
     if (child == 0) {
         _exit(connect_in_child());
@@ -223,7 +237,9 @@ TEST(Connect, handles_of_two_processes_share_a_controller) {
     EXPECT_EQ(WEXITSTATUS(status), 0);
     EXPECT_EQ(session.control().ctlrSoftUsed, 1U);
     EXPECT_EQ(session.control().ctlrHardUsed, 1U);
-    EXPECT_EQ(session.pod().commands(), (Commands{SHM_CMD_ATTACH, SHM_CMD_DETACH}));
+    EXPECT_EQ(session.pod().commands(),
+              (Commands{SHM_CMD_ATTACH, SHM_CMD_EXECUTE, SHM_CMD_DETACH}));
+    EXPECT_EQ(session.control().registerCache[TBC_PORT_COUNT_LOW], 31);
     EXPECT_EQ(session.handle.disconnect(), 0);
     EXPECT_TRUE(session.handle.last);
 }

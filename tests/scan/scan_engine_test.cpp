@@ -140,6 +140,18 @@ TEST_F(ScanEngine, the_receive_strategy_adjusts_receiving_scans_only) {
     EXPECT_EQ(text(pod.queued()).substr(0, 14), "write 12 000f\n");
 }
 
+TEST_F(ScanEngine, the_dropped_word_has_its_place_in_the_handle) {
+    const uint16_t* first = nullptr;
+    const uint16_t* second = nullptr;
+    pod.before_flush = [&] {
+        first = pod.inform.opList->ptr;
+        second = pod.inform.opList->next->ptr;
+    };
+    EXPECT_EQ(receive(0x0600, 16, true), 0);
+    EXPECT_EQ(first, &pod.inform.ownReads.discard) << "which the read may outlive the call in";
+    EXPECT_EQ(second, in);
+}
+
 TEST_F(ScanEngine, shifts_without_words_are_forgotten_in_fast_mode_when_they_are_short) {
     pod.control.timeDependNew.fastMode = true;
     EXPECT_EQ(receive(0x0200, 24), 0);
