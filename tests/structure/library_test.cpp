@@ -34,7 +34,7 @@ std::vector<std::string> lines_with(const std::string& text, const std::string& 
 
 std::string output_of(const std::vector<std::string>& command) {
     const auto run = test_support::run_program(command);
-    EXPECT_EQ(run.exit_status, 0) << run.error;
+    EXPECT_EQ(run.status, 0) << run.errors;
     return run.output;
 }
 

@@ -76,25 +76,6 @@ std::string built_program(const std::string& name) {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path() / name;
 }
 
-ProgramResult run_program(const std::vector<std::string>& arguments) {
-    const std::string directory = new_directory();
-    const std::string output = directory + "/output";
-    const std::string errors = directory + "/errors";
-    const std::vector<char*> raw = raw_arguments(arguments);
-    const pid_t child = fork();
-    if (child == 0) {
-        redirect(output, STDOUT_FILENO);
-        redirect(errors, STDERR_FILENO);
-        execv(raw[0], raw.data());
-        _exit(127);
-    }
-    int status = 0;
-    EXPECT_EQ(waitpid(child, &status, 0), child);
-    ProgramResult result{status_of(status), read_file(output), read_file(errors)};
-    std::filesystem::remove_all(directory);
-    return result;
-}
-
 PodsimProcess::PodsimProcess(const std::string& description, std::vector<std::string> arguments)
     : directory_(new_directory()) {
     std::vector<std::string> all{built_program("talvor-podsim"), "--control", directory_ + "/ctl",

@@ -4,6 +4,8 @@
 // add_dependencies(<test> talvor-podsim).
 #pragma once
 
+#include "support/run_program.h"
+
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -12,16 +14,6 @@ namespace test_support {
 
 // Path of a program built beside the running test program, as in "talvor-podsim".
 std::string built_program(const std::string& name);
-
-// What a program did.
-struct ProgramResult {
-    int status = -1;    // exit status, or 128 plus the number of the signal that ended it
-    std::string output; // its standard output
-    std::string errors; // its standard error
-};
-
-// Runs a program to its end; the first argument is its path.
-ProgramResult run_program(const std::vector<std::string>& arguments);
 
 class PodsimProcess {
 public:

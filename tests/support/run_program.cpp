@@ -50,7 +50,7 @@ std::string contents(std::FILE* file) {
 
 } // namespace
 
-ProgramRun run_program(const std::vector<std::string>& command, const std::string& input) {
+ProgramResult run_program(const std::vector<std::string>& command, const std::string& input) {
     const File in = temporary_file();
     const File out = temporary_file();
     const File err = temporary_file();
@@ -65,8 +65,8 @@ ProgramRun run_program(const std::vector<std::string>& command, const std::strin
     int status = 0;
     while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
     }
-    const int exit_status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {exit_status, contents(out.get()), contents(err.get())};
+    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+    return {code, contents(out.get()), contents(err.get())};
 }
 
 } // namespace test_support
