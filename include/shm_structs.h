@@ -28,8 +28,8 @@
 #define SHM_GLOBAL_MUTEX_NAME "/talvor_proxy_gbl_sem_object"
 /* Shared memory, exactly sizeof(gbl_shm) bytes, made by the proxy. */
 #define SHM_DEVICE_TABLE_NAME "/talvor_proxy_gbl_shm_object"
-/* A proxy holds an exclusive flock on this file while it lives, with its process id as the text, and
- * removes it with the other objects: who gets the lock finds only stale objects. */
+/* A proxy holds an exclusive flock on this file while it lives, with its process id as the text,
+ * and removes it with the other objects: who gets the lock finds only stale objects. */
 #define SHM_OWNER_LOCK_PATH "/dev/shm/talvor_proxy_gbl_owner.lock"
 /* printf format of a pod's block as our proxy names it; a driver takes the table's name. */
 #define SHM_POD_BLOCK_FORMAT "/talvor_lcl_shm_%06lu"

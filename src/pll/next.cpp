@@ -44,9 +44,9 @@ Proposal step_ramp(const PLL_Next& history, coord_t last) {
     return {.next = next, .done = false};
 }
 
-// Kept: the division truncates toward zero, so that across an octave half the distance is rounded up
-// where the lower bound's mantissa is the greater one, and down elsewhere. Hosts' searches walk these
-// midpoints.
+// Kept: the division truncates toward zero, so that across an octave half the distance is rounded
+// up where the lower bound's mantissa is the greater one, and down elsewhere. Hosts' searches walk
+// these midpoints.
 coord_t midpoint(const PLL_Next& history) {
     const CoordParts low = coord_parts(history.lower);
     const CoordParts high = coord_parts(history.higher);
