@@ -1,0 +1,139 @@
+#include "session/board_file.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include <gtest/gtest.h>
+
+namespace talvor {
+namespace {
+
+std::string text_of(const Board& board, const char* name) {
+    const Key* key = board.keys.find(name);
+    return key == nullptr ? "absent" : key->text;
+}
+
+TEST(BoardFile, GivesEachScalarAsTheTextThatTheDriverReads) {
+    const Result<Board> board = parse_board(R"(
+[VEXIL]
+SLOWFRQ = 1000
+LINKDLY = -3
+TCLK_FREQUENCY = "12.5MHz"
+TCLK_REFERENCE = 10.0
+TCLK_BEGINNING = 0.5
+NOCHECK = true
+[KELM]
+POD_AW_EN = false
+POD_TCKDIV = 0x0C
+)",
+                                            "b.toml");
+    ASSERT_TRUE(board.ok()) << headline(board.error());
+    EXPECT_EQ(text_of(*board, "VEXIL.SLOWFRQ"), "1000");
+    EXPECT_EQ(text_of(*board, "VEXIL.LINKDLY"), "-3");
+    EXPECT_EQ(text_of(*board, "VEXIL.TCLK_FREQUENCY"), "12.5MHz");
+    EXPECT_EQ(text_of(*board, "VEXIL.TCLK_REFERENCE"), "10.0");
+    EXPECT_EQ(text_of(*board, "VEXIL.TCLK_BEGINNING"), "0.5");
+    EXPECT_EQ(text_of(*board, "VEXIL.NOCHECK"), "true");
+    EXPECT_EQ(text_of(*board, "KELM.POD_AW_EN"), "false");
+    EXPECT_EQ(text_of(*board, "KELM.POD_TCKDIV"), "12");
+    EXPECT_EQ(board->keys.find("KELM.POD_TCKDIV")->line, 11U);
+}
+
+TEST(BoardFile, HoldsClockDevicesAndLibrary) {
+    const Result<Board> board = parse_board(R"(
+library = "/opt/lib.so"
+[clock]
+base_hz = 50_000_000
+predivided_hz = 5_000_000
+offset = 2
+[[device]]
+name = "cpu"
+ir = 4
+[[device]]
+name = "fpga"
+)",
+                                            "b.toml");
+    ASSERT_TRUE(board.ok()) << headline(board.error());
+    EXPECT_EQ(board->library, "/opt/lib.so");
+    EXPECT_EQ(board->clock, (ClockFormula{50'000'000, 5'000'000, 2}));
+    EXPECT_EQ(board->devices, (std::vector<BoardDevice>{{"cpu", 4}, {"fpga", 0}}));
+}
+
+TEST(BoardFile, AnEmptyFileIsABoardWithoutKeys) {
+    const Result<Board> board = parse_board("", "b.toml");
+    ASSERT_TRUE(board.ok());
+    EXPECT_TRUE(board->keys.keys().empty());
+    EXPECT_TRUE(board->devices.empty());
+    EXPECT_EQ(board->clock, ClockFormula{});
+}
+
+struct BadBoard {
+    const char* text;
+    const char* thing;
+    const char* reason;
+};
+
+TEST(BoardFile, ErrorsNameLineKeyAndExpectation) {
+    const BadBoard cases[] = {
+        {"\nVEXIL = 1\n", "b.toml:2: VEXIL", "expected a table"},
+        {"[KELM]\nPOD_SN = [1]\n", "b.toml:2: KELM.POD_SN",
+         "expected a text, a number, true or false"},
+        {"[KELM]\nPOD_SN = inf\n", "b.toml:2: KELM.POD_SN",
+         "expected a text, a number, true or false"},
+        {"[VEXILL]\n", "b.toml:1: VEXILL", "expected one of VEXIL, KELM, clock, device, library"},
+        {"[clock]\nbase = 1\n", "b.toml:2: clock.base",
+         "expected one of base_hz, predivided_hz, offset"},
+        {"[clock]\nbase_hz = 0\n", "b.toml:2: clock.base_hz",
+         "expected a whole number from 1 to 100000000000"},
+        {"[clock]\noffset = 1.5\n", "b.toml:2: clock.offset",
+         "expected a whole number from 1 to 1024"},
+        {"[device]\nir = 4\n", "b.toml:1: device", "expected tables, [[device]]"},
+        {"[[device]]\nir = 1\n", "b.toml:2: device.ir", "expected a whole number from 2 to 65536"},
+        {"[[device]]\nir = -4\n", "b.toml:2: device.ir", "expected a whole number from 2 to 65536"},
+        {"[[device]]\nname = 4\n", "b.toml:2: device.name", "expected a text"},
+        {"[[device]]\nlength = 4\n", "b.toml:2: device.length", "expected one of name, ir"},
+        {"library = 1\n", "b.toml:1: library", "expected the path of the library, as a text"},
+        {"library = ''\n", "b.toml:1: library", "expected the path of the library, as a text"},
+    };
+    for (const BadBoard& one : cases) {
+        const Result<Board> board = parse_board(one.text, "b.toml");
+        ASSERT_FALSE(board.ok()) << one.text;
+        EXPECT_EQ(board.error().thing, one.thing);
+        EXPECT_EQ(board.error().reason, one.reason);
+        EXPECT_EQ(board.error().exit_status(), 2);
+    }
+}
+
+TEST(BoardFile, WhatIsNotTomlIsNamedWithItsLine) {
+    const Result<Board> board = parse_board("[KELM]\nPOD_SN = \n", "b.toml");
+    ASSERT_FALSE(board.ok());
+    EXPECT_EQ(board.error().thing, "b.toml:2");
+    EXPECT_TRUE(board.error().reason.starts_with("not TOML: ")) << board.error().reason;
+    EXPECT_EQ(board.error().kind, ErrorKind::BadFile);
+}
+
+TEST(BoardFile, IsReadFromDisk) {
+    const std::string path = testing::TempDir() + "board_file_test.toml";
+    std::ofstream(path) << "[KELM]\nPOD_SN = 9\n";
+    const Result<Board> board = read_board(path);
+    ASSERT_TRUE(board.ok()) << headline(board.error());
+    EXPECT_EQ(board->name, path);
+    EXPECT_EQ(text_of(*board, "KELM.POD_SN"), "9");
+    std::ofstream(path, std::ios::trunc).close();
+    EXPECT_TRUE(read_board(path).ok());
+    std::filesystem::remove(path);
+}
+
+TEST(BoardFile, AMissingFileAndADirectoryAreErrors) {
+    const Result<Board> missing = read_board("/nonexistent/board.toml");
+    ASSERT_FALSE(missing.ok());
+    EXPECT_EQ(missing.error().thing, "/nonexistent/board.toml");
+    EXPECT_EQ(missing.error().reason, "cannot be read: No such file or directory");
+    EXPECT_EQ(missing.error().exit_status(), 2);
+    const Result<Board> directory = read_board("/");
+    ASSERT_FALSE(directory.ok());
+    EXPECT_EQ(directory.error().reason, "cannot be read: Is a directory");
+}
+
+} // namespace
+} // namespace talvor

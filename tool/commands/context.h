@@ -1,0 +1,53 @@
+// What every command works with: the common options, the output, and the session once it is needed.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "commands/output.h"
+#include "session/session.h"
+#include "session/simulator.h"
+#include "support/result.h"
+
+namespace talvor {
+
+struct CommonOptions {
+    std::optional<std::string> board;
+    std::optional<std::string> library;
+    std::optional<uint32_t> pod;
+    bool simulate = false;
+    std::string description; // of the simulated pod; "" is the built-in one
+    std::optional<int32_t> link_delay;
+    std::string test_clock; // a frequency text, "" when not given
+    std::vector<uint32_t> instruction_lengths;
+    double patience_seconds = 60;
+    bool json = false;
+};
+
+class Context {
+public:
+    CommonOptions options;
+    Output out;
+
+    // Starts the simulator if --simulate was given and it is not running. `vcd`: with a waveform.
+    Status start_simulator(const std::optional<std::string>& vcd = std::nullopt);
+    // Opens the session when it is first asked for.
+    [[nodiscard]] Result<Session*> session();
+    // What a session is opened with.
+    [[nodiscard]] Result<SessionOptions> session_options() const;
+    // The library alone, for commands that need no pod.
+    [[nodiscard]] Result<Library> library() const;
+
+    // Disconnects, then ends the simulator; the first failure of the two.
+    Status close();
+    // What the simulator said last, for a report about it.
+    [[nodiscard]] std::string simulator_words() const;
+
+private:
+    std::optional<Simulator> simulator_;
+    std::unique_ptr<Session> session_;
+};
+
+} // namespace talvor

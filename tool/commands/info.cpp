@@ -1,0 +1,127 @@
+// talvor info: the library, the proxy and its pods. Nothing is sent to a pod.
+#include "commands/command_set.h"
+#include "session/device_table.h"
+
+namespace talvor {
+namespace {
+
+std::string life_text(const ProxyState& state) {
+    switch (state.life) {
+    case ProxyLife::Absent:
+        return "not running; start one, or use --simulate";
+    case ProxyLife::Alive:
+        return state.process ? fmt::format("running, process {}", *state.process) : "running";
+    case ProxyLife::Dead:
+        return "has ended and left its objects behind; start it again";
+    case ProxyLife::Unknown:
+        return "running or ended: it keeps no lock that would tell";
+    }
+    return "";
+}
+
+std::string_view life_word(ProxyLife life) {
+    switch (life) {
+    case ProxyLife::Absent:
+        return "absent";
+    case ProxyLife::Alive:
+        return "running";
+    case ProxyLife::Dead:
+        return "ended";
+    case ProxyLife::Unknown:
+        return "unknown";
+    }
+    return "";
+}
+
+Json pod_json(const PodRecord& pod) {
+    return Json{{"serial", pod.serial},           {"revision", revision_text(pod.revision)},
+                {"generation", pod.generation()}, {"usb_bus", pod.bus},
+                {"usb_device", pod.device},       {"block", pod.block_name},
+                {"block_good", pod.block_good}};
+}
+
+void print_library(const Output& out, const Library& library, const LibraryDescription& about) {
+    out.line("{}", out.tone(Tone::Strong, "Library"));
+    TextTable table({});
+    table.add({"file", library.path()});
+    table.add({"name", about.name});
+    table.add({"is", about.sentence});
+    table.add({"interface", about.interface});
+    table.add({"package", about.package});
+    table.add({"component", about.component});
+    table.add({"built", about.built});
+    out.table(table);
+}
+
+void print_pods(const Output& out, const ProxyState& state, const DeviceTable* pods) {
+    out.line("{}", out.tone(Tone::Strong, "Pod proxy"));
+    out.line("  {}", life_text(state));
+    if (pods == nullptr) {
+        return;
+    }
+    out.line("{}", out.tone(Tone::Strong, "Pods"));
+    if (pods->pods.empty()) {
+        out.line("  none is attached");
+        return;
+    }
+    TextTable table({"serial", "revision", "generation", "USB", "block"});
+    for (const PodRecord& pod : pods->pods) {
+        table.add({fmt::format("{}", pod.serial), revision_text(pod.revision),
+                   fmt::format("{}", pod.generation()),
+                   fmt::format("bus {} device {}", pod.bus, pod.device),
+                   pod.block_good ? pod.block_name : pod.block_name + " (damaged)"});
+    }
+    out.table(table);
+}
+
+Status info(Context& context) {
+    if (Status status = context.start_simulator(); !status) {
+        return status;
+    }
+    const Result<Library> library = context.library();
+    if (!library) {
+        return library.error();
+    }
+    const Result<LibraryDescription> about = library->description();
+    if (!about) {
+        return about.error();
+    }
+    const ProxyState state = proxy_state();
+    const Result<DeviceTable> table = read_device_table();
+    // A proxy that is there and cannot be read is an error, one that is not there is an answer.
+    if (!table && state.life != ProxyLife::Absent) {
+        return table.error();
+    }
+    print_library(context.out, *library, *about);
+    print_pods(context.out, state, table ? &*table : nullptr);
+    Json pods = Json::array();
+    if (table) {
+        for (const PodRecord& pod : table->pods) {
+            pods.push_back(pod_json(pod));
+        }
+    }
+    Json proxy{{"state", life_word(state.life)}};
+    if (state.process) {
+        proxy["process"] = *state.process;
+    }
+    context.out.result(Json{{"library",
+                             {{"file", library->path()},
+                              {"name", about->name},
+                              {"sentence", about->sentence},
+                              {"interface", about->interface},
+                              {"package", about->package},
+                              {"component", about->component},
+                              {"built", about->built},
+                              {"copyright", about->copyright}}},
+                            {"proxy", std::move(proxy)},
+                            {"pods", std::move(pods)}});
+    return {};
+}
+
+} // namespace
+
+void add_info(CommandSet& commands) {
+    commands.add("info", "Show the library, the pod proxy and its pods", info);
+}
+
+} // namespace talvor

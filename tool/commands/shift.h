@@ -1,0 +1,23 @@
+// One scan from the command line: what ir and dr have in common.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "commands/context.h"
+
+namespace talvor {
+
+struct ShiftOptions {
+    std::string data;         // hexadecimal
+    uint64_t bits = 0;        // 0: what the digits say, or the device's instruction length
+    uint32_t device = 0;      // from 1, nearest TDI first; 0: the whole chain
+    std::string end = "idle"; // state to end in
+    std::string instruction;  // dr only: what to shift into the device before
+};
+
+// Shifts and prints what came out. With a device the others are in BYPASS: `ir` shifts ones into
+// them, `dr` adds their bits.
+[[nodiscard]] Status shift(Context& context, ScanPath path, const ShiftOptions& options);
+
+} // namespace talvor

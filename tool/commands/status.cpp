@@ -1,0 +1,158 @@
+// talvor status: pod, cable, power, clock and pins; once, or watched.
+#include <thread>
+
+#include "commands/command_set.h"
+#include "commands/values.h"
+#include "session/interrupt.h"
+#include "session/test_clock.h"
+
+namespace talvor {
+namespace {
+
+struct StatusOptions {
+    double watch_seconds = 0; // 0: once
+    uint32_t count = 0;       // 0: until interrupted
+};
+
+struct PodReport {
+    JSC_OldStatus old{};
+    JSC_PodStatus conditions{};
+    bool trst_released = false;
+    uint32_t controller_kind = 0;
+    uint32_t utility_revision = 0;
+    StableState state = StableState::Reset;
+};
+
+std::string_view kind_text(uint32_t kind) {
+    switch (kind) {
+    case eJTI_CONTROL_ID_TBC:
+        return "basic";
+    case eJTI_CONTROL_ID_EXL:
+        return "extended";
+    case eJTI_CONTROL_ID_DPM:
+        return "extended with dual-port memory";
+    default:
+        return "unknown";
+    }
+}
+
+Status read_version(Pod& pod, JSC_FeatureId feature, uint32_t& value) {
+    bool known = false;
+    return pod.run("reading a version", &JSC_Interface::MultipleVersion, feature, &known, &value);
+}
+
+Result<PodReport> read_report(Session& session) {
+    PodReport report;
+    Pod& pod = session.pod();
+    for (Status status :
+         {pod.run("reading the status", &JSC_Interface::OldStatus, &report.old),
+          pod.run("reading TRSTn", &JSC_Interface::StatusTrstn, &report.trst_released),
+          pod.run("reading the pod's conditions", &JSC_Interface::PodStatus, &report.conditions),
+          read_version(pod, eJSC_FEATURE_ID_TBC_VERSION, report.controller_kind),
+          read_version(pod, eJSC_FEATURE_ID_POD_VERSION, report.utility_revision)}) {
+        if (!status) {
+            return std::move(status).error();
+        }
+    }
+    const Result<StableState> state = session.port().ask_state();
+    if (!state) {
+        return state.error();
+    }
+    report.state = *state;
+    return report;
+}
+
+void print_report(const Output& out, Session& session, const PodReport& report) {
+    const auto condition = [&out](bool lost, std::string_view good, std::string_view bad) {
+        return lost ? out.tone(Tone::Bad, bad) : out.tone(Tone::Good, good);
+    };
+    TextTable table({});
+    table.add({"pod", fmt::format("serial {}, revision {}", session.record().serial,
+                                  revision_text(session.record().revision))});
+    table.add({"controller",
+               fmt::format("{}, kind {}, utility revision {}, {}",
+                           kind_text(report.controller_kind), report.controller_kind,
+                           report.utility_revision, report.old.itsAlive ? "alive" : "dead")});
+    table.add({"test clock", frequency_text(static_cast<double>(session.port().hertz()))});
+    table.add({"cable",
+               condition(report.conditions.nearStatus || report.conditions.farStatus, "connected",
+                         report.conditions.nearStatus ? "broken near the pod"
+                                                      : "broken far from the pod")});
+    table.add({"target power", condition(report.conditions.powerStatus, "on", "lost")});
+    table.add({"return clock", condition(report.conditions.clockStatus, "there", "lost")});
+    table.add({"TRSTn", report.trst_released ? "1" : "0"});
+    table.add({"EMU0, EMU1",
+               fmt::format("{}, {}", report.old.emuPin0 ? 1 : 0, report.old.emuPin1 ? 1 : 0)});
+    table.add({"TAP", std::string(name(report.state))});
+    out.table(table);
+}
+
+Json report_json(Session& session, const PodReport& report) {
+    return Json{{"serial", session.record().serial},
+                {"revision", revision_text(session.record().revision)},
+                {"controller_kind", report.controller_kind},
+                {"utility_revision", report.utility_revision},
+                {"alive", report.old.itsAlive},
+                {"test_clock_hz", session.port().hertz()},
+                {"cable_break_near", report.conditions.nearStatus},
+                {"cable_break_far", report.conditions.farStatus},
+                {"power_lost", report.conditions.powerStatus},
+                {"clock_lost", report.conditions.clockStatus},
+                {"trstn", report.trst_released},
+                {"emu0", report.old.emuPin0},
+                {"emu1", report.old.emuPin1},
+                {"state", state_word(report.state)}};
+}
+
+Status watch(Context& context, Session& session, const StatusOptions& options) {
+    const auto period = std::chrono::duration<double>(options.watch_seconds);
+    for (uint32_t i = 0; options.count == 0 || i < options.count; ++i) {
+        if (i != 0) {
+            context.out.line("");
+            std::this_thread::sleep_for(period);
+        }
+        if (interrupt_signal() != 0) {
+            return {};
+        }
+        const Result<PodReport> report = read_report(session);
+        if (!report) {
+            return report.error();
+        }
+        print_report(context.out, session, *report);
+        context.out.result(report_json(session, *report));
+        std::fflush(stdout);
+    }
+    return {};
+}
+
+Status status(Context& context, const StatusOptions& options) {
+    const Result<Session*> session = context.session();
+    if (!session) {
+        return session.error();
+    }
+    if (options.watch_seconds > 0) {
+        return watch(context, **session, options);
+    }
+    const Result<PodReport> report = read_report(**session);
+    if (!report) {
+        return report.error();
+    }
+    print_report(context.out, **session, *report);
+    context.out.result(report_json(**session, *report));
+    return {};
+}
+
+} // namespace
+
+void add_status(CommandSet& commands) {
+    const auto options = command_options<StatusOptions>();
+    CLI::App& command =
+        commands.add("status", "Show pod, cable, power, clock and pins",
+                     [options](Context& context) { return status(context, *options); });
+    command.add_option("--watch", options->watch_seconds, "Show it again every so many seconds")
+        ->type_name("SECONDS")
+        ->check(CLI::PositiveNumber);
+    command.add_option("--count", options->count, "With --watch: so many times, then end");
+}
+
+} // namespace talvor

@@ -1,0 +1,107 @@
+#include "commands/values.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cmath>
+
+#include <fmt/format.h>
+
+#include "session/configuration.h"
+
+namespace talvor {
+namespace {
+
+struct StateWord {
+    std::string_view word;
+    StableState state;
+};
+
+// The first word of each state is the one that is printed.
+constexpr std::array kStateWords{
+    StateWord{"reset", StableState::Reset},     StateWord{"idle", StableState::Idle},
+    StateWord{"pausedr", StableState::PauseDr}, StateWord{"pauseir", StableState::PauseIr},
+    StateWord{"tlr", StableState::Reset},       StateWord{"rti", StableState::Idle},
+    StateWord{"drpause", StableState::PauseDr}, StateWord{"irpause", StableState::PauseIr},
+};
+
+std::string lower(std::string_view text) {
+    std::string result(text);
+    std::transform(result.begin(), result.end(), result.begin(),
+                   [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
+    return result;
+}
+
+Error usage(std::string thing, std::string reason) {
+    return Error{ErrorKind::Usage, 0, std::move(thing), std::move(reason), ""};
+}
+
+double unit_factor(std::string_view unit) {
+    if (unit.empty() || unit == "hz") {
+        return 1;
+    }
+    if (unit == "k" || unit == "khz") {
+        return 1e3;
+    }
+    if (unit == "m" || unit == "mhz") {
+        return 1e6;
+    }
+    return 0;
+}
+
+} // namespace
+
+Result<double> parse_frequency(std::string_view text) {
+    const std::string word = lower(text);
+    double value = 0;
+    const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
+    std::string_view unit(end, static_cast<size_t>(word.data() + word.size() - end));
+    unit.remove_prefix(std::min(unit.find_first_not_of(' '), unit.size()));
+    const double factor = unit_factor(unit);
+    if (error != std::errc() || factor == 0 || !std::isfinite(value) || value <= 0) {
+        return usage(std::string(text), "is no frequency: expected something like 10.5MHz, 500kHz "
+                                        "or 32768");
+    }
+    return value * factor;
+}
+
+Result<StableState> parse_state(std::string_view text) {
+    const std::string word = lower(text);
+    const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),
+                                     [&word](const StateWord& one) { return one.word == word; });
+    if (found == kStateWords.end()) {
+        return usage(std::string(text),
+                     "is no stable state: expected reset, idle, pausedr or pauseir");
+    }
+    return found->state;
+}
+
+std::string_view state_word(StableState state) noexcept {
+    return kStateWords[static_cast<size_t>(state)].word;
+}
+
+Result<uint32_t> parse_number(std::string_view text, uint32_t most, std::string_view what) {
+    uint32_t value = 0;
+    if (!parse_unsigned(text, value) || value > most) {
+        return usage(fmt::format("{} {}", what, text),
+                     fmt::format("expected a number from 0 to {}, decimal or with 0x", most));
+    }
+    return value;
+}
+
+Result<Bits> parse_bits(std::string_view text, uint64_t length_bits, std::string_view what) {
+    Result<Bits> bits = length_bits == 0 ? Bits::from_hex(text) : Bits::from_hex(text, length_bits);
+    if (!bits) {
+        Error error = std::move(bits).error();
+        error.thing = fmt::format("{} {}", what, text);
+        return error;
+    }
+    return bits;
+}
+
+std::string hex_text(const Bits& bits) {
+    return "0x" + bits.to_hex();
+}
+
+} // namespace talvor
