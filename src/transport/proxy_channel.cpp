@@ -21,13 +21,24 @@ constexpr int32_t no_pod = eJTI_ERROR_TRANSPORT;
 
 constexpr int32_t no_record = -1;
 
-// Looks at the semaphore until a post is there, for about as long as a short exchange takes.
-void look_for_post(sem_t* pSemaphore) {
-    constexpr uint32_t looks = 256;
+bool has_post(sem_t* pSemaphore) {
     int posts = 0;
-    for (uint32_t look = 0; look < looks && sem_getvalue(pSemaphore, &posts) == 0 && posts <= 0;
-         ++look) {
-        __builtin_ia32_pause();
+    return sem_getvalue(pSemaphore, &posts) == 0 && posts > 0;
+}
+
+// Looks at the semaphore until a post is there, for about as long as a short exchange takes. The
+// proxy may need this processor to make the post, so others are let in again and again.
+void look_for_post(sem_t* pSemaphore) {
+    constexpr int rounds = 64;
+    constexpr int looks = 32;
+    for (int round = 0; round < rounds; ++round) {
+        for (int look = 0; look < looks; ++look) {
+            if (has_post(pSemaphore)) {
+                return;
+            }
+            __builtin_ia32_pause();
+        }
+        sched_yield();
     }
 }
 
@@ -231,13 +242,11 @@ void my_wait(sem_t* pSemaphore) {
     // Kept: the deadline lies in the past, so that every attempt returns at once and the wait spins
     // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
     constexpr timespec deadline{.tv_sec = 10, .tv_nsec = 100'000'000};
-    // An attempt without a post costs a system call, for which the kernel sets up a timer: we look
-    // for the post first. On a machine with few processors the proxy may need this one meanwhile.
-    look_for_post(pSemaphore);
-    while (os_calls.sem_timedwait(pSemaphore, &deadline) != 0) {
-        sched_yield();
+    // An attempt without a post costs a system call, for which the kernel sets up a timer: ten
+    // times a short exchange. So the post is looked for first.
+    do {
         look_for_post(pSemaphore);
-    }
+    } while (os_calls.sem_timedwait(pSemaphore, &deadline) != 0);
 }
 
 bool channel_is_open(const JSC_Inform* pJscInform) {
