@@ -52,7 +52,7 @@ Host::~Host() {
     if (handle_ != nullptr) {
         table_->Disconnect(handle_, &last_); // refused when there is nothing to disconnect
         JSC_Inform* const kept = handle_;
-        if (library_delete() != 0) {
+        if (remove() != 0) {
             handle_ = kept;
             driver_library().close_pod(handle_);
             driver_library().free_handle(&handle_);
@@ -61,7 +61,7 @@ Host::~Host() {
     driver_library().DeleteInterface(&table_);
 }
 
-int32_t Host::library_delete() {
+int32_t Host::remove() {
     return driver_library().DeleteHandle(&handle_);
 }
 

@@ -39,7 +39,8 @@ public:
     int32_t created() const { return created_; }
     int32_t connect() { return table_->Connect(handle_, &first_); }
     int32_t disconnect() { return table_->Disconnect(handle_, &last_); }
-    int32_t remove() { return library_delete(); }
+    // JSC_DeleteHandle.
+    int32_t remove();
     bool first() const { return first_; } // what the last connect said
     bool last() const { return last_; }   // what the last disconnect said
 
@@ -65,8 +66,6 @@ public:
     Words capture(JSC_JtagShift path, uint32_t bits);
 
 private:
-    int32_t library_delete();
-
     test_support::RecordingConfig config_;
     JSC_Interface* table_ = nullptr;
     JSC_Inform* handle_ = nullptr;

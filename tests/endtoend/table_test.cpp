@@ -33,7 +33,7 @@ TEST(Table, ServesAllWidthsByTheSixteenBitScans) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(driver_library().CreateInterface(&table), 0);
     const auto all = slots_of(*table);
-    for (const size_t send : {14, 16, 17}) {
+    for (const size_t send : {14U, 16U, 17U}) {
         EXPECT_EQ(all[send], all[15]);
         EXPECT_EQ(all[send + 4], all[19]);
         EXPECT_EQ(all[send + 8], all[23]);
