@@ -1,7 +1,9 @@
 // talvor doctor: looks at everything between the board file and the target, in the order in which
 // one thing needs the other, and says what to do about the first that is wrong.
 #include <array>
+#include <filesystem>
 #include <fstream>
+#include <unistd.h>
 
 #include "commands/command_set.h"
 #include "tbc_registers.h"
@@ -17,13 +19,27 @@ constexpr std::array<std::string_view, 11> kNames{
     "board file",  "library", "pod proxy", "pod",   "connection", "board keys",
     "other hosts", "target",  "pins",      "chain", "data"};
 
-// The name of the controller block that this process has mapped, in /dev/shm; "" when there is
-// none.
-std::string mapped_controller_block() {
-    std::ifstream maps("/proc/self/maps");
+// The controller block that a process has mapped; "" when there is none, or no right to look.
+std::string mapped_controller_block(const std::string& process) {
+    std::ifstream maps("/proc/" + process + "/maps");
     for (std::string line; std::getline(maps, line);) {
-        if (const size_t at = line.find("/dev/shm/share"); at != std::string::npos) {
+        // The driver's name for such blocks.
+        if (const size_t at = line.find("/dev/shm/JTI-"); at != std::string::npos) {
             return line.substr(at);
+        }
+    }
+    return "";
+}
+
+// Another process that has `block` mapped; "" when there is none.
+std::string other_host(const std::string& block) {
+    const std::string self = fmt::format("{}", getpid());
+    std::error_code error;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
+        const std::string process = entry.path().filename().string();
+        if (process != self && process.find_first_not_of("0123456789") == std::string::npos &&
+            mapped_controller_block(process) == block) {
+            return process;
         }
     }
     return "";
@@ -171,10 +187,15 @@ private:
         if (session_->pod().first()) {
             return good("none is connected");
         }
-        const std::string block = mapped_controller_block();
-        return odd(fmt::format("another host is connected, or ended without disconnecting; if none "
-                               "runs, remove {}",
-                               block.empty() ? "its controller block from /dev/shm" : block));
+        const std::string block = mapped_controller_block("self");
+        if (const std::string process = other_host(block); !process.empty()) {
+            return odd(
+                fmt::format("connected, too: process {}; the pod is as it left it", process));
+        }
+        return Error{
+            ErrorKind::Pod, 0, "controller block",
+            fmt::format("{} was left behind by a host that ended without disconnecting", block),
+            fmt::format("remove {}", block)};
     }
 
     Status target() {

@@ -62,7 +62,7 @@ Error table_error(std::string reason, std::string next_step) {
 } // namespace
 
 std::string revision_text(uint16_t revision) {
-    return fmt::format("{}.{:02X}", revision >> 8U, revision & 0xFFU);
+    return fmt::format("{}.{}", revision >> 8U, revision & 0xFFU);
 }
 
 ProxyState proxy_state() {

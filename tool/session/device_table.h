@@ -23,7 +23,7 @@ struct PodRecord {
     [[nodiscard]] uint32_t generation() const noexcept { return revision >> 8U; }
 };
 
-// "3.02"
+// "3.2" for 0x0302.
 [[nodiscard]] std::string revision_text(uint16_t revision);
 
 // Whether the process that made the objects lives.

@@ -1,10 +1,41 @@
 #include "session/pod.h"
 
+#include <cstdio>
+#include <unistd.h>
+
 #include <fmt/format.h>
 
 #include "session/error_text.h"
+#include "support/file_descriptor.h"
 
 namespace talvor {
+namespace {
+
+// While it lives, what is printed goes to the standard error: the driver prints the words of a
+// failed loop-back test on the standard output, where they would stand within a document.
+class PrintToStandardError {
+public:
+    PrintToStandardError() {
+        std::fflush(stdout);
+        saved_ = FileDescriptor(dup(STDOUT_FILENO));
+        if (saved_.is_open()) {
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+        }
+    }
+    ~PrintToStandardError() {
+        std::fflush(stdout);
+        if (saved_.is_open()) {
+            dup2(saved_.get(), STDOUT_FILENO);
+        }
+    }
+    PrintToStandardError(const PrintToStandardError&) = delete;
+    PrintToStandardError& operator=(const PrintToStandardError&) = delete;
+
+private:
+    FileDescriptor saved_;
+};
+
+} // namespace
 
 Result<std::unique_ptr<Pod>> Pod::open(const Library& library, ProxyWatch& watch, std::string board,
                                        KeyStore keys) {
@@ -36,6 +67,7 @@ Status Pod::connect(KeyStore keys) {
     parameter.pCfgInterface = configuration_->table();
     parameter.cfgHandle = configuration_->handle();
 
+    const PrintToStandardError printing;
     JTI_Error code = 0;
     {
         const ProxyWatch::Call under_way(watch_);

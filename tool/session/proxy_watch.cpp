@@ -92,9 +92,8 @@ std::optional<Error> ProxyWatch::look(std::chrono::nanoseconds busy) const {
         return lost_proxy("it was started anew while a batch was under way");
     }
     if (patience_.count() != 0 && busy > patience_) {
-        return lost_proxy(
-            fmt::format("it has not answered for {} seconds",
-                        std::chrono::duration_cast<std::chrono::seconds>(busy).count()));
+        return lost_proxy(fmt::format("it has not answered for {} seconds",
+                                      std::chrono::duration<double>(patience_).count()));
     }
     return std::nullopt;
 }

@@ -90,17 +90,6 @@ Status TextSource::rewind() {
     return {};
 }
 
-FileDescriptor::~FileDescriptor() {
-    if (fd_ >= 0) {
-        ::close(fd_);
-    }
-}
-
-FileDescriptor& FileDescriptor::operator=(FileDescriptor&& other) noexcept {
-    std::swap(fd_, other.fd_);
-    return *this;
-}
-
 FileSource::FileSource(FileDescriptor file, std::string name, uint64_t total_bytes)
     : file_(std::move(file)), name_(std::move(name)), total_bytes_(total_bytes),
       buffer_(kBufferBytes) {}

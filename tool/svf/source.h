@@ -7,9 +7,9 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
+#include "support/file_descriptor.h"
 #include "support/result.h"
 
 namespace talvor::svf {
@@ -46,21 +46,6 @@ private:
     std::string name_;
     size_t chunk_bytes_;
     size_t position_ = 0;
-};
-
-// An open file descriptor that is closed with the object; moving leaves none behind.
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd = -1) noexcept : fd_(fd) {}
-    ~FileDescriptor();
-    FileDescriptor(FileDescriptor&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-    FileDescriptor& operator=(FileDescriptor&& other) noexcept;
-
-    [[nodiscard]] int get() const noexcept { return fd_; }
-    [[nodiscard]] bool is_open() const noexcept { return fd_ >= 0; }
-
-private:
-    int fd_;
 };
 
 // A file on disk, read in pieces.

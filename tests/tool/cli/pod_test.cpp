@@ -154,7 +154,7 @@ TEST(Reset, SaysThatTrstWasPulsed) {
 }
 
 TEST(Status, ShowsPodAndPins) {
-    expect_done(simulated({"status"}), R"(  pod           serial 5, revision 3.02
+    expect_done(simulated({"status"}), R"(  pod           serial 5, revision 3.2
   controller    basic, kind 1, utility revision 1, alive
   test clock    3.846 MHz
   cable         connected
@@ -284,10 +284,10 @@ COMP_WORDS=(talvor svf --dr) COMP_CWORD=2; _talvor; echo "${COMPREPLY[*]}"
 COMP_WORDS=(talvor chain --js) COMP_CWORD=2; _talvor; echo "${COMPREPLY[*]}"
 COMP_WORDS=(talvor trace svf --dr) COMP_CWORD=3; _talvor; echo "${COMPREPLY[*]}"
 )";
-    const Outcome shell = run_program({"/bin/bash", "-u"}, test);
-    EXPECT_EQ(shell.status, 0) << shell.err;
-    EXPECT_EQ(shell.err, "");
-    EXPECT_EQ(shell.out, "chain\nfind\n--dry-run\n--json\n--dry-run\n");
+    const auto shell = test_support::run_program({"/bin/bash", "-u"}, test);
+    EXPECT_EQ(shell.status, 0) << shell.errors;
+    EXPECT_EQ(shell.errors, "");
+    EXPECT_EQ(shell.output, "chain\nfind\n--dry-run\n--json\n--dry-run\n");
 }
 
 } // namespace

@@ -1,0 +1,243 @@
+// SVF files on a simulated pod: what they say, and what is said about them.
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "jtag/bits.h"
+#include "program.h"
+#include "waveform/vcd.h"
+
+namespace talvor::cli {
+namespace {
+
+// The scratch register of the second device of the built-in chain: three devices are nearer TDO,
+// with 23 instruction bits, one is nearer TDI, with 6.
+constexpr const char* kSelectScratch = R"(! the device "cpu", register "scratch"
+TRST OFF;
+STATE RESET;
+HIR 23 TDI (7FFFFF);
+TIR 6 TDI (3F);
+HDR 3 TDI (0);
+TDR 1 TDI (0);
+SIR 4 TDI (8) TDO (1) MASK (3);
+)";
+
+Outcome play(const std::string& text, std::vector<std::string> options = {}) {
+    std::vector<std::string> words{"svf", file_with("play.svf", text)};
+    words.insert(words.end(), options.begin(), options.end());
+    return simulated(words);
+}
+
+nlohmann::json document(const Outcome& outcome) {
+    return nlohmann::json::parse(outcome.out);
+}
+
+TEST(Svf, PlaysAFileAndSumsItUp) {
+    const std::string path =
+        file_with("good.svf", std::string(kSelectScratch) + "SDR 32 TDI (DEADBEEF) TDO (0);\n"
+                                                            "SDR 32 TDI (0) TDO (DEADBEEF);\n");
+    const Outcome outcome = simulated({"svf", path});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    EXPECT_EQ(outcome.out, path + ": all scans answered as expected\n"
+                                  "  9 statements, 3 scans of 105 bits, 3 compared\n");
+}
+
+TEST(Svf, ReadsTheStandardInput) {
+    const Outcome outcome = simulated({"svf", "-"}, "STATE RESET;\nSIR 33 TDI (1FFFFFFFF);\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("2 statements, 1 scans of 33 bits"), std::string::npos)
+        << outcome.out;
+}
+
+TEST(Svf, AMismatchIsNamedWithLineAndBits) {
+    const std::string path =
+        file_with("wrong.svf", std::string(kSelectScratch) + "SDR 32 TDI (DEADBEEF);\n"
+                                                             "SDR 32 TDI (0) TDO (DEADBEEE) MASK "
+                                                             "(FFFFFFFF);\nSDR 32 TDI (1);\n");
+    const Outcome outcome = simulated({"svf", path});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_TRUE(outcome.out.starts_with(path + ": 1 of 2 compared scans answered wrong; stopped "
+                                               "there\n"))
+        << outcome.out;
+    EXPECT_NE(outcome.err.find(path), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("10"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("DEADBEEE"), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("DEADBEEF"), std::string::npos) << outcome.err;
+}
+
+TEST(Svf, KeepsGoingWhenAsked) {
+    std::string text = kSelectScratch;
+    for (int i = 0; i < 6; ++i) {
+        text += fmt::format("SDR 32 TDI ({:X}) TDO ({:X});\n", i + 1, i % 2 == 0 ? i : 0xFF);
+    }
+    const Outcome outcome = play(text, {"--keep-going", "--json"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto result = document(outcome);
+    EXPECT_EQ(result.at("passed"), false);
+    EXPECT_EQ(result.at("complete"), true);
+    EXPECT_EQ(result.at("mismatch_count"), 3);
+    ASSERT_EQ(result.at("mismatches").size(), 3U);
+    EXPECT_EQ(result.at("mismatches").at(0).at("line"), 10);
+    EXPECT_EQ(result.at("mismatches").at(0).at("expected"), "0x000000FF");
+    EXPECT_EQ(result.at("mismatches").at(0).at("got"), "0x00000001");
+    EXPECT_EQ(result.at("mismatches").at(0).at("differing_bits"), 7);
+    EXPECT_EQ(result.at("mismatches").at(2).at("line"), 14);
+    EXPECT_EQ(result.at("summary").at("compared_scans"), 7);
+}
+
+TEST(Svf, ADryRunShiftsNothing) {
+    const PodsimProcess simulator(five());
+    const std::string path =
+        file_with("dry.svf", std::string(kSelectScratch) + "SDR 32 TDI (DEADBEEF);\n");
+    const Outcome dry = talvor({"svf", "--dry-run", path});
+    EXPECT_EQ(dry.status, 0) << dry.err;
+    EXPECT_EQ(dry.out, path + ": can be played: 8 statements, 2 scans of 69 bits, 1 compared\n");
+    const std::string read =
+        file_with("read.svf", std::string(kSelectScratch) + "SDR 32 TDI (0) TDO (0);\n");
+    EXPECT_EQ(talvor({"svf", read}).status, 0);
+    EXPECT_EQ(talvor({"svf", path}).status, 0);
+    EXPECT_EQ(talvor({"svf", read}).status, 1) << "now the register holds something";
+}
+
+struct Refusal {
+    std::string statement;
+    int status;
+    std::string text;
+};
+
+TEST(Svf, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
+    const Refusal refusals[] = {
+        {"TRST ON;", 1, "TRST"},
+        {"TRST Z;", 1, "TRST"},
+        {"RUNTEST DRPAUSE 10 TCK ENDSTATE IDLE;", 1, "Pause-DR"},
+        {"RUNTEST 10 SCK;", 1, "SCK"},
+        {"FREQUENCY 100 HZ;", 1, "100 Hz"},
+        {"PIO (HLUD);", 1, "PIO"},
+        {"SDR 8 TDI (100);", 2, ""},
+        {"SDR 8 TDO (00);", 2, ""},
+        {"FOO 1;", 2, "FOO"},
+    };
+    for (const Refusal& one : refusals) {
+        const std::string path =
+            file_with("refused.svf", "STATE RESET;\nSIR 33 TDI (0);\n" + one.statement + "\n");
+        const std::string trace = file_with("refused.vcd", "");
+        const Outcome outcome =
+            talvor({"trace", "--vcd", trace, "--svg", trace + ".svg", "svf", path});
+        EXPECT_EQ(outcome.status, one.status) << one.statement << "\n" << outcome.err;
+        EXPECT_NE(outcome.err.find(path), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find("3"), std::string::npos) << outcome.err;
+        EXPECT_NE(outcome.err.find(one.text), std::string::npos) << outcome.err;
+        const auto seen = waveform::read_vcd_file(trace);
+        ASSERT_TRUE(seen.ok());
+        EXPECT_TRUE(waveform::shift_runs(*seen).empty()) << one.statement;
+    }
+}
+
+// Clocks that a trace has in Run-Test/Idle.
+uint64_t idle_clocks(const std::string& vcd) {
+    const auto seen = waveform::read_vcd_file(vcd);
+    EXPECT_TRUE(seen.ok());
+    uint64_t clocks = 0;
+    for (const waveform::Sample& sample : seen->samples) {
+        clocks += sample.state == TapState::RunTestIdle && !sample.tms ? 1 : 0;
+    }
+    return clocks;
+}
+
+TEST(Svf, RunsAtLeastTheClocksThatAreAskedFor) {
+    for (const uint64_t clocks : {1U, 7U, 8U, 1000U, 100000U}) {
+        const std::string trace = file_with("run.vcd", "");
+        const auto run = [&](uint64_t count) {
+            const std::string path = file_with(
+                "run.svf", fmt::format("STATE RESET;\nSTATE IDLE;\nRUNTEST {} TCK;\n", count));
+            const Outcome outcome = talvor(
+                {"trace", "--vcd", trace, "--svg", trace + ".svg", "--count", "10", "svf", path});
+            EXPECT_EQ(outcome.status, 0) << outcome.err;
+            return idle_clocks(trace);
+        };
+        const uint64_t spent = run(clocks) - run(0);
+        EXPECT_GE(spent, clocks);
+        EXPECT_LE(spent, clocks + 7);
+    }
+}
+
+TEST(Svf, AChangeOfFrequencyLeavesTheTargetAsItIs) {
+    const Outcome outcome = play(std::string(kSelectScratch) + "SDR 32 TDI (600DF00D);\n"
+                                                               "FREQUENCY 1E6 HZ;\n"
+                                                               "SDR 32 TDI (12345678) TDO "
+                                                               "(600DF00D);\n"
+                                                               "FREQUENCY;\n"
+                                                               "SDR 32 TDI (0) TDO (12345678);\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err << outcome.out;
+}
+
+TEST(Svf, StatePathsAreWalkedAsWritten) {
+    const Outcome outcome =
+        play(std::string(kSelectScratch) + "ENDDR DRPAUSE;\nSDR 32 TDI (CAFEF00D);\n"
+                                           "STATE DREXIT2 DRUPDATE IDLE;\n"
+                                           "ENDDR IDLE;\nSDR 32 TDI (0) TDO (CAFEF00D);\n");
+    EXPECT_EQ(outcome.status, 0) << outcome.err << outcome.out;
+}
+
+// Thousands of scans whose answers are known: each reads what the one before it wrote.
+TEST(Svf, ALargeFileIsAnsweredBitForBit) {
+    std::mt19937 random(7);
+    std::string text = kSelectScratch;
+    uint32_t last = 0;
+    for (int i = 0; i < 20000; ++i) {
+        const auto next = static_cast<uint32_t>(random());
+        text += fmt::format("SDR 32 TDI ({:08X}) TDO ({:08X});\n", next, last);
+        last = next;
+    }
+    const Outcome good = play(text, {"--json"});
+    EXPECT_EQ(good.status, 0) << good.err;
+    EXPECT_EQ(document(good).at("summary").at("compared_scans"), 20001);
+    // One bit wrong near the end is found where it stands.
+    const size_t at = text.rfind("TDO (");
+    text[at + 5] = text[at + 5] == '0' ? '1' : '0';
+    const Outcome wrong = play(text, {"--json"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_EQ(document(wrong).at("mismatches").at(0).at("line"), 20008);
+}
+
+// A scan much longer than its path gives back what went in, five BYPASS bits later.
+TEST(Svf, ALongScanComesBackThroughBypass) {
+    constexpr size_t kBits = 300'000;
+    std::mt19937 random(11);
+    Bits out(kBits);
+    for (uint16_t& word : out.words()) {
+        word = static_cast<uint16_t>(random());
+    }
+    out.clear_unused();
+    Bits expected(5);
+    expected.append(out.slice(0, kBits - 5));
+    const std::string text = fmt::format("STATE RESET;\nSIR 33 TDI (1FFFFFFFF);\n"
+                                         "SDR {} TDI ({}) TDO ({});\n",
+                                         kBits, out.to_hex(), expected.to_hex());
+    const Outcome exact = play(text, {"--exact"});
+    EXPECT_EQ(exact.status, 0) << exact.err.substr(0, 500);
+    const Outcome adjusted = play(text);
+    EXPECT_EQ(adjusted.status, 1);
+    EXPECT_NE(adjusted.err.find("play it with --exact"), std::string::npos)
+        << adjusted.err.substr(0, 500);
+}
+
+TEST(Svf, ShowsProgressWhenAsked) {
+    std::string text = kSelectScratch;
+    for (int i = 0; i < 3000; ++i) {
+        text += "SDR 32 TDI (0);\n";
+    }
+    const Outcome outcome = play(text, {"--progress", "always"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.err.find("\rcheck "), std::string::npos) << outcome.err;
+    EXPECT_NE(outcome.err.find("\rplay "), std::string::npos) << outcome.err;
+    EXPECT_TRUE(outcome.err.ends_with("\r\033[K")) << "the bar is wiped in the end";
+    EXPECT_EQ(play(text).err, "") << "no bar without a terminal";
+}
+
+} // namespace
+} // namespace talvor::cli

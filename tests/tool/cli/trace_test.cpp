@@ -1,0 +1,89 @@
+// What the target saw, drawn.
+#include <filesystem>
+
+#include <gtest/gtest.h>
+
+#include "program.h"
+#include "waveform/vcd.h"
+
+namespace talvor::cli {
+namespace {
+
+TEST(Trace, DrawsInTheTerminal) {
+    const Outcome outcome = talvor({"trace", "--count", "60", "ir", "0x1FFFFFFFF", "--bits", "33"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("0x008840401\n")) << outcome.out;
+    EXPECT_NE(outcome.out.find("IR 33 bits"), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("TMS"), std::string::npos);
+    EXPECT_NE(outcome.out.find("Test-Logic-Reset"), std::string::npos);
+}
+
+TEST(Trace, DrawsAPicture) {
+    const std::string svg = file_with("scan.svg", "");
+    const Outcome outcome =
+        talvor({"trace", "--svg", svg, "--title", "A scan", "--count", "30", "dr", "0xFFFFFFFF"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("\n" + svg + ": TCKs 0 to 30 of "), std::string::npos)
+        << outcome.out;
+    const std::string picture = read_file(svg);
+    EXPECT_TRUE(picture.starts_with("<svg") || picture.starts_with("<?xml"))
+        << picture.substr(0, 80);
+    EXPECT_NE(picture.find("A scan"), std::string::npos);
+    EXPECT_NE(picture.find("</svg>"), std::string::npos);
+}
+
+TEST(Trace, ShowsTheLastClocksToo) {
+    const Outcome outcome = talvor({"trace", "--last", "--count", "5", "state", "move", "pauseir"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.starts_with("Pause-IR\n")) << outcome.out;
+    EXPECT_EQ(outcome.out.find("Test-Logic-Reset"), std::string::npos) << outcome.out;
+}
+
+TEST(Trace, ShowsWhatWasSeenWhenTheCommandFails) {
+    const std::string svf = file_with("mismatch.svf", "STATE RESET;\nSIR 33 TDI (0) TDO (0);\n");
+    const Outcome outcome = talvor({"trace", "--count", "60", "svf", svf});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.out.find("TMS"), std::string::npos) << outcome.out;
+    EXPECT_FALSE(outcome.err.empty());
+}
+
+TEST(Trace, LeavesNothingBehind) {
+    const auto count = [] {
+        size_t files = 0;
+        for (const auto& entry : std::filesystem::directory_iterator("/tmp")) {
+            files += entry.path().filename().string().starts_with("talvor-") &&
+                             entry.path().extension() == ""
+                         ? 1
+                         : 0;
+        }
+        return files;
+    };
+    const size_t before = count();
+    EXPECT_EQ(talvor({"trace", "chain"}).status, 0);
+    EXPECT_EQ(count(), before);
+    EXPECT_TRUE(std::filesystem::is_empty("/dev/shm"));
+}
+
+// Five TMS ones lead to Test-Logic-Reset from any state, so a reset must have them.
+TEST(Reset, OfTheTapHasFiveOnesInARow) {
+    const std::string vcd = file_with("reset.vcd", "");
+    const Outcome outcome = talvor({"trace", "--vcd", vcd, "--svg", vcd + ".svg", "svf",
+                                    file_with("reset.svf", "STATE IDLE;\nSTATE RESET;\n")});
+    ASSERT_EQ(outcome.status, 0) << outcome.err;
+    const auto seen = waveform::read_vcd_file(vcd);
+    ASSERT_TRUE(seen.ok());
+    size_t ones = 0;
+    size_t longest = 0;
+    bool left_reset = false;
+    for (const waveform::Sample& sample : seen->samples) {
+        left_reset = left_reset || sample.state == TapState::RunTestIdle;
+        ones = sample.tms ? ones + 1 : 0;
+        // Only what follows the first Run-Test/Idle: connecting resets, too.
+        longest = left_reset ? std::max(longest, ones) : 0;
+    }
+    EXPECT_GE(longest, 5U);
+    EXPECT_EQ(waveform::final_state(*seen), TapState::TestLogicReset);
+}
+
+} // namespace
+} // namespace talvor::cli

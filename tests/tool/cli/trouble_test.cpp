@@ -1,0 +1,266 @@
+// What a user is told when something between the proxy and the target is wrong.
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <thread>
+
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+
+#include "program.h"
+
+namespace talvor::cli {
+namespace {
+
+void expect_refusal(const Outcome& outcome, const std::string& err) {
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err, err);
+}
+
+TEST(NoProxy, IsSaidWithTheNextStep) {
+    expect_refusal(talvor({"chain"}),
+                   "talvor: pod proxy: no pod proxy is running on this machine\n"
+                   "  next: start a pod proxy, or use --simulate for a simulated pod; 'talvor "
+                   "doctor' checks step by step\n");
+}
+
+TEST(NoProxy, IsAnAnswerForInfo) {
+    const Outcome outcome = talvor({"info"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.ends_with("Pod proxy\n  not running; start one, or use --simulate\n"))
+        << outcome.out;
+    const auto document = nlohmann::json::parse(talvor({"info", "--json"}).out);
+    EXPECT_EQ(document.at("proxy").at("state"), "absent");
+    EXPECT_EQ(document.at("library").at("name"), "libjsctalvor.so");
+    EXPECT_TRUE(document.at("pods").empty());
+}
+
+TEST(NoProxy, IsWhatTheDoctorFindsFirst) {
+    const Outcome outcome = talvor({"doctor"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_NE(outcome.out.find("ok     board file   none given; the pod's own defaults are used\n"),
+              std::string::npos);
+    EXPECT_NE(
+        outcome.out.find("WRONG  pod proxy    pod proxy: no pod proxy is running on this machine\n"
+                         "-      pod          not checked\n"
+                         "-      connection   not checked\n"),
+        std::string::npos)
+        << outcome.out;
+    EXPECT_NE(outcome.err.find("  next: start a pod proxy"), std::string::npos) << outcome.err;
+}
+
+TEST(Pods, AreListed) {
+    const PodsimProcess simulator(five());
+    const Outcome outcome = talvor({"info"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.ends_with(
+        "Pod proxy\n  running, process " + std::to_string(simulator.pid()) +
+        "\nPods\n  serial  revision  generation  USB             block\n"
+        "  5       3.2       3           bus 1 device 1  /talvor_lcl_shm_000005\n"))
+        << outcome.out;
+}
+
+TEST(Pods, AreChosenBySerialNumber) {
+    const PodsimProcess simulator(read_file(source_file("examples/two-pods.toml")));
+    const auto document = nlohmann::json::parse(talvor({"info", "--json"}).out);
+    ASSERT_EQ(document.at("pods").size(), 2U);
+    for (const auto& pod : document.at("pods")) {
+        const std::string serial = pod.at("serial").dump();
+        const Outcome status = talvor({"--pod", serial, "status"});
+        EXPECT_EQ(status.status, 0) << status.err;
+        EXPECT_TRUE(status.out.starts_with("  pod           serial " + serial + ", "))
+            << status.out;
+    }
+    const Outcome other = talvor({"--pod", "999", "status"});
+    EXPECT_EQ(other.status, 1);
+    EXPECT_TRUE(other.err.starts_with(
+        "talvor: pod 999: the proxy has no pod with this serial number\n  next: choose one of "))
+        << other.err;
+}
+
+TEST(Generation, AtOddsWithTheRevisionIsSaid) {
+    const PodsimProcess simulator(five());
+    const std::string board = file_with("generation.toml", "[KELM]\nPOD_EMUVERSION = 2\n");
+    expect_refusal(talvor({"--board", board, "chain"}),
+                   "talvor: pod 5: " + board +
+                       ":2 says generation 2, but the pod's revision is 3.2\n"
+                       "  next: set KELM.POD_EMUVERSION = 3, or choose another pod with --pod\n");
+}
+
+struct Fault {
+    const char* command;
+    const char* remedy;
+    const char* code;
+};
+
+TEST(Faults, AreNamedWithCodeAndSentence) {
+    const PodsimProcess simulator(five());
+    const Fault faults[] = {
+        {"power off", "power on",
+         "the target has no power (-180 eJTI_ERROR_NO_POWER)\n  next: switch the target on"},
+        {"clock off", "clock on",
+         "the target returns no test clock (-181 eJTI_ERROR_NO_CLOCK)\n  next: check the return"},
+        {"loopback high-ff", "loopback ok",
+         "in the controller's loop-back test the high byte is stuck at ones (-173 "
+         "eJTI_ERROR_LOOP_HIGH_ONES)\n"},
+        {"loopback low-ff", "loopback ok", "-174 eJTI_ERROR_LOOP_LOW_ONES"},
+        {"loopback high-00", "loopback ok", "-175 eJTI_ERROR_LOOP_HIGH_ZEROS"},
+        {"loopback low-00", "loopback ok", "-176 eJTI_ERROR_LOOP_LOW_ZEROS"},
+        {"fail 1", "fail 0",
+         "the pod's set-up could not be sent (-157 eJTI_ERROR_POD_SETUP)\n  next: look at the "
+         "proxy's log for the reason\n"},
+        {"unplug", "plug", "talvor: pod proxy: it runs, but no pod is attached\n"},
+    };
+    for (const Fault& fault : faults) {
+        simulator.ctl(fault.command);
+        const Outcome outcome = talvor({"chain"});
+        EXPECT_EQ(outcome.status, 1) << fault.code;
+        EXPECT_EQ(outcome.out, "");
+        EXPECT_NE(outcome.err.find(fault.code), std::string::npos) << outcome.err;
+        simulator.ctl(fault.remedy);
+        EXPECT_EQ(talvor({"chain"}).status, 0) << "after " << fault.code;
+    }
+}
+
+// The driver prints the words of a failed loop-back test; they must not spoil a document.
+TEST(Faults, LeaveJsonADocument) {
+    const PodsimProcess simulator(five());
+    simulator.ctl("loopback corrupt");
+    const Outcome outcome = talvor({"--json", "chain"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto document = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(document.at("error").at("code"), -171);
+    EXPECT_EQ(document.at("error").at("name"), "eJTI_ERROR_LOOP_CORRUPT");
+    EXPECT_EQ(document.at("error").at("kind"), "pod");
+}
+
+TEST(Faults, InTheMiddleOfTheWorkAreDiagnosed) {
+    const PodsimProcess simulator(five());
+    // The bench runs until the power goes.
+    std::thread switch_off([&simulator] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(500));
+        simulator.ctl("power off");
+        // Batches that still succeed tell the driver.
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+        simulator.ctl("fail 1");
+    });
+    const Outcome outcome = talvor({"bench", "--seconds", "3"});
+    switch_off.join();
+    EXPECT_EQ(outcome.status, 1) << outcome.out;
+    EXPECT_NE(outcome.err.find("-180 eJTI_ERROR_NO_POWER"), std::string::npos) << outcome.err;
+}
+
+TEST(Chain, WithoutDevicesIsAWire) {
+    const std::string description = file_with("empty.toml", "[[pod]]\nserial = 1\n");
+    const Outcome wire = talvor({"--simulate", description, "chain"});
+    EXPECT_EQ(wire.status, 1);
+    EXPECT_EQ(wire.err, "talvor: chain: there is no device: TDI is connected straight to TDO\n"
+                        "  next: check the target's connector, and jumpers that bypass its "
+                        "devices\n");
+}
+
+TEST(DeadProxy, IsToldFromALivingOne) {
+    PodsimProcess simulator(five());
+    simulator.stop(SIGKILL);
+    expect_refusal(talvor({"chain"}),
+                   "talvor: pod proxy: it has ended and left its objects behind; nobody serves the "
+                   "pods\n  next: start the proxy again: it takes the objects over\n");
+    const Outcome info = talvor({"info"});
+    EXPECT_NE(info.out.find("  has ended and left its objects behind; start it again\n"),
+              std::string::npos)
+        << info.out;
+    // One that is started again takes over.
+    const PodsimProcess again(five());
+    EXPECT_EQ(talvor({"chain"}).status, 0);
+}
+
+TEST(DeadProxy, IsNoticedWhileTheDriverWaitsForIt) {
+    PodsimProcess simulator(five());
+    simulator.ctl("latency 5000000");
+    std::thread killer([&simulator] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(700));
+        simulator.stop(SIGKILL);
+    });
+    const auto start = std::chrono::steady_clock::now();
+    const Outcome outcome = talvor({"chain"});
+    killer.join();
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "talvor: pod proxy: it has ended while a batch was under way\n"
+                           "  next: start the proxy again, then run 'talvor doctor'\n");
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(4));
+    // The next proxy clears the ground for other tests.
+    const PodsimProcess again(five());
+}
+
+TEST(SilentProxy, IsGivenUpWhenPatienceEnds) {
+    const PodsimProcess simulator(five());
+    simulator.ctl("latency 3000000");
+    const Outcome outcome = talvor({"--patience", "0.5", "--json", "chain"});
+    EXPECT_EQ(outcome.status, 1);
+    const auto document = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(document.at("error").at("reason"), "it has not answered for 0.5 seconds");
+    simulator.ctl("latency 0");
+}
+
+TEST(OtherHosts, ThatEndedWithoutDisconnectingAreNoticed) {
+    const PodsimProcess simulator(five());
+    simulator.ctl("latency 2000000");
+    // Given up in the middle of connecting: its controller block stays, with its counts.
+    EXPECT_EQ(talvor({"--patience", "0.5", "chain"}).status, 1);
+    simulator.ctl("latency 0");
+    const Outcome doctor = talvor({"doctor"});
+    EXPECT_EQ(doctor.status, 1);
+    const std::string block = "controller block: /dev/shm/JTI-";
+    EXPECT_NE(doctor.out.find("WRONG  other hosts  " + block), std::string::npos)
+        << doctor.out << doctor.err;
+    const size_t at = doctor.err.find("next: remove ");
+    ASSERT_NE(at, std::string::npos) << doctor.err;
+    std::string file = doctor.err.substr(at + 13);
+    file.pop_back();
+    EXPECT_TRUE(std::filesystem::remove(file)) << file;
+    EXPECT_EQ(talvor({"doctor"}).status, 0) << "what the doctor says helps";
+}
+
+TEST(OtherHosts, ThatAreConnectedAreNamed) {
+    const PodsimProcess simulator(five());
+    std::thread other([] { (void)talvor({"status", "--watch", "0.2", "--count", "8"}); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(700));
+    const Outcome doctor = talvor({"doctor"});
+    other.join();
+    EXPECT_EQ(doctor.status, 0) << doctor.err;
+    EXPECT_NE(doctor.out.find("note   other hosts  connected, too: process "), std::string::npos)
+        << doctor.out;
+}
+
+TEST(Doctor, IsContentWithAGoodPod) {
+    const Outcome outcome = simulated({"--board", source_file("examples/board.toml"), "doctor"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_EQ(outcome.err, "");
+    size_t good = 0;
+    for (size_t at = 0; (at = outcome.out.find("ok     ", at)) != std::string::npos; ++at) {
+        ++good;
+    }
+    EXPECT_EQ(good, 11U) << outcome.out;
+}
+
+TEST(Doctor, NamesKeysThatNobodyReads) {
+    const std::string board = file_with("misspelt.toml", "[KELM]\nPOD_TCKDVI = 3\nPOD_SN = 5\n");
+    const Outcome outcome = simulated({"--board", board, "doctor"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("note   board keys   never read, misspelt or without effect: "
+                               "KELM.POD_TCKDVI (line 2)\n"),
+              std::string::npos)
+        << outcome.out;
+}
+
+TEST(Simulator, ABadDescriptionIsItsOwnWords) {
+    const std::string description = file_with("bad-pod.toml", "[[pod]]\nserial = \"x\"\n");
+    const Outcome outcome = talvor({"--simulate", description, "chain"});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_NE(outcome.err.find(description + ":2: "), std::string::npos) << outcome.err;
+}
+
+} // namespace
+} // namespace talvor::cli
