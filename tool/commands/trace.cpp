@@ -110,7 +110,8 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
         out.line("{}: TCKs {} to {} of {}", options.svg, trace->first_tck,
                  trace->first_tck + trace->samples.size(), trace->total_tcks);
     }
-    if (options.text || options.svg.empty()) {
+    // A document stays one, unless the drawing is asked for beside it.
+    if (options.text || (options.svg.empty() && !out.json())) {
         fmt::print("{}",
                    waveform::to_text(*trace, {.width = terminal_width(), .color = out.coloured()}));
     }

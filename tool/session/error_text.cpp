@@ -37,11 +37,7 @@ constexpr std::array kCodes{
              kHandleStep, kPod},
     CodeText{TALVOR_CODE(eJTI_ERROR_NOT_OFFERED), "this controller does not offer the operation",
              "", kRefused},
-    CodeText{
-        TALVOR_CODE(eJTI_ERROR_BAD_ARGUMENT), "an argument was refused",
-        "if this came up while connecting: pods with an extended controller (kind 2) cannot be "
-        "connected",
-        kRefused},
+    CodeText{TALVOR_CODE(eJTI_ERROR_BAD_ARGUMENT), "an argument was refused", "", kRefused},
     CodeText{TALVOR_CODE(eJTI_ERROR_NO_MEMORY), "there is no memory left", "close other programs",
              kPod},
     CodeText{TALVOR_CODE(eJTI_ERROR_NO_RELEASE), "a configuration record could not be released",

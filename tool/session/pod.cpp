@@ -81,7 +81,7 @@ Status Pod::connect(KeyStore keys) {
     if (code = call(&JSC_Interface::Connect, &first_); code != 0) {
         // Connecting has diagnosed the code already.
         release();
-        return library_error("connecting the pod", code);
+        return connection_error(code);
     }
     connected_ = true;
     return {};
@@ -120,6 +120,18 @@ Status Pod::flush() {
 Error Pod::diagnose(std::string thing, JTI_Error code) {
     const JTI_Error better = call(&JSC_Interface::Diagnose, code);
     return library_error(std::move(thing), better != 0 ? better : code);
+}
+
+// A connect has few arguments that could be wrong: refusing one stands for something else.
+Error Pod::connection_error(JTI_Error code) {
+    Error error = library_error("connecting the pod", code);
+    if (code == eJTI_ERROR_BAD_ARGUMENT) {
+        error.reason = fmt::format("its controller is of the extended kind, which the driver does "
+                                   "not connect ({})",
+                                   code_label(code));
+        error.next_step = "use a pod with a basic controller, or one with dual-port memory";
+    }
+    return error;
 }
 
 Error Pod::creation_error(JTI_Error code) const {

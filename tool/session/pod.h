@@ -72,6 +72,7 @@ private:
     Status disconnect();
     void release() noexcept;
     [[nodiscard]] Error diagnose(std::string thing, JTI_Error code);
+    [[nodiscard]] static Error connection_error(JTI_Error code);
     [[nodiscard]] Error creation_error(JTI_Error code) const;
 
     const Library& library_;

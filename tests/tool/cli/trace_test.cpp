@@ -47,6 +47,13 @@ TEST(Trace, ShowsWhatWasSeenWhenTheCommandFails) {
     EXPECT_FALSE(outcome.err.empty());
 }
 
+TEST(Trace, LeavesADocumentAlone) {
+    const Outcome outcome = talvor({"trace", "--count", "8", "chain", "--json"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_TRUE(outcome.out.ends_with("}\n")) << outcome.out;
+    EXPECT_EQ(outcome.out.find("TMS"), std::string::npos);
+}
+
 TEST(Trace, LeavesNothingBehind) {
     const auto count = [] {
         size_t files = 0;

@@ -255,6 +255,45 @@ TEST(Doctor, NamesKeysThatNobodyReads) {
         << outcome.out;
 }
 
+TEST(ExtendedController, CannotBeConnected) {
+    const std::string description = file_with(
+        "exl.toml", "[[pod]]\nserial = 1\ncontroller = \"exl\"\n[[pod.tap]]\nname = \"a\"\n"
+                    "ir_length = 4\n");
+    const Outcome outcome = talvor({"--simulate", description, "chain"});
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_EQ(outcome.err, "talvor: connecting the pod: its controller is of the extended kind, "
+                           "which the driver does not connect (-122 eJTI_ERROR_BAD_ARGUMENT)\n"
+                           "  next: use a pod with a basic controller, or one with dual-port "
+                           "memory\n");
+}
+
+TEST(Interrupt, DisconnectsFirst) {
+    const PodsimProcess simulator(five());
+    const auto stopped = test_support::run_program({"timeout", "--preserve-status", "-s", "INT",
+                                                    "0.7", test_support::built_program("talvor"),
+                                                    "status", "--watch", "0.1"});
+    EXPECT_EQ(stopped.status, 128 + SIGINT);
+    const Outcome doctor = talvor({"doctor"});
+    EXPECT_EQ(doctor.status, 0) << doctor.out;
+    EXPECT_NE(doctor.out.find("ok     other hosts  none is connected\n"), std::string::npos)
+        << doctor.out;
+}
+
+TEST(Interrupt, EndsAnSvfFileWithItsReason) {
+    std::string text = "STATE RESET;\n";
+    for (int i = 0; i < 2000; ++i) {
+        text += "RUNTEST 0.01 SEC;\n";
+    }
+    const PodsimProcess simulator(five());
+    const auto stopped = test_support::run_program({"timeout", "--preserve-status", "-s", "INT",
+                                                    "1", test_support::built_program("talvor"),
+                                                    "svf", file_with("slow.svf", text)});
+    EXPECT_EQ(stopped.status, 128 + SIGINT);
+    EXPECT_NE(stopped.errors.find("interrupted: stopped at the user's request\n"),
+              std::string::npos)
+        << stopped.errors;
+}
+
 TEST(Simulator, ABadDescriptionIsItsOwnWords) {
     const std::string description = file_with("bad-pod.toml", "[[pod]]\nserial = \"x\"\n");
     const Outcome outcome = talvor({"--simulate", description, "chain"});
