@@ -1,12 +1,30 @@
 #include "program.h"
 
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
-#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 namespace talvor::cli {
+namespace {
+
+// The files of a run, gone when it ends.
+class Folder {
+public:
+    Folder() { EXPECT_NE(mkdtemp(path_.data()), nullptr); }
+    ~Folder() { std::filesystem::remove_all(path_); }
+    Folder(const Folder&) = delete;
+    Folder& operator=(const Folder&) = delete;
+
+    [[nodiscard]] const std::string& path() const { return path_; }
+
+private:
+    std::string path_ = testing::TempDir() + "talvor-cli-XXXXXX";
+};
+
+} // namespace
 
 Outcome talvor(std::vector<std::string> arguments, const std::string& input) {
     arguments.insert(arguments.begin(), test_support::built_program("talvor"));
@@ -24,7 +42,8 @@ std::string five() {
 }
 
 std::string file_with(const std::string& name, const std::string& text) {
-    const std::string path = testing::TempDir() + "talvor-cli-" + std::to_string(getpid()) + name;
+    static const Folder folder;
+    const std::string path = folder.path() + "/" + name;
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     return path;
 }
