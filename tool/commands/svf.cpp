@@ -56,9 +56,14 @@ svf::ProgressHook progress_hook(ProgressBar& bar) {
 }
 
 // The reading hook can only say stop; the reason is the user's.
-Status told(const Error& error) {
-    const Status stopped = check_interrupt();
-    return stopped ? Status(error) : stopped;
+Status told(Error error) {
+    if (const Status stopped = check_interrupt(); !stopped) {
+        return stopped;
+    }
+    if (error.kind == ErrorKind::BadFile && error.next_step.empty()) {
+        error.next_step = "correct the file there; --dry-run checks it and shifts nothing";
+    }
+    return error;
 }
 
 Status dry_run(Context& context, svf::ByteSource& source, const JtagPort& port, const SvfOptions&,

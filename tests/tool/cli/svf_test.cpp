@@ -148,6 +148,17 @@ uint64_t idle_clocks(const std::string& vcd) {
     return clocks;
 }
 
+TEST(Svf, AMistakeInTheFileIsNamedWithLineAndNextStep) {
+    const std::string path = file_with("bad.svf", "STATE RESET;\nSDR 8 TDI (1FF);\n");
+    const Outcome outcome = simulated({"svf", path});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(outcome.err,
+              "talvor: " + path +
+                  ":2: the value of SDR TDI is wider than its 8 bits\n"
+                  "  next: correct the file there; --dry-run checks it and shifts nothing\n");
+}
+
 TEST(Svf, RunsAtLeastTheClocksThatAreAskedFor) {
     for (const uint64_t clocks : {1U, 7U, 8U, 1000U, 100000U}) {
         const std::string trace = file_with("run.vcd", "");
