@@ -19,6 +19,9 @@ endif()
 if(TALVOR_SANITIZE)
   target_compile_options(talvor_flags INTERFACE
     -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+  # This check of clang needs a C++ runtime, which the library and hosts in C do not have.
+  target_compile_options(talvor_flags INTERFACE
+    $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
   target_link_options(talvor_flags INTERFACE -fsanitize=address,undefined)
 else()
   # Fortified libc calls need optimisation, and the sanitizers replace them.
