@@ -313,8 +313,8 @@ typedef JTI_Error (*JSC_SwdRegWrite_t)(void* jscHandle, uint32_t index, uint32_t
                                        uint32_t* pData, bool flush);
 
 /*
- * Creates a log anew, disabled until it is erased. A log that could not be made leaves none; 0
- * is returned all the same.
+ * Creates a log anew, disabled until it is erased. A log that could not be made leaves none, and a
+ * size of 0 the old one; 0 is returned all the same.
  *   logFileId      in: only eJSC_LOGFILE_ID_RESET has a log
  *   pLogFileKnown  out: whether the id names a log
  *   logFileSizeRequest  in: capacity in words

@@ -22,7 +22,9 @@ int32_t jsc_LogFileCreate(JSC_Inform* pJscInform, JSC_LogFileId logFileId, bool*
     RETURN_IF(!*pLogFileKnown, eJTI_ERROR_NONE);
     *pLogFileSizeActual = logFileSizeRequest;
     LOG_HANDLE* log = &pJscInform->resetLogHandle;
-    (void)zdl_LogFileDelete(log); // nobody else has the old one
+    if (logFileSizeRequest != 0) { // a size that is refused leaves the old log
+        (void)zdl_LogFileDelete(log);
+    }
     (void)zdl_LogFileCreate(log, logFileSizeRequest);
     return eJTI_ERROR_NONE;
 }

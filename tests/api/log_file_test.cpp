@@ -171,11 +171,19 @@ TEST_F(LogFile, is_deleted_and_made_anew_without_a_leak) {
     EXPECT_EQ(handle->resetLogHandle, nullptr);
 }
 
+TEST_F(LogFile, a_size_that_is_refused_leaves_the_old_one) {
+    uint32_t granted = 99;
+    make(4);
+    const LOG_HANDLE old = handle->resetLogHandle;
+    EXPECT_EQ(jsc_LogFileCreate(handle, eJSC_LOGFILE_ID_RESET, &known, 0, &granted), 0);
+    EXPECT_TRUE(known);
+    EXPECT_EQ(granted, 0U);
+    EXPECT_EQ(handle->resetLogHandle, old);
+}
+
 TEST_F(LogFile, one_that_cannot_be_made_leaves_none) {
     uint32_t granted = 0;
     make(4);
-    EXPECT_EQ(jsc_LogFileCreate(handle, eJSC_LOGFILE_ID_RESET, &known, 0, &granted), 0);
-    EXPECT_EQ(handle->resetLogHandle, nullptr);
     FailingHeap heap(0);
     EXPECT_EQ(jsc_LogFileCreate(handle, eJSC_LOGFILE_ID_RESET, &known, 4, &granted), 0);
     EXPECT_TRUE(known);
