@@ -39,6 +39,7 @@ Result<SessionOptions> Context::session_options() const {
     }
     // The driver hangs in the main thread for good: nothing can be cleaned up any more.
     session.lost = [this](const Error& error) {
+        take_standard_output_back();
         out.error(error);
         if (const std::string words = simulator_words(); !words.empty()) {
             out.note("the simulator said: " + words);

@@ -1,5 +1,6 @@
 #include "session/pod.h"
 
+#include <atomic>
 #include <cstdio>
 #include <unistd.h>
 
@@ -11,6 +12,9 @@
 namespace talvor {
 namespace {
 
+// The program's own standard output while the driver has another one; -1 otherwise.
+std::atomic<int> own_standard_output{-1};
+
 // While it lives, what is printed goes to the standard error: the driver prints the words of a
 // failed loop-back test on the standard output, where they would stand within a document.
 class PrintToStandardError {
@@ -19,12 +23,14 @@ public:
         std::fflush(stdout);
         saved_ = FileDescriptor(dup(STDOUT_FILENO));
         if (saved_.is_open()) {
+            own_standard_output = saved_.get();
             dup2(STDERR_FILENO, STDOUT_FILENO);
         }
     }
     ~PrintToStandardError() {
         std::fflush(stdout);
         if (saved_.is_open()) {
+            own_standard_output = -1;
             dup2(saved_.get(), STDOUT_FILENO);
         }
     }
@@ -36,6 +42,12 @@ private:
 };
 
 } // namespace
+
+void take_standard_output_back() {
+    if (const int saved = own_standard_output; saved >= 0) {
+        dup2(saved, STDOUT_FILENO);
+    }
+}
 
 Result<std::unique_ptr<Pod>> Pod::open(const Library& library, ProxyWatch& watch, std::string board,
                                        KeyStore keys) {

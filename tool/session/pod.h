@@ -16,6 +16,10 @@
 
 namespace talvor {
 
+// The standard output of this program again, in whatever call the driver hangs. For a program that
+// is about to end with a message.
+void take_standard_output_back();
+
 class Pod {
 public:
     // Makes a handle for `keys` and connects it, with the long initialisation, which programs the

@@ -215,7 +215,8 @@ TEST(SilentProxy, IsGivenUpWhenPatienceEnds) {
     const PodsimProcess simulator(five());
     simulator.ctl("latency 3000000");
     const Outcome outcome = talvor({"--patience", "0.5", "--json", "chain"});
-    EXPECT_EQ(outcome.status, 1);
+    ASSERT_EQ(outcome.status, 1) << outcome.err;
+    ASSERT_NE(outcome.out, "") << outcome.err;
     const auto document = nlohmann::json::parse(outcome.out);
     EXPECT_EQ(document.at("error").at("reason"), "it has not answered for 0.5 seconds");
     simulator.ctl("latency 0");
