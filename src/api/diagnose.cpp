@@ -3,7 +3,6 @@
 #include "api/pod_status.h"
 #include "controller/wait.h"
 #include "sys/check.h"
-#include "transport/attached.h"
 #include "transport/batch.h"
 
 namespace {
@@ -39,9 +38,13 @@ JTI_Error condition_code(const JSC_PodStatus& status) {
 int32_t jsc_Diagnose(JSC_Inform* pJscInform, int32_t symptom) {
     RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     const JTI_Error pending = batch_take_failure(pJscInform);
+    if (pending == eJTI_ERROR_BATCH_FAILED || symptom == eJTI_ERROR_BATCH_FAILED) {
+        batch_drop_reads(pJscInform); // their words are lost, and they would take the next ones
+    }
     const int32_t code = pending != eJTI_ERROR_NONE ? pending : symptom;
     RETURN_IF(pJscInform->tbcVariable.noCheck || is_telling(code), code);
-    RETURN_ON_ERROR(check_attached(pJscInform));
+    RETURN_IF(pJscInform->pJscControl == nullptr,
+              pending != eJTI_ERROR_NONE ? pending : JTI_Error{eJTI_ERROR_HANDLE_STATE});
     JSC_PodStatus status{};
     (void)jsc_PodStatus(pJscInform, &status);
     RETURN_ON_ERROR(condition_code(status));

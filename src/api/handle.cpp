@@ -26,6 +26,12 @@ constexpr VariableGroup pod_group{READ_KelmCreate, READ_KelmInitial, READ_KelmVa
 constexpr VariableGroup pod_clock_group{READ_QelCreate, READ_QelInitial, READ_QelVariable,
                                         READ_QelDelete};
 
+// What an earlier initialisation left behind, when the handle was quit and is initialised anew.
+JTI_Error free_remains(JSC_Inform* pHandle) {
+    (void)CloseUsbDevice(pHandle);
+    return zdl_LogFileDelete(&pHandle->resetLogHandle);
+}
+
 JTI_Error read_configuration(JSC_Inform* pHandle) {
     CFG_Handle host = pHandle->cfgHandle;
     CFG_Interface* table = pHandle->pCfgInterface;
@@ -67,7 +73,7 @@ JTI_Error count_out(JSC_Inform* pHandle) {
 using InitStep = JTI_Error (*)(JSC_Inform* pHandle);
 
 constexpr InitStep init_steps[] = {
-    read_configuration, make_reset_log, open_pod, controller_block_attach, count_in,
+    free_remains, read_configuration, make_reset_log, open_pod, controller_block_attach, count_in,
 };
 
 } // namespace

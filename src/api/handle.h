@@ -10,7 +10,8 @@ JTI_EXPORT int32_t jsc_CreateHandle(JSC_Inform** ppHandle);
 
 /*
  * Initialises a handle: reads the configuration, makes the reset log when asked, opens the pod,
- * attaches the controller block. Nothing is sent to the controller.
+ * attaches the controller block. Nothing is sent to the controller. What an earlier initialisation
+ * of the handle left (reset log, channel) is freed first.
  *   clientRecipe   in: JSC_RECIPE_... bits
  *   jtiClientType  in: 1 to 20
  *   pCfgInterface  in: the host's configuration table; must live as long as the handle

@@ -38,13 +38,12 @@ int32_t jsc_ClockSourceRetrieve(JSC_Inform* pJscInform, bool* pItsExternal) {
 
 int32_t jsc_PodConfig(JSC_Inform* pJscInform, uint32_t featureId, bool querySupport,
                       bool* pIsSupported, uint32_t command, bool alsoWait) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     return tbc_PodConfig(pJscInform, featureId, querySupport, pIsSupported, command, alsoWait);
 }
 
-int32_t tbc_PodConfig(JSC_Inform* /*pJscInform*/, uint32_t /*featureId*/, bool /*querySupport*/,
+int32_t tbc_PodConfig(JSC_Inform* pJscInform, uint32_t /*featureId*/, bool /*querySupport*/,
                       bool* pIsSupported, uint32_t /*command*/, bool /*alsoWait*/) {
-    RETURN_IF(pIsSupported == nullptr, eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_IF(pJscInform == nullptr || pIsSupported == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     *pIsSupported = false;
     return eJTI_ERROR_NONE;
 }

@@ -14,7 +14,7 @@ JTI_EXPORT int32_t jsc_ClockSourceRetrieve(JSC_Inform* pJscInform, bool* pItsExt
 
 JTI_EXPORT int32_t jsc_PodConfig(JSC_Inform* pJscInform, uint32_t featureId, bool querySupport,
                                  bool* pIsSupported, uint32_t command, bool alsoWait);
-// What jsc_PodConfig does; any handle will do, null too.
+// What jsc_PodConfig does.
 JTI_EXPORT int32_t tbc_PodConfig(JSC_Inform* pJscInform, uint32_t featureId, bool querySupport,
                                  bool* pIsSupported, uint32_t command, bool alsoWait);
 JTI_EXPORT int32_t jsc_Test(JSC_Inform* pJscInform, JSC_LogFileId logFileId, bool* pLogFileKnown,

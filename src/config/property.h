@@ -17,7 +17,7 @@ JTI_EXPORT int32_t zdl_PropertyDelete(JTI_Property** ppProperty);
 
 // Fills a record (`assign`) or releases its text block and empties it.
 // -122 null record. -131 no memory for the texts; the record is then unchanged.
-int32_t PropertyLoad(bool assign, JTI_Property* pProperty);
+JTI_EXPORT int32_t PropertyLoad(bool assign, JTI_Property* pProperty);
 
 // Whether the record has the version and count that hosts check for, and all of its texts.
 bool property_is_complete(const JTI_Property& property);

@@ -4,6 +4,9 @@
 #include "sys/check.h"
 
 JTI_Error JSC_CreateHandle(JSC_Inform** ppHandle, JSC_Parameter* pParameter) {
+    RETURN_IF(ppHandle == nullptr, eJTI_ERROR_BAD_ARGUMENT);
+    *ppHandle = nullptr;
+    RETURN_IF(pParameter == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     RETURN_ON_ERROR(jsc_CreateHandle(ppHandle));
     // A handle that cannot be initialised stays with the host, which may look at it and deletes it
     // by jsc_DeleteHandle; JSC_DeleteHandle refuses it.
@@ -12,6 +15,7 @@ JTI_Error JSC_CreateHandle(JSC_Inform** ppHandle, JSC_Parameter* pParameter) {
 }
 
 JTI_Error JSC_DeleteHandle(JSC_Inform** ppHandle) {
+    RETURN_IF(ppHandle == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     RETURN_ON_ERROR(jsc_QuitHandle(*ppHandle));
     return jsc_DeleteHandle(ppHandle);
 }

@@ -3,6 +3,7 @@
 #include "controller/wait.h"
 #include "sys/check.h"
 #include "transport/attached.h"
+#include "transport/batch.h"
 
 namespace {
 
@@ -59,5 +60,5 @@ int32_t jsc_PutAmbleDelay(JSC_Inform* pJscInform, JSC_JtagAmbleDelay* pAmbleDela
         kept.endDelay0 = variable.useForceOnceEnd ? variable.forceOnceEnd : kept.endDelay0;
         kept.endDelay1 = variable.useForceManyEnd ? variable.forceManyEnd : kept.endDelay1;
     }
-    return eJTI_ERROR_NONE;
+    return batch_failure(pJscInform);
 }

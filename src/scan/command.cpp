@@ -2,6 +2,7 @@
 
 #include "controller/time_value.h"
 #include "sys/check.h"
+#include "transport/attached.h"
 #include "transport/port.h"
 
 namespace {
@@ -96,6 +97,22 @@ JTI_Error end_state(JSC_JtagState end, uint16_t* pState) {
     }
 }
 
+// Bits of a host word; 0 for width 1 or none.
+uint32_t width_bits(JSC_JtagWidth width) {
+    switch (width) {
+    case eJSC_JTAG_WIDTH_8:
+        return 8;
+    case eJSC_JTAG_WIDTH_16:
+        return 16;
+    case eJSC_JTAG_WIDTH_32:
+        return 32;
+    case eJSC_JTAG_WIDTH_64:
+        return 64;
+    default:
+        return 0;
+    }
+}
+
 } // namespace
 
 int32_t DoCheckCommand(const JSC_JtagCommand* pCommand) {
@@ -134,6 +151,7 @@ int32_t DoStateCommand(const JSC_JtagCommand* pCommand, bool validIndex, uint32_
 }
 
 int32_t DoLaunchGoTo(JSC_Inform* pJscInform, uint16_t state, uint16_t command) {
+    RETURN_ON_ERROR(check_attached(pJscInform));
     JSC_Control* control = pJscInform->pJscControl;
     PortWrite(pJscInform, TBC_PORT_OPERATION, state | command);
     PortWrite(pJscInform, TBC_PORT_CONTROL, TBC_CONTROL_RUN);
@@ -145,6 +163,7 @@ int32_t DoLaunchGoTo(JSC_Inform* pJscInform, uint16_t state, uint16_t command) {
 }
 
 int32_t DoLaunchScan(JSC_Inform* pJscInform, uint16_t wakeEndState, uint16_t scanOption) {
+    RETURN_ON_ERROR(check_attached(pJscInform));
     JSC_Control* control = pJscInform->pJscControl;
     control->priorState = wakeEndState & TBC_STATE_MASK;
     if (control->timeDependNew.slowMode) {
@@ -162,6 +181,7 @@ int32_t DoAmbleCommand(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand, 
                        uint32_t* pPreAmble, uint32_t* pPosAmble) {
     RETURN_IF(pPreAmble == nullptr || pPosAmble == nullptr || pCommand == nullptr,
               eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_ON_ERROR(check_attached(pJscInform));
     const JSC_JtagAmbleDelay& amble = pJscInform->pJscControl->ambleDelay;
     const bool ir_path = (wakeState & TBC_STATE_IR_PATH) != 0;
     const uint32_t before = ir_path ? amble.preAmbleIR : amble.preAmbleDR;
@@ -179,6 +199,7 @@ int32_t DoInterestCommand(JSC_Inform* pJscInform, const JSC_JtagCommand* pComman
                           const JSC_JtagParam* pParam, uint32_t* pMainCount) {
     RETURN_IF(pCommand == nullptr || pParam == nullptr || pMainCount == nullptr,
               eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_ON_ERROR(check_attached(pJscInform));
     const bool ir_path = pCommand->jtagShift == eJSC_JTAG_SHIFT_IR;
     RETURN_IF(!ir_path && pCommand->jtagShift != eJSC_JTAG_SHIFT_DR, eJTI_ERROR_BAD_ARGUMENT);
     JSC_TimeDependancy& depend = pJscInform->pJscControl->timeDependNew;
@@ -193,27 +214,10 @@ int32_t DoInterestCommand(JSC_Inform* pJscInform, const JSC_JtagCommand* pComman
     return eJTI_ERROR_NONE;
 }
 
-namespace {
-
-// Bits of a host word; 0 for width 1 or none.
-uint32_t width_bits(JSC_JtagWidth width) {
-    switch (width) {
-    case eJSC_JTAG_WIDTH_8:
-        return 8;
-    case eJSC_JTAG_WIDTH_16:
-        return 16;
-    case eJSC_JTAG_WIDTH_32:
-        return 32;
-    case eJSC_JTAG_WIDTH_64:
-        return 64;
-    default:
-        return 0;
-    }
-}
-
-} // namespace
-
 void DoStepCalculate(const JSC_JtagCommand* pCommand, uint32_t shiftCount, uint32_t* pRepeatStep) {
+    if (pCommand == nullptr || pRepeatStep == nullptr) {
+        return;
+    }
     const uint32_t bits = width_bits(pCommand->jtagWidth);
     if (bits != 0) {
         *pRepeatStep = (shiftCount + (bits - 1)) / bits;
@@ -221,6 +225,9 @@ void DoStepCalculate(const JSC_JtagCommand* pCommand, uint32_t shiftCount, uint3
 }
 
 void DoModifyPointer(const JSC_JtagCommand* pCommand, void** ppData, uint32_t repeatStep) {
+    if (pCommand == nullptr || ppData == nullptr) {
+        return;
+    }
     const size_t word_bytes = width_bits(pCommand->jtagWidth) / 8;
     *ppData = static_cast<unsigned char*>(*ppData) + repeatStep * word_bytes;
 }

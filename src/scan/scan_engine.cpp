@@ -121,6 +121,7 @@ JTI_Error run_data_scan(JSC_Inform* pJscInform, const DataScan& scan) {
 // Zeros between ones: the ambles are ones whatever the main shift is.
 JTI_Error shift_zeros(JSC_Inform* pJscInform, uint16_t wake_end_state, uint32_t count,
                       uint32_t before, uint32_t behind) {
+    RETURN_IF(count == 0, eJTI_ERROR_BAD_ARGUMENT);
     const uint16_t pause = pause_state(wake_end_state);
     const uint16_t end = end_on_path(wake_end_state);
     RETURN_ON_ERROR(shift_amble(pJscInform, pause, before, false));

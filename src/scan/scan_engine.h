@@ -14,7 +14,7 @@
  *   repeatCount   in: how often; not 0. The buffers advance by whole words from one to the next
  *   pBufferDst    out: words received, (count + 15) / 16 a repeat; filled when the scan succeeds
  *   pBufferSrc    in: words to send, as many; read during the call
- * 0. -122 a missing buffer, a count or repeat count of 0, or a command that is refused; nothing is
+ * 0. -116 without a controller block. -122 a null handle or command, a missing buffer, a count or repeat count of 0, or a command that is refused; nothing is
  * written then. Else the code of a failed flush: the controller is left within the command.
  */
 JTI_EXPORT int32_t TbcScan(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
@@ -23,20 +23,22 @@ JTI_EXPORT int32_t TbcScan(JSC_Inform* pJscInform, const JSC_JtagCommand* pComma
                            uint16_t* pBufferSrc);
 
 // Shifts `count` ones or zeros, 16 more with lengthAdjust, and ends in wakeEndState (state code,
-// TBC_STATE_IR_PATH for the instruction path). -122 for a count of 0, before anything is written.
+// TBC_STATE_IR_PATH for the instruction path). -122 for a count of 0, before anything is written;
+// -122 and -116 for the handle.
 JTI_EXPORT int32_t TbcScanFixed(JSC_Inform* pJscInform, uint16_t wakeEndState, uint32_t count,
                                 bool lengthAdjust, bool useOnes);
 
 // The three strategies: fixed scans; scans that send, or send and receive; scans that receive, with
-// the option bits as they are. Each makes one repeat, ambles included.
-int32_t TbcScanBypass(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
+// the option bits as they are. Each makes one repeat, ambles included, and takes what TbcScan takes.
+// 0, or a code that TbcScan returns.
+JTI_EXPORT int32_t TbcScanBypass(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                       uint16_t wakeEndState, uint16_t scanOption, uint32_t count, bool lengthAdjust,
                       bool sendOnly, uint16_t* pBufferDst, uint16_t* pBufferSrc);
-int32_t TbcScanOldStyle2(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
+JTI_EXPORT int32_t TbcScanOldStyle2(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                          uint16_t wakeEndState, uint16_t scanOption, uint32_t count,
                          bool lengthAdjust, bool sendOnly, uint16_t* pBufferDst,
                          uint16_t* pBufferSrc);
-int32_t TbcScanOldStyle8(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
+JTI_EXPORT int32_t TbcScanOldStyle8(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                          uint16_t wakeEndState, uint16_t scanOption, uint32_t count,
                          bool lengthAdjust, bool sendOnly, uint16_t* pBufferDst,
                          uint16_t* pBufferSrc);

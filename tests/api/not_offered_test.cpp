@@ -37,8 +37,9 @@ TEST(NotOffered, there_are_no_pod_features) {
     EXPECT_EQ(jsc_PodConfig(nullptr, 1, true, &supported, 2, true), -122);
     EXPECT_EQ(jsc_PodConfig(&handle, 1, true, nullptr, 2, true), -122);
     supported = true;
-    EXPECT_EQ(tbc_PodConfig(nullptr, 1, true, &supported, 2, true), 0);
+    EXPECT_EQ(tbc_PodConfig(&handle, 1, true, &supported, 2, true), 0);
     EXPECT_FALSE(supported);
+    EXPECT_EQ(tbc_PodConfig(nullptr, 1, true, &supported, 2, true), -122);
     EXPECT_EQ(tbc_PodConfig(&handle, 1, true, nullptr, 2, true), -122);
 }
 
