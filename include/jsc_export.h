@@ -7,16 +7,16 @@
  * JSC_DeleteInterface. A handle must not be used from two threads at once; the library makes no
  * threads and takes no locks of its own.
  *
- * Errors. Every operation returns 0 or a code of JTI_ErrorCode (jti_typedef.h). Where an operation
- * of the table lists its codes, two sets come on top:
- *   any operation:         -122 the handle is null; -116 the handle has no controller block (never
- *                          initialised, or after a failed connect)
- *   any that reaches the pod: -140 the proxy reported a failed batch. Reads that failed leave their
- *                          destinations as they were; a receive buffer of a failed scan must stay
- *                          valid until a later operation that reaches the pod succeeded. When work
- * that had to be flushed early fails, the code stays in the handle and further work is dropped
- * until Diagnose has reported it. Outputs are preset (0, false) before any work unless said
- * otherwise.
+ * Errors. Every operation returns 0 or a code of JTI_ErrorCode (jti_typedef.h). On top of the codes
+ * that are listed with an operation of the table there are
+ *   for any operation: -122 the handle is null; -116 the handle has no controller block (never
+ *     initialised, or after a failed connect);
+ *   for any that reaches the pod: -140 the proxy reported a failed batch.
+ * Reads that failed leave their destinations as they were; a receive buffer of a failed scan must
+ * stay valid until Diagnose has reported the -140, or a later operation that reaches the pod has
+ * succeeded. When work that had to be flushed early fails, the code stays in the handle and further
+ * work is dropped until Diagnose has reported it. Outputs are preset (0, false) before any work
+ * unless said otherwise.
  */
 #ifndef JSC_EXPORT_H
 #define JSC_EXPORT_H
@@ -100,6 +100,7 @@ typedef JTI_Error (*JSC_GetAmbleDelay_t)(JSC_Inform* pJscInform, JSC_JtagAmbleDe
 /*
  * Sets the amble settings. End delays that the board configuration forces win over the caller's.
  *   pAmbleDelay  in: groups to set (use flags) and their values; the flags themselves are not kept
+ * The settings hold also when the work before them could not be flushed, which is returned.
  */
 typedef JTI_Error (*JSC_PutAmbleDelay_t)(JSC_Inform* pJscInform, JSC_JtagAmbleDelay* pAmbleDelay);
 
@@ -165,138 +166,63 @@ typedef JTI_Error (*JSC_ScanFixed01_t)(JSC_Inform* pJscInform, const JSC_JtagCom
                                        const JSC_JtagParam01* pParam);
 
 /*
- * Shifts data out. Stays queued until the next flush, except that work beyond the room of a
- * batch is flushed as it comes.
- *   pCommand  in: path, ambles, usage and end state
- *   pParam    in: repeats, bits, pOutBuffer; read during the call
+ * The twelve scans with data: Send shifts out, Both out and in, Recv in while zeros go out. Send
+ * stays queued until the next flush, except that work beyond the room of a batch is flushed as it
+ * comes; Both and Recv are one flush where the scan fits a batch. The slots of all widths hold the
+ * 16-bit operations: whatever the width in the name, the buffers are taken as 16-bit words.
+ *   pCommand  in: path, ambles, usage (Send, Both), adjustment (Both, Recv) and end state
+ *   pParam    in: repeats, bits; pOutBuffer (Send, Both), read during the call; pInBuffer (Both,
+ *             Recv) is filled
  * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
  * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
+ * waits for it.
  */
+
+/* Out. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanSend08_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam08* pParam);
 
-/*
- * Shifts data out. Stays queued until the next flush, except that work beyond the room of a
- * batch is flushed as it comes.
- *   pCommand  in: path, ambles, usage and end state
- *   pParam    in: repeats, bits, pOutBuffer; read during the call
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it.
- */
+/* Out. Takes its own width. */
 typedef JTI_Error (*JSC_ScanSend16_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam16* pParam);
 
-/*
- * Shifts data out. Stays queued until the next flush, except that work beyond the room of a
- * batch is flushed as it comes.
- *   pCommand  in: path, ambles, usage and end state
- *   pParam    in: repeats, bits, pOutBuffer; read during the call
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* Out. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanSend32_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam32* pParam);
 
-/*
- * Shifts data out. Stays queued until the next flush, except that work beyond the room of a
- * batch is flushed as it comes.
- *   pCommand  in: path, ambles, usage and end state
- *   pParam    in: repeats, bits, pOutBuffer; read during the call
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* Out. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanSend64_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam64* pParam);
 
-/*
- * Shifts data out and in, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, usage, adjustment and end state
- *   pParam    in: repeats, bits, pOutBuffer; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* Out and in. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanBoth08_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam08* pParam);
 
-/*
- * Shifts data out and in, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, usage, adjustment and end state
- *   pParam    in: repeats, bits, pOutBuffer; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it.
- */
+/* Out and in. Takes its own width. */
 typedef JTI_Error (*JSC_ScanBoth16_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam16* pParam);
 
-/*
- * Shifts data out and in, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, usage, adjustment and end state
- *   pParam    in: repeats, bits, pOutBuffer; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* Out and in. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanBoth32_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam32* pParam);
 
-/*
- * Shifts data out and in, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, usage, adjustment and end state
- *   pParam    in: repeats, bits, pOutBuffer; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* Out and in. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanBoth64_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam64* pParam);
 
-/*
- * Shifts data in while zeros go out, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, adjustment and end state
- *   pParam    in: repeats, bits; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* In, while zeros go out. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanRecv08_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam08* pParam);
 
-/*
- * Shifts data in while zeros go out, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, adjustment and end state
- *   pParam    in: repeats, bits; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it.
- */
+/* In, while zeros go out. Takes its own width. */
 typedef JTI_Error (*JSC_ScanRecv16_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam16* pParam);
 
-/*
- * Shifts data in while zeros go out, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, adjustment and end state
- *   pParam    in: repeats, bits; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* In, while zeros go out. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanRecv32_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam32* pParam);
 
-/*
- * Shifts data in while zeros go out, one flush where the scan fits a batch.
- *   pCommand  in: path, ambles, adjustment and end state
- *   pParam    in: repeats, bits; pInBuffer is filled
- * -122 refused command, missing buffer, a repeat count of 0, or a shift of 0 bits; nothing is
- * written then. Any other failure leaves the controller within the command; the next operation
- * waits for it. The slot holds the 16-bit operation: the buffers are taken as 16-bit words.
- */
+/* In, while zeros go out. Takes 16-bit words. */
 typedef JTI_Error (*JSC_ScanRecv64_t)(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand,
                                       const JSC_JtagParam64* pParam);
 
@@ -391,9 +317,11 @@ typedef JTI_Error (*JSC_Reset_t)(JSC_Inform* pJscInform, JSC_ResetAction* pReset
 
 /*
  * Turns an error code into the most telling one: a transport error kept in the handle goes first
- * (and is cleared), then the conditions of cable, power and clock, then the code itself.
+ * (and is cleared), then the conditions of cable, power and clock, then the code itself. Once it
+ * has reported or was given -140, the reads of the failed batch are forgotten.
  *   symptom  in: the code at hand, or 0
- * Returns that code; -180 to -183 for a condition.
+ * Returns that code; -180 to -183 for a condition. Without a controller block the transport error,
+ * or else -116.
  */
 typedef JTI_Error (*JSC_Diagnose_t)(JSC_Inform* pJscInform, int32_t symptom);
 
@@ -698,19 +626,19 @@ JTI_EXPORT JTI_Error JSC_DeleteInterface(JSC_Interface** ppInterface);
  * Makes and initialises a handle: reads the board configuration, opens the pod, attaches the
  * controller block. Nothing is sent to the controller.
  *   ppHandle    out: the handle. When initialisation fails the handle stays allocated here
- *   pParameter  in: what to open and how; not null
- * -122 null handle pointer; client kind outside 1 to 20; null configuration. -131 no memory.
- * -132 a scratch record could not be released. -141 the pod could not be opened: no proxy, no such
- * pod. -164 controller block. -116 counters inconsistent. Else the code of a configuration key, or
- * the host's own.
+ *   pParameter  in: what to open and how
+ * -122 null pointer (no handle is made then); client kind outside 1 to 20; null configuration. -131
+ * no memory. -132 a scratch record could not be released. -141 the pod could not be opened: no
+ * proxy, no such pod. -164 controller block. -116 counters inconsistent. Else the code of a
+ * configuration key, or the host's own.
  */
 JTI_EXPORT JTI_Error JSC_CreateHandle(JSC_Inform** ppHandle, JSC_Parameter* pParameter);
 
 /*
  * Closes and frees a handle.
- *   ppHandle  in: the handle, not null; out: null, when it was closed
- * -122 null handle. -116 still connected, not initialised, or without controller block: the handle
- * is then left allocated.
+ *   ppHandle  in: the handle; out: null, when it was closed
+ * -122 null pointer or null handle. -116 still connected, not initialised, or without controller
+ * block: the handle is then left allocated.
  */
 JTI_EXPORT JTI_Error JSC_DeleteHandle(JSC_Inform** ppHandle);
 

@@ -17,70 +17,103 @@ JTI_ENUM(JSC_JtagTransit){
     eJSC_JTAG_TRANSIT_QUICKEST = 1,      /* shortest path */
     eJSC_JTAG_TRANSIT_VIA_CAPTURE = 2,   /* through Capture-DR or Capture-IR */
     eJSC_JTAG_TRANSIT_VIA_IDLE = 3,      /* through Run-Test/Idle, spending test clocks there */
-    eJSC_JTAG_TRANSIT_INVALID_LAST = 4};
+    eJSC_JTAG_TRANSIT_INVALID_LAST = 4,
+};
 typedef enum JSC_JtagTransit JSC_JtagTransit;
 
 /* Which register path is shifted. */
-JTI_ENUM(JSC_JtagShift){eJSC_JTAG_SHIFT_INVALID_FIRST = 0, /* none: a pure state move */
-                        eJSC_JTAG_SHIFT_IR = 1,            /* instruction path */
-                        eJSC_JTAG_SHIFT_DR = 2,            /* data path */
-                        eJSC_JTAG_SHIFT_INDEX = 3,         /* by index; scans refuse it */
-                        eJSC_JTAG_SHIFT_INVALID_LAST = 4};
+JTI_ENUM(JSC_JtagShift){
+    eJSC_JTAG_SHIFT_INVALID_FIRST = 0, /* none: a pure state move */
+    eJSC_JTAG_SHIFT_IR = 1,            /* instruction path */
+    eJSC_JTAG_SHIFT_DR = 2,            /* data path */
+    eJSC_JTAG_SHIFT_INDEX = 3,         /* by index; scans refuse it */
+    eJSC_JTAG_SHIFT_INVALID_LAST = 4,
+};
 typedef enum JSC_JtagShift JSC_JtagShift;
 
 /* TAP controller states (IEEE 1149.1, clause 6.1). Commands end in RESET, IDLE, PAUSE_DR or
  * PAUSE_IR only. */
 JTI_ENUM(JSC_JtagState){
-    eJSC_JTAG_STATE_INVALID_FIRST = 0,  eJSC_JTAG_STATE_RESET = 1, /* Test-Logic-Reset */
-    eJSC_JTAG_STATE_IDLE = 2,                                      /* Run-Test/Idle */
-    eJSC_JTAG_STATE_SHIFT_DR = 3,       eJSC_JTAG_STATE_SHIFT_IR = 4,
-    eJSC_JTAG_STATE_PAUSE_DR = 5,       eJSC_JTAG_STATE_PAUSE_IR = 6,
+    eJSC_JTAG_STATE_INVALID_FIRST = 0,  /* no state */
+    eJSC_JTAG_STATE_RESET = 1,          /* Test-Logic-Reset */
+    eJSC_JTAG_STATE_IDLE = 2,           /* Run-Test/Idle */
+    eJSC_JTAG_STATE_SHIFT_DR = 3,       /* Shift-DR */
+    eJSC_JTAG_STATE_SHIFT_IR = 4,       /* Shift-IR */
+    eJSC_JTAG_STATE_PAUSE_DR = 5,       /* Pause-DR */
+    eJSC_JTAG_STATE_PAUSE_IR = 6,       /* Pause-IR */
     eJSC_JTAG_STATE_INVALID_MIDDLE = 7, /* no state; refused like the sentinels */
-    eJSC_JTAG_STATE_EXIT1_DR = 8,       eJSC_JTAG_STATE_EXIT1_IR = 9,
-    eJSC_JTAG_STATE_EXIT2_DR = 10,      eJSC_JTAG_STATE_EXIT2_IR = 11,
-    eJSC_JTAG_STATE_SELECT_DR = 12,     eJSC_JTAG_STATE_SELECT_IR = 13,
-    eJSC_JTAG_STATE_UPDATE_DR = 14,     eJSC_JTAG_STATE_UPDATE_IR = 15,
-    eJSC_JTAG_STATE_CAPTURE_DR = 16,    eJSC_JTAG_STATE_CAPTURE_IR = 17,
-    eJSC_JTAG_STATE_INVALID_LAST = 18};
+    eJSC_JTAG_STATE_EXIT1_DR = 8,       /* Exit1-DR */
+    eJSC_JTAG_STATE_EXIT1_IR = 9,       /* Exit1-IR */
+    eJSC_JTAG_STATE_EXIT2_DR = 10,      /* Exit2-DR */
+    eJSC_JTAG_STATE_EXIT2_IR = 11,      /* Exit2-IR */
+    eJSC_JTAG_STATE_SELECT_DR = 12,     /* Select-DR-Scan */
+    eJSC_JTAG_STATE_SELECT_IR = 13,     /* Select-IR-Scan */
+    eJSC_JTAG_STATE_UPDATE_DR = 14,     /* Update-DR */
+    eJSC_JTAG_STATE_UPDATE_IR = 15,     /* Update-IR */
+    eJSC_JTAG_STATE_CAPTURE_DR = 16,    /* Capture-DR */
+    eJSC_JTAG_STATE_CAPTURE_IR = 17,    /* Capture-IR */
+    eJSC_JTAG_STATE_INVALID_LAST = 18,  /* end mark */
+};
 typedef enum JSC_JtagState JSC_JtagState;
 
 /* Where extra delay clocks are spent. Carried in the command; the driver does not act on it. */
-JTI_ENUM(JSC_JtagDelay){eJSC_JTAG_DELAY_INVALID_FIRST = 0, eJSC_JTAG_DELAY_USE_END = 1,
-                        eJSC_JTAG_DELAY_INDEX = 2, eJSC_JTAG_DELAY_INVALID_LAST = 3};
+JTI_ENUM(JSC_JtagDelay){
+    eJSC_JTAG_DELAY_INVALID_FIRST = 0,
+    eJSC_JTAG_DELAY_USE_END = 1,
+    eJSC_JTAG_DELAY_INDEX = 2,
+    eJSC_JTAG_DELAY_INVALID_LAST = 3,
+};
 typedef enum JSC_JtagDelay JSC_JtagDelay;
 
 /* Which of the amble bits (JSC_JtagAmbleDelay) go around a scan, always ones. */
-JTI_ENUM(JSC_JtagAmble){eJSC_JTAG_AMBLE_INVALID_FIRST = 0, eJSC_JTAG_AMBLE_NEITHER = 1,
-                        eJSC_JTAG_AMBLE_PREAMBLE = 2,      eJSC_JTAG_AMBLE_POSTAMBLE = 3,
-                        eJSC_JTAG_AMBLE_BOTH = 4,          eJSC_JTAG_AMBLE_INVALID_LAST = 5};
+JTI_ENUM(JSC_JtagAmble){
+    eJSC_JTAG_AMBLE_INVALID_FIRST = 0, /* refused */
+    eJSC_JTAG_AMBLE_NEITHER = 1,       /* none */
+    eJSC_JTAG_AMBLE_PREAMBLE = 2,      /* those before the scan */
+    eJSC_JTAG_AMBLE_POSTAMBLE = 3,     /* those behind it */
+    eJSC_JTAG_AMBLE_BOTH = 4,          /* both */
+    eJSC_JTAG_AMBLE_INVALID_LAST = 5,  /* refused */
+};
 typedef enum JSC_JtagAmble JSC_JtagAmble;
 
 /* Whether the send buffer advances from one repeat to the next. */
-JTI_ENUM(JSC_JtagUsage){eJSC_JTAG_USAGE_INVALID_FIRST = 0,
-                        eJSC_JTAG_USAGE_FRESH = 1, /* it advances */
-                        eJSC_JTAG_USAGE_REUSE = 2, /* the same words are sent again */
-                        eJSC_JTAG_USAGE_INVALID_LAST = 3};
+JTI_ENUM(JSC_JtagUsage){
+    eJSC_JTAG_USAGE_INVALID_FIRST = 0,
+    eJSC_JTAG_USAGE_FRESH = 1, /* it advances */
+    eJSC_JTAG_USAGE_REUSE = 2, /* the same words are sent again */
+    eJSC_JTAG_USAGE_INVALID_LAST = 3,
+};
 typedef enum JSC_JtagUsage JSC_JtagUsage;
 
 /* Width of the host's buffer words. Buffers are read as 16-bit words whatever it says; with
  * WIDTH_32 a repeat advances by whole 32-bit words. */
-JTI_ENUM(JSC_JtagWidth){eJSC_JTAG_WIDTH_INVALID_FIRST = 0,
-                        eJSC_JTAG_WIDTH_1 = 1,
-                        eJSC_JTAG_WIDTH_8 = 2,
-                        eJSC_JTAG_WIDTH_16 = 3,
-                        eJSC_JTAG_WIDTH_32 = 4,
-                        eJSC_JTAG_WIDTH_64 = 5,
-                        eJSC_JTAG_WIDTH_INVALID_LAST = 6};
+JTI_ENUM(JSC_JtagWidth){
+    eJSC_JTAG_WIDTH_INVALID_FIRST = 0,
+    eJSC_JTAG_WIDTH_1 = 1,
+    eJSC_JTAG_WIDTH_8 = 2,
+    eJSC_JTAG_WIDTH_16 = 3,
+    eJSC_JTAG_WIDTH_32 = 4,
+    eJSC_JTAG_WIDTH_64 = 5,
+    eJSC_JTAG_WIDTH_INVALID_LAST = 6,
+};
 typedef enum JSC_JtagWidth JSC_JtagWidth;
 
 /* Compensation of the return path. AUTO clocks one leading word and drops the first word back. */
-JTI_ENUM(JSC_JtagAdjust){eJSC_JTAG_ADJUST_INVALID_FIRST = 0, eJSC_JTAG_ADJUST_AUTO = 1,
-                         eJSC_JTAG_ADJUST_USER = 2, eJSC_JTAG_ADJUST_INVALID_LAST = 3};
+JTI_ENUM(JSC_JtagAdjust){
+    eJSC_JTAG_ADJUST_INVALID_FIRST = 0,
+    eJSC_JTAG_ADJUST_AUTO = 1,
+    eJSC_JTAG_ADJUST_USER = 2,
+    eJSC_JTAG_ADJUST_INVALID_LAST = 3,
+};
 typedef enum JSC_JtagAdjust JSC_JtagAdjust;
 
 /* How ModifyTrstn works on the pin. Only SET_LEVEL is offered. */
-JTI_ENUM(JSC_JtagPin){eJSC_JTAG_PIN_INVALID_FIRST = 0, eJSC_JTAG_PIN_SET_LEVEL = 1,
-                      eJSC_JTAG_PIN_DO_PULSES = 2, eJSC_JTAG_PIN_INVALID_LAST = 3};
+JTI_ENUM(JSC_JtagPin){
+    eJSC_JTAG_PIN_INVALID_FIRST = 0,
+    eJSC_JTAG_PIN_SET_LEVEL = 1,
+    eJSC_JTAG_PIN_DO_PULSES = 2,
+    eJSC_JTAG_PIN_INVALID_LAST = 3,
+};
 typedef enum JSC_JtagPin JSC_JtagPin;
 
 /* What every state move and scan is told. */
@@ -206,24 +239,29 @@ typedef struct JSC_FirmwareAction {
 } JSC_FirmwareAction;
 
 /* Which version MultipleVersion asks for. */
-JTI_ENUM(JSC_FeatureId){eJSC_FEATURE_ID_INVALID_FIRST = 0,
-                        eJSC_FEATURE_ID_TBC_VERSION = 1, /* controller kind, JTI_ControlId */
-                        eJSC_FEATURE_ID_TBC_LENGTH = 2,  /* width of a data word: 16 */
-                        eJSC_FEATURE_ID_POD_VERSION = 3, /* utility revision, 1 to 8 */
-                        eJSC_FEATURE_ID_POD_CAPABLE = 4, /* not known to this controller */
-                        eJSC_FEATURE_ID_INVALID_LAST = 5};
+JTI_ENUM(JSC_FeatureId){
+    eJSC_FEATURE_ID_INVALID_FIRST = 0,
+    eJSC_FEATURE_ID_TBC_VERSION = 1, /* controller kind, JTI_ControlId */
+    eJSC_FEATURE_ID_TBC_LENGTH = 2,  /* width of a data word: 16 */
+    eJSC_FEATURE_ID_POD_VERSION = 3, /* utility revision, 1 to 8 */
+    eJSC_FEATURE_ID_POD_CAPABLE = 4, /* not known to this controller */
+    eJSC_FEATURE_ID_INVALID_LAST = 5,
+};
 typedef enum JSC_FeatureId JSC_FeatureId;
 
 /* Which firmware is meant; none is known to this controller. */
-JTI_ENUM(JSC_FirmwareId){eJSC_FIRMWARE_ID_INVALID_FIRST = 0, eJSC_FIRMWARE_ID_EMULATOR = 1,
-                         eJSC_FIRMWARE_ID_MULTIPOD = 2,      eJSC_FIRMWARE_ID_CLIENT = 3,
-                         eJSC_FIRMWARE_ID_SERVER = 4,        eJSC_FIRMWARE_ID_INVALID_LAST = 5};
+JTI_ENUM(JSC_FirmwareId){
+    eJSC_FIRMWARE_ID_INVALID_FIRST = 0, eJSC_FIRMWARE_ID_EMULATOR = 1,
+    eJSC_FIRMWARE_ID_MULTIPOD = 2,      eJSC_FIRMWARE_ID_CLIENT = 3,
+    eJSC_FIRMWARE_ID_SERVER = 4,        eJSC_FIRMWARE_ID_INVALID_LAST = 5,
+};
 typedef enum JSC_FirmwareId JSC_FirmwareId;
 
 /* Which log is meant; only the reset log exists. */
-JTI_ENUM(JSC_LogFileId){eJSC_LOGFILE_ID_INVALID_FIRST = 0, eJSC_LOGFILE_ID_RESET = 1,
-                        eJSC_LOGFILE_ID_PLL = 2, eJSC_LOGFILE_ID_TEST = 3,
-                        eJSC_LOGFILE_ID_INVALID_LAST = 4};
+JTI_ENUM(JSC_LogFileId){
+    eJSC_LOGFILE_ID_INVALID_FIRST = 0, eJSC_LOGFILE_ID_RESET = 1,        eJSC_LOGFILE_ID_PLL = 2,
+    eJSC_LOGFILE_ID_TEST = 3,          eJSC_LOGFILE_ID_INVALID_LAST = 4,
+};
 typedef enum JSC_LogFileId JSC_LogFileId;
 
 /* What RegisterPoll waits for: ACCESS_READY, the BUFFER1 kinds and COMMAND_FINISH. */
@@ -247,7 +285,8 @@ JTI_ENUM(JSC_StatusType){
     eJSC_STATUS_TYPE_TCLKO_PROGRAM_FINISH = 16,
     eJSC_STATUS_TYPE_TCLKR_MEASURE_START = 17,
     eJSC_STATUS_TYPE_TCLKR_MEASURE_FINISH = 18,
-    eJSC_STATUS_TYPE_INVALID_LAST = 19};
+    eJSC_STATUS_TYPE_INVALID_LAST = 19,
+};
 typedef enum JSC_StatusType JSC_StatusType;
 
 /* ---- the reset log ----------------------------------------------------------------------------
@@ -299,7 +338,8 @@ JTI_ENUM(VexilResetLogIndex){
     RSTLOG_CONTROL_BITIO_CMODEL = 63,
     RSTLOG_CONTROL_BITIO_VHDL = 64,
     RSTLOG_CONTROL_UNKNOWN = 65,
-    RSTLOG_FINISH_INDEX = 73};
+    RSTLOG_FINISH_INDEX = 73,
+};
 typedef enum VexilResetLogIndex VexilResetLogIndex;
 
 /* ---- test clock -------------------------------------------------------------------------------
@@ -422,7 +462,7 @@ JTI_ENUM_UNSIGNED(VexilPllStateAction){
     PLL_STATE_POWER_INIT = 2,  /* bracket an octave below the last frequency */
     PLL_STATE_POWER = 3,       /* one step of the bisection */
     PLL_STATE_MARGIN_INIT = 4, /* first step back from what was found */
-    PLL_STATE_MARGIN = 5       /* further steps back */
+    PLL_STATE_MARGIN = 5,      /* further steps back */
 };
 typedef enum VexilPllStateAction VexilPllStateAction;
 

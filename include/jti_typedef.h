@@ -93,7 +93,7 @@ JTI_ENUM(JTI_ErrorCode){
     eJTI_ERROR_SEARCH_REQUEST = -502,   /* unknown request of the next-frequency search */
     eJTI_ERROR_LOG_FULL = -520,         /* the log is full */
     eJTI_ERROR_TABLE_DELETED = -601,    /* call through a deleted operation table */
-    eJTI_ERROR_PROPERTY = -603          /* description record inconsistent */
+    eJTI_ERROR_PROPERTY = -603,         /* description record inconsistent */
 };
 typedef enum JTI_ErrorCode JTI_ErrorCode;
 

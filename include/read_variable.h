@@ -1,4 +1,5 @@
-/*
+/* Internal to the driver, not for hosts.
+ *
  * read_variable.h: what the driver keeps of the board configuration.
  *
  * One record a group of keys, each filled by its reader. Every record begins with `found`, whether
@@ -192,8 +193,5 @@ typedef struct ZDL_VariableInform {
     ZDL_VariableParams* pVariableData; /* array of variableNum */
     uint32_t variableNum;
 } ZDL_VariableInform;
-
-JTI_STATIC_ASSERT(offsetof(TBC_Variable, slowFreq) == 12, "TBC_Variable.slowFreq");
-JTI_STATIC_ASSERT(offsetof(ZDL_Variable, pDriverName) % 8 == 0, "ZDL_Variable.pDriverName");
 
 #endif /* READ_VARIABLE_H */

@@ -11,7 +11,8 @@
 
 #include "jti_typedef.h"
 #include "shm_structs.h"
-#include "tbc_registers.h"
+#include "hardware/pod_revision.h"
+#include "hardware/tbc_registers.h"
 
 #include <array>
 #include <atomic>

@@ -3,7 +3,7 @@
 
 #include "podsim/model/target.h"
 
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 #include <cstdint>
 

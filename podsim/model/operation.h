@@ -3,7 +3,7 @@
 
 #include "podsim/model/tap_state.h"
 
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 #include <cstdint>
 

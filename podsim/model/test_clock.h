@@ -1,7 +1,8 @@
 // The test clock that the pod clock register programs.
 #pragma once
 
-#include "tbc_registers.h"
+#include "hardware/pod_revision.h"
+#include "hardware/tbc_registers.h"
 
 #include <cstdint>
 

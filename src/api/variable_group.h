@@ -1,9 +1,8 @@
 // One group of configuration variables: read into a scratch record, copied into the handle.
 #pragma once
 
-#include "sys/check.h"
-
 #include "cfg_export.h"
+#include "sys/check.h"
 
 // The four functions of a group. `Flag` tells failure: bool, or int.
 template <typename Variable, typename Flag>

@@ -1,5 +1,6 @@
 #include "controller/utility.h"
 
+#include "hardware/pod_revision.h"
 #include "sys/check.h"
 #include "sys/clock.h"
 #include "transport/attached.h"
@@ -31,8 +32,8 @@ bool status_bit(const JSC_Inform* pJscInform, uint16_t bit) {
     return (pJscInform->pJscControl->StatusCache & bit) != 0;
 }
 
-bool pod_is_old(const JSC_Inform* pJscInform) {
-    return (pJscInform->pJscControl->emuRevision & POD_REVISION_MAJOR_MASK) <= POD_REVISION_1;
+uint32_t pod_revision(const JSC_Inform* pJscInform) {
+    return pJscInform->pJscControl->emuRevision;
 }
 
 // `word` with `bits` set or cleared.
@@ -117,7 +118,7 @@ int32_t util_TrstConfig(JSC_Inform* pJscInform, bool trstConfig) {
     PortWrite(pJscInform, TBC_PORT_POD_CONTROL, with_bits(pod_control, TBC_POD_CLEAR, false));
     PortWrite(pJscInform, TBC_PORT_POD_CONTROL, with_bits(pod_control, TBC_POD_CLEAR, true));
     RETURN_ON_ERROR(qel_PerformIo(pJscInform));
-    if (!pod_is_old(pJscInform)) {
+    if (!pod_needs_clear_recovery(pod_revision(pJscInform))) {
         return eJTI_ERROR_NONE;
     }
     sys_TimeWaitForTime(clear_recovery_us);
@@ -143,7 +144,8 @@ int32_t util_CableStatus(JSC_Inform* pJscInform, JSC_PodStatus* pPodStatus) {
     pPodStatus->nearStatus = false;
     pPodStatus->farStatus = false;
     pPodStatus->powerStatus = status_bit(pJscInform, SUPPORT_CONDITION);
-    pPodStatus->clockStatus = !pod_is_old(pJscInform) && status_bit(pJscInform, SUPPORT_CLOCK_LOST);
+    pPodStatus->clockStatus = pod_has_clock_lost_bit(pod_revision(pJscInform)) &&
+                              status_bit(pJscInform, SUPPORT_CLOCK_LOST);
     return eJTI_ERROR_NONE;
 }
 

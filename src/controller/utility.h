@@ -1,5 +1,6 @@
 // The pod's support register and the controller registers that steer outputs, edges, EMU pins and
-// the event counter. The only code that knows their bits.
+// the event counter, in words of what they do. What a pod of which generation has is told by
+// hardware/pod_revision.h.
 //
 // All return 0; -122 for a null handle or output; -116 for a handle without a controller block,
 // where one is needed; or the code of a failed flush. Outputs change only on success. "As of the
@@ -24,15 +25,15 @@ JTI_EXPORT int32_t util_ResetStatus(JSC_Inform* pJscInform, bool* pResetStatus);
 JTI_EXPORT int32_t util_ResetConfig(JSC_Inform* pJscInform, bool resetConfig);
 // The condition latch, as of the last flush.
 JTI_EXPORT int32_t util_TrstStatus(JSC_Inform* pJscInform, bool* pTrstStatus);
-// Flushes, then pulses the clear line when the condition latch equals trstConfig. Old pods are
-// given 10 ms and a settle delay after the pulse.
+// Flushes, then pulses the clear line when the condition latch equals trstConfig. Pods of the
+// first generation are given 10 ms and a settle delay after the pulse.
 JTI_EXPORT int32_t util_TrstConfig(JSC_Inform* pJscInform, bool trstConfig);
 // The utility revision, 1 to 8, as of the last flush.
 JTI_EXPORT int32_t util_UtilityRevise(JSC_Inform* pJscInform, uint32_t* pReviseStatus);
 // The default link delay in test clocks.
 JTI_EXPORT int32_t util_DelayInform(JSC_Inform* pJscInform, uint32_t* pLinkDelay);
-// Conditions of power and clock, as of the last flush; cable breaks are never reported. Pods up to
-// revision 0x1FF do not report the clock.
+// Conditions of power and clock, as of the last flush; cable breaks are never reported. Pods of the
+// first generation do not report the clock.
 JTI_EXPORT int32_t util_CableStatus(JSC_Inform* pJscInform, JSC_PodStatus* pPodStatus);
 // Clears the power and clock conditions when either is requested; near and far alone clear nothing.
 //   pPodClear  in: the requests

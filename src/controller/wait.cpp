@@ -1,5 +1,6 @@
 #include "controller/wait.h"
 
+#include "hardware/pod_revision.h"
 #include "sys/check.h"
 #include "transport/attached.h"
 #include "transport/port.h"
@@ -22,8 +23,8 @@ uint16_t word_of_kind(JSC_StatusType status) {
 }
 
 bool pod_waits_by_itself(const JSC_Inform* pJscInform) {
-    const uint32_t major = pJscInform->pJscControl->emuRevision & POD_REVISION_MAJOR_MASK;
-    return pJscInform->qelVariable.aw && major > POD_REVISION_1;
+    return pJscInform->qelVariable.aw &&
+           pod_can_wait_for_buffers(pJscInform->pJscControl->emuRevision);
 }
 
 } // namespace

@@ -1,6 +1,6 @@
 // Handles and the description of the library, for the host.
 #include "api/handle.h"
-#include "config/property.h"
+#include "api/property.h"
 #include "sys/check.h"
 
 JTI_Error JSC_CreateHandle(JSC_Inform** ppHandle, JSC_Parameter* pParameter) {

@@ -3,7 +3,8 @@
 // LS_LOGFILE_ITSA_STRING, a count n, n words with the text and at least one NUL, the key.
 #pragma once
 
-#include "jsc_internal.h"
+#include "jsc_external.h"
+#include "log/word_log.h"
 
 // Makes a log of `entryMax` words, zeroed, disabled and not silent.
 //   pLogHandle  out: the log, the caller's until zdl_LogFileDelete; null on failure. A log that

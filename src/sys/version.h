@@ -1,7 +1,8 @@
 // The version record: one constant, filled when the library was built.
 #pragma once
 
-#include "jsc_internal.h"
+#include "jti_typedef.h"
+#include "sys/version_record.h"
 
 // The record, which stays the library's and never changes. The build date and time in it are the
 // compiler's ("May 23 2017", "14:47:32"); with SOURCE_DATE_EPOCH set they are that moment's, in

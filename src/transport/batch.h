@@ -1,8 +1,9 @@
 // The batch: encoded accesses in the pod's out-block, and the list of reads that wait for it.
 //
-// Items reach the batch through Port... (transport/port.h), // BatchCursor
-// (transport/batch_cursor.h). All of those flush first when an item would not fit. Without a
-// channel everything is dropped. None of them needs a handle that is connected.
+// Items reach the batch through Port... and batch_wait (transport/port.h) and, thousands at a time,
+// through a BatchCursor (transport/batch_cursor.h). Those flush first when an item would not fit;
+// the functions here do not. Without a channel everything is dropped. None needs a handle that is
+// connected.
 #pragma once
 
 #include "jsc_internal.h"

@@ -1,5 +1,6 @@
 #include "transport/batch_cursor.h"
 
+#include "hardware/pod_revision.h"
 #include "sys/memory.h"
 #include "transport/batch.h"
 #include "transport/batch_room.h"
@@ -18,7 +19,7 @@ bool accesses_are_dropped(const JSC_Inform* pJscInform) {
 bool settles_after_send(const JSC_Inform* pJscInform) {
     const JSC_Control* control = pJscInform->pJscControl;
     return pJscInform->qelVariable.slowclk && control != nullptr &&
-           (control->emuRevision & POD_REVISION_MAJOR_MASK) <= POD_REVISION_1;
+           pod_needs_settled_words(control->emuRevision);
 }
 
 // Takes over the block's counters, each read once. Counters that no batch can have leave the common

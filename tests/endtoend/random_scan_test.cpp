@@ -6,7 +6,7 @@
 #include "support/podsim_process.h"
 #include "target_model.h"
 
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 #include <gtest/gtest.h>
 

@@ -30,9 +30,10 @@
 #include "transport/port.h"
 #include "transport/proxy_channel.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <string>
 #include <vector>
 
@@ -54,15 +55,10 @@ struct Arguments {
     uint32_t number3 = 0;
     uint32_t numbers[64] = {};
     JSC_JtagState state = eJSC_JTAG_STATE_IDLE;
-    JSC_JtagCommand command{eJSC_JTAG_TRANSIT_QUICKEST,
-                            eJSC_JTAG_SHIFT_DR,
-                            eJSC_JTAG_TRANSIT_QUICKEST,
-                            eJSC_JTAG_STATE_IDLE,
-                            eJSC_JTAG_DELAY_USE_END,
-                            eJSC_JTAG_AMBLE_BOTH,
-                            eJSC_JTAG_USAGE_FRESH,
-                            eJSC_JTAG_WIDTH_16,
-                            eJSC_JTAG_ADJUST_USER};
+    JSC_JtagCommand command{
+        eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_SHIFT_DR,      eJSC_JTAG_TRANSIT_QUICKEST,
+        eJSC_JTAG_STATE_IDLE,       eJSC_JTAG_DELAY_USE_END, eJSC_JTAG_AMBLE_BOTH,
+        eJSC_JTAG_USAGE_FRESH,      eJSC_JTAG_WIDTH_16,      eJSC_JTAG_ADJUST_USER};
     JSC_JtagCommand move{};
     JSC_JtagParam param{1, 0, 16};
     JSC_JtagParam01 param01{1, 0, 16, true};
@@ -91,17 +87,17 @@ struct Row {
 // For functions that return a status, and for those that return nothing.
 #define STATUS(name, of_null, of_blockless, ...)                                                   \
     Row {                                                                                          \
-        #name, of_null, of_blockless,                                                              \
-            [](JSC_Inform * handle, [[maybe_unused]] Arguments & with) -> int64_t {                \
-                return name(handle __VA_OPT__(, ) __VA_ARGS__);                                    \
-            }                                                                                      \
+#name, of_null, of_blockless,                                                              \
+            [](JSC_Inform * handle,                                                                \
+               [[maybe_unused]] Arguments &                                                        \
+                   with) -> int64_t { return name(handle __VA_OPT__(, ) __VA_ARGS__); }            \
     }
 #define NOTHING(name, ...)                                                                         \
     Row {                                                                                          \
-        #name, 0, 0, [](JSC_Inform * handle, [[maybe_unused]] Arguments & with) -> int64_t {       \
+#name, 0, 0, [](JSC_Inform * handle, [[maybe_unused]] Arguments & with) -> int64_t {       \
             name(handle __VA_OPT__(, ) __VA_ARGS__);                                               \
             return 0;                                                                              \
-        }                                                                                          \
+        }       \
     }
 
 const std::vector<Row> rows = {

@@ -3,6 +3,7 @@
 // it goes, and waits for the answer. For test programs that link the driver's objects.
 #pragma once
 
+#include "hardware/pod_revision.h"
 #include "transport/batch.h"
 #include "transport/proxy_channel.h"
 

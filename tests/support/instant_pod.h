@@ -3,6 +3,7 @@
 // benchmarks that measure the driver alone. The real channel is the recording proxy's.
 #pragma once
 
+#include "hardware/pod_revision.h"
 #include "support/failing_os.h"
 #include "transport/batch.h"
 

@@ -18,8 +18,9 @@
 // give the words written to port 23, each reversed end to end, and 0xFFFF when there is none.
 #pragma once
 
+#include "hardware/pod_revision.h"
+#include "hardware/tbc_registers.h"
 #include "shm_structs.h"
-#include "tbc_registers.h"
 
 #include <cstdint>
 #include <functional>

@@ -6,7 +6,7 @@
 #include <unistd.h>
 
 #include "commands/command_set.h"
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 namespace talvor {
 namespace {

@@ -1,8 +1,8 @@
 // talvor link: the link delay, which makes up for the cable's.
 #include "commands/chain_text.h"
 #include "commands/command_set.h"
+#include "hardware/tbc_registers.h"
 #include "session/interrupt.h"
-#include "tbc_registers.h"
 
 namespace talvor {
 namespace {

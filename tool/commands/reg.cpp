@@ -3,7 +3,7 @@
 
 #include "commands/command_set.h"
 #include "commands/values.h"
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 namespace talvor {
 namespace {

@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 
 #include "session/interrupt.h"
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 namespace talvor {
 namespace {

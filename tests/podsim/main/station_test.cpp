@@ -3,7 +3,7 @@
 
 #include "host.h"
 
-#include "tbc_registers.h"
+#include "hardware/tbc_registers.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

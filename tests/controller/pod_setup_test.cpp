@@ -1,5 +1,4 @@
-#include "api/pod_setup.h"
-
+#include "controller/pod_setup.h"
 #include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 

@@ -1,5 +1,4 @@
-#include "config/property.h"
-
+#include "api/property.h"
 #include "jsc_internal.h"
 #include "support/failing_os.h"
 #include "sys/version.h"

@@ -1,6 +1,5 @@
-#include "config/property.h"
+#include "api/property.h"
 
-#include "jsc_internal.h"
 #include "sys/memory.h"
 #include "sys/version.h"
 

@@ -2,7 +2,8 @@
  * tbc_registers.h: the scan controller's register map, its bits and the words written to it.
  *
  * The one place for these names, for the driver and for the simulated pod. Registers are 16 bits
- * wide and are reached as ports, by number. Stands on its own (C11 or C++20).
+ * wide and are reached as ports, by number. pod_revision.h tells which pods have which bits. Stands
+ * on its own (C11 or C++20).
  */
 #ifndef TBC_REGISTERS_H
 #define TBC_REGISTERS_H
@@ -150,10 +151,10 @@
 #define POD_CLOCK_TDI_LOAD 0x0020      /* bit 5 */
 #define POD_CLOCK_SHORT_DELAY 0x0040   /* bit 6 */
 #define POD_CLOCK_PREDIVIDE 0x0080     /* bit 7 */
-#define POD_CLOCK_ADAPT_DELAY_SHIFT 8  /* bits 10..8, revisions up to 0x1FF */
+#define POD_CLOCK_ADAPT_DELAY_SHIFT 8  /* bits 10..8, pods without a clock exponent */
 #define POD_CLOCK_ADAPT_DELAY_MASK 0x7 /* before the shift */
 #define POD_CLOCK_ADAPT_ENABLE 0x0800  /* bit 11 */
-#define POD_CLOCK_EXPONENT_SHIFT 12    /* bits 14..12, revisions above 0x1FF */
+#define POD_CLOCK_EXPONENT_SHIFT 12    /* bits 14..12, pods with a clock exponent */
 #define POD_CLOCK_EXPONENT_MASK 0x7    /* before the shift */
 
 #define POD_TIMING_HOST_WAITS                                                                      \
@@ -163,29 +164,18 @@
 #define POD_TIMING_TMS_SHIFT 2     /* bits 4..2 */
 #define POD_TIMING_TDO_SHIFT 5     /* bits 7..5 */
 #define POD_TIMING_OFFSET_MASK 0x7 /* before either shift */
-#define POD_TIMING_EMU0 0x0100     /* bit 8, revisions above 0x2FF */
-#define POD_TIMING_EMU1 0x0200     /* bit 9, revisions above 0x2FF */
+#define POD_TIMING_EMU0 0x0100     /* bit 8, pods with a pin register */
+#define POD_TIMING_EMU1 0x0200     /* bit 9, pods with a pin register */
 #define POD_TIMING_BYPASS_SHIFT 10 /* bits 11..10 */
 #define POD_TIMING_BYPASS_MASK 0x3 /* before the shift */
 #define POD_TIMING_LOOPBACK 0x1000 /* bit 12 */
 
 #define POD_PINS_CLAMP_MASK 0x000F /* bits 3..0: voltage clamp */
-#define POD_PINS_CLAMP_HIGH 0x0080 /* bit 7: bit 4 of the clamp, from revision 0x302 */
+#define POD_PINS_CLAMP_HIGH 0x0080 /* bit 7: bit 4 of the clamp, where there is one */
 #define POD_PINS_CLAMP_BIT4 0x0010 /* that bit within the clamp value */
 #define POD_PINS_EMU0 0x0020       /* bit 5: EMU0 mode is 2 */
 #define POD_PINS_EMU1 0x0040       /* bit 6: EMU1 mode is 2 */
 #define POD_EMU_MODE_DRIVEN 2      /* the EMU pin mode that those two bits report */
-
-/* ---- pod revision, 16 bits: major in the high byte --------------------------------------------
- */
-
-#define POD_REVISION_MAJOR_MASK 0xFF00
-#define POD_REVISION_MINOR_MASK 0x00FF
-#define POD_REVISION_1 0x0100
-#define POD_REVISION_2 0x0200
-#define POD_REVISION_3 0x0300
-#define POD_REVISION_4 0x0400
-#define POD_REVISION_3_CLAMP_MINOR 2 /* first minor of revision 3 with the high clamp bit */
 
 /* ---- TBC_PORT_SUPPORT -------------------------------------------------------------------------
  */
@@ -194,7 +184,7 @@
 #define SUPPORT_REVISION_MASK 0x00E0 /* utility revision, inverted */
 #define SUPPORT_REVISION_SHIFT 5
 #define SUPPORT_RESET 0x0100      /* target reset asserted */
-#define SUPPORT_CLOCK_LOST 0x0200 /* test clock lost; pods above revision 0x1FF */
+#define SUPPORT_CLOCK_LOST 0x0200 /* test clock lost; pods from generation 2 on */
 
 /* ---- link delay -------------------------------------------------------------------------------
  */
