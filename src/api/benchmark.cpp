@@ -6,13 +6,13 @@
 
 namespace {
 
-constexpr uint32_t last_pin = 1;
+constexpr uint32_t kLastPin = 1;
 
 } // namespace
 
 int32_t jsc_Benchmark(JSC_Inform* pJscInform, uint32_t eventPinIndex, bool eventPinRise,
                       uint32_t* pEventPinCount) {
-    RETURN_IF(pJscInform == nullptr || pEventPinCount == nullptr || eventPinIndex > last_pin,
+    RETURN_IF(pJscInform == nullptr || pEventPinCount == nullptr || eventPinIndex > kLastPin,
               eJTI_ERROR_BAD_ARGUMENT);
     *pEventPinCount = 0;
     uint32_t count = 0;

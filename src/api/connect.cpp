@@ -17,8 +17,6 @@
 
 namespace {
 
-constexpr uint32_t default_tclk_hz = 20000;
-
 // What the steps of a connect hand on.
 struct Connect {
     bool reset_released; // the target reset was found asserted
@@ -131,7 +129,7 @@ JTI_Error initialise_long(JSC_Inform* pHandle, Connect& connect) {
 JTI_Error apply_mode(JSC_Inform* pHandle, Connect& /*connect*/) {
     RETURN_IF((pHandle->clientRecipe & JSC_RECIPE_MODE_CONFIG) == 0, eJTI_ERROR_NONE);
     RETURN_ON_ERROR(WaitForTbcDone(pHandle));
-    JSC_AdjustStuff adjust{false, default_tclk_hz};
+    JSC_AdjustStuff adjust{false, PLL_TCLK_F_TIMEOUT};
     return tbc_ModeConfig(pHandle, &adjust);
 }
 
@@ -142,22 +140,22 @@ JTI_Error check_queued(JSC_Inform* pHandle, Connect& /*connect*/) {
 using ConnectStep = JTI_Error (*)(JSC_Inform* pHandle, Connect& connect);
 
 // Their failures go up as they are.
-constexpr ConnectStep pod_steps[] = {
+constexpr ConnectStep kPodSteps[] = {
     check_generation,         set_up_pod,     connect_outputs, release_target_reset,
     clear_latched_conditions, enable_outputs, check_pod,
 };
 // Their failures are diagnosed: a transport error or a cable condition says more.
-constexpr ConnectStep controller_steps[] = {
+constexpr ConnectStep kControllerSteps[] = {
     find_controller, start_controller, load_cache,   set_trstn,
     initialise_long, apply_mode,       check_queued,
 };
 
 JTI_Error bring_up(JSC_Inform* pHandle) {
     Connect connect{};
-    for (const ConnectStep step : pod_steps) {
+    for (const ConnectStep step : kPodSteps) {
         RETURN_ON_ERROR(step(pHandle, connect));
     }
-    for (const ConnectStep step : controller_steps) {
+    for (const ConnectStep step : kControllerSteps) {
         const JTI_Error error = step(pHandle, connect);
         if (error != eJTI_ERROR_NONE) {
             return jsc_Diagnose(pHandle, error);

@@ -8,14 +8,13 @@
 
 namespace {
 
-constexpr char block_kind[] = "control";
-constexpr char block_owner[] = "libjsctalvor.so";
-constexpr uint32_t default_tclk_hz = 20000;
+constexpr char kBlockKind[] = "control";
+constexpr char kBlockOwner[] = "libjsctalvor.so";
 
 JSC_TimeDependancy default_dependency() {
     JSC_TimeDependancy depend{};
     depend.slowMode = true;
-    depend.tclkFreq = default_tclk_hz;
+    depend.tclkFreq = PLL_TCLK_F_TIMEOUT;
     depend.useIrPath = true;
     depend.mainCount = 1;
     depend.commandRepeat = 1;
@@ -43,7 +42,7 @@ int32_t controller_block_attach(JSC_Inform* pHandle) {
     const ZDL_Variable& emulator = pHandle->zdlVariable;
     RETURN_IF(emulator.pDriverName == nullptr || emulator.pPortAddress == nullptr,
               eJTI_ERROR_SHARED_BLOCK);
-    ShareNames names{block_kind, block_owner, emulator.pDriverName, *emulator.pPortAddress};
+    ShareNames names{kBlockKind, kBlockOwner, emulator.pDriverName, *emulator.pPortAddress};
     bool created = true;
     pHandle->tbcShare.size = SHARE_CONTROL_SIZE;
     RETURN_ON_ERROR(sys_ShareAlloc(&names, &pHandle->tbcShare, &created));

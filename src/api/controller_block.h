@@ -5,7 +5,7 @@
 
 // Attaches the block that the handle's driver name and port stand for; the first handle on a pod
 // fills in every default. -164 no driver name, or the block could not be made or mapped.
-int32_t controller_block_attach(JSC_Inform* pHandle);
+[[nodiscard]] int32_t controller_block_attach(JSC_Inform* pHandle);
 
 // Detaches it. Pending reads go first: some have their destination in the block. pJscControl is
 // null afterwards, unless the release failed.

@@ -13,10 +13,10 @@ struct CodeRange {
 };
 
 // Codes that the state of the pod cannot explain any better.
-constexpr CodeRange telling_codes[] = {{-120, -129}, {-180, -183}, {-311, -317}};
+constexpr CodeRange kTellingCodes[] = {{-120, -129}, {-180, -183}, {-311, -317}};
 
 bool is_telling(int32_t code) {
-    for (const CodeRange& range : telling_codes) {
+    for (const CodeRange& range : kTellingCodes) {
         if (code <= range.first && code >= range.last) {
             return true;
         }

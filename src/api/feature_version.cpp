@@ -6,7 +6,7 @@
 
 namespace {
 
-constexpr uint32_t data_word_bits = 16;
+constexpr uint32_t kDataWordBits = 16;
 
 } // namespace
 
@@ -34,7 +34,7 @@ int32_t tbc_MultipleVersion(JSC_Inform* pJscInform, JSC_FeatureId featureId, boo
         *pFeatureValue = static_cast<uint32_t>(pJscInform->pJscControl->ctlrRevise);
         return eJTI_ERROR_NONE;
     case eJSC_FEATURE_ID_TBC_LENGTH:
-        *pFeatureValue = data_word_bits;
+        *pFeatureValue = kDataWordBits;
         return eJTI_ERROR_NONE;
     case eJSC_FEATURE_ID_POD_VERSION:
         return util_UtilityRevise(pJscInform, pFeatureValue);

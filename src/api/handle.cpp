@@ -15,16 +15,16 @@
 
 namespace {
 
-constexpr VariableGroup emulator_group{READ_ZdlCreate, READ_ZdlInitial, READ_ZdlVariable,
+constexpr VariableGroup kEmulatorGroup{READ_ZdlCreate, READ_ZdlInitial, READ_ZdlVariable,
                                        READ_ZdlDelete};
-constexpr VariableGroup controller_group{READ_TbcCreate, READ_TbcInitial, READ_TbcVariable,
+constexpr VariableGroup kControllerGroup{READ_TbcCreate, READ_TbcInitial, READ_TbcVariable,
                                          READ_TbcDelete};
-constexpr VariableGroup test_clock_group{READ_PllCreate, READ_PllInitial, READ_PllVariable,
-                                         READ_PllDelete};
-constexpr VariableGroup pod_group{READ_KelmCreate, READ_KelmInitial, READ_KelmVariable,
+constexpr VariableGroup kTestClockGroup{READ_PllCreate, READ_PllInitial, READ_PllVariable,
+                                        READ_PllDelete};
+constexpr VariableGroup kPodGroup{READ_KelmCreate, READ_KelmInitial, READ_KelmVariable,
                                   READ_KelmDelete};
-constexpr VariableGroup pod_clock_group{READ_QelCreate, READ_QelInitial, READ_QelVariable,
-                                        READ_QelDelete};
+constexpr VariableGroup kPodClockGroup{READ_QelCreate, READ_QelInitial, READ_QelVariable,
+                                       READ_QelDelete};
 
 // What an earlier initialisation left behind, when the handle was quit and is initialised anew.
 JTI_Error free_remains(JSC_Inform* pHandle) {
@@ -35,13 +35,13 @@ JTI_Error free_remains(JSC_Inform* pHandle) {
 JTI_Error read_configuration(JSC_Inform* pHandle) {
     CFG_Handle host = pHandle->cfgHandle;
     CFG_Interface* table = pHandle->pCfgInterface;
-    RETURN_ON_ERROR(read_group(emulator_group, host, table, &pHandle->zdlVariable));
+    RETURN_ON_ERROR(read_group(kEmulatorGroup, host, table, &pHandle->zdlVariable));
     // Points into the copy, so it is made on the copy.
     RETURN_ON_ERROR(Make_ZdlPseudo(&pHandle->zdlVariable));
-    RETURN_ON_ERROR(read_group(controller_group, host, table, &pHandle->tbcVariable));
-    RETURN_ON_ERROR(read_group(test_clock_group, host, table, &pHandle->pllVariable));
-    RETURN_ON_ERROR(read_group(pod_group, host, table, &pHandle->kelmVariable));
-    return read_group(pod_clock_group, host, table, &pHandle->qelVariable);
+    RETURN_ON_ERROR(read_group(kControllerGroup, host, table, &pHandle->tbcVariable));
+    RETURN_ON_ERROR(read_group(kTestClockGroup, host, table, &pHandle->pllVariable));
+    RETURN_ON_ERROR(read_group(kPodGroup, host, table, &pHandle->kelmVariable));
+    return read_group(kPodClockGroup, host, table, &pHandle->qelVariable);
 }
 
 JTI_Error make_reset_log(JSC_Inform* pHandle) {
@@ -72,7 +72,7 @@ JTI_Error count_out(JSC_Inform* pHandle) {
 
 using InitStep = JTI_Error (*)(JSC_Inform* pHandle);
 
-constexpr InitStep init_steps[] = {
+constexpr InitStep kInitSteps[] = {
     free_remains, read_configuration, make_reset_log, open_pod, controller_block_attach, count_in,
 };
 
@@ -106,7 +106,7 @@ int32_t jsc_InitHandle(JSC_Inform* pHandle, uint32_t clientRecipe, JTI_Client jt
     pHandle->pCfgInterface = pCfgInterface;
     RETURN_IF(pHandle->ctlrSoftOpen || pHandle->ctlrHardOpen, eJTI_ERROR_HANDLE_STATE);
     pHandle->ctlrSoftOpen = true;
-    for (const InitStep step : init_steps) {
+    for (const InitStep step : kInitSteps) {
         RETURN_ON_ERROR(step(pHandle));
     }
     return eJTI_ERROR_NONE;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int readings_most = 3;
+constexpr int kReadingsMost = 3;
 
 void accumulate(JSC_PodStatus& all, const JSC_PodStatus& reading) {
     all.nearStatus = all.nearStatus || reading.nearStatus;
@@ -24,7 +24,7 @@ bool reports(const JSC_PodStatus& status) {
 // Reads until a condition has had the time to show everything that goes with it.
 JTI_Error read_conditions(JSC_Inform* pJscInform, JSC_PodStatus* pAll) {
     uint32_t settle_us = 0;
-    for (int reading = 0; reading < readings_most; ++reading) {
+    for (int reading = 0; reading < kReadingsMost; ++reading) {
         JSC_PodStatus status{};
         RETURN_ON_ERROR(util_CableStatus(pJscInform, &status));
         accumulate(*pAll, status);

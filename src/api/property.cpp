@@ -1,5 +1,6 @@
 #include "api/property.h"
 
+#include "sys/check.h"
 #include "sys/memory.h"
 #include "sys/version.h"
 
@@ -50,7 +51,7 @@ const char* text_of(const PropertyText& entry) {
 }
 
 uint32_t room_of(const PropertyText& entry) {
-    return static_cast<uint32_t>(strlen(text_of(entry)) + 1);
+    return static_cast<uint32_t>(std::strlen(text_of(entry)) + 1);
 }
 
 int32_t fill(JTI_Property& property) {
@@ -59,19 +60,17 @@ int32_t fill(JTI_Property& property) {
         length += room_of(entry);
     }
     char* block = static_cast<char*>(sys_MemFastAlloc(length));
-    if (block == nullptr) {
-        return eJTI_ERROR_NO_MEMORY;
-    }
+    RETURN_IF(block == nullptr, eJTI_ERROR_NO_MEMORY);
     property.propertyVersion = kPropertyVersion;
     property.propertyCount = kPropertyCount;
     property.propertyString = block;
     property.propertyLength = length;
     for (const PropertyText& entry : kTexts) {
-        memcpy(block, text_of(entry), room_of(entry));
+        std::memcpy(block, text_of(entry), room_of(entry));
         property.*entry.field = block;
         block += room_of(entry);
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 void empty(JTI_Property& property) {
@@ -83,14 +82,12 @@ void empty(JTI_Property& property) {
 } // namespace
 
 int32_t PropertyLoad(bool assign, JTI_Property* pProperty) {
-    if (pProperty == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pProperty == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     if (assign) {
         return fill(*pProperty);
     }
     empty(*pProperty);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 bool property_is_complete(const JTI_Property& property) {
@@ -106,34 +103,22 @@ bool property_is_complete(const JTI_Property& property) {
 }
 
 int32_t zdl_PropertyCreate(JTI_Property** ppProperty) {
-    if (ppProperty == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(ppProperty == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     *ppProperty = nullptr;
     auto* property = static_cast<JTI_Property*>(sys_MemFastAlloc(sizeof(JTI_Property)));
-    if (property == nullptr) {
-        return eJTI_ERROR_NO_MEMORY;
-    }
-    if (const int32_t error = PropertyLoad(true, property)) {
-        return error;
-    }
-    if (!property_is_complete(*property)) {
-        return eJTI_ERROR_PROPERTY;
-    }
+    RETURN_IF(property == nullptr, eJTI_ERROR_NO_MEMORY);
+    RETURN_ON_ERROR(PropertyLoad(true, property));
+    RETURN_IF(!property_is_complete(*property), eJTI_ERROR_PROPERTY);
     *ppProperty = property;
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t zdl_PropertyDelete(JTI_Property** ppProperty) {
-    if (ppProperty == nullptr || *ppProperty == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(ppProperty == nullptr || *ppProperty == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     void* record = *ppProperty;
     *ppProperty = nullptr;
-    if (const int32_t error = PropertyLoad(false, static_cast<JTI_Property*>(record))) {
-        return error;
-    }
+    RETURN_ON_ERROR(PropertyLoad(false, static_cast<JTI_Property*>(record)));
     uint32_t size = sizeof(JTI_Property);
     sys_MemFastFree(&record, &size);
-    return 0;
+    return eJTI_ERROR_NONE;
 }

@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int settles_after_reset = 8;
+constexpr int kSettlesAfterReset = 8;
 
 // What the steps of a long initialisation hand on.
 struct LongInit {
@@ -83,7 +83,7 @@ JTI_Error reset_soft(JSC_Inform* pJscInform, LongInit& init) {
     } else if (!init.reset_was_asserted && !init.action.resetHard) {
         WaitAWhileTbc(pJscInform);
     }
-    for (int settle = 0; settle < settles_after_reset; ++settle) {
+    for (int settle = 0; settle < kSettlesAfterReset; ++settle) {
         WaitAWhileTbc(pJscInform);
     }
     return eJTI_ERROR_NONE;
@@ -193,7 +193,7 @@ JTI_Error set_link_delay(JSC_Inform* pJscInform, LongInit& init) {
 
 using LongInitStep = JTI_Error (*)(JSC_Inform* pJscInform, LongInit& init);
 
-constexpr LongInitStep long_init_steps[] = {
+constexpr LongInitStep kLongInitSteps[] = {
     hide,      reset_hard,       reset_soft, read_emu_pins, set_events,
     set_edges, clear_power_loss, reset_tap,  check_power,   set_defaults,
     set_pins,  set_link_delay,   reveal,
@@ -236,7 +236,7 @@ int32_t tbc_InitLong(JSC_Inform* pJscInform, bool doneTrstn, LogFileInfo* pLogFi
     RETURN_IF(pLogFileInfo == nullptr || pResetAction == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     RETURN_ON_ERROR(check_attached(pJscInform));
     LongInit init{*pResetAction, *pLogFileInfo, doneTrstn, false, eJSC_JTAG_STATE_RESET};
-    for (const LongInitStep step : long_init_steps) {
+    for (const LongInitStep step : kLongInitSteps) {
         RETURN_ON_ERROR(step(pJscInform, init));
     }
     pJscInform->pJscControl->powerLossErased = false;

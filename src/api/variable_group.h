@@ -23,8 +23,8 @@ VariableGroup(Flag (*)(Variable**), void (*)(Variable*),
 //   pKept  out: the handle's record; untouched on failure
 // -131 no memory for the scratch record; -132 it could not be released; else the reader's code.
 template <typename Variable, typename Flag>
-JTI_Error read_group(const VariableGroup<Variable, Flag>& group, CFG_Handle cfgHandle,
-                     CFG_Interface* pCfgInterface, Variable* pKept) {
+[[nodiscard]] JTI_Error read_group(const VariableGroup<Variable, Flag>& group, CFG_Handle cfgHandle,
+                                   CFG_Interface* pCfgInterface, Variable* pKept) {
     Variable* scratch = nullptr;
     RETURN_IF(group.create(&scratch), eJTI_ERROR_NO_MEMORY);
     group.initial(scratch);

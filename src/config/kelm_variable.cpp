@@ -1,23 +1,22 @@
 #include "config/kelm_variable.h"
 
 #include "config/variable_record.h"
+#include "sys/check.h"
 
 namespace {
 
-const char* const kLogTypeTitle[] = {"verbose", "brief", nullptr};
-const uint32_t kLogTypeValue[] = {true, false, LS_VALUE_NOTHING};
+constexpr const char* kLogTypeTitle[] = {"verbose", "brief", nullptr};
+constexpr uint32_t kLogTypeValue[] = {true, false, LS_VALUE_NOTHING};
 
 // Any other word changes nothing and is no error: kept, as boards carry words of other drivers.
 int32_t read_log_type(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
     uint32_t verbose = 0;
     if (find_word(text, row.words, &verbose)) {
         store_value(walk, row.field, verbose);
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 bool host_name_is_there(const KeyWalk& walk) {

@@ -1,5 +1,6 @@
 #include "config/key_reader.h"
 
+#include "sys/check.h"
 #include "sys/keyword.h"
 
 #include <cstring>
@@ -12,39 +13,31 @@ void* place_of(const KeyWalk& walk, KeyField field) {
 
 uint32_t stored_value(const KeyWalk& walk, KeyField field) {
     uint32_t value = 0;
-    memcpy(&value, place_of(walk, field), sizeof(value));
+    std::memcpy(&value, place_of(walk, field), sizeof(value));
     return value;
 }
 
 // Asks for the global context. *pFound is written only when the host answered.
 int32_t enter_context(KeyWalk& walk, bool* pFound) {
     uint32_t invalid_id = 0;
-    if (const int32_t error = walk.host->GetContextIdInvalid(walk.handle, &invalid_id)) {
-        return error;
-    }
+    RETURN_ON_ERROR(walk.host->GetContextIdInvalid(walk.handle, &invalid_id));
     bool found = false;
-    if (const int32_t error = walk.host->GetContextIdGlobal(walk.handle, &walk.context, &found)) {
-        return error;
-    }
+    RETURN_ON_ERROR(walk.host->GetContextIdGlobal(walk.handle, &walk.context, &found));
     *pFound = found;
-    return found && walk.context == invalid_id ? int32_t{eJTI_ERROR_BAD_ARGUMENT} : 0;
+    return found && walk.context == invalid_id ? eJTI_ERROR_BAD_ARGUMENT : eJTI_ERROR_NONE;
 }
 
 int32_t read_row(KeyWalk& walk, const KeyRow& row) {
     if (row.when != nullptr && !row.when(walk)) {
-        return 0;
+        return eJTI_ERROR_NONE;
     }
     JBD_Context entry = nullptr;
     bool found = false;
-    if (const int32_t error =
-            walk.host->GetContextHandle(walk.handle, walk.context, row.name, &entry, &found)) {
-        return error;
-    }
+    RETURN_ON_ERROR(
+        walk.host->GetContextHandle(walk.handle, walk.context, row.name, &entry, &found));
     store_value(walk, row.use, found);
     if (found || row.always) {
-        if (const int32_t error = row.read(walk, row, entry)) {
-            return error;
-        }
+        RETURN_ON_ERROR(row.read(walk, row, entry));
     } else if (row.absent) {
         store_value(walk, row.field, *row.absent);
     }
@@ -63,9 +56,7 @@ bool is_within(const KeyRow& row, uint32_t value) {
 
 int32_t walk_keys(CFG_Handle handle, const CFG_Interface* host, bool* pFound, void* record,
                   std::span<const KeyRow> rows) {
-    if (handle == nullptr || host == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(handle == nullptr || host == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     *pFound = false;
     KeyWalk walk = {handle, host, 0, record, 0};
     const int32_t error = enter_context(walk, pFound);
@@ -73,11 +64,9 @@ int32_t walk_keys(CFG_Handle handle, const CFG_Interface* host, bool* pFound, vo
         return error;
     }
     for (const KeyRow& row : rows) {
-        if (const int32_t row_error = read_row(walk, row)) {
-            return row_error;
-        }
+        RETURN_ON_ERROR(read_row(walk, row));
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_boolean(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
@@ -86,7 +75,7 @@ int32_t read_boolean(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
         return unreadable(row, error);
     }
     store_value(walk, row.field, value);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_unsigned(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
@@ -95,7 +84,7 @@ int32_t read_unsigned(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
         return unreadable(row, error);
     }
     store_value(walk, row.field, value);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_limited(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
@@ -103,70 +92,58 @@ int32_t read_limited(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     if (const int32_t error = walk.host->GetContextUnsign32(walk.handle, entry, &value)) {
         return unreadable(row, error);
     }
-    if (!is_within(row, value)) {
-        return row.refused;
-    }
+    RETURN_IF(!is_within(row, value), row.refused);
     store_value(walk, row.field, value);
     store_value(walk, row.known, true);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_text(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
-    memcpy(place_of(walk, row.field), &text.text, sizeof(text.text));
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
+    std::memcpy(place_of(walk, row.field), &text.text, sizeof(text.text));
     store_value(walk, row.length, text.length);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_keyword(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
     uint32_t value = 0;
-    if (!find_word(text, row.words, &value)) {
-        return row.refused;
-    }
+    RETURN_IF(!find_word(text, row.words, &value), row.refused);
     store_value(walk, row.field, value);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_keyword_or_boolean(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
     uint32_t value = 0;
     if (!find_word(text, row.words, &value)) {
         return read_boolean(walk, row, entry);
     }
     store_value(walk, row.field, value);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_keyword_or_limited(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
     uint32_t value = 0;
     if (!find_word(text, row.words, &value)) {
         return read_limited(walk, row, entry);
     }
     store_value(walk, row.field, value);
     store_value(walk, row.known, false);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t within_limits(KeyWalk& walk, const KeyRow& row) {
-    return is_within(row, stored_value(walk, row.field)) ? 0 : row.refused;
+    return is_within(row, stored_value(walk, row.field)) ? eJTI_ERROR_NONE : row.refused;
 }
 
 int32_t length_within_limits(KeyWalk& walk, const KeyRow& row) {
-    return is_within(row, stored_value(walk, row.length)) ? 0 : row.refused;
+    return is_within(row, stored_value(walk, row.length)) ? eJTI_ERROR_NONE : row.refused;
 }
 
 int32_t get_text(const KeyWalk& walk, JBD_Context entry, KeyText* pText) {
@@ -192,8 +169,8 @@ uint32_t true_length(const KeyText& text) {
 void store_value(const KeyWalk& walk, KeyField field, uint32_t value) {
     if (field.size == sizeof(bool)) {
         const bool flag = value != 0;
-        memcpy(place_of(walk, field), &flag, sizeof(flag));
+        std::memcpy(place_of(walk, field), &flag, sizeof(flag));
     } else if (field.size == sizeof(value)) {
-        memcpy(place_of(walk, field), &value, sizeof(value));
+        std::memcpy(place_of(walk, field), &value, sizeof(value));
     }
 }

@@ -7,6 +7,7 @@
 
 #include "cfg_export.h"
 #include "jsc_external.h"
+#include "sys/check.h"
 
 #include <optional>
 #include <span>
@@ -86,9 +87,7 @@ int32_t walk_keys(CFG_Handle handle, const CFG_Interface* host, bool* pFound, vo
 template <typename Variable>
 int32_t read_keys(CFG_Handle handle, const CFG_Interface* host, Variable* record,
                   std::span<const KeyRow> rows) {
-    if (record == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(record == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     return walk_keys(handle, host, &record->found, record, rows);
 }
 

@@ -37,7 +37,7 @@ int32_t compute_slow_clock(KeyWalk& walk, const KeyRow&) {
         const uint32_t base = qel.prediv ? kClockBasePredivided : kClockBase;
         qel.slowclk = qel.aclken || base / (qel.tckdiv + kClockDividerOffset) <= kSlowClockLimit;
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 #define FIELD(name) KEY_FIELD(QEL_Variable, name)

@@ -2,6 +2,7 @@
 
 #include "config/variable_record.h"
 #include "jsc_export.h"
+#include "sys/check.h"
 
 namespace {
 
@@ -10,7 +11,7 @@ constexpr uint32_t kSlowFrequencyDefault = PLL_TCLK_F_TIMEOUT;
 constexpr uint32_t kSlowFrequencyLowest = PLL_TCLK_F_DEAD;
 
 // The end delays take a number or this word, which stands for 0.
-const char* const kDefaultTitle[] = {"default", nullptr};
+constexpr const char* kDefaultTitle[] = {"default", nullptr};
 
 // The slow clock wins over the fast one, and a slow frequency forces it.
 int32_t choose_clock(KeyWalk& walk, const KeyRow&) {
@@ -26,32 +27,30 @@ int32_t choose_clock(KeyWalk& walk, const KeyRow&) {
         tbc.useFastClock = false;
         tbc.fastClock = false;
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 // Which key gives the link delay. Without a mode key it is the older one.
-enum LinkKey : uint32_t { kLinkKeyOlder, kLinkKeyNone, kLinkKeyValue };
+enum LinkKey : uint32_t { LinkKeyOlder, LinkKeyNone, LinkKeyValue };
 
-const char* const kLinkModeTitle[] = {"disable", "enable", nullptr};
-const uint32_t kLinkModeValue[] = {kLinkKeyNone, kLinkKeyValue, LS_VALUE_NOTHING};
+constexpr const char* kLinkModeTitle[] = {"disable", "enable", nullptr};
+constexpr uint32_t kLinkModeValue[] = {LinkKeyNone, LinkKeyValue, LS_VALUE_NOTHING};
 
-const char* const kLinkDelayTitle[] = {"default", "automatic", nullptr};
-const uint32_t kLinkDelayValue[] = {false, true, LS_VALUE_NOTHING};
+constexpr const char* kLinkDelayTitle[] = {"default", "automatic", nullptr};
+constexpr uint32_t kLinkDelayValue[] = {false, true, LS_VALUE_NOTHING};
 
 int32_t read_link_mode(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
-    return find_word(text, row.words, &walk.choice) ? 0 : row.refused;
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
+    return find_word(text, row.words, &walk.choice) ? eJTI_ERROR_NONE : row.refused;
 }
 
 bool link_value_chosen(const KeyWalk& walk) {
-    return walk.choice == kLinkKeyValue;
+    return walk.choice == LinkKeyValue;
 }
 
 bool link_older_chosen(const KeyWalk& walk) {
-    return walk.choice == kLinkKeyOlder;
+    return walk.choice == LinkKeyOlder;
 }
 
 // A signed number changes the delay, an unsigned one is the delay: the first character tells.
@@ -60,27 +59,21 @@ int32_t read_link_number(KeyWalk& walk, const KeyRow& row, JBD_Context entry, co
     const char first = true_length(text) != 0 ? text.text[0] : '\0';
     if (first == '-' || first == '+') {
         int32_t delta = 0;
-        if (walk.host->GetContextSigned32(walk.handle, entry, &delta) != 0) {
-            return row.unreadable;
-        }
+        RETURN_IF(walk.host->GetContextSigned32(walk.handle, entry, &delta) != 0, row.unreadable);
         tbc.linkDelta = delta;
         tbc.useLinkDelta = true;
     } else {
         uint32_t delay = 0;
-        if (walk.host->GetContextUnsign32(walk.handle, entry, &delay) != 0) {
-            return row.unreadable;
-        }
+        RETURN_IF(walk.host->GetContextUnsign32(walk.handle, entry, &delay) != 0, row.unreadable);
         tbc.linkDelay = delay;
         tbc.useLinkDelay = true;
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t read_link_delay(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
     TBC_Variable& tbc = record_of<TBC_Variable>(walk);
     tbc.useLinkDelta = false;
     tbc.useLinkDelay = false;
@@ -89,7 +82,7 @@ int32_t read_link_delay(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     uint32_t automatic = false;
     const bool is_word = find_word(text, row.words, &automatic);
     tbc.linkAuto = tbc.useLinkAuto = automatic != 0;
-    return is_word ? 0 : read_link_number(walk, row, entry, text);
+    return is_word ? eJTI_ERROR_NONE : read_link_number(walk, row, entry, text);
 }
 
 // A group of pins is active with a mode and a value, or not at all. Its use flags still tell which
@@ -101,7 +94,7 @@ int32_t both_or_neither(KeyWalk& walk, const KeyRow&) {
         tbc.*mode = 0;
         tbc.*value = 0;
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 #define FIELD(name) KEY_FIELD(TBC_Variable, name)

@@ -6,7 +6,7 @@
 // A record on the heap, contents undefined; the caller owns it. Returns whether that failed: null
 // pp, or no memory, with *pp null.
 template <typename Variable>
-bool create_variable(Variable** pp) {
+[[nodiscard]] bool create_variable(Variable** pp) {
     if (pp == nullptr) {
         return true;
     }
@@ -16,7 +16,7 @@ bool create_variable(Variable** pp) {
 
 // Sets *pp to null, then frees the record. Returns whether that failed: null pp or null *pp.
 template <typename Variable>
-bool delete_variable(Variable** pp) {
+[[nodiscard]] bool delete_variable(Variable** pp) {
     if (pp == nullptr || *pp == nullptr) {
         return true;
     }

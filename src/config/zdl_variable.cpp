@@ -1,6 +1,7 @@
 #include "config/zdl_variable.h"
 
 #include "config/variable_record.h"
+#include "sys/check.h"
 #include "sys/hash.h"
 #include "sys/path.h"
 
@@ -81,7 +82,7 @@ constexpr KeyRow kRows[] = {
 void copy_name(char (&name)[ZDL_NAME_SIZE], const KeyText& text) {
     const uint32_t length = true_length(text);
     if (length != 0) {
-        memcpy(name, text.text, length);
+        std::memcpy(name, text.text, length);
     }
     name[length] = '\0';
 }
@@ -89,7 +90,7 @@ void copy_name(char (&name)[ZDL_NAME_SIZE], const KeyText& text) {
 void copy_file_name(char (&name)[ZDL_NAME_SIZE], const KeyText& path) {
     copy_name(name, path);
     const char* file = zdl_PathNameToFileName(name);
-    memmove(name, file, strlen(file) + 1);
+    std::memmove(name, file, std::strlen(file) + 1);
 }
 
 void store_ecom(ZDL_Variable& zdl, const ZdlReading& reading) {
@@ -145,23 +146,17 @@ void READ_ZdlInitial(ZDL_Variable* pZdlVariable) {
 
 int32_t READ_ZdlVariable(CFG_Handle cfgHandle, CFG_Interface* pCfgInterface,
                          ZDL_Variable* pZdlVariable) {
-    if (pZdlVariable == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pZdlVariable == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     ZdlReading reading = {};
-    if (const int32_t error =
-            walk_keys(cfgHandle, pCfgInterface, &pZdlVariable->found, &reading, zdl_keys())) {
-        return error;
-    }
+    RETURN_ON_ERROR(
+        walk_keys(cfgHandle, pCfgInterface, &pZdlVariable->found, &reading, zdl_keys()));
     store_ecom(*pZdlVariable, reading);
     store_pod(*pZdlVariable, reading);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 int32_t Make_ZdlPseudo(ZDL_Variable* p) {
-    if (p == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(p == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     if (p->useDrvrEcom) {
         p->driverType = SMG_EMULATE_PROGRAM;
         p->pDriverName = p->driverNameEcom;
@@ -171,5 +166,5 @@ int32_t Make_ZdlPseudo(ZDL_Variable* p) {
         p->pDriverName = p->driverNameKelm;
         p->pPortAddress = &p->portAddressKelm;
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }

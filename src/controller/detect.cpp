@@ -11,17 +11,17 @@
 
 namespace {
 
-constexpr uint32_t loop_words = 5;
+constexpr uint32_t kLoopWords = 5;
 
-constexpr uint16_t words_sent[loop_words] = {0xC35A, 0x3CA5, 0xF0F0, 0xA53C, 0x5AC3};
+constexpr uint16_t kWordsSent[kLoopWords] = {0xC35A, 0x3CA5, 0xF0F0, 0xA53C, 0x5AC3};
 // The same, each reversed end to end.
-constexpr uint16_t words_expected[loop_words] = {0x5AC3, 0xA53C, 0x0F0F, 0x3CA5, 0xC35A};
-constexpr uint16_t words_restored[loop_words] = {0x0000, 0x0000, 0xFFFF, 0x0000, 0x0000};
+constexpr uint16_t kWordsExpected[kLoopWords] = {0x5AC3, 0xA53C, 0x0F0F, 0x3CA5, 0xC35A};
+constexpr uint16_t kWordsRestored[kLoopWords] = {0x0000, 0x0000, 0xFFFF, 0x0000, 0x0000};
 
-constexpr uint16_t loop_bit_count = 15;
+constexpr uint16_t kLoopBitCount = 15;
 
-constexpr uint16_t high_byte = 0xFF00;
-constexpr uint16_t low_byte = 0x00FF;
+constexpr uint16_t kHighByte = 0xFF00;
+constexpr uint16_t kLowByte = 0x00FF;
 
 // What the words read have in common.
 struct LoopFindings {
@@ -39,7 +39,7 @@ void set_config(JSC_Inform* pJscInform, uint16_t config) {
 }
 
 void enter_loopback(JSC_Inform* pJscInform) {
-    PortWrite(pJscInform, TBC_PORT_COUNT_LOW, loop_bit_count);
+    PortWrite(pJscInform, TBC_PORT_COUNT_LOW, kLoopBitCount);
     PortWrite(pJscInform, TBC_PORT_COUNT_HIGH, 0);
     PortWrite(pJscInform, TBC_PORT_CONTROL, TBC_CONTROL_EMPTY);
     set_config(pJscInform, TBC_CONFIG_LOOPBACK);
@@ -48,16 +48,16 @@ void enter_loopback(JSC_Inform* pJscInform) {
 }
 
 int32_t send_words(JSC_Inform* pJscInform, const uint16_t* words) {
-    return RegisterWrite(pJscInform, false, true, TBC_PORT_SEND, loop_words, words);
+    return RegisterWrite(pJscInform, false, true, TBC_PORT_SEND, kLoopWords, words);
 }
 
 int32_t receive_words(JSC_Inform* pJscInform) {
-    return RegisterRead(pJscInform, false, true, TBC_PORT_RECEIVE, loop_words,
+    return RegisterRead(pJscInform, false, true, TBC_PORT_RECEIVE, kLoopWords,
                         pJscInform->ownReads.loopback);
 }
 
 int32_t leave_loopback(JSC_Inform* pJscInform) {
-    const int32_t code = send_words(pJscInform, words_restored);
+    const int32_t code = send_words(pJscInform, kWordsRestored);
     PortWrite(pJscInform, TBC_PORT_COMMAND, TBC_COMMAND_RELEASE);
     WaitAWhileTbc(pJscInform);
     set_config(pJscInform, 0);
@@ -70,15 +70,15 @@ int32_t leave_loopback(JSC_Inform* pJscInform) {
 
 LoopFindings compare(const uint16_t* words_read) {
     LoopFindings found;
-    for (uint32_t index = 0; index < loop_words; ++index) {
+    for (uint32_t index = 0; index < kLoopWords; ++index) {
         const uint16_t word = words_read[index];
-        const int difference = word ^ words_expected[index];
-        found.low_bad |= (difference & low_byte) != 0;
-        found.high_bad |= (difference & high_byte) != 0;
-        found.high_ones &= (word & high_byte) == high_byte;
-        found.low_ones &= (word & low_byte) == low_byte;
-        found.high_zeros &= (word & high_byte) == 0;
-        found.low_zeros &= (word & low_byte) == 0;
+        const int difference = word ^ kWordsExpected[index];
+        found.low_bad |= (difference & kLowByte) != 0;
+        found.high_bad |= (difference & kHighByte) != 0;
+        found.high_ones &= (word & kHighByte) == kHighByte;
+        found.low_ones &= (word & kLowByte) == kLowByte;
+        found.high_zeros &= (word & kHighByte) == 0;
+        found.low_zeros &= (word & kLowByte) == 0;
     }
     return found;
 }
@@ -97,8 +97,8 @@ int32_t verdict(const LoopFindings& found) {
 }
 
 void print_pairs(const uint16_t* words_read) {
-    for (uint32_t index = 0; index < loop_words; ++index) {
-        std::printf("%04x %04x\n", words_read[index], words_expected[index]);
+    for (uint32_t index = 0; index < kLoopWords; ++index) {
+        std::printf("%04x %04x\n", words_read[index], kWordsExpected[index]);
     }
 }
 
@@ -109,7 +109,7 @@ int32_t CheckCtlrExist(JSC_Inform* pJscInform) {
     enter_loopback(pJscInform);
     // The words of the first round are whatever the path held.
     RETURN_ON_ERROR(receive_words(pJscInform));
-    RETURN_ON_ERROR(send_words(pJscInform, words_sent));
+    RETURN_ON_ERROR(send_words(pJscInform, kWordsSent));
     RETURN_ON_ERROR(receive_words(pJscInform));
     const uint16_t* const words_read = pJscInform->ownReads.loopback;
     const int32_t result = verdict(compare(words_read));

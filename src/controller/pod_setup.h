@@ -4,7 +4,7 @@
 #include "jsc_internal.h"
 
 // -203 when the configured pod generation and the pod's revision are at odds.
-int32_t check_pod_generation(const JSC_Inform* pJscInform);
+[[nodiscard]] int32_t check_pod_generation(const JSC_Inform* pJscInform);
 
 // Queues the writes of the pod registers that the pod's revision has.
 void write_pod_registers(JSC_Inform* pJscInform);

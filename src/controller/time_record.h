@@ -8,6 +8,9 @@
 
 #include "jti_typedef.h"
 
+/* The names are those that the driver's documents give. */
+/* NOLINTBEGIN(readability-identifier-naming) */
+
 /* Numbers of the time values; all in microseconds. */
 JTI_ENUM(JSC_TimeType){
     eJSC_TIME_TYPE_INVALID_FIRST = 0,         eJSC_TIME_TYPE_CONTROL_PROPAGATE = 1,
@@ -68,6 +71,8 @@ typedef struct JSC_TimeDependancy {
     uint32_t mainCount;     /* bits of the main scan */
     uint32_t commandRepeat; /* repeats of the command */
 } JSC_TimeDependancy;
+
+/* NOLINTEND(readability-identifier-naming) */
 
 JTI_STATIC_ASSERT(offsetof(JSC_TimeValueType, controlPropagateValue) == 0,
                   "JSC_TimeValueType.controlPropagateValue");

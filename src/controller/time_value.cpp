@@ -8,7 +8,7 @@
 namespace {
 
 // A time value without a flag of its own.
-constexpr bool JSC_TimeValueType::*no_flag = nullptr;
+constexpr bool JSC_TimeValueType::*kNoFlag = nullptr;
 
 struct TimeValue {
     wallclock_t JSC_TimeValueType::*value;
@@ -19,19 +19,19 @@ struct TimeValue {
 using Values = JSC_TimeValueType;
 
 // By time type, from type 1 on.
-constexpr TimeValue time_values[] = {
-    {&Values::controlPropagateValue, no_flag, 500},
-    {&Values::cablePropagateValue, no_flag, 10'000},
-    {&Values::errorPropagateValue, no_flag, 10'000},
-    {&Values::pulseWidthValue, no_flag, 500},
-    {&Values::pulseRecoveryValue, no_flag, 10'000},
-    {&Values::podProgramOperateValue, no_flag, 0},
-    {&Values::pllProgramOperateValue, no_flag, 2'000},
-    {&Values::pllProgramSettleValue, no_flag, 10'000},
-    {&Values::tclkoProgramStartValue, no_flag, 2'000},
-    {&Values::tclkoProgramFinishValue, no_flag, 20'000},
-    {&Values::tclkrMeasureStartValue, no_flag, 2'000},
-    {&Values::tclkrMeasureFinishValue, no_flag, 20'000},
+constexpr TimeValue kTimeValues[] = {
+    {&Values::controlPropagateValue, kNoFlag, 500},
+    {&Values::cablePropagateValue, kNoFlag, 10'000},
+    {&Values::errorPropagateValue, kNoFlag, 10'000},
+    {&Values::pulseWidthValue, kNoFlag, 500},
+    {&Values::pulseRecoveryValue, kNoFlag, 10'000},
+    {&Values::podProgramOperateValue, kNoFlag, 0},
+    {&Values::pllProgramOperateValue, kNoFlag, 2'000},
+    {&Values::pllProgramSettleValue, kNoFlag, 10'000},
+    {&Values::tclkoProgramStartValue, kNoFlag, 2'000},
+    {&Values::tclkoProgramFinishValue, kNoFlag, 20'000},
+    {&Values::tclkrMeasureStartValue, kNoFlag, 2'000},
+    {&Values::tclkrMeasureFinishValue, kNoFlag, 20'000},
     {&Values::tclkoPeriodValue, &Values::tclkoPeriodForever, 500'000},
     {&Values::accessReadyValue, &Values::accessReadyForever, 500'000},
     {&Values::bufferOneValue, &Values::bufferOneForever, 500'000},
@@ -41,18 +41,18 @@ constexpr TimeValue time_values[] = {
     {&Values::extraStartValue, &Values::extraStartForever, 2'000},
     {&Values::extraFinishValue, &Values::extraFinishForever, 20'000},
 };
-static_assert(std::size(time_values) == eJSC_TIME_TYPE_INVALID_LAST - 1);
+static_assert(std::size(kTimeValues) == eJSC_TIME_TYPE_INVALID_LAST - 1);
 
 // Bits that every command is given on top of its own.
-constexpr uint32_t command_bits = 16;
+constexpr uint32_t kCommandBits = 16;
 // Time-out units of one bit at one hertz, as a shift: 2,097,152.
-constexpr uint32_t units_per_bit_shift = 21;
+constexpr uint32_t kUnitsPerBitShift = 21;
 
 // Bits of the command in flight, all repeats together; wraps at 32 bits.
 uint32_t command_length_bits(const JSC_Control& control) {
     const JSC_TimeDependancy& depend = control.timeDependOld;
     const JSC_JtagAmbleDelay& delay = control.ambleDelay;
-    uint32_t bits = (depend.useMain ? depend.mainCount : 0) + delay.endDelay1 + command_bits;
+    uint32_t bits = (depend.useMain ? depend.mainCount : 0) + delay.endDelay1 + kCommandBits;
     if (depend.useAmble) {
         bits += depend.useIrPath ? delay.posAmbleIR + delay.preAmbleIR
                                  : delay.posAmbleDR + delay.preAmbleDR;
@@ -65,9 +65,9 @@ uint32_t command_length_bits(const JSC_Control& control) {
 int32_t TimeValueInitial(JSC_Inform* pJscInform) {
     RETURN_ON_ERROR(check_attached(pJscInform));
     JSC_TimeValueType& values = pJscInform->pJscControl->timeValue;
-    for (const TimeValue& entry : time_values) {
+    for (const TimeValue& entry : kTimeValues) {
         values.*entry.value = entry.initial_us;
-        if (entry.forever != no_flag) {
+        if (entry.forever != kNoFlag) {
             values.*entry.forever = pJscInform->tbcVariable.okStall;
         }
     }
@@ -86,10 +86,10 @@ int32_t TimeValueQuery(JSC_Inform* pJscInform, JSC_TimeType type, uint32_t* pVal
     RETURN_ON_ERROR(check_attached(pJscInform));
     RETURN_IF(type <= eJSC_TIME_TYPE_INVALID_FIRST || type >= eJSC_TIME_TYPE_INVALID_LAST,
               eJTI_ERROR_BAD_ARGUMENT);
-    const TimeValue& entry = time_values[type - 1];
+    const TimeValue& entry = kTimeValues[type - 1];
     const JSC_TimeValueType& values = pJscInform->pJscControl->timeValue;
     *pValue = values.*entry.value;
-    *pForever = entry.forever != no_flag && values.*entry.forever;
+    *pForever = entry.forever != kNoFlag && values.*entry.forever;
     return eJTI_ERROR_NONE;
 }
 
@@ -105,7 +105,7 @@ uint32_t TimeModifyTimeout(JSC_Inform* pJscInform) {
     const uint32_t frequency_hz =
         variable.slowClock ? variable.slowFreq : control.timeDependOld.tclkFreq;
     RETURN_IF(frequency_hz == 0, 0);
-    const uint64_t units = uint64_t{command_length_bits(control)} << units_per_bit_shift;
+    const uint64_t units = uint64_t{command_length_bits(control)} << kUnitsPerBitShift;
     return static_cast<uint32_t>(units / frequency_hz);
 }
 

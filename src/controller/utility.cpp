@@ -11,9 +11,9 @@
 namespace {
 
 // What old pods need after a pulse of the clear line.
-constexpr uint32_t clear_recovery_us = 10'000;
+constexpr uint32_t kClearRecoveryUs = 10'000;
 
-constexpr uint32_t half_bits = 16;
+constexpr uint32_t kHalfBits = 16;
 
 template <typename... Output>
 int32_t check_outputs(const JSC_Inform* pJscInform, const Output*... outputs) {
@@ -121,7 +121,7 @@ int32_t util_TrstConfig(JSC_Inform* pJscInform, bool trstConfig) {
     if (!pod_needs_clear_recovery(pod_revision(pJscInform))) {
         return eJTI_ERROR_NONE;
     }
-    sys_TimeWaitForTime(clear_recovery_us);
+    sys_TimeWaitForTime(kClearRecoveryUs);
     PortWrite(pJscInform, TBC_PORT_STATUS0, 0);
     return qel_PerformIo(pJscInform);
 }
@@ -222,6 +222,6 @@ int32_t util_BenchMarkStatus(JSC_Inform* pJscInform, bool /*eventPinChoice*/,
     RETURN_ON_ERROR(PortRead(pJscInform, TBC_PORT_EVENT_HIGH, &halves.second));
     RETURN_ON_ERROR(qel_PerformIo(pJscInform));
     PortWrite(pJscInform, TBC_PORT_COMMAND, TBC_COMMAND_RELEASE);
-    *pEventPinCount = uint32_t{halves.second} << half_bits | halves.word;
+    *pEventPinCount = uint32_t{halves.second} << kHalfBits | halves.word;
     return batch_failure(pJscInform);
 }

@@ -7,7 +7,7 @@ namespace {
 
 using Slot = JTI_Error (*)();
 
-constexpr size_t slot_count = sizeof(JSC_Interface) / sizeof(Slot);
+constexpr size_t kSlotCount = sizeof(JSC_Interface) / sizeof(Slot);
 
 // What every slot of a deleted table is.
 JTI_Error GetMissing() {
@@ -18,7 +18,7 @@ JTI_Error GetMissing() {
 // to meet GetMissing there, so the compiler must not drop them as dead.
 void overwrite_slots(JSC_Interface* table) {
     auto* slots = reinterpret_cast<volatile Slot*>(table);
-    for (size_t slot = 0; slot < slot_count; ++slot) {
+    for (size_t slot = 0; slot < kSlotCount; ++slot) {
         slots[slot] = GetMissing;
     }
 }

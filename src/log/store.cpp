@@ -1,5 +1,6 @@
 #include "log/store.h"
 
+#include "sys/check.h"
 #include "sys/memory.h"
 
 #include <algorithm>
@@ -9,12 +10,12 @@
 
 namespace {
 
-constexpr uint32_t word_size = sizeof(uint32_t);
+constexpr uint32_t kWordSize = sizeof(uint32_t);
 
 // The word count before the entries and the word that closes them.
-constexpr uint32_t list_frame = 2;
+constexpr uint32_t kListFrame = 2;
 // A reader with less room is given nothing.
-constexpr uint32_t smallest_limit = 3;
+constexpr uint32_t kSmallestLimit = 3;
 
 LS_LOGFILE* store_of(LOG_HANDLE handle) {
     return static_cast<LS_LOGFILE*>(handle);
@@ -22,32 +23,29 @@ LS_LOGFILE* store_of(LOG_HANDLE handle) {
 
 // Null also for more words than the 32 bits of sys_MemAlloc can ask for.
 uint32_t* allocate_words(uint32_t count) {
-    if (count > std::numeric_limits<uint32_t>::max() / word_size) {
+    if (count > std::numeric_limits<uint32_t>::max() / kWordSize) {
         return nullptr;
     }
-    return static_cast<uint32_t*>(sys_MemAlloc(count * word_size));
+    return static_cast<uint32_t*>(sys_MemAlloc(count * kWordSize));
 }
 
 // Words that a text takes with at least one NUL.
 constexpr uint64_t text_words(uint64_t length) {
-    return length / word_size + 1;
+    return length / kWordSize + 1;
 }
 
 // Appends the words one by one; stops at the first error.
 template <size_t count>
 int append(LOG_HANDLE handle, const uint32_t (&words)[count]) {
     for (const uint32_t word : words) {
-        const int error = zdl_LogFileBasic(handle, word);
-        if (error != eJTI_ERROR_NONE) {
-            return error;
-        }
+        RETURN_ON_ERROR(zdl_LogFileBasic(handle, word));
     }
     return eJTI_ERROR_NONE;
 }
 
 // The controller kinds list the hardware build of a controller before its software model, the log's
 // keys the model first: each pair is crossed.
-constexpr uint32_t controller_keys[] = {
+constexpr uint32_t kControllerKeys[] = {
     RSTLOG_CONTROL_PROTOTYPE_TBC, // eJTI_CONTROL_ID_OBSOLETE
     RSTLOG_CONTROL_TBC,           // eJTI_CONTROL_ID_TBC
     RSTLOG_CONTROL_EXL,           // eJTI_CONTROL_ID_EXL
@@ -62,26 +60,22 @@ constexpr uint32_t controller_keys[] = {
     RSTLOG_CONTROL_BITIO_VHDL,    // eJTI_CONTROL_ID_BITIO_VHDL
     RSTLOG_CONTROL_BITIO_CMODEL,  // eJTI_CONTROL_ID_BITIO_CMODEL
 };
-static_assert(std::size(controller_keys) == eJTI_CONTROL_ID_INVALID_LAST);
+static_assert(std::size(kControllerKeys) == eJTI_CONTROL_ID_INVALID_LAST);
 
 } // namespace
 
 int zdl_LogFileCreate(LOG_HANDLE* pLogHandle, uint32_t entryMax) {
-    if (pLogHandle == nullptr || entryMax == 0) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pLogHandle == nullptr || entryMax == 0, eJTI_ERROR_BAD_ARGUMENT);
     *pLogHandle = nullptr;
     LS_LOGFILE* log = store_of(sys_MemAlloc(sizeof(LS_LOGFILE)));
-    if (log == nullptr) {
-        return eJTI_ERROR_NO_MEMORY;
-    }
+    RETURN_IF(log == nullptr, eJTI_ERROR_NO_MEMORY);
     log->pLogFileData = allocate_words(entryMax);
     if (log->pLogFileData == nullptr) {
         // Kept: nothing is undone on the way out, the record stays allocated.
         return eJTI_ERROR_NO_MEMORY;
     }
     log->logFileEntryMax = entryMax;
-    log->logFileSize = entryMax * word_size;
+    log->logFileSize = entryMax * kWordSize;
     log->logFileSilent = false;
     zdl_LogFileErase(log, false);
     *pLogHandle = log;
@@ -89,12 +83,8 @@ int zdl_LogFileCreate(LOG_HANDLE* pLogHandle, uint32_t entryMax) {
 }
 
 int zdl_LogFileDelete(LOG_HANDLE* pLogHandle) {
-    if (pLogHandle == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
-    if (*pLogHandle == nullptr) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(pLogHandle == nullptr, eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_IF(*pLogHandle == nullptr, eJTI_ERROR_NONE);
     void* words = store_of(*pLogHandle)->pLogFileData;
     sys_MemFree(&words);
     sys_MemFree(pLogHandle);
@@ -119,9 +109,7 @@ void zdl_LogFileMode(LOG_HANDLE logHandle, bool silent) {
 
 int zdl_LogFileBasic(LOG_HANDLE logHandle, uint32_t key) {
     LS_LOGFILE* log = store_of(logHandle);
-    if (log == nullptr || !log->logFileEnable) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(log == nullptr || !log->logFileEnable, eJTI_ERROR_NONE);
     if (log->logFileIndex >= log->logFileEntryMax) {
         return log->logFileSilent ? eJTI_ERROR_NONE : eJTI_ERROR_LOG_FULL;
     }
@@ -134,25 +122,16 @@ int zdl_LogFileUnsign(LOG_HANDLE logHandle, uint32_t key, uint32_t number) {
 }
 
 int zdl_LogFileString(LOG_HANDLE logHandle, uint32_t key, const char* string) {
-    if (string == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(string == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     LS_LOGFILE* log = store_of(logHandle);
-    if (log == nullptr || !log->logFileEnable) {
-        return eJTI_ERROR_NONE;
-    }
+    RETURN_IF(log == nullptr || !log->logFileEnable, eJTI_ERROR_NONE);
     const size_t length = std::strlen(string);
     const uint64_t words = text_words(length);
-    const int error = append(
-        logHandle, {static_cast<uint32_t>(LS_LOGFILE_ITSA_STRING), static_cast<uint32_t>(words)});
-    if (error != eJTI_ERROR_NONE) {
-        return error;
-    }
+    RETURN_ON_ERROR(append(
+        logHandle, {static_cast<uint32_t>(LS_LOGFILE_ITSA_STRING), static_cast<uint32_t>(words)}));
     // Kept: a text that does not fit is an error even in a silent log. Hosts learn by it that the
     // log was cut.
-    if (log->logFileIndex + words >= log->logFileEntryMax) {
-        return eJTI_ERROR_LOG_FULL;
-    }
+    RETURN_IF(log->logFileIndex + words >= log->logFileEntryMax, eJTI_ERROR_LOG_FULL);
     uint32_t* text = log->pLogFileData + log->logFileIndex;
     text[words - 1] = 0;
     std::memcpy(text, string, length);
@@ -167,8 +146,8 @@ void zdl_LogFileRead(LOG_HANDLE logHandle, uint32_t limit, uint32_t* pValues, ui
     }
     const LS_LOGFILE* log = store_of(logHandle);
     *pActual = 0;
-    *pTotal = log == nullptr ? 0 : log->logFileIndex + list_frame;
-    if (log == nullptr || !log->logFileEnable || limit < smallest_limit) {
+    *pTotal = log == nullptr ? 0 : log->logFileIndex + kListFrame;
+    if (log == nullptr || !log->logFileEnable || limit < kSmallestLimit) {
         return;
     }
     // Kept: only one word of the frame counts against the limit, so up to limit + 1 words are
@@ -181,10 +160,8 @@ void zdl_LogFileRead(LOG_HANDLE logHandle, uint32_t limit, uint32_t* pValues, ui
 }
 
 int zdl_LogFileXlatVersion(JTI_ControlId tbcVersion, uint32_t* pLogEntry) {
-    if (pLogEntry == nullptr) {
-        return eJTI_ERROR_BAD_ARGUMENT;
-    }
+    RETURN_IF(pLogEntry == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     const bool known = tbcVersion >= 0 && tbcVersion < eJTI_CONTROL_ID_INVALID_LAST;
-    *pLogEntry = known ? controller_keys[tbcVersion] : uint32_t{RSTLOG_CONTROL_UNKNOWN};
+    *pLogEntry = known ? kControllerKeys[tbcVersion] : uint32_t{RSTLOG_CONTROL_UNKNOWN};
     return eJTI_ERROR_NONE;
 }

@@ -6,6 +6,9 @@
 
 #include "jti_typedef.h"
 
+/* The names are those that the driver's documents give. */
+/* NOLINTBEGIN(readability-identifier-naming) */
+
 /* A word log. */
 typedef struct LS_LOGFILE {
     uint32_t* pLogFileData;   /* the entries, logFileEntryMax words; owned */
@@ -18,5 +21,7 @@ typedef struct LS_LOGFILE {
 
 /* A log to its users; null when there is none. Points to an LS_LOGFILE. */
 typedef void* LOG_HANDLE;
+
+/* NOLINTEND(readability-identifier-naming) */
 
 #endif /* WORD_LOG_H */

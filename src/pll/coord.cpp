@@ -7,14 +7,14 @@
 namespace {
 
 // Hertz of one mantissa unit in the octave of 1 MHz.
-constexpr uint32_t hertz_per_unit = PLL_TCLK_MHZ_TO_HZ / coord_units;
-static_assert(hertz_per_unit * coord_units == PLL_TCLK_MHZ_TO_HZ, "the unit is a whole number");
+constexpr uint32_t kHertzPerUnit = PLL_TCLK_MHZ_TO_HZ / kCoordUnits;
+static_assert(kHertzPerUnit * kCoordUnits == PLL_TCLK_MHZ_TO_HZ, "the unit is a whole number");
 
 // The exponent of the number of units in an octave.
-constexpr int32_t units_exponent = 6;
-static_assert(1 << units_exponent == coord_units, "an octave is a power of two of units");
+constexpr int32_t kUnitsExponent = 6;
+static_assert(1 << kUnitsExponent == kCoordUnits, "an octave is a power of two of units");
 
-constexpr uint32_t byte_mask = 0xFF;
+constexpr uint32_t kByteMask = 0xFF;
 
 char coord_text[17];
 
@@ -25,7 +25,7 @@ constexpr CoordParts parts_of(int32_t y, uint32_t z) {
 
 // The frequency shift that `sixty_fourths` of the coordinate's own frequency makes, in units.
 constexpr uint32_t margin_units(CoordParts coord, uint32_t sixty_fourths) {
-    return ((coord.z + uint32_t{coord_units}) * sixty_fourths) >> units_exponent;
+    return ((coord.z + uint32_t{kCoordUnits}) * sixty_fourths) >> kUnitsExponent;
 }
 
 } // namespace
@@ -50,7 +50,7 @@ void pll_UnPack(coord_t w, int8_t* py, uint8_t* pz) {
 
 hertz_t pll_CoordToHertz(coord_t coord) {
     const CoordParts parts = coord_parts(coord);
-    const uint32_t hertz = hertz_per_unit * (parts.z + uint32_t{coord_units});
+    const uint32_t hertz = kHertzPerUnit * (parts.z + uint32_t{kCoordUnits});
     if (parts.y < 0) {
         return hertz >> std::min(-parts.y, 31);
     }
@@ -59,7 +59,7 @@ hertz_t pll_CoordToHertz(coord_t coord) {
 
 coord_t pll_CoordToStep(coord_t coord) {
     const CoordParts parts = coord_parts(coord);
-    return coord_pack(parts_of(parts.y - units_exponent, PLL_TCLK_Z_MIN));
+    return coord_pack(parts_of(parts.y - kUnitsExponent, PLL_TCLK_Z_MIN));
 }
 
 const char* pll_CoordToText(coord_t coord) {
@@ -92,9 +92,9 @@ void pll_AddMargin(coord_t* pCoord, uint32_t margin) {
     }
     const CoordParts coord = coord_parts(*pCoord);
     const uint32_t delta = margin_units(coord, margin + 1);
-    const bool crosses = coord.z >= coord_units - static_cast<int32_t>(delta & byte_mask);
+    const bool crosses = coord.z >= kCoordUnits - static_cast<int32_t>(delta & kByteMask);
     const uint32_t sum = coord.z + delta;
-    *pCoord = coord_pack(crosses ? parts_of(coord.y + 1, ((sum - coord_units) & byte_mask) >> 1)
+    *pCoord = coord_pack(crosses ? parts_of(coord.y + 1, ((sum - kCoordUnits) & kByteMask) >> 1)
                                  : parts_of(coord.y, sum));
 }
 
@@ -104,9 +104,9 @@ void pll_SubMargin(coord_t* pCoord, uint32_t margin) {
     }
     const CoordParts coord = coord_parts(*pCoord);
     const uint32_t delta = margin_units(coord, margin - 1);
-    const bool crosses = coord.z < (delta & byte_mask);
+    const bool crosses = coord.z < (delta & kByteMask);
     const uint32_t difference = coord.z - delta;
-    *pCoord = coord_pack(crosses ? parts_of(coord.y - 1, difference * 2 + coord_units)
+    *pCoord = coord_pack(crosses ? parts_of(coord.y - 1, difference * 2 + kCoordUnits)
                                  : parts_of(coord.y, difference));
 }
 
@@ -124,9 +124,9 @@ void pll_AddValue(coord_t* pCoord, coord_t value) {
     }
     const CoordParts one = coord_parts(*pCoord);
     const CoordParts two = coord_parts(value);
-    const int32_t carry = one.z >= coord_units - two.z ? 1 : 0;
+    const int32_t carry = one.z >= kCoordUnits - two.z ? 1 : 0;
     *pCoord = coord_pack(parts_of(one.y + two.y + carry,
-                                  static_cast<uint32_t>(one.z + two.z - carry * coord_units)));
+                                  static_cast<uint32_t>(one.z + two.z - carry * kCoordUnits)));
 }
 
 void pll_SubValue(coord_t* pCoord, coord_t value) {
@@ -137,7 +137,7 @@ void pll_SubValue(coord_t* pCoord, coord_t value) {
     const CoordParts two = coord_parts(value);
     const int32_t borrow = one.z < two.z ? 1 : 0;
     *pCoord = coord_pack(parts_of(one.y - two.y - borrow,
-                                  static_cast<uint32_t>(one.z - two.z + borrow * coord_units)));
+                                  static_cast<uint32_t>(one.z - two.z + borrow * kCoordUnits)));
 }
 
 void pll_SubModulo(coord_t* pCoord, uint32_t value) {
@@ -157,7 +157,7 @@ void pll_CountItems(uint32_t* pCheckItem, uint32_t* pShownItem, uint32_t columnT
     if (columnTotal != 0) {
         const uint32_t above = finish.z % columnTotal;
         const uint32_t below = start.z % columnTotal;
-        const uint32_t pad = above == 0 ? 0 : (columnTotal - above) & byte_mask;
+        const uint32_t pad = above == 0 ? 0 : (columnTotal - above) & kByteMask;
         widened = pad + below;
     }
     if (pCheckItem != nullptr) {

@@ -5,7 +5,7 @@
 #include "jsc_export.h"
 
 // Mantissa units in an octave.
-inline constexpr int32_t coord_units = PLL_TCLK_Z_MAX + 1;
+inline constexpr int32_t kCoordUnits = PLL_TCLK_Z_MAX + 1;
 
 struct CoordParts {
     y_coord_t y; // binary exponent
@@ -24,5 +24,5 @@ constexpr coord_t coord_pack(CoordParts parts) {
 
 // The coordinate's place in the order of frequencies, in mantissa units.
 constexpr int32_t coord_index(CoordParts parts) {
-    return coord_units * parts.y + parts.z;
+    return kCoordUnits * parts.y + parts.z;
 }

@@ -18,12 +18,12 @@ struct Unit {
     coord_t largest;   // number that may stand before the unit, as a coordinate
 };
 
-constexpr Unit units[] = {
+constexpr Unit kUnits[] = {
     {.name = "MHz", .shortest = 4, .divisor = PLL_TCLK_W_ONE, .largest = PLL_TCLK_W_MAXIMUM},
     {.name = "kHz", .shortest = 4, .divisor = PLL_TCLK_W_THOUSAND, .largest = PLL_TCLK_W_THOUSAND},
     {.name = "Hz", .shortest = 3, .divisor = PLL_TCLK_W_MILLION, .largest = PLL_TCLK_W_MILLION},
 };
-constexpr Unit no_unit = {
+constexpr Unit kNoUnit = {
     .name = "", .shortest = 0, .divisor = PLL_TCLK_W_ONE, .largest = PLL_TCLK_W_MAXIMUM};
 
 // A text without its unit: digits, at most one dot, the dot not last.
@@ -33,23 +33,23 @@ struct Number {
     uint32_t whole; // digits before the dot, or all of them
 };
 
-constexpr uint32_t half_megahertz = PLL_TCLK_MHZ_TO_HZ / 2;
+constexpr uint32_t kHalfMegahertz = PLL_TCLK_MHZ_TO_HZ / 2;
 // The reach of the exact route: below 2^(PLL_TCLK_Y_MAX) MHz.
-constexpr uint32_t largest_exact = PLL_TCLK_F_SUPERHIGH - 1;
+constexpr uint32_t kLargestExact = PLL_TCLK_F_SUPERHIGH - 1;
 
 // Significant characters that decide the value of a double; what lies behind them only matters as
 // being zero or not.
-constexpr uint32_t significant_length = 800;
+constexpr uint32_t kSignificantLength = 800;
 
 // Kept: the unit's end must be the end of the whole string, though only `length` characters count.
 const Unit& find_unit(const char* text, uint32_t length) {
-    for (const Unit& unit : units) {
+    for (const Unit& unit : kUnits) {
         if (length >= unit.shortest &&
             sys_Str0SinglCmpInsStr(text + length - std::strlen(unit.name), unit.name) == 0) {
             return unit;
         }
     }
-    return no_unit;
+    return kNoUnit;
 }
 
 bool is_digit(char character) {
@@ -81,9 +81,9 @@ bool has_half_step_form(const Number& number) {
 // bits. Board files with such texts are in use.
 bool read_half_step(const Number& number, coord_t* coord) {
     const auto whole = static_cast<uint32_t>(std::strtoul(number.text, nullptr, 0));
-    const uint32_t halves = number.text[number.length - 1] == '5' ? half_megahertz : 0;
+    const uint32_t halves = number.text[number.length - 1] == '5' ? kHalfMegahertz : 0;
     const uint32_t hertz = whole * PLL_TCLK_MHZ_TO_HZ + halves;
-    if (hertz < PLL_TCLK_F_MINIMUM || hertz > largest_exact) {
+    if (hertz < PLL_TCLK_F_MINIMUM || hertz > kLargestExact) {
         return false;
     }
     uint32_t base = PLL_TCLK_F_MINIMUM;
@@ -91,7 +91,7 @@ bool read_half_step(const Number& number, coord_t* coord) {
     for (; hertz - base >= base; base *= 2) {
         ++y;
     }
-    *coord = coord_pack({.y = y, .z = static_cast<z_coord_t>((hertz - base) * coord_units / base)});
+    *coord = coord_pack({.y = y, .z = static_cast<z_coord_t>((hertz - base) * kCoordUnits / base)});
     return true;
 }
 
@@ -105,8 +105,8 @@ double nearest_double(const Number& number) {
     }
     // A 1 stands for all that is cut off. If that includes the dot, the number is out of every
     // range with or without it.
-    char text[significant_length + 2];
-    uint32_t used = length < significant_length ? length : significant_length;
+    char text[kSignificantLength + 2];
+    uint32_t used = length < kSignificantLength ? length : kSignificantLength;
     std::memcpy(text, from, used);
     if (used < length) {
         text[used++] = '1';
@@ -128,7 +128,7 @@ bool read_double(const Number& number, coord_t* coord) {
         return false;
     }
     // Kept: just below a power of two z becomes 64 and stays. The frequency is right all the same.
-    const double z = (2 * mantissa - 1) * coord_units + 0.5;
+    const double z = (2 * mantissa - 1) * kCoordUnits + 0.5;
     *coord = coord_pack({.y = static_cast<y_coord_t>(y), .z = static_cast<z_coord_t>(z)});
     return true;
 }
@@ -139,7 +139,7 @@ bool read_frequency(const char* text, uint32_t length, coord_t* coord) {
     if (!read_number(text, length - static_cast<uint32_t>(std::strlen(unit.name)), &number)) {
         return false;
     }
-    const bool exact = &unit == &no_unit && has_half_step_form(number);
+    const bool exact = &unit == &kNoUnit && has_half_step_form(number);
     coord_t value = PLL_TCLK_W_NOTHING;
     if (!(exact ? read_half_step(number, &value) : read_double(number, &value)) ||
         pll_OneAltTwo(unit.largest, value)) {

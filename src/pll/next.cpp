@@ -51,7 +51,7 @@ coord_t midpoint(const PLL_Next& history) {
     const CoordParts low = coord_parts(history.lower);
     const CoordParts high = coord_parts(history.higher);
     const int32_t half =
-        high.y == low.y ? (high.z - low.z) / 2 : coord_units / 2 - (low.z - high.z) / 2;
+        high.y == low.y ? (high.z - low.z) / 2 : kCoordUnits / 2 - (low.z - high.z) / 2;
     const auto step = static_cast<z_coord_t>(half);
     if (low.z + step <= PLL_TCLK_Z_MAX) {
         return coord_pack({.y = low.y, .z = static_cast<z_coord_t>(low.z + step)});
@@ -74,7 +74,7 @@ Proposal step_bisection(PLL_Next& history, bool failed) {
     (failed ? history.higher : history.lower) = midpoint(history);
     const CoordParts low = coord_parts(history.lower);
     const CoordParts high = coord_parts(history.higher);
-    const int32_t width = high.z - low.z + (low.y == high.y ? 0 : coord_units);
+    const int32_t width = high.z - low.z + (low.y == high.y ? 0 : kCoordUnits);
     if (width <= 1) {
         return {.next = history.lower, .done = true};
     }

@@ -3,22 +3,20 @@
 #include "config/scan_length.h"
 #include "config/variable_record.h"
 #include "jsc_export.h"
+#include "sys/check.h"
 
 namespace {
 
 // A keyword, else a frequency such as "10.5MHz".
 int32_t read_frequency(KeyWalk& walk, const KeyRow& row, JBD_Context entry) {
     KeyText text;
-    if (const int32_t error = get_text(walk, entry, &text)) {
-        return error;
-    }
+    RETURN_ON_ERROR(get_text(walk, entry, &text));
     coord_t coord = PLL_TCLK_W_NOTHING;
-    if (!find_word(text, row.words, &coord) &&
-        pll_StrLenToCoord(text.length, text.text, &coord) != 0) {
-        return row.refused;
-    }
+    RETURN_IF(!find_word(text, row.words, &coord) &&
+                  pll_StrLenToCoord(text.length, text.text, &coord) != 0,
+              row.refused);
     store_value(walk, row.field, coord);
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 // A specific frequency below the lowest one becomes the lowest, when the board names none.
@@ -28,7 +26,7 @@ int32_t start_at_specific(KeyWalk& walk, const KeyRow&) {
         pll_OneAltTwo(pll.tclkFrequency, pll.tclkBeginning)) {
         pll.tclkBeginning = pll.tclkFrequency;
     }
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 // A word counts as known, too, and the length is whole words of the scan buffer.
@@ -36,7 +34,7 @@ int32_t settle_scan_bits(KeyWalk& walk, const KeyRow&) {
     PLL_Variable& pll = record_of<PLL_Variable>(walk);
     pll.bitsKnown = pll.useBitsLength;
     pll.bitsLength -= pll.bitsLength % kScanBitsUnit;
-    return 0;
+    return eJTI_ERROR_NONE;
 }
 
 #define FIELD(name) KEY_FIELD(PLL_Variable, name)

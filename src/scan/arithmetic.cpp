@@ -2,8 +2,8 @@
 
 namespace {
 
-constexpr uint32_t unlimited = 0xFFFFFFFF;
-constexpr uint32_t half_mask = 0xFFFF;
+constexpr uint32_t kUnlimited = 0xFFFFFFFF;
+constexpr uint32_t kHalfMask = 0xFFFF;
 
 } // namespace
 
@@ -16,15 +16,15 @@ bool unsign2false(uint32_t x) {
 }
 
 uint32_t FromJtiToRavo(uint32_t x) {
-    return x == unlimited ? unlimited : x + 1;
+    return x == kUnlimited ? kUnlimited : x + 1;
 }
 
 uint32_t FromRavoToJti(uint32_t x) {
-    return x == unlimited ? unlimited : x - 1;
+    return x == kUnlimited ? kUnlimited : x - 1;
 }
 
 uint32_t Increment16To32(uint32_t reg1, uint32_t reg0) {
-    return (reg1 << 16) | (reg0 & half_mask);
+    return (reg1 << 16) | (reg0 & kHalfMask);
 }
 
 uint32_t Decrement16To32(uint32_t max1, uint32_t max0, uint32_t reg1, uint32_t reg0) {

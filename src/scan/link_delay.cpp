@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr uint32_t no_delay = 0xFFFFFFFF;
+constexpr uint32_t kNoDelay = 0xFFFFFFFF;
 
 // Base, delta and timing together. Unsigned, so that a negative sum wraps before the modulo.
 uint32_t delay_sum(const JSC_Control& control) {
@@ -71,7 +71,7 @@ int32_t SaveTimingLinkDelay(JSC_Inform* /*pJscInform*/, bool /*tdoEdgeFall*/,
 int32_t ModifyActualLinkDelay(JSC_Inform* pJscInform, uint32_t maximumLinkDelay,
                               uint32_t* pActualLinkDelay) {
     RETURN_IF(pJscInform == nullptr || pActualLinkDelay == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    *pActualLinkDelay = no_delay;
+    *pActualLinkDelay = kNoDelay;
     RETURN_ON_ERROR(check_attached(pJscInform));
     const uint32_t sum = delay_sum(*pJscInform->pJscControl);
     const uint32_t modulus = maximumLinkDelay + 1;

@@ -12,13 +12,13 @@
 namespace {
 
 // Bits that a leading word adds, less the one by which the count register is behind.
-constexpr uint32_t lead_extra = 15;
+constexpr uint32_t kLeadExtra = 15;
 // In fast mode a fixed shift of a value below this has ended before the next access.
-constexpr uint32_t short_fixed_value = 24;
+constexpr uint32_t kShortFixedValue = 24;
 
 // The count register's value: bits minus one, or with the 16 bits of a leading word.
 uint32_t count_value(uint32_t count, bool adjust) {
-    return adjust ? count + lead_extra : count - 1;
+    return adjust ? count + kLeadExtra : count - 1;
 }
 
 void write_bit_count(JSC_Inform* pJscInform, uint32_t value) {
@@ -72,7 +72,7 @@ struct MainShift {
 // short.
 bool ends_before_next_access(const MainShift& shift) {
     const bool moves_words = scan_sends(shift.option) || scan_receives(shift.option);
-    return moves_words || shift.value < short_fixed_value;
+    return moves_words || shift.value < kShortFixedValue;
 }
 
 JTI_Error run_main_shift(JSC_Inform* pJscInform, const MainShift& shift) {
@@ -91,8 +91,8 @@ struct DataScan {
     uint16_t option; // as it is launched
     uint32_t count;
     bool adjust;
-    uint16_t* pDestination;
-    const uint16_t* pSource;
+    uint16_t* destination;
+    const uint16_t* source;
 };
 
 // Preamble, main shift, postamble. The preamble takes the adjustment over from the main shift; the
@@ -100,8 +100,8 @@ struct DataScan {
 JTI_Error run_data_scan(JSC_Inform* pJscInform, const DataScan& scan) {
     const bool receives = scan_receives(scan.option);
     RETURN_IF(scan.count == 0, eJTI_ERROR_BAD_ARGUMENT);
-    RETURN_IF(scan_sends(scan.option) && scan.pSource == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    RETURN_IF(receives && scan.pDestination == nullptr, eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_IF(scan_sends(scan.option) && scan.source == nullptr, eJTI_ERROR_BAD_ARGUMENT);
+    RETURN_IF(receives && scan.destination == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     uint32_t before = 0;
     uint32_t behind = 0;
     RETURN_ON_ERROR(
@@ -110,9 +110,8 @@ JTI_Error run_data_scan(JSC_Inform* pJscInform, const DataScan& scan) {
     const uint16_t end = end_on_path(scan.wake_end_state);
     const bool lead = scan.adjust && receives && before == 0;
     const uint32_t value = count_value(scan.count, lead);
-    const MainShift shift{
-        behind > 0 ? pause : end, scan.option, value,
-        ScanWords{WordsWhole16(value) + 1, lead, scan.pSource, scan.pDestination}};
+    const MainShift shift{behind > 0 ? pause : end, scan.option, value,
+                          ScanWords{WordsWhole16(value) + 1, lead, scan.source, scan.destination}};
     RETURN_ON_ERROR(shift_amble(pJscInform, pause, before, scan.adjust));
     RETURN_ON_ERROR(run_main_shift(pJscInform, shift));
     return shift_amble(pJscInform, end, behind, false);
@@ -219,7 +218,7 @@ int32_t TbcScanFixed(JSC_Inform* pJscInform, uint16_t wakeEndState, uint32_t cou
     const uint32_t value = count_value(count, lengthAdjust);
     const uint16_t option = useOnes ? TBC_SCAN_ONES : TBC_SCAN_ZEROS;
     RETURN_ON_ERROR(launch_shift(pJscInform, wakeEndState, option, value));
-    if (value < short_fixed_value) {
+    if (value < kShortFixedValue) {
         forget_scan_in_fast_mode(pJscInform);
     }
     return eJTI_ERROR_NONE;

@@ -10,8 +10,8 @@ namespace {
 // What tells the four scans apart.
 struct ScanKind {
     uint16_t control; // TBC_SCAN_...
-    bool sendOnly;
-    bool sendFixed;
+    bool send_only;
+    bool send_fixed;
 };
 
 JTI_Error make_scan(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand, ScanKind kind,
@@ -20,8 +20,8 @@ JTI_Error make_scan(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand, Sca
     RETURN_ON_ERROR(DoCheckCommand(pCommand));
     RETURN_ON_ERROR(DoInterestCommand(pJscInform, pCommand, &param, &count));
     const bool adjust = pCommand->jtagAdjust == eJSC_JTAG_ADJUST_AUTO;
-    return TbcScan(pJscInform, pCommand, kind.control, count, adjust, kind.sendOnly, kind.sendFixed,
-                   param.repeatCount, pBufferDst, pBufferSrc);
+    return TbcScan(pJscInform, pCommand, kind.control, count, adjust, kind.send_only,
+                   kind.send_fixed, param.repeatCount, pBufferDst, pBufferSrc);
 }
 
 JTI_Error make_scan16(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand, ScanKind kind,
@@ -29,8 +29,9 @@ JTI_Error make_scan16(JSC_Inform* pJscInform, const JSC_JtagCommand* pCommand, S
     RETURN_ON_ERROR(check_attached(pJscInform));
     RETURN_IF(pParam == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     const JSC_JtagParam param{pParam->repeatCount, pParam->delayCount, pParam->shiftCount};
-    return make_scan(pJscInform, pCommand, kind, param, kind.sendOnly ? nullptr : pParam->pInBuffer,
-                     kind.sendFixed ? nullptr : pParam->pOutBuffer);
+    return make_scan(pJscInform, pCommand, kind, param,
+                     kind.send_only ? nullptr : pParam->pInBuffer,
+                     kind.send_fixed ? nullptr : pParam->pOutBuffer);
 }
 
 } // namespace

@@ -7,16 +7,16 @@
 
 namespace {
 
-constexpr uint16_t leading_ones = 0xFFFF;
-constexpr uint32_t words_in_flight = 2; // that the controller's send buffer takes without a wait
+constexpr uint16_t kLeadingOnes = 0xFFFF;
+constexpr uint32_t kWordsInFlight = 2; // that the controller's send buffer takes without a wait
 
 // A run of data words. The loops below are the hot ones of the driver: they work on the cursor, so
 // that a word costs a few stores.
 struct Stream {
     BatchCursor cursor;
-    uint16_t wait_word;      // before each word that waits; 0 for a pod that waits by itself
-    const uint16_t* pSource; // next word to send
-    uint16_t* pDestination;  // of the next word received
+    uint16_t wait_word;     // before each word that waits; 0 for a pod that waits by itself
+    const uint16_t* source; // next word to send
+    uint16_t* destination;  // of the next word received
 };
 
 inline void wait_for_buffer(Stream& stream) {
@@ -26,16 +26,16 @@ inline void wait_for_buffer(Stream& stream) {
 }
 
 inline void send_next(Stream& stream) {
-    cursor_write(stream.cursor, TBC_PORT_SEND, *stream.pSource++);
+    cursor_write(stream.cursor, TBC_PORT_SEND, *stream.source++);
 }
 
 inline void receive_next(Stream& stream) {
-    cursor_read(stream.cursor, TBC_PORT_RECEIVE, stream.pDestination++);
+    cursor_read(stream.cursor, TBC_PORT_RECEIVE, stream.destination++);
 }
 
 inline void send_first(Stream& stream, const ScanWords& words) {
     if (words.lead) {
-        cursor_write(stream.cursor, TBC_PORT_SEND, leading_ones);
+        cursor_write(stream.cursor, TBC_PORT_SEND, kLeadingOnes);
     } else {
         send_next(stream);
     }
@@ -45,7 +45,7 @@ inline void send_first(Stream& stream, const ScanWords& words) {
 inline void receive_first(Stream& stream, const ScanWords& words) {
     wait_for_buffer(stream);
     if (words.lead) {
-        cursor_read(stream.cursor, TBC_PORT_RECEIVE, &stream.cursor.pJscInform->ownReads.discard);
+        cursor_read(stream.cursor, TBC_PORT_RECEIVE, &stream.cursor.handle->ownReads.discard);
     } else {
         receive_next(stream);
     }
@@ -53,7 +53,7 @@ inline void receive_first(Stream& stream, const ScanWords& words) {
 
 void send_words(Stream& stream, const ScanWords& words) {
     for (uint32_t sent = 0; sent < words.count; ++sent) {
-        if (sent >= words_in_flight) {
+        if (sent >= kWordsInFlight) {
             wait_for_buffer(stream);
         }
         send_next(stream);
@@ -76,7 +76,7 @@ void exchange_words(Stream& stream, const ScanWords& words) {
         send_next(stream);
     }
     receive_first(stream, words);
-    for (uint32_t sent = words_in_flight; sent < words.count; ++sent) {
+    for (uint32_t sent = kWordsInFlight; sent < words.count; ++sent) {
         wait_for_buffer(stream);
         send_next(stream);
         receive_next(stream);
@@ -90,8 +90,8 @@ void exchange_words(Stream& stream, const ScanWords& words) {
 using MoveWords = void (*)(Stream& stream, const ScanWords& words);
 
 int32_t run(JSC_Inform* pJscInform, const ScanWords& words, JSC_StatusType status, MoveWords move) {
-    Stream stream{BatchCursor{}, wait_word_of_status(pJscInform, status), words.pSource,
-                  words.pDestination};
+    Stream stream{BatchCursor{}, wait_word_of_status(pJscInform, status), words.source,
+                  words.destination};
     stream.cursor = cursor_open(pJscInform);
     move(stream, words);
     cursor_close(stream.cursor);
@@ -99,7 +99,7 @@ int32_t run(JSC_Inform* pJscInform, const ScanWords& words, JSC_StatusType statu
 }
 
 int32_t run_send(JSC_Inform* pJscInform, const ScanWords& words) {
-    const bool waits = words.count > words_in_flight;
+    const bool waits = words.count > kWordsInFlight;
     return run(pJscInform, words,
                waits ? eJSC_STATUS_TYPE_WR_BUFFER1_ONE : eJSC_STATUS_TYPE_HARMLESS, send_words);
 }

@@ -10,8 +10,8 @@
 
 namespace {
 
-constexpr uint32_t level_low = 0;
-constexpr uint32_t level_high = 1;
+constexpr uint32_t kLevelLow = 0;
+constexpr uint32_t kLevelHigh = 1;
 
 void set_level(JSC_Inform* pJscInform, uint32_t level) {
     (void)jsc_ModifyTrstn(pJscInform, eJSC_JTAG_PIN_SET_LEVEL, level, 0);
@@ -35,7 +35,7 @@ int32_t jsc_ModifyTrstn(JSC_Inform* pJscInform, JSC_JtagPin jtagPin, uint32_t pa
     uint32_t recovery_us = 0;
     RETURN_ON_ERROR(TimeValueQuery(pJscInform, eJSC_TIME_TYPE_PULSE_RECOVERY, &recovery_us));
     RETURN_ON_ERROR(WaitForTbcDone(pJscInform));
-    RETURN_ON_ERROR(util_TrstConfig(pJscInform, parameter1 == level_low));
+    RETURN_ON_ERROR(util_TrstConfig(pJscInform, parameter1 == kLevelLow));
     sys_TimeWaitForTime(recovery_us);
     return eJTI_ERROR_NONE;
 }
@@ -47,9 +47,9 @@ int32_t tbc_TrstnStuff(JSC_Inform* pJscInform, bool toggleTrstn, bool useLogFile
     if (high) {
         RETURN_IF(!toggleTrstn, eJTI_ERROR_NONE);
         done = RSTLOG_SCAN_PATH_TRST_TOGGLE;
-        set_level(pJscInform, level_low);
+        set_level(pJscInform, kLevelLow);
     }
-    set_level(pJscInform, level_high);
+    set_level(pJscInform, kLevelHigh);
     RETURN_IF(!useLogFile, eJTI_ERROR_NONE);
     return zdl_LogFileBasic(pJscInform->resetLogHandle, static_cast<uint32_t>(done));
 }

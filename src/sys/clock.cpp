@@ -4,8 +4,8 @@
 
 namespace {
 
-constexpr uint64_t ms_per_second = 1000;
-constexpr uint64_t ns_per_ms = 1'000'000;
+constexpr uint64_t kMsPerSecond = 1000;
+constexpr uint64_t kNsPerMs = 1'000'000;
 
 } // namespace
 
@@ -18,8 +18,8 @@ void sys_TimeWaitForTime(uint32_t delayTime) {
 wallclock_t sys_TimeWallClock() {
     timespec now{};
     os_calls.clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<wallclock_t>(static_cast<uint64_t>(now.tv_sec) * ms_per_second +
-                                    static_cast<uint64_t>(now.tv_nsec) / ns_per_ms);
+    return static_cast<wallclock_t>(static_cast<uint64_t>(now.tv_sec) * kMsPerSecond +
+                                    static_cast<uint64_t>(now.tv_nsec) / kNsPerMs);
 }
 
 bool sys_TimeDifference(uint32_t finish, uint32_t start, uint32_t timeOut, bool noTimeOut) {

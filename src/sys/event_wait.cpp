@@ -4,7 +4,7 @@
 
 namespace {
 
-constexpr unsigned tests_per_round = 256;
+constexpr unsigned kTestsPerRound = 256;
 
 } // namespace
 
@@ -14,29 +14,29 @@ int32_t sys_TimeWaitForEvent(void* handle, uint32_t parameter, uint32_t eventCho
         return eventTest(handle, action, parameter, eventChoice);
     };
     const auto happened_in_a_round = [&] {
-        for (unsigned test = 0; test < tests_per_round; ++test) {
-            if (ask(EVENT_TEST)) {
+        for (unsigned test = 0; test < kTestsPerRound; ++test) {
+            if (ask(EventActionTest)) {
                 return true;
             }
         }
         return false;
     };
 
-    ask(EVENT_START);
+    ask(EventActionStart);
     if (happened_in_a_round()) {
-        return EVENT_HAPPENED;
+        return EventHappened;
     }
     const wallclock_t start = sys_TimeWallClock();
     for (;;) {
         if (happened_in_a_round()) {
-            return EVENT_HAPPENED;
+            return EventHappened;
         }
         const wallclock_t finish = sys_TimeWallClock();
-        if (ask(EVENT_ABANDON)) {
-            return EVENT_ABANDONED;
+        if (ask(EventActionAbandon)) {
+            return EventAbandoned;
         }
         if (!sys_TimeDifference(finish, start, timeOut, noTimeOut)) {
-            return EVENT_TIMED_OUT;
+            return EventTimedOut;
         }
     }
 }

@@ -2,13 +2,13 @@
 
 namespace {
 
-constexpr uint32_t hash_seed = 5381;
-constexpr uint32_t hash_factor = 33;
+constexpr uint32_t kHashSeed = 5381;
+constexpr uint32_t kHashFactor = 33;
 
 } // namespace
 
 uint32_t sys_StrHashFirst() {
-    return hash_seed;
+    return kHashSeed;
 }
 
 uint32_t sys_StrHashAgain(uint32_t before, const char* pData) {
@@ -19,7 +19,7 @@ uint32_t sys_StrHashAgain(uint32_t before, const char* pData) {
     for (; *pData != '\0'; ++pData) {
         // The character counts as a signed one: 0x80 and above set the upper bits.
         const auto character = static_cast<signed char>(*pData);
-        hash = (hash * hash_factor) ^ static_cast<uint32_t>(character);
+        hash = (hash * kHashFactor) ^ static_cast<uint32_t>(character);
     }
     return hash;
 }

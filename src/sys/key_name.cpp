@@ -1,6 +1,7 @@
 #include "sys/key_name.h"
 
 #include "sys/compare.h"
+#include "sys/text_copy.h"
 
 #include <cstring>
 
@@ -11,7 +12,7 @@ struct Prefix {
     const char* new_form;
 };
 
-constexpr Prefix prefixes[] = {
+constexpr Prefix kPrefixes[] = {
     {.old_form = "pod_", .new_form = "kelm.pod_"},
     {.old_form = "unify_", .new_form = "vexil."},
 };
@@ -22,11 +23,11 @@ int sys_Str0ConvertVary(const char* pOldName, char* pNewName) {
     if (pOldName == nullptr || pNewName == nullptr) {
         return 1;
     }
-    for (const Prefix& prefix : prefixes) {
+    for (const Prefix& prefix : kPrefixes) {
         const size_t length = std::strlen(prefix.old_form);
         if (sys_Str0SinglCmpInsLen(pOldName, prefix.old_form, static_cast<uint32_t>(length)) == 0) {
-            std::strcpy(pNewName, prefix.new_form);
-            std::strcat(pNewName, pOldName + length);
+            str0_copy(pNewName, prefix.new_form);
+            str0_copy(pNewName + std::strlen(pNewName), pOldName + length);
             return 0;
         }
     }
@@ -35,7 +36,7 @@ int sys_Str0ConvertVary(const char* pOldName, char* pNewName) {
     if (separator == nullptr) {
         return 1;
     }
-    std::strcpy(pNewName, pOldName);
+    str0_copy(pNewName, pOldName);
     pNewName[separator - pOldName] = '.';
     return 0;
 }

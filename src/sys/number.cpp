@@ -7,9 +7,9 @@
 
 namespace {
 
-constexpr const char* truth_words[] = {"POSITIVE", "ASSERT", "TRUTH", "TRUE", "HIGH",
+constexpr const char* kTruthWords[] = {"POSITIVE", "ASSERT", "TRUTH", "TRUE", "HIGH",
                                        "YES",      "ONE",    "1",     nullptr};
-constexpr const char* falsehood_words[] = {"NEGATIVE", "NEGATE", "FALSE", "LOW",  "NOT",
+constexpr const char* kFalsehoodWords[] = {"NEGATIVE", "NEGATE", "FALSE", "LOW",  "NOT",
                                            "NO",       "ZERO",   "0",     nullptr};
 
 static_assert(sizeof(long) == sizeof(long long), "one conversion serves all widths");
@@ -67,11 +67,11 @@ bool sys_Str0ToBoolean(const char* pValue, bool* pLogic) {
     if (pValue == nullptr || pLogic == nullptr) {
         return true;
     }
-    if (str0_find_keyword(pValue, truth_words, nullptr, 0) != nullptr) {
+    if (str0_find_keyword(pValue, kTruthWords, nullptr, 0) != nullptr) {
         *pLogic = true;
         return false;
     }
-    if (str0_find_keyword(pValue, falsehood_words, nullptr, 0) != nullptr) {
+    if (str0_find_keyword(pValue, kFalsehoodWords, nullptr, 0) != nullptr) {
         *pLogic = false;
         return false;
     }

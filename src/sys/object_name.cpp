@@ -9,9 +9,9 @@
 
 namespace {
 
-constexpr uint32_t shortest_object_length = 12;
-constexpr size_t object_name_size = sizeof "JTI-01234567";
-constexpr size_t port_text_size = sizeof "01234567";
+constexpr uint32_t kShortestObjectLength = 12;
+constexpr size_t kObjectNameSize = sizeof "JTI-01234567";
+constexpr size_t kPortTextSize = sizeof "01234567";
 
 uint32_t hash_of_names(std::initializer_list<const char*> names) {
     uint32_t hash = sys_StrHashFirst();
@@ -31,13 +31,13 @@ int sys_Str0GetObjectName(char* objectName, uint32_t objectLength, const char* e
         return 1;
     }
     // Kept: the name with its NUL is one byte longer than the length that is asked for.
-    if (objectLength < shortest_object_length) {
+    if (objectLength < kShortestObjectLength) {
         return 1;
     }
-    char port[port_text_size];
+    char port[kPortTextSize];
     std::snprintf(port, sizeof port, "%08" PRIx32, driverPort);
     const uint32_t hash = hash_of_names({extraName0, extraName1, extraName2, driverName, port});
     std::memset(objectName, 0, objectLength);
-    std::snprintf(objectName, object_name_size, "JTI-%08" PRIx32, hash);
+    std::snprintf(objectName, kObjectNameSize, "JTI-%08" PRIx32, hash);
     return 0;
 }

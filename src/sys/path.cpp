@@ -1,6 +1,7 @@
 #include "sys/path.h"
 
 #include "sys/strheap.h"
+#include "sys/text_copy.h"
 
 #include <cstring>
 
@@ -41,7 +42,7 @@ void zdl_PathExtensionAdd(char* pNamePath, const char* pNameExt, bool force) {
         dot = pNamePath + std::strlen(pNamePath);
     }
     *dot = '.';
-    std::strcpy(dot + 1, *pNameExt == '.' ? pNameExt + 1 : pNameExt);
+    str0_copy(dot + 1, *pNameExt == '.' ? pNameExt + 1 : pNameExt);
 }
 
 const char* zdl_PathNameToFileName(const char* pNamePath) {

@@ -10,8 +10,8 @@
 namespace {
 
 // A first buffer is never smaller than this; a longer one has an eighth of its text in reserve.
-constexpr uint32_t smallest_buffer = 33;
-constexpr uint32_t longest_of_smallest = 31;
+constexpr uint32_t kSmallestBuffer = 33;
+constexpr uint32_t kLongestOfSmallest = 31;
 
 char* ByteAlloc(char* s, uint32_t m, uint32_t n) {
     if (n == 0 || n < m) {
@@ -42,8 +42,8 @@ bool ByteMisMatchI(const char* s, uint32_t n, const char* t) {
 
 // The buffer for a text of `len` characters, or 0 when 32 bits do not hold its size.
 uint32_t buffer_size(uint32_t len) {
-    if (len <= longest_of_smallest) {
-        return smallest_buffer;
+    if (len <= kLongestOfSmallest) {
+        return kSmallestBuffer;
     }
     const uint64_t size = uint64_t{len} + len / 8 + 1;
     return size > std::numeric_limits<uint32_t>::max() ? 0 : static_cast<uint32_t>(size);

@@ -2,6 +2,10 @@
 
 #include <cstring>
 
+char* str0_copy(char* dest, const char* source) {
+    return static_cast<char*>(std::memmove(dest, source, std::strlen(source) + 1));
+}
+
 const char* sys_Str0SearchLen(const char* str, uint32_t len, char chr) {
     return str == nullptr || len == 0 ? nullptr
                                       : static_cast<const char*>(std::memchr(str, chr, len));

@@ -3,6 +3,10 @@
 
 #include "jti_typedef.h"
 
+// Copies the NUL-terminated `source`, NUL included, and returns `dest`, which has the room. Neither
+// may be null; they may overlap.
+char* str0_copy(char* dest, const char* source);
+
 // Points at the first `chr` among the first `len` characters of `str`; null when there is none, for
 // len 0 and for a null text. A NUL does not end the search.
 JTI_EXPORT const char* sys_Str0SearchLen(const char* str, uint32_t len, char chr);

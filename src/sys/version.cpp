@@ -2,7 +2,7 @@
 
 namespace {
 
-constexpr Str0VersionInform version = {
+constexpr Str0VersionInform kVersion = {
     .valid = 0,
     .date = __DATE__,
     .time = __TIME__,
@@ -21,5 +21,5 @@ constexpr Str0VersionInform version = {
 } // namespace
 
 const Str0VersionInform* sys_Str0FormatVersion() {
-    return &version;
+    return &kVersion;
 }

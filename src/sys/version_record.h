@@ -6,6 +6,9 @@
 
 #include <stdint.h>
 
+/* The names are those that the driver's documents give. */
+/* NOLINTBEGIN(readability-identifier-naming) */
+
 /* Version of the library, one constant filled at build time. */
 typedef struct Str0VersionInform {
     uint32_t valid;
@@ -22,5 +25,7 @@ typedef struct Str0VersionInform {
     uint32_t componentDefect;
     uint32_t componentPatch;
 } Str0VersionInform;
+
+/* NOLINTEND(readability-identifier-naming) */
 
 #endif /* VERSION_RECORD_H */

@@ -5,7 +5,7 @@
 
 // 0; -122 without a handle; -116 for a handle without a controller block, as after a failed
 // connect.
-inline JTI_Error check_attached(const JSC_Inform* pJscInform) {
+[[nodiscard]] inline JTI_Error check_attached(const JSC_Inform* pJscInform) {
     if (pJscInform == nullptr) {
         return eJTI_ERROR_BAD_ARGUMENT;
     }

@@ -45,7 +45,7 @@ int32_t queue_status_reads(JSC_Inform* pJscInform) {
                         shared_read(block->rdCntrGbl), BatchItem{.words = 0, .reads = 0})) {
         return eJTI_ERROR_BATCH_FAILED;
     }
-    RETURN_IF(!batch_reserve_nodes(pJscInform, batch_status_reads), eJTI_ERROR_NO_MEMORY);
+    RETURN_IF(!batch_reserve_nodes(pJscInform, kBatchStatusReads), eJTI_ERROR_NO_MEMORY);
     batch_append_read(pJscInform, TBC_PORT_SUPPORT, &control->StatusCache);
     batch_append_read(pJscInform, TBC_PORT_STATUS0, &control->Status0Cache);
     batch_append_read(pJscInform, TBC_PORT_STATUS1, &control->Status1Cache);

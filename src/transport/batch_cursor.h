@@ -12,7 +12,7 @@
 #include "transport/shared_field.h"
 
 struct BatchCursor {
-    JSC_Inform* pJscInform;
+    JSC_Inform* handle;
     lcl_shm* block;            // null without a channel
     uint32_t next;             // next free index of the out-block
     uint32_t reads_local;      // reads since the open marker

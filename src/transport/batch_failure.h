@@ -7,7 +7,7 @@
 // The failure, if any, of the batch itself (a flush that made room, a word that had none) since
 // Diagnose last took it: 0 or its code. An operation that only queues asks this before it reports
 // success. Null handle: -122.
-int32_t batch_failure(const JSC_Inform* pJscInform);
+[[nodiscard]] int32_t batch_failure(const JSC_Inform* pJscInform);
 
 // Reports and clears podError (and the failure behind it). 0 when there is none. After a failure of
 // the batch itself the pending reads are dropped: their words are lost, and they would take those

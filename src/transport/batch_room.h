@@ -10,23 +10,23 @@ struct BatchItem {
 };
 
 // A flush queues reads of the three status registers.
-inline constexpr uint32_t batch_status_reads = 3;
+inline constexpr uint32_t kBatchStatusReads = 3;
 // Most words that a flush adds: the three reads, and a marker that one of them closes.
-inline constexpr uint32_t batch_flush_words_most = batch_status_reads + 1;
+inline constexpr uint32_t kBatchFlushWordsMost = kBatchStatusReads + 1;
 
 // Whether an item fits, with all that a flush adds behind it, exactly: the last word of the block
 // may be used. Counters that no batch can have never fit.
 //   next          in: next free index of the out-block
 //   reads_local   in: reads since the open marker
 //   reads_global  in: reads in the batch
-constexpr bool batch_has_room(uint32_t next, uint32_t reads_local, uint32_t reads_global,
-                              BatchItem item) {
+[[nodiscard]] constexpr bool batch_has_room(uint32_t next, uint32_t reads_local,
+                                            uint32_t reads_global, BatchItem item) {
     if (next > SHM_BLOCK_WORDS || reads_local >= SHM_MARKER_READS ||
         reads_global > SHM_BLOCK_WORDS) {
         return false;
     }
-    const uint32_t reads = item.reads + batch_status_reads;
+    const uint32_t reads = item.reads + kBatchStatusReads;
     const uint32_t markers = (reads_local + reads) / SHM_MARKER_READS;
-    return next + item.words + batch_status_reads + markers <= SHM_BLOCK_WORDS &&
+    return next + item.words + kBatchStatusReads + markers <= SHM_BLOCK_WORDS &&
            reads_global + reads <= SHM_BLOCK_WORDS;
 }

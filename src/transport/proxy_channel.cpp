@@ -16,10 +16,10 @@
 namespace {
 
 // How an open ends early: with a success that hosts rely on, or without a pod.
-constexpr int32_t nothing_attached = eJTI_ERROR_NONE;
-constexpr int32_t no_pod = eJTI_ERROR_TRANSPORT;
+constexpr int32_t kNothingAttached = eJTI_ERROR_NONE;
+constexpr int32_t kNoPod = eJTI_ERROR_TRANSPORT;
 
-constexpr int32_t no_record = -1;
+constexpr int32_t kNoRecord = -1;
 
 bool has_post(sem_t* pSemaphore) {
     int posts = 0;
@@ -29,10 +29,10 @@ bool has_post(sem_t* pSemaphore) {
 // Looks at the semaphore until a post is there, for about as long as a short exchange takes. The
 // proxy may need this processor to make the post, so others are let in again and again.
 void look_for_post(sem_t* pSemaphore) {
-    constexpr int rounds = 64;
-    constexpr int looks = 32;
-    for (int round = 0; round < rounds; ++round) {
-        for (int look = 0; look < looks; ++look) {
+    constexpr int kRounds = 64;
+    constexpr int kLooks = 32;
+    for (int round = 0; round < kRounds; ++round) {
+        for (int look = 0; look < kLooks; ++look) {
             if (has_post(pSemaphore)) {
                 return;
             }
@@ -81,11 +81,11 @@ MappedObject map_object(const char* name, size_t size, int32_t absent) {
     if (fd < 0) {
         return {nullptr, fd, absent};
     }
-    MappedObject object{nullptr, fd, no_pod};
+    MappedObject object{nullptr, fd, kNoPod};
     struct stat status {};
     if (os_calls.fstat(fd, &status) == 0) {
         if (status.st_size != static_cast<off_t>(size)) {
-            object.code = nothing_attached;
+            object.code = kNothingAttached;
         } else if (void* memory =
                        os_calls.mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
                    memory != MAP_FAILED) {
@@ -113,14 +113,14 @@ int32_t find_pod(gbl_shm* table, uint32_t serial) {
             return static_cast<int32_t>(index);
         }
     }
-    return no_record;
+    return kNoRecord;
 }
 
 bool attach_block(JSC_Inform* pJscInform, const gbl_shm_record& record, int32_t* pCode) {
     char name[SHM_POD_NAME_SIZE];
     std::memcpy(name, record.lcl_shm_name, sizeof name);
     name[SHM_POD_NAME_SIZE - 1] = '\0';
-    const MappedObject object = map_object(name, sizeof(lcl_shm), nothing_attached);
+    const MappedObject object = map_object(name, sizeof(lcl_shm), kNothingAttached);
     if (object.memory == nullptr) {
         *pCode = object.code;
         return false;
@@ -176,7 +176,7 @@ void release_channel(JSC_Inform* pJscInform) {
 // Attaches to the pod of a record. Lets the mutex go before the handshake, or on the way out.
 int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t* mutex) {
     gbl_shm_record& record = table->devs[index];
-    int32_t code = nothing_attached;
+    int32_t code = kNothingAttached;
     const bool attached = attach_block(pJscInform, record, &code) &&
                           open_semaphores(pJscInform, shared_read(record.devSN));
     unlock_proxy(mutex);
@@ -185,16 +185,16 @@ int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t
     pJscInform->emuRevision = shared_read(record.devRev);
     if (index >= instances(table)) {
         release_channel(pJscInform);
-        return no_pod;
+        return kNoPod;
     }
     return eJTI_ERROR_NONE;
 }
 
 int32_t open_chosen_pod(JSC_Inform* pJscInform, gbl_shm* table, sem_t* mutex) {
     const int32_t index = find_pod(table, pJscInform->qelVariable.sn);
-    if (index == no_record) {
+    if (index == kNoRecord) {
         unlock_proxy(mutex);
-        return no_pod;
+        return kNoPod;
     }
     return attach_pod(pJscInform, table, static_cast<uint32_t>(index), mutex);
 }
@@ -202,13 +202,13 @@ int32_t open_chosen_pod(JSC_Inform* pJscInform, gbl_shm* table, sem_t* mutex) {
 } // namespace
 
 int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, no_pod);
+    RETURN_IF(pJscInform == nullptr, kNoPod);
     pJscInform->ProxyShm = nullptr;
     pJscInform->evStartSem = nullptr;
     pJscInform->evCompleteSem = nullptr;
     sem_t* const mutex = lock_proxy();
-    RETURN_IF(mutex == nullptr, no_pod);
-    const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), no_pod);
+    RETURN_IF(mutex == nullptr, kNoPod);
+    const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), kNoPod);
     if (table.memory == nullptr) {
         unlock_proxy(mutex);
         return table.code;
@@ -241,12 +241,12 @@ void my_wait(sem_t* pSemaphore) {
     }
     // Kept: the deadline lies in the past, so that every attempt returns at once and the wait spins
     // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
-    constexpr timespec deadline{.tv_sec = 10, .tv_nsec = 100'000'000};
+    constexpr timespec kDeadline{.tv_sec = 10, .tv_nsec = 100'000'000};
     // An attempt without a post costs a system call, for which the kernel sets up a timer: ten
     // times a short exchange. So the post is looked for first.
     do {
         look_for_post(pSemaphore);
-    } while (os_calls.sem_timedwait(pSemaphore, &deadline) != 0);
+    } while (os_calls.sem_timedwait(pSemaphore, &kDeadline) != 0);
 }
 
 bool channel_is_open(const JSC_Inform* pJscInform) {

@@ -5,7 +5,7 @@
 #include "jsc_internal.h"
 
 // Sees to it that `count` spent nodes are at hand. False without memory for them.
-bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count);
+[[nodiscard]] bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count);
 
 // Appends a pending read, from a node that was reserved.
 //   count  in: words

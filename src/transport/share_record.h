@@ -6,6 +6,9 @@
 
 #include "jti_typedef.h"
 
+/* The names are those that the driver's documents give. */
+/* NOLINTBEGIN(readability-identifier-naming) */
+
 /* "JTI-", eight hexadecimal digits, the NUL. */
 #define SHARE_NAME_SIZE 13
 /* Characters of an object name without the NUL. */
@@ -29,5 +32,7 @@ typedef struct ShareInform {
 
 /* The object begins with the attach count: 0 for the creator, one more for each later attacher. */
 #define SHARE_HEADER_SIZE 4u
+
+/* NOLINTEND(readability-identifier-naming) */
 
 #endif /* SHARE_RECORD_H */
