@@ -4,8 +4,8 @@ add_library(talvor_flags INTERFACE)
 
 target_compile_options(talvor_flags INTERFACE
   -Wall -Wextra -Wconversion -Wshadow
-  -Wformat -Wformat-security
-  -fstack-protector-strong
+  -Wformat=2
+  -fstack-protector-strong -fstack-clash-protection -fcf-protection
   # Builds of the same sources are identical wherever the tree stands.
   -ffile-prefix-map=${CMAKE_SOURCE_DIR}/=
   -ffile-prefix-map=${CMAKE_BINARY_DIR}/=)
@@ -17,12 +17,17 @@ if(TALVOR_WERROR)
 endif()
 
 if(TALVOR_SANITIZE)
+  if(TALVOR_SANITIZE STREQUAL "thread")
+    set(sanitizers thread)
+  else()
+    set(sanitizers address,undefined)
+  endif()
   target_compile_options(talvor_flags INTERFACE
-    -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
+    -fsanitize=${sanitizers} -fno-sanitize-recover=all -fno-omit-frame-pointer -g1)
   # This check of clang needs a C++ runtime, which the library and hosts in C do not have.
   target_compile_options(talvor_flags INTERFACE
     $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-fno-sanitize=function>)
-  target_link_options(talvor_flags INTERFACE -fsanitize=address,undefined)
+  target_link_options(talvor_flags INTERFACE -fsanitize=${sanitizers})
 else()
   # Fortified libc calls need optimisation, and the sanitizers replace them.
   target_compile_options(talvor_flags INTERFACE
