@@ -30,11 +30,18 @@ if(TALVOR_SANITIZE)
   target_link_options(talvor_flags INTERFACE -fsanitize=${sanitizers})
 else()
   # Fortified libc calls need optimisation, and the sanitizers replace them.
+  set(plain $<OR:$<CONFIG:Debug>,$<BOOL:$<TARGET_PROPERTY:TALVOR_COMPILED_QUICKLY>>>)
   target_compile_options(talvor_flags INTERFACE
-    $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
+    $<$<NOT:${plain}>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
 endif()
 
 if(TALVOR_COVERAGE)
   target_compile_options(talvor_flags INTERFACE --coverage -O0)
   target_link_options(talvor_flags INTERFACE --coverage)
 endif()
+
+# For programs whose compilation takes longer than they ever run: not optimised in a release.
+function(talvor_compile_quickly target)
+  set_target_properties(${target} PROPERTIES TALVOR_COMPILED_QUICKLY ON)
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-O0>)
+endfunction()
