@@ -15,8 +15,11 @@ endfunction()
 add_custom_target(driver_tests)
 
 # Has each test of a program run by ctest; under valgrind the program as a whole.
-function(talvor_run_tests name labels serial)
-  set(properties TIMEOUT 300 LABELS "${labels}" RUN_SERIAL ${serial})
+function(talvor_run_tests name label serial)
+  set(properties TIMEOUT 300 RUN_SERIAL ${serial})
+  if(label)
+    list(APPEND properties LABELS ${label})
+  endif()
   if(NOT TALVOR_MEMCHECK)
     gtest_discover_tests(${name}
       TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60 PROPERTIES ${properties})
@@ -28,13 +31,13 @@ function(talvor_run_tests name labels serial)
   set_tests_properties(${name} PROPERTIES ${properties})
 endfunction()
 
-# talvor_test(NAME <name> [SOURCES <file>...] [LIBRARIES <target>...] [LABELS <label>...] [SERIAL])
+# talvor_test(NAME <name> [SOURCES <file>...] [LIBRARIES <target>...] [LABELS <label>] [SERIAL])
 #
 # One test program. Without SOURCES it takes every *_test.cpp of the current folder, so that a new
 # test file needs no entry anywhere. Every TEST in it becomes a test of ctest. With SERIAL no other
 # test runs beside its tests.
 function(talvor_test)
-  cmake_parse_arguments(ARG "SERIAL" "NAME" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "NAME;LABELS" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT ARG_SOURCES)
     file(GLOB ARG_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
   endif()
@@ -49,7 +52,7 @@ function(talvor_test)
 
   file(RELATIVE_PATH folder ${PROJECT_SOURCE_DIR}/tests ${CMAKE_CURRENT_SOURCE_DIR})
   if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/src/${folder})
-    list(APPEND ARG_LABELS driver)
+    set(ARG_LABELS driver)
     add_dependencies(driver_tests ${ARG_NAME})
   endif()
   talvor_run_tests(${ARG_NAME} "${ARG_LABELS}" ${ARG_SERIAL})
