@@ -27,6 +27,7 @@ function(talvor_run_tests name label serial)
   endif()
   find_program(VALGRIND valgrind REQUIRED)
   add_test(NAME ${name} COMMAND ${VALGRIND} --quiet --error-exitcode=99
+    --suppressions=${PROJECT_SOURCE_DIR}/cmake/valgrind.supp
     --leak-check=full --errors-for-leak-kinds=definite $<TARGET_FILE:${name}> --gtest_brief=1)
   set_tests_properties(${name} PROPERTIES ${properties})
 endfunction()
