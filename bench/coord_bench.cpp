@@ -2,6 +2,7 @@
 #include "jsc_export.h"
 
 #include <benchmark/benchmark.h>
+
 #include <cstring>
 
 namespace {

@@ -2,6 +2,7 @@
 #include "sys/keyword.h"
 
 #include <benchmark/benchmark.h>
+
 #include <cstring>
 
 namespace {

@@ -2,7 +2,6 @@
 // controller's registers word by word, as batches do.
 #include "podsim/model/chain.h"
 #include "podsim/model/controller.h"
-
 #include "shm_structs.h"
 
 #include <benchmark/benchmark.h>
@@ -13,9 +12,10 @@
 
 namespace {
 
-using namespace podsim;
+using namespace talvor;
+using namespace talvor::podsim;
 
-constexpr std::uint64_t kScanBits = 524'288;
+constexpr uint64_t kScanBits = 524'288;
 constexpr unsigned kSelectInstruction = 3;
 
 ChainDescription one_long_register() {
@@ -33,10 +33,10 @@ ChainDescription bypass_chain(int devices) {
     return chain;
 }
 
-std::vector<std::uint64_t> random_words(std::size_t count) {
+std::vector<uint64_t> random_words(size_t count) {
     std::mt19937_64 random(1);
-    std::vector<std::uint64_t> words(count);
-    for (std::uint64_t& word : words) {
+    std::vector<uint64_t> words(count);
+    for (uint64_t& word : words) {
         word = random();
     }
     return words;
@@ -44,13 +44,13 @@ std::vector<std::uint64_t> random_words(std::size_t count) {
 
 void move(Target& target, TapState& state, TapState to) {
     const TmsPath path = shortest_path(state, to);
-    if (path.count != 0 && target.move(path.tms, path.count, true).failed()) {
+    if (path.count != 0 && !target.move(path.tms, path.count, true)) {
         std::abort();
     }
     state = to;
 }
 
-void report_bits(benchmark::State& state, std::uint64_t bits_each) {
+void report_bits(benchmark::State& state, uint64_t bits_each) {
     state.counters["bits"] =
         benchmark::Counter(static_cast<double>(bits_each) * static_cast<double>(state.iterations()),
                            benchmark::Counter::kIsRate);
@@ -61,18 +61,18 @@ void scan_chain(benchmark::State& state, const ChainDescription& description) {
     Chain chain(description);
     TapState tap = TapState::TestLogicReset;
     move(chain, tap, TapState::ShiftIr);
-    const std::uint64_t instruction = kSelectInstruction;
-    std::uint64_t out = 0;
-    if (chain.shift({&instruction, 1}, {&out, 1}, 4, true).failed()) {
+    const uint64_t instruction = kSelectInstruction;
+    uint64_t out = 0;
+    if (!chain.shift({&instruction, 1}, {&out, 1}, 4, true)) {
         std::abort();
     }
     tap = TapState::Exit1Ir;
     move(chain, tap, TapState::RunTestIdle);
-    const std::vector<std::uint64_t> tdi = random_words(words_for(kScanBits));
-    std::vector<std::uint64_t> tdo(tdi.size());
+    const std::vector<uint64_t> tdi = random_words(words_for(kScanBits));
+    std::vector<uint64_t> tdo(tdi.size());
     for (auto _ : state) {
         move(chain, tap, TapState::ShiftDr);
-        if (chain.shift(tdi, tdo, kScanBits, true).failed()) {
+        if (!chain.shift(tdi, tdo, kScanBits, true)) {
             std::abort();
         }
         tap = TapState::Exit1Dr;
@@ -103,18 +103,18 @@ public:
         wait(SHM_WAIT_DONE);
     }
 
-    void write(std::uint16_t port, unsigned value) {
-        if (controller_.write(port, static_cast<std::uint16_t>(value)).failed()) {
+    void write(uint16_t port, unsigned value) {
+        if (!controller_.write(port, static_cast<uint16_t>(value))) {
             std::abort();
         }
     }
-    std::uint16_t read(std::uint16_t port) { return controller_.read(port).word; }
-    void wait(std::uint16_t word) {
-        if (controller_.wait(word).failed()) {
+    uint16_t read(uint16_t port) { return controller_.read(port).value_or(0); }
+    void wait(uint16_t word) {
+        if (!controller_.wait(word)) {
             std::abort();
         }
     }
-    void launch(unsigned end, unsigned option, std::uint64_t bits) {
+    void launch(unsigned end, unsigned option, uint64_t bits) {
         write(TBC_PORT_COUNT_LOW, (bits - 1) & 0xFFFF);
         write(TBC_PORT_COUNT_HIGH, static_cast<unsigned>((bits - 1) >> 16));
         write(TBC_PORT_OPERATION, end | TBC_TRANSIT_SCAN);

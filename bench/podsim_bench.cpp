@@ -1,27 +1,28 @@
 // The driver and the simulated pod together, each in its own process: how many flushed scans a
 // second, how many bits a second.
-#include "podsim/privacy/private_shm.h"
-
+#include "common/child_process.h"
+#include "common/file_descriptor.h"
+#include "common/private_shm.h"
 #include "jsc_export.h"
+
+#include <benchmark/benchmark.h>
 
 #include <algorithm>
 #include <array>
-#include <benchmark/benchmark.h>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <string>
 #include <string_view>
-#include <sys/prctl.h>
 #include <unistd.h>
 #include <vector>
 
 namespace {
 
-constexpr const char* description = R"(
+constexpr const char* kDescription = R"(
 [[pod]]
 serial = 1
 revision = 0x0200
@@ -46,34 +47,31 @@ length = 524288
     std::exit(1);
 }
 
-// Starts the simulator beside this program, in a /dev/shm of both, and waits until it serves.
+// Starts the simulator beside this program, in a /dev/shm of both, and waits until it serves. It
+// ends with this program.
 void start_simulator() {
-    if (podsim::enter_private_shm().failed()) {
+    if (!talvor::enter_private_shm()) {
         give_up("a private /dev/shm");
     }
     const std::string program =
         std::filesystem::read_symlink("/proc/self/exe").parent_path() / "talvor-podsim";
     const std::string file = "/dev/shm/bench.toml"; // nobody else sees it
-    std::ofstream(file) << description;
+    std::ofstream(file) << kDescription;
     std::array<int, 2> ready{};
-    if (pipe(ready.data()) != 0) {
+    const talvor::FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
+    if (pipe2(ready.data(), O_CLOEXEC) != 0 || fcntl(ready[1], F_SETFD, 0) != 0) {
         give_up("pipe");
     }
-    if (fork() == 0) {
-        prctl(PR_SET_PDEATHSIG, SIGTERM);
-        close(ready[0]);
-        const std::string fd = std::to_string(ready[1]);
-        if (std::freopen("/dev/null", "w", stdout) == nullptr) {
-            give_up("/dev/null");
-        }
-        execl(program.c_str(), program.c_str(), "--ready-fd", fd.c_str(), file.c_str(), nullptr);
-        give_up(program.c_str());
-    }
+    const auto simulator =
+        talvor::ChildProcess::spawn({.arguments = {program, "--ready-fd", std::to_string(ready[1]),
+                                                   "--end-with", std::to_string(getpid()), file},
+                                     .output = nowhere.get()});
     close(ready[1]);
     char byte = 0;
-    if (read(ready[0], &byte, 1) != 1) {
-        give_up("the simulator");
+    if (!simulator || read(ready[0], &byte, 1) != 1) {
+        give_up(program.c_str());
     }
+    close(ready[0]);
 }
 
 // A configuration with a few keys in it.
@@ -81,10 +79,10 @@ struct Key {
     std::string_view name;
     const char* text;
 };
-std::array<Key, 4> keys{{{"VEXIL.ECOM_DRVR", "bench"},
-                         {"KELM.POD_EMUVERSION", "2"},
-                         {"KELM.POD_SN", "1"},
-                         {"KELM.POD_AW_EN", "true"}}};
+std::array<Key, 4> g_keys{{{"VEXIL.ECOM_DRVR", "bench"},
+                           {"KELM.POD_EMUVERSION", "2"},
+                           {"KELM.POD_SN", "1"},
+                           {"KELM.POD_AW_EN", "true"}}};
 
 JTI_Error invalid_id(CFG_Handle, uint32_t* id) {
     *id = UINT32_MAX;
@@ -96,9 +94,9 @@ JTI_Error global_id(CFG_Handle, uint32_t* id, bool* found) {
     return 0;
 }
 JTI_Error find_key(CFG_Handle, uint32_t, const char* name, JBD_Context* entry, bool* found) {
-    const auto key =
-        std::find_if(keys.begin(), keys.end(), [=](const Key& one) { return one.name == name; });
-    *found = key != keys.end();
+    const auto key = std::find_if(g_keys.begin(), g_keys.end(),
+                                  [=](const Key& one) { return one.name == name; });
+    *found = key != g_keys.end();
     *entry = const_cast<char*>(*found ? key->text : "");
     return 0;
 }
@@ -139,8 +137,8 @@ void check(JTI_Error error, const char* what) {
     }
 }
 
-constexpr const char* short_chain = "1"; // one TAP in BYPASS
-constexpr const char* long_chain = "2";
+constexpr const char* kShortChain = "1"; // one TAP in BYPASS
+constexpr const char* kLongChain = "2";
 
 // A connected scan controller.
 class Host {
@@ -148,8 +146,8 @@ public:
     Host(const char* serial, bool waits_by_itself) {
         static const bool started = (start_simulator(), true);
         static_cast<void>(started);
-        keys[2].text = serial;
-        keys[3].text = waits_by_itself ? "true" : "false";
+        g_keys[2].text = serial;
+        g_keys[3].text = waits_by_itself ? "true" : "false";
         check(JSC_CreateInterface(&table_), "JSC_CreateInterface");
         JSC_Parameter parameter{true, JSC_RECIPE_LONG_INIT, eJTI_CLIENT_ANONYMOUS, configuration(),
                                 this};
@@ -188,7 +186,7 @@ private:
 
 // One flush with one register read and the three status reads of every flush.
 void Flush(benchmark::State& state) {
-    Host host(short_chain, false);
+    Host host(kShortChain, false);
     uint16_t word = 0;
     for (auto _ : state) {
         check(host->RegisterRead(host.handle(), false, false, 17, 1, &word), "RegisterRead");
@@ -199,7 +197,7 @@ BENCHMARK(Flush)->UseRealTime();
 
 // A flushed scan of 32 bits out and in.
 void Scan32(benchmark::State& state) {
-    Host host(short_chain, state.range(0) != 0);
+    Host host(kShortChain, state.range(0) != 0);
     std::vector<uint16_t> out{0x1234, 0x5678};
     std::vector<uint16_t> in(2);
     for (auto _ : state) {
@@ -211,27 +209,27 @@ BENCHMARK(Scan32)->ArgName("pod_waits")->Arg(0)->Arg(1)->UseRealTime();
 
 // A scan of 512 Kbit out and in, through a register of that length; its data is checked.
 void Scan512K(benchmark::State& state) {
-    Host host(long_chain, state.range(0) != 0);
-    constexpr uint32_t bits = 524288;
+    Host host(kLongChain, state.range(0) != 0);
+    constexpr uint32_t kBits = 524288;
     std::vector<uint16_t> instruction{8};
     std::vector<uint16_t> captured(1);
     check(host.scan(eJSC_JTAG_SHIFT_IR, 4, instruction, captured), "ScanBoth16");
-    std::vector<uint16_t> out(bits / 16);
-    std::vector<uint16_t> in(bits / 16);
+    std::vector<uint16_t> out(kBits / 16);
+    std::vector<uint16_t> in(kBits / 16);
     uint32_t seed = 1;
     for (uint16_t& word : out) {
         seed = seed * 1664525 + 1013904223;
         word = static_cast<uint16_t>(seed >> 16);
     }
-    check(host.scan(eJSC_JTAG_SHIFT_DR, bits, out, in), "ScanBoth16");
+    check(host.scan(eJSC_JTAG_SHIFT_DR, kBits, out, in), "ScanBoth16");
     for (auto _ : state) {
-        check(host.scan(eJSC_JTAG_SHIFT_DR, bits, out, in), "ScanBoth16");
+        check(host.scan(eJSC_JTAG_SHIFT_DR, kBits, out, in), "ScanBoth16");
     }
     if (in != out) {
         state.SkipWithError("the register did not give back what was scanned into it");
     }
     state.counters["bits"] =
-        benchmark::Counter(static_cast<double>(bits) * static_cast<double>(state.iterations()),
+        benchmark::Counter(static_cast<double>(kBits) * static_cast<double>(state.iterations()),
                            benchmark::Counter::kIsRate);
 }
 BENCHMARK(Scan512K)

@@ -4,8 +4,10 @@
 #include "scan/scan_operation.h"
 #include "scan/state.h"
 #include "support/instant_pod.h"
+#include "support/jtag_command.h"
 
 #include <benchmark/benchmark.h>
+
 #include <cstring>
 #include <ctime>
 #include <vector>
@@ -18,19 +20,6 @@ using Scan = int32_t (*)(JSC_Inform*, const JSC_JtagCommand*, const JSC_JtagPara
 constexpr uint32_t word_bits = 16;
 constexpr uint32_t half_a_million_bits = 524288; // a few words more than a block holds both ways
 constexpr uint32_t block_fitting_bits = 500000;  // one flush
-
-JSC_JtagCommand dr_scan(bool adjust) {
-    JSC_JtagCommand command{};
-    command.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    command.jtagShift = eJSC_JTAG_SHIFT_DR;
-    command.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    command.jtagEnd = eJSC_JTAG_STATE_IDLE;
-    command.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
-    command.jtagUsage = eJSC_JTAG_USAGE_FRESH;
-    command.jtagWidth = eJSC_JTAG_WIDTH_16;
-    command.jtagAdjust = adjust ? eJSC_JTAG_ADJUST_AUTO : eJSC_JTAG_ADJUST_USER;
-    return command;
-}
 
 double processor_seconds() {
     timespec now{};
@@ -56,7 +45,9 @@ void make_scans(benchmark::State& state, Scan scan, bool adjust) {
     pod.recording = false;
     std::vector<uint16_t> sent(words, 0x5AC3);
     std::vector<uint16_t> received(words);
-    const JSC_JtagCommand command = dr_scan(adjust);
+    const JSC_JtagCommand command =
+        test_support::scan_command(eJSC_JTAG_SHIFT_DR, eJSC_JTAG_STATE_IDLE,
+                                   adjust ? eJSC_JTAG_ADJUST_AUTO : eJSC_JTAG_ADJUST_USER);
     const JSC_JtagParam16 param{1, 0, bits, sent.data(), received.data()};
     const double begin = processor_seconds();
     for (auto _ : state) {

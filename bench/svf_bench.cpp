@@ -1,13 +1,14 @@
 // How fast SVF text is read, checked and played, in bytes of text a second.
+#include "host/jtag/null_port.h"
+#include "host/svf/checker.h"
+#include "host/svf/parser.h"
+#include "host/svf/player.h"
+
 #include <benchmark/benchmark.h>
+
 #include <cstdint>
 #include <random>
 #include <string>
-
-#include "jtag/null_port.h"
-#include "svf/checker.h"
-#include "svf/parser.h"
-#include "svf/player.h"
 
 namespace {
 
@@ -54,7 +55,7 @@ void parse_file(benchmark::State& state) {
         Statement statement;
         uint64_t statements = 0;
         Result<bool> more = true;
-        while ((more = parser.next(statement)).ok() && *more) {
+        while ((more = parser.next(statement)) && *more) {
             ++statements;
         }
         if (!more) {

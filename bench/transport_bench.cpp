@@ -4,9 +4,10 @@
 #include "transport/port.h"
 #include "transport/proxy_channel.h"
 
+#include <benchmark/benchmark.h>
+
 #include <algorithm>
 #include <atomic>
-#include <benchmark/benchmark.h>
 #include <chrono>
 #include <cstring>
 #include <sched.h>
@@ -35,7 +36,7 @@ void queue_items(benchmark::State& state, Queue queue) {
         for (uint32_t item = 0; item < items_per_round; ++item) {
             queue(pod.get(), item);
         }
-        pod.empty_batch();
+        test_support::empty_batch(*pod.block);
         batch_drop_reads(pod.get());
     }
     count_items(state, items_per_round);
@@ -130,7 +131,7 @@ public:
     AnsweringThread() {
         sem_init(&start, 0, 0);
         sem_init(&complete, 0, 0);
-        empty_batch();
+        test_support::empty_batch(*block);
         thread_ = std::thread([this] { serve(); });
     }
     AnsweringThread(const AnsweringThread&) = delete;
@@ -148,14 +149,6 @@ public:
     std::unique_ptr<lcl_shm> block = std::make_unique<lcl_shm>();
 
 private:
-    void empty_batch() {
-        block->tbcMblockPtr = SHM_EMPTY_BATCH_WORDS;
-        block->lastWCNTR = SHM_EMPTY_MARKER_INDEX;
-        block->useZeroOfs = 0;
-        block->rdCntrLcl = 0;
-        block->rdCntrGbl = 0;
-    }
-
     void serve() {
         keep_on_processor(1);
         for (;;) {
@@ -166,7 +159,7 @@ private:
                 return;
             }
             block->status = static_cast<int32_t>(block->rdCntrGbl * sizeof(uint16_t));
-            empty_batch();
+            test_support::empty_batch(*block);
             sem_post(&complete);
         }
     }
@@ -210,7 +203,7 @@ double seconds_of(int trips, Trip trip) {
 // What a number of turns took, in seconds a round trip: the median, so that a turn in which the
 // scheduler took the processor away counts as one turn, not by its length.
 double median(std::vector<double>& turns) {
-    const auto middle = turns.begin() + static_cast<std::ptrdiff_t>(turns.size() / 2);
+    const auto middle = turns.begin() + static_cast<ptrdiff_t>(turns.size() / 2);
     std::nth_element(turns.begin(), middle, turns.end());
     return *middle;
 }

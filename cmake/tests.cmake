@@ -32,15 +32,18 @@ function(talvor_run_tests name label serial)
   set_tests_properties(${name} PROPERTIES ${properties})
 endfunction()
 
-# talvor_test(NAME <name> [SOURCES <file>...] [LIBRARIES <target>...] [LABELS <label>] [SERIAL])
+# talvor_test(NAME <name> [SOURCES <file>... | SOURCES_IN <folder>] [LIBRARIES <target>...] [LABELS <label>] [SERIAL])
 #
 # One test program. Without SOURCES it takes every *_test.cpp of the current folder, so that a new
 # test file needs no entry anywhere. Every TEST in it becomes a test of ctest. With SERIAL no other
 # test runs beside its tests.
 function(talvor_test)
-  cmake_parse_arguments(ARG "SERIAL" "NAME;LABELS" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "SERIAL" "NAME;SOURCES_IN;LABELS" "SOURCES;LIBRARIES" ${ARGN})
   if(NOT ARG_SOURCES)
-    file(GLOB ARG_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*_test.cpp)
+    if(NOT ARG_SOURCES_IN)
+      set(ARG_SOURCES_IN ${CMAKE_CURRENT_SOURCE_DIR})
+    endif()
+    file(GLOB ARG_SOURCES CONFIGURE_DEPENDS ${ARG_SOURCES_IN}/*_test.cpp)
   endif()
   if(NOT ARG_SOURCES)
     return()

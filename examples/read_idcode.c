@@ -6,12 +6,12 @@
  * A pod proxy must be running, such as talvor-podsim. Prints the IDCODE of the TAP nearest TDO as
  * eight hexadecimal digits.
  */
+#include "jsc_export.h"
+
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
-
-#include "jsc_export.h"
 
 /* The board: what a host's configuration file would hold. */
 struct key {

@@ -126,6 +126,7 @@
 #define TBC_TRANSIT_VIA_IDLE 0x20E0  /* through Run-Test/Idle */
 #define TBC_TRANSIT_SCAN 0x3000      /* a scan */
 #define TBC_TRANSIT_IDLE_MASK 0x00E0 /* test clocks spent in Run-Test/Idle, in bits 7..5 */
+#define TBC_TRANSIT_IDLE_SHIFT 5
 
 /* ---- TBC_PORT_STATUS1 -------------------------------------------------------------------------
  */

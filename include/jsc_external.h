@@ -20,6 +20,8 @@ JTI_ENUM(JSC_JtagTransit){
     eJSC_JTAG_TRANSIT_INVALID_LAST = 4,
 };
 typedef enum JSC_JtagTransit JSC_JtagTransit;
+/* Test clocks that one move by way of Run-Test/Idle spends there. */
+#define JSC_IDLE_TRANSIT_CLOCKS 7u
 
 /* Which register path is shifted. */
 JTI_ENUM(JSC_JtagShift){

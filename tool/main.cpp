@@ -1,5 +1,5 @@
-#include "commands/app.h"
-#include "session/interrupt.h"
+#include "common/interrupt.h"
+#include "tool/commands/app.h"
 
 int main(int argc, char** argv) {
     talvor::watch_interrupts();

@@ -5,7 +5,7 @@
 #include <mutex>
 #include <string_view>
 
-namespace podsim {
+namespace talvor::podsim {
 
 class Log {
 public:
@@ -25,4 +25,4 @@ private:
     std::FILE* stream_;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

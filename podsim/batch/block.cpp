@@ -3,11 +3,11 @@
 #include <atomic>
 #include <cstring>
 
-namespace podsim::batch {
+namespace talvor::podsim::batch {
 namespace {
 
 // One read of a field that another process may be writing.
-std::uint32_t fetch(const std::uint32_t& field) {
+uint32_t fetch(const uint32_t& field) {
     return __atomic_load_n(&field, __ATOMIC_RELAXED);
 }
 
@@ -16,14 +16,14 @@ std::uint32_t fetch(const std::uint32_t& field) {
 void empty(lcl_shm& block) {
     block.tbcOMblock[0] = SHM_WORD_RESERVED;
     block.tbcOMblock[SHM_EMPTY_MARKER_INDEX] = SHM_MARKER_OPEN;
-    block.tbcMblockPtr = empty_head.length_words;
-    block.useZeroOfs = empty_head.marker_closed;
-    block.lastWCNTR = empty_head.open_marker;
-    block.rdCntrLcl = empty_head.reads_in_run;
-    block.rdCntrGbl = empty_head.reads_in_batch;
+    block.tbcMblockPtr = kEmptyHead.length_words;
+    block.useZeroOfs = kEmptyHead.marker_closed;
+    block.lastWCNTR = kEmptyHead.open_marker;
+    block.rdCntrLcl = kEmptyHead.reads_in_run;
+    block.rdCntrGbl = kEmptyHead.reads_in_batch;
 }
 
-Batch take(const lcl_shm& block, std::vector<std::uint16_t>& storage) {
+Batch take(const lcl_shm& block, std::vector<uint16_t>& storage) {
     const Head head{fetch(block.tbcMblockPtr), fetch(block.useZeroOfs), fetch(block.lastWCNTR),
                     fetch(block.rdCntrLcl), fetch(block.rdCntrGbl)};
     if (head.length_words == 0 || head.length_words > SHM_BLOCK_WORDS) {
@@ -32,8 +32,8 @@ Batch take(const lcl_shm& block, std::vector<std::uint16_t>& storage) {
     if (storage.size() < head.length_words) {
         storage.resize(head.length_words);
     }
-    std::memcpy(storage.data(), block.tbcOMblock, head.length_words * sizeof(std::uint16_t));
+    std::memcpy(storage.data(), block.tbcOMblock, head.length_words * sizeof(uint16_t));
     return {head, std::span(storage).first(head.length_words)};
 }
 
-} // namespace podsim::batch
+} // namespace talvor::podsim::batch

@@ -1,13 +1,12 @@
 #include "podsim/batch/decoder.h"
 
-namespace podsim::batch {
+namespace talvor::podsim::batch {
 
-std::int32_t status_of(const Outcome& outcome) {
-    return outcome.failure ? failed_status
-                           : static_cast<std::int32_t>(outcome.reads * sizeof(std::uint16_t));
+int32_t status_of(const Outcome& outcome) {
+    return outcome.error ? kFailedStatus : static_cast<int32_t>(outcome.reads * sizeof(uint16_t));
 }
 
-std::optional<std::string> MarkerCheck::take_marker(std::size_t index, std::uint16_t word) {
+std::optional<std::string> MarkerCheck::take_marker(size_t index, uint16_t word) {
     if (!marker_due()) {
         return first_ ? "a marker before the batch's first"
                       : "a marker after " + std::to_string(run_reads_) + " reads of a run";
@@ -22,7 +21,7 @@ std::optional<std::string> MarkerCheck::take_marker(std::size_t index, std::uint
     return std::nullopt;
 }
 
-std::optional<std::string> MarkerCheck::counts_differ(const Head& head, std::uint32_t reads) const {
+std::optional<std::string> MarkerCheck::counts_differ(const Head& head, uint32_t reads) const {
     if (full_) {
         return "the batch ends before its open read-count marker";
     }
@@ -37,20 +36,20 @@ std::optional<std::string> MarkerCheck::counts_differ(const Head& head, std::uin
     return std::nullopt;
 }
 
-std::optional<Failure> check_start(const Batch& batch) {
-    const std::uint32_t length = batch.head.length_words;
+std::optional<BatchError> check_start(const Batch& batch) {
+    const uint32_t length = batch.head.length_words;
     if (length > SHM_BLOCK_WORDS) {
-        return Failure{SHM_BLOCK_WORDS,
-                       "a batch of " + std::to_string(length) + " words is longer than the block"};
+        return BatchError{SHM_BLOCK_WORDS, "a batch of " + std::to_string(length) +
+                                               " words is longer than the block"};
     }
     if (length < SHM_EMPTY_BATCH_WORDS) {
-        return Failure{length, "a batch of " + std::to_string(length) +
-                                   " words lacks the two words that every batch begins with"};
+        return BatchError{length, "a batch of " + std::to_string(length) +
+                                      " words lacks the two words that every batch begins with"};
     }
     if (batch.words[0] != SHM_WORD_RESERVED) {
-        return Failure{0, "the reserved word is not the first"};
+        return BatchError{0, "the reserved word is not the first"};
     }
     return std::nullopt;
 }
 
-} // namespace podsim::batch
+} // namespace talvor::podsim::batch

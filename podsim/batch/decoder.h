@@ -4,8 +4,8 @@
 // any effect; what stood before it has been executed.
 #pragma once
 
+#include "common/result.h"
 #include "podsim/batch/block.h"
-#include "podsim/model/status.h"
 
 #include <atomic>
 #include <concepts>
@@ -16,35 +16,36 @@
 #include <string>
 #include <utility>
 
-namespace podsim::batch {
+namespace talvor::podsim::batch {
 
-// What the decoder needs of a controller. A failed Status fails the batch, with its reason. `port`
-// is 0 to 31; `word` is one of the five SHM_WAIT_ words.
+// What the decoder needs of a controller. A word that is not done fails the batch, with the reason
+// of word_error(). `port` is 0 to 31; `word` is one of the five SHM_WAIT_ words.
 template <class T>
-concept Ports = requires(T ports, std::uint16_t port, std::uint16_t value, std::uint16_t word) {
-    { ports.write(port, value) } -> std::same_as<Status>;
-    { ports.read(port) } -> std::same_as<ReadResult>;
-    { ports.wait(word) } -> std::same_as<Status>;
-    { ports.settle() } -> std::same_as<Status>; // the batch is at its end
+concept Ports = requires(T ports, uint16_t port, uint16_t value, uint16_t word) {
+    { ports.write(port, value) } -> std::same_as<bool>;
+    { ports.read(port) } -> std::same_as<std::optional<uint16_t>>;
+    { ports.wait(word) } -> std::same_as<bool>;
+    { ports.word_error() } -> std::same_as<const Error&>; // of the last word that was not done
+    { ports.settle() } -> std::same_as<Status>;           // the batch is at its end
 };
 
 // Why a batch failed.
-struct Failure {
-    std::size_t index{}; // of the offending word in the out-block
+struct BatchError {
+    size_t index{}; // of the offending word in the out-block
     std::string reason;
 };
 
 // What a batch came to.
 struct Outcome {
-    std::uint32_t reads{};          // words put into the in-block, from its start
-    std::optional<Failure> failure; // set: the batch failed
+    uint32_t reads{};                // words put into the in-block, from its start
+    std::optional<BatchError> error; // set: the batch failed
 };
 
 // The status that the host gets: the byte offset just past the last word read, negative on failure.
-std::int32_t status_of(const Outcome& outcome);
+int32_t status_of(const Outcome& outcome);
 
 // The status of every exchange that failed.
-constexpr std::int32_t failed_status = -1;
+constexpr int32_t kFailedStatus = -1;
 
 // Follows the read-count markers: one stands at index 1 and one after each run of 2048 reads, and
 // nowhere else; every one but the last, which the head names, has been closed.
@@ -53,7 +54,7 @@ public:
     explicit MarkerCheck(const Head& head) : open_marker_(head.open_marker) {}
 
     // Takes the marker at `index`; a reason when it may not stand there.
-    std::optional<std::string> take_marker(std::size_t index, std::uint16_t word);
+    std::optional<std::string> take_marker(size_t index, uint16_t word);
     // A run is complete: only a marker may follow.
     bool marker_due() const { return run_reads_ == SHM_MARKER_READS; }
     // Counts a read; false when the run's marker would have to be closed, and is not.
@@ -62,19 +63,19 @@ public:
         return full_ || run_reads_ < SHM_MARKER_READS;
     }
     // After the last word: a reason when the head counts other reads than the stream held.
-    std::optional<std::string> counts_differ(const Head& head, std::uint32_t reads) const;
+    std::optional<std::string> counts_differ(const Head& head, uint32_t reads) const;
 
 private:
-    std::uint32_t open_marker_;
-    std::uint32_t run_reads_ = SHM_MARKER_READS; // as if a run had ended: index 1 is a marker
-    bool full_ = true;                           // the run's marker says 2048 reads
+    uint32_t open_marker_;
+    uint32_t run_reads_ = SHM_MARKER_READS; // as if a run had ended: index 1 is a marker
+    bool full_ = true;                      // the run's marker says 2048 reads
     bool first_ = true;
 };
 
 // A reason when no batch has this head and these first words.
-std::optional<Failure> check_start(const Batch& batch);
+std::optional<BatchError> check_start(const Batch& batch);
 
-constexpr bool is_wait(std::uint16_t word) {
+constexpr bool is_wait(uint16_t word) {
     return word == SHM_WAIT_WRITE_ONE || word == SHM_WAIT_WRITE_MANY || word == SHM_WAIT_READ_ONE ||
            word == SHM_WAIT_READ_MANY || word == SHM_WAIT_DONE;
 }
@@ -83,27 +84,26 @@ constexpr bool is_wait(std::uint16_t word) {
 template <Ports P>
 class Execution {
 public:
-    Execution(const Batch& batch, std::span<std::uint16_t> in, P& ports,
-              const std::atomic<bool>& stop)
+    Execution(const Batch& batch, std::span<uint16_t> in, P& ports, const std::atomic<bool>& stop)
         : words_(batch.words), head_(batch.head), in_(in), ports_(ports), stop_(stop),
           markers_(batch.head) {}
 
     Outcome run() {
         while (index_ < words_.size() && step()) {
         }
-        if (!failure_) {
+        if (!error_) {
             if (auto reason = markers_.counts_differ(head_, reads_)) {
                 fail(std::move(*reason));
-            } else {
-                accept(ports_.settle());
+            } else if (const Status settled = ports_.settle(); !settled) {
+                fail(headline(settled.error()));
             }
         }
-        return {reads_, std::move(failure_)};
+        return {reads_, std::move(error_)};
     }
 
 private:
     bool step() {
-        const std::uint16_t word = words_[index_];
+        const uint16_t word = words_[index_];
         if (stop_.load(std::memory_order_relaxed)) {
             return fail("the pod is being stopped");
         }
@@ -117,41 +117,41 @@ private:
             return fail("a port above 31");
         }
         return (word & SHM_WORD_WRITE) != 0
-                   ? write(static_cast<std::uint16_t>(word & SHM_WORD_PORT_MASK))
+                   ? write(static_cast<uint16_t>(word & SHM_WORD_PORT_MASK))
                    : read(word);
     }
 
-    bool write(std::uint16_t port) {
+    bool write(uint16_t port) {
         if (index_ + 1 >= words_.size()) {
             return fail("a write without its value");
         }
-        if (!accept(ports_.write(port, words_[index_ + 1]))) {
-            return false;
+        if (!ports_.write(port, words_[index_ + 1])) {
+            return fail(headline(ports_.word_error()));
         }
         index_ += 2;
         return true;
     }
 
-    bool read(std::uint16_t port) {
+    bool read(uint16_t port) {
         if (reads_ >= in_.size()) {
             return fail("a read that would overflow the in-block");
         }
         if (!markers_.take_read()) {
             return fail("a full run of reads whose marker was not closed");
         }
-        const ReadResult result = ports_.read(port);
-        if (!accept(result.status)) {
-            return false;
+        const std::optional<uint16_t> word = ports_.read(port);
+        if (!word) {
+            return fail(headline(ports_.word_error()));
         }
-        in_[reads_++] = result.word;
+        in_[reads_++] = *word;
         ++index_;
         return true;
     }
 
-    bool control(std::uint16_t word) {
+    bool control(uint16_t word) {
         if (is_wait(word)) {
-            if (!accept(ports_.wait(word))) {
-                return false;
+            if (!ports_.wait(word)) {
+                return fail(headline(ports_.word_error()));
             }
         } else if (word == SHM_MARKER_OPEN || word == SHM_MARKER_FULL) {
             if (auto reason = markers_.take_marker(index_, word)) {
@@ -164,33 +164,31 @@ private:
         return true;
     }
 
-    bool accept(const Status& status) { return !status.failed() || fail(status.reason()); }
-
     bool fail(std::string reason) {
-        failure_ = Failure{index_, std::move(reason)};
+        error_ = BatchError{index_, std::move(reason)};
         return false;
     }
 
-    std::span<const std::uint16_t> words_;
+    std::span<const uint16_t> words_;
     const Head& head_;
-    std::span<std::uint16_t> in_;
+    std::span<uint16_t> in_;
     P& ports_;
     const std::atomic<bool>& stop_;
     MarkerCheck markers_;
-    std::size_t index_ = SHM_EMPTY_MARKER_INDEX;
-    std::uint32_t reads_ = 0;
-    std::optional<Failure> failure_;
+    size_t index_ = SHM_EMPTY_MARKER_INDEX;
+    uint32_t reads_ = 0;
+    std::optional<BatchError> error_;
 };
 
 // Executes a batch. Words read go to `in`, from its start. Never reads past the batch or writes
 // past `in`. A batch during which `stop` becomes true fails at its next word.
 template <Ports P>
-Outcome execute(const Batch& batch, std::span<std::uint16_t> in, P& ports,
+Outcome execute(const Batch& batch, std::span<uint16_t> in, P& ports,
                 const std::atomic<bool>& stop) {
-    if (auto failure = check_start(batch)) {
-        return {0, std::move(failure)};
+    if (auto error = check_start(batch)) {
+        return {0, std::move(error)};
     }
     return Execution<P>(batch, in, ports, stop).run();
 }
 
-} // namespace podsim::batch
+} // namespace talvor::podsim::batch

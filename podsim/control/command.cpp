@@ -1,13 +1,14 @@
 #include "podsim/control/command.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <fmt/format.h>
 #include <span>
 #include <vector>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 namespace {
 
 using Words = std::span<const std::string_view>;
@@ -19,7 +20,7 @@ struct Grammar {
     std::string_view on;  // the argument for on, high
 };
 
-constexpr std::array<Grammar, 4> switches{{
+constexpr std::array<Grammar, 4> kSwitches{{
     {"power", Verb::Power, "off", "on"},
     {"clock", Verb::Clock, "off", "on"},
     {"emu0", Verb::Emu0, "low", "high"},
@@ -29,13 +30,13 @@ constexpr std::array<Grammar, 4> switches{{
 struct Counted {
     std::string_view word;
     Verb verb;
-    std::uint32_t limit;
+    uint32_t limit;
 };
 
-constexpr std::array<Counted, 3> counted{{
+constexpr std::array<Counted, 3> kCounted{{
     {"fail", Verb::Fail, UINT32_MAX},
     {"refuse", Verb::Refuse, UINT32_MAX},
-    {"latency", Verb::Latency, max_latency_us},
+    {"latency", Verb::Latency, kMaxLatencyUs},
 }};
 
 struct Fault {
@@ -43,7 +44,7 @@ struct Fault {
     LoopFault fault;
 };
 
-constexpr std::array<Fault, 6> faults{{
+constexpr std::array<Fault, 6> kFaults{{
     {"ok", LoopFault::None},
     {"high-ff", LoopFault::HighOnes},
     {"low-ff", LoopFault::LowOnes},
@@ -53,19 +54,19 @@ constexpr std::array<Fault, 6> faults{{
 }};
 
 std::vector<std::string_view> split(std::string_view line) {
-    constexpr std::string_view blanks = " \t\r";
+    constexpr std::string_view kBlanks = " \t\r";
     std::vector<std::string_view> words;
-    for (std::size_t at = line.find_first_not_of(blanks); at != std::string_view::npos;
-         at = line.find_first_not_of(blanks, at)) {
-        const std::size_t end = std::min(line.find_first_of(blanks, at), line.size());
+    for (size_t at = line.find_first_not_of(kBlanks); at != std::string_view::npos;
+         at = line.find_first_not_of(kBlanks, at)) {
+        const size_t end = std::min(line.find_first_of(kBlanks, at), line.size());
         words.push_back(line.substr(at, end - at));
         at = end;
     }
     return words;
 }
 
-std::optional<std::uint32_t> number(std::string_view text, std::uint32_t limit) {
-    std::uint32_t value{};
+std::optional<uint32_t> number(std::string_view text, uint32_t limit) {
+    uint32_t value{};
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc{} || end != text.data() + text.size() || value > limit) {
         return std::nullopt;
@@ -73,10 +74,10 @@ std::optional<std::uint32_t> number(std::string_view text, std::uint32_t limit) 
     return value;
 }
 
-Status wrong_argument(Words words, const std::string& expected) {
+Failure wrong_argument(Words words, const std::string& expected) {
     const std::string found =
         words.size() > 1 ? fmt::format("not '{}'", words[1]) : "and nothing came";
-    return Status::failure(fmt::format("{} takes {}, {}", words[0], expected, found));
+    return failure(fmt::format("{} takes {}, {}", words[0], expected, found));
 }
 
 Result<Command> parse_switch(const Grammar& grammar, Words words) {
@@ -97,7 +98,7 @@ Result<Command> parse_counted(const Counted& grammar, Words words) {
 }
 
 Result<Command> parse_loopback(Words words) {
-    for (const Fault& fault : faults) {
+    for (const Fault& fault : kFaults) {
         if (words.size() > 1 && words[1] == fault.word) {
             return Command{.verb = Verb::Loopback, .fault = fault.fault};
         }
@@ -107,12 +108,12 @@ Result<Command> parse_loopback(Words words) {
 
 // Every verb with its arguments; how many words there are is checked by the caller.
 Result<Command> parse_verb(Words words) {
-    for (const Grammar& grammar : switches) {
+    for (const Grammar& grammar : kSwitches) {
         if (words[0] == grammar.word) {
             return parse_switch(grammar, words);
         }
     }
-    for (const Counted& grammar : counted) {
+    for (const Counted& grammar : kCounted) {
         if (words[0] == grammar.word) {
             return parse_counted(grammar, words);
         }
@@ -126,7 +127,7 @@ Result<Command> parse_verb(Words words) {
     if (words[0] == "status") {
         return Command{.verb = Verb::Status};
     }
-    return Status::failure(
+    return failure(
         fmt::format("unknown command '{}': expected power, clock, emu0, emu1, fail, refuse, "
                     "latency, loopback, unplug, plug or status",
                     words[0]));
@@ -141,7 +142,7 @@ bool takes_argument(Verb verb) {
 Result<Command> parse(std::string_view line) {
     const std::vector<std::string_view> all = split(line);
     Words words(all);
-    std::optional<std::uint32_t> serial;
+    std::optional<uint32_t> serial;
     if (!words.empty() && words[0] == "pod") {
         serial = words.size() > 1 ? number(words[1], UINT32_MAX) : std::nullopt;
         if (!serial) {
@@ -150,24 +151,21 @@ Result<Command> parse(std::string_view line) {
         words = words.subspan(2);
     }
     if (words.empty()) {
-        return Status::failure("a command is missing");
+        return failure("a command is missing");
     }
-    auto command = parse_verb(words);
-    if (command.failed()) {
-        return command;
-    }
-    const std::size_t taken = takes_argument(command.value().verb) ? 2 : 1;
+    Command command = TRY(parse_verb(words));
+    const size_t taken = takes_argument(command.verb) ? 2 : 1;
     if (words.size() > taken) {
-        return Status::failure(fmt::format("'{}' is too much after {}", words[taken], words[0]));
+        return failure(fmt::format("'{}' is too much after {}", words[taken], words[0]));
     }
-    command.value().serial = serial;
+    command.serial = serial;
     return command;
 }
 
 std::string_view name_of(LoopFault fault) {
-    return std::find_if(faults.begin(), faults.end(),
+    return std::find_if(kFaults.begin(), kFaults.end(),
                         [=](const Fault& known) { return known.fault == fault; })
         ->word;
 }
 
-} // namespace podsim::control
+} // namespace talvor::podsim::control

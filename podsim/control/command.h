@@ -11,7 +11,7 @@
 // `pod SERIAL` before a command names the pod; without it a command is meant for the only pod.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/result.h"
 #include "podsim/model/loop_back.h"
 
 #include <cstdint>
@@ -19,26 +19,26 @@
 #include <string>
 #include <string_view>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 
 enum class Verb { Power, Clock, Emu0, Emu1, Fail, Refuse, Latency, Loopback, Plug, Status };
 
 struct Command {
     Verb verb{};
-    bool on = false;                       // power, clock: there; EMU: high; plug: plugged
-    std::uint32_t number = 0;              // fail, refuse: how many; latency: microseconds
-    LoopFault fault{};                     // loopback
-    std::optional<std::uint32_t> serial{}; // the pod that is meant
+    bool on = false;                  // power, clock: there; EMU: high; plug: plugged
+    uint32_t number = 0;              // fail, refuse: how many; latency: microseconds
+    LoopFault fault{};                // loopback
+    std::optional<uint32_t> serial{}; // the pod that is meant
     bool operator==(const Command&) const = default;
 };
 
 // Largest latency: an hour.
-inline constexpr std::uint32_t max_latency_us = 3'600'000'000U;
+inline constexpr uint32_t kMaxLatencyUs = 3'600'000'000U;
 
 // Parses one line. The reason of a failure names the word that is wrong and what was expected.
-Result<Command> parse(std::string_view line);
+[[nodiscard]] Result<Command> parse(std::string_view line);
 
 // The word that the loopback command has for a fault.
 std::string_view name_of(LoopFault fault);
 
-} // namespace podsim::control
+} // namespace talvor::podsim::control

@@ -1,47 +1,48 @@
 #include "podsim/control/script.h"
 
-#include "podsim/base/system_error.h"
+#include "common/result.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <charconv>
-#include <fmt/format.h>
 #include <fstream>
 #include <sstream>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 namespace {
 
 std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r";
-    const std::size_t begin = text.find_first_not_of(blanks);
+    constexpr std::string_view kBlanks = " \t\r";
+    const size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) {
         return {};
     }
-    return text.substr(begin, text.find_last_not_of(blanks) - begin + 1);
+    return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
 
 Result<Step> parse_step(std::string_view line, const std::string& place) {
     Step step{.batch = 0, .command = {}, .place = place};
-    constexpr std::string_view batch = "batch ";
-    if (line.starts_with(batch)) {
-        const std::size_t colon = line.find(':');
-        const std::string_view digits = trimmed(line.substr(0, colon).substr(batch.size()));
+    constexpr std::string_view kBatch = "batch ";
+    if (line.starts_with(kBatch)) {
+        const size_t colon = line.find(':');
+        const std::string_view digits = trimmed(line.substr(0, colon).substr(kBatch.size()));
         const auto [end, error] =
             std::from_chars(digits.data(), digits.data() + digits.size(), step.batch);
         if (colon == std::string_view::npos || error != std::errc{} ||
             end != digits.data() + digits.size() || step.batch == 0) {
-            return Status::failure(place + ": expected 'batch N: COMMAND' with N from 1 on");
+            return file_error(place, "expected 'batch N: COMMAND' with N from 1 on");
         }
         line.remove_prefix(colon + 1);
     }
     const auto command = parse(line);
-    if (command.failed()) {
-        return Status::failure(fmt::format("{}: {}", place, command.reason()));
+    if (!command) {
+        return file_error(place, headline(command.error()));
     }
-    if (command.value().verb == Verb::Status) {
-        return Status::failure(place + ": a script cannot ask for the status");
+    if (command->verb == Verb::Status) {
+        return file_error(place, "a script cannot ask for the status");
     }
-    step.command = command.value();
+    step.command = *command;
     return step;
 }
 
@@ -50,17 +51,13 @@ Result<Step> parse_step(std::string_view line, const std::string& place) {
 Result<std::vector<Step>> parse_script(std::string_view text, const std::string& name) {
     std::vector<Step> steps;
     for (unsigned number = 1; !text.empty(); ++number) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
+        const size_t end = std::min(text.find('\n'), text.size());
         const std::string_view line = trimmed(text.substr(0, end));
         text.remove_prefix(std::min(end + 1, text.size()));
         if (line.empty() || line.starts_with('#')) {
             continue;
         }
-        auto step = parse_step(line, fmt::format("{}:{}", name, number));
-        if (step.failed()) {
-            return Status::failure(step.reason());
-        }
-        steps.push_back(std::move(step.value()));
+        steps.push_back(TRY(parse_step(line, fmt::format("{}:{}", name, number))));
     }
     return steps;
 }
@@ -74,4 +71,4 @@ Result<std::vector<Step>> read_script(const std::string& path) {
     return parse_script(text.str(), path);
 }
 
-} // namespace podsim::control
+} // namespace talvor::podsim::control

@@ -13,17 +13,18 @@
 #include <string_view>
 #include <vector>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 
 struct Step {
-    std::uint64_t batch = 0; // 0: at the start
+    uint64_t batch = 0; // 0: at the start
     Command command;
     std::string place; // "file:line", for messages
 };
 
 // Reads the steps of a script in their order. The reason of a failure is one line: file, line, what
 // was expected. `name` stands for the file in it.
-Result<std::vector<Step>> parse_script(std::string_view text, const std::string& name);
-Result<std::vector<Step>> read_script(const std::string& path);
+[[nodiscard]] Result<std::vector<Step>> parse_script(std::string_view text,
+                                                     const std::string& name);
+[[nodiscard]] Result<std::vector<Step>> read_script(const std::string& path);
 
-} // namespace podsim::control
+} // namespace talvor::podsim::control

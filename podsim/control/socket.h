@@ -1,7 +1,8 @@
 // The control socket: lines in, one line out for each.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/file_descriptor.h"
+#include "common/result.h"
 
 #include <functional>
 #include <memory>
@@ -9,7 +10,7 @@
 #include <string_view>
 #include <thread>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 
 // Answers a line; the answer has no newline. Called from the socket's thread.
 using Handler = std::function<std::string(std::string_view line)>;
@@ -19,24 +20,25 @@ class Socket {
 public:
     // Listens at `path`. A socket that nobody serves any more is replaced; any other file of that
     // name, or a live socket, is a failure.
-    static Result<std::unique_ptr<Socket>> listen(const std::string& path, Handler handler);
+    [[nodiscard]] static Result<std::unique_ptr<Socket>> listen(const std::string& path,
+                                                                Handler handler);
 
     Socket(const Socket&) = delete;
     Socket& operator=(const Socket&) = delete;
     ~Socket();
 
 private:
-    Socket(std::string path, int listener, int wake, Handler handler);
+    Socket(std::string path, FileDescriptor listener, FileDescriptor wake, Handler handler);
     void serve() const;
 
     std::string path_;
-    int listener_;
-    int wake_; // an eventfd: readable when the thread must end
+    FileDescriptor listener_;
+    FileDescriptor wake_; // an eventfd: readable when the thread must end
     Handler handler_;
     std::thread thread_;
 };
 
 // Sends one line to the socket at `path` and returns the answer.
-Result<std::string> ask(const std::string& path, const std::string& line);
+[[nodiscard]] Result<std::string> ask(const std::string& path, const std::string& line);
 
-} // namespace podsim::control
+} // namespace talvor::podsim::control

@@ -1,7 +1,7 @@
 // The description file: which pods there are, what stands behind them, in TOML.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/result.h"
 #include "podsim/control/command.h"
 #include "podsim/model/chain_description.h"
 #include "podsim/model/controller.h"
@@ -13,7 +13,7 @@
 #include <variant>
 #include <vector>
 
-namespace podsim::description {
+namespace talvor::podsim::description {
 
 // A program that serves the remote_bitbang protocol.
 struct External {
@@ -24,7 +24,7 @@ struct External {
 };
 
 struct Pod {
-    std::uint32_t serial{};
+    uint32_t serial{};
     ControllerSettings controller;
     std::vector<control::Command> faults; // at start, in order
     std::variant<ChainDescription, External> target;
@@ -36,10 +36,10 @@ struct Description {
 
 // Reads a description. The reason of a failure is one line: file, line, key, what was expected.
 // `name` stands for the file in it.
-Result<Description> parse(std::string_view text, const std::string& name);
+[[nodiscard]] Result<Description> parse(std::string_view text, const std::string& name);
 // Reads the file `path`.
-Result<Description> read(const std::string& path);
+[[nodiscard]] Result<Description> read(const std::string& path);
 // The description that is used without a file: a single pod with a single TAP.
 Description built_in();
 
-} // namespace podsim::description
+} // namespace talvor::podsim::description

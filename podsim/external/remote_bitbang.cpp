@@ -1,11 +1,12 @@
 #include "podsim/external/remote_bitbang.h"
 
-#include "podsim/base/system_error.h"
-#include "podsim/model/tap_state.h"
+#include "common/result.h"
+#include "common/tap_state.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <fmt/format.h>
 #include <memory>
 #include <netdb.h>
 #include <netinet/in.h>
@@ -17,20 +18,20 @@
 #include <unistd.h>
 #include <utility>
 
-namespace podsim::external {
+namespace talvor::podsim::external {
 namespace {
 
-constexpr int tck_pin = 4;
-constexpr int tms_pin = 2;
-constexpr int tdi_pin = 1;
-constexpr char read_request = 'R';
-constexpr char quit_request = 'Q';
+constexpr int kTckPin = 4;
+constexpr int kTmsPin = 2;
+constexpr int kTdiPin = 1;
+constexpr char kReadRequest = 'R';
+constexpr char kQuitRequest = 'Q';
 // Sent in one piece at most; the server works on one piece while we make the next.
-constexpr std::size_t piece_bytes = 4096;
-constexpr unsigned word_bits = 64;
+constexpr size_t kPieceBytes = 4096;
+constexpr unsigned kWordBits = 64;
 
-bool bit(std::span<const std::uint64_t> words, std::uint64_t i) {
-    return ((words[i / word_bits] >> (i % word_bits)) & 1U) != 0;
+bool bit(std::span<const uint64_t> words, uint64_t i) {
+    return ((words[i / kWordBits] >> (i % kWordBits)) & 1U) != 0;
 }
 
 // r, s, t, u for (TRST, SRST).
@@ -38,53 +39,51 @@ char reset_request(bool trst, bool srst) {
     return static_cast<char>('r' + (trst ? 2 : 0) + (srst ? 1 : 0));
 }
 
-int connect_unix(const std::string& path) {
+FileDescriptor connect_unix(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof(address.sun_path)) {
         errno = ENAMETOOLONG;
-        return -1;
+        return FileDescriptor();
     }
     path.copy(address.sun_path, path.size());
-    const int fd = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
-    if (fd >= 0 &&
-        ::connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        close(fd);
-        return -1;
+    FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!fd.is_open() ||
+        ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
+        return FileDescriptor();
     }
     return fd;
 }
 
 // The first address of the host that answers.
-int connect_tcp(const std::string& host, const std::string& port) {
+FileDescriptor connect_tcp(const std::string& host, const std::string& port) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
     if (getaddrinfo(host.c_str(), port.c_str(), &hints, &found) != 0) {
         errno = EADDRNOTAVAIL;
-        return -1;
+        return FileDescriptor();
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> addresses(found, freeaddrinfo);
     for (const addrinfo* one = found; one != nullptr; one = one->ai_next) {
-        const int fd = socket(one->ai_family, one->ai_socktype | SOCK_CLOEXEC, one->ai_protocol);
-        if (fd >= 0 && ::connect(fd, one->ai_addr, one->ai_addrlen) == 0) {
+        FileDescriptor fd(
+            socket(one->ai_family, one->ai_socktype | SOCK_CLOEXEC, one->ai_protocol));
+        if (fd.is_open() && ::connect(fd.get(), one->ai_addr, one->ai_addrlen) == 0) {
             // Small pieces must not wait for the acknowledgement of others.
             const int on = 1;
-            setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
+            setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
             return fd;
         }
-        if (fd >= 0) {
-            close(fd);
-        }
     }
-    return -1;
+    return FileDescriptor();
 }
 
-int connect_to(const std::string& address) {
+// One that is not open, with errno as the reason, when nobody answers there.
+FileDescriptor connect_to(const std::string& address) {
     if (address.starts_with('/')) {
         return connect_unix(address);
     }
-    const std::size_t colon = address.rfind(':');
+    const size_t colon = address.rfind(':');
     if (colon == std::string::npos) {
         return connect_tcp("localhost", address);
     }
@@ -95,36 +94,28 @@ int connect_to(const std::string& address) {
 } // namespace
 
 Result<std::unique_ptr<RemoteBitbang>> RemoteBitbang::connect(const Options& options) {
-    const int wake = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
-    if (wake < 0) {
+    FileDescriptor wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!wake.is_open()) {
         return system_failure("an event descriptor");
     }
-    std::unique_ptr<RemoteBitbang> client(new RemoteBitbang(options, wake));
-    if (Status opened = client->open(); opened.failed()) {
-        return opened;
-    }
-    if (Status reset = client->reset_taps(); reset.failed()) {
-        return reset;
-    }
+    std::unique_ptr<RemoteBitbang> client(new RemoteBitbang(options, std::move(wake)));
+    TRY(client->open());
+    TRY(client->reset_taps());
     return client;
 }
 
 RemoteBitbang::~RemoteBitbang() {
-    if (fd_ >= 0) {
-        if (lost_.empty()) {
-            send(fd_, &quit_request, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
-        }
-        close(fd_);
+    if (fd_.is_open() && lost_.empty()) {
+        send(fd_.get(), &kQuitRequest, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
     }
-    close(wake_);
 }
 
 Status RemoteBitbang::open() {
-    const int fd = connect_to(options_.address);
-    if (fd < 0) {
+    FileDescriptor fd = connect_to(options_.address);
+    if (!fd.is_open()) {
         return system_failure("connecting to the target at " + options_.address);
     }
-    fd_ = fd;
+    fd_ = std::move(fd);
     lost_.clear();
     out_.clear();
     pins_ = -1;
@@ -132,19 +123,23 @@ Status RemoteBitbang::open() {
     return {};
 }
 
-Status RemoteBitbang::lost(const std::string& how) {
+Failure RemoteBitbang::lost(const std::string& how) {
     if (lost_.empty()) {
         lost_ = fmt::format("the target at {} {}", options_.address, how);
     }
-    return Status::failure(lost_);
+    return failure(lost_);
+}
+
+Status RemoteBitbang::check_connected() const {
+    return lost_.empty() ? Status() : failure(lost_);
 }
 
 void RemoteBitbang::request_stop() {
-    eventfd_write(wake_, 1);
+    eventfd_write(wake_.get(), 1);
 }
 
 Status RemoteBitbang::wait_for(short events, const char* what) {
-    std::array<pollfd, 2> waits{{{fd_, events, 0}, {wake_, POLLIN, 0}}};
+    std::array<pollfd, 2> waits{{{fd_.get(), events, 0}, {wake_.get(), POLLIN, 0}}};
     int ready = 0;
     do {
         ready = poll(waits.data(), waits.size(), static_cast<int>(options_.patience.count()));
@@ -161,13 +156,11 @@ Status RemoteBitbang::wait_for(short events, const char* what) {
 Status RemoteBitbang::flush() {
     std::string_view rest = out_;
     while (!rest.empty()) {
-        const ssize_t sent = send(fd_, rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t sent = send(fd_.get(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent > 0) {
-            rest.remove_prefix(static_cast<std::size_t>(sent));
+            rest.remove_prefix(static_cast<size_t>(sent));
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
-            if (Status ready = wait_for(POLLOUT, "taken a request"); ready.failed()) {
-                return ready;
-            }
+            TRY(wait_for(POLLOUT, "taken a request"));
         } else if (errno != EINTR) {
             return lost("has closed the connection");
         }
@@ -176,28 +169,31 @@ Status RemoteBitbang::flush() {
     return {};
 }
 
-Status RemoteBitbang::collect(std::size_t remaining) {
-    std::array<char, most_outstanding> bytes{};
+Status RemoteBitbang::collect(size_t remaining) {
+    std::array<char, kMostOutstanding> bytes{};
     while (outstanding_ > remaining) {
-        if (Status ready = wait_for(POLLIN, "answered"); ready.failed()) {
-            return ready;
-        }
-        const ssize_t count = recv(fd_, bytes.data(), outstanding_, 0);
+        TRY(wait_for(POLLIN, "answered"));
+        const ssize_t count = recv(fd_.get(), bytes.data(), outstanding_, 0);
         if (count <= 0) {
             return lost("has closed the connection");
         }
-        for (const char byte : std::span(bytes).first(static_cast<std::size_t>(count))) {
-            if (byte != '0' && byte != '1') {
-                return lost(fmt::format("has answered with the byte 0x{:02x} instead of 0 or 1",
-                                        static_cast<unsigned char>(byte)));
-            }
-            const std::uint64_t place = std::uint64_t{1} << (answered_ % word_bits);
-            std::uint64_t& word = answers_[answered_ / word_bits];
-            word = byte == '1' ? word | place : word & ~place;
-            ++answered_;
+        for (const char byte : std::span(bytes).first(static_cast<size_t>(count))) {
+            TRY(take_answer(byte));
         }
-        outstanding_ -= static_cast<std::size_t>(count);
+        outstanding_ -= static_cast<size_t>(count);
     }
+    return {};
+}
+
+Status RemoteBitbang::take_answer(char byte) {
+    if (byte != '0' && byte != '1') {
+        return lost(fmt::format("has answered with the byte 0x{:02x} instead of 0 or 1",
+                                static_cast<unsigned char>(byte)));
+    }
+    const uint64_t place = uint64_t{1} << (answered_ % kWordBits);
+    uint64_t& word = answers_[answered_ / kWordBits];
+    word = byte == '1' ? word | place : word & ~place;
+    ++answered_;
     return {};
 }
 
@@ -206,7 +202,7 @@ void RemoteBitbang::put(char byte) {
 }
 
 void RemoteBitbang::set_pins(bool tck, bool tms, bool tdi) {
-    const int pins = (tck ? tck_pin : 0) | (tms ? tms_pin : 0) | (tdi ? tdi_pin : 0);
+    const int pins = (tck ? kTckPin : 0) | (tms ? kTmsPin : 0) | (tdi ? kTdiPin : 0);
     if (pins != pins_) {
         put(static_cast<char>('0' + pins));
         pins_ = pins;
@@ -220,44 +216,34 @@ void RemoteBitbang::clock(bool tms, bool tdi) {
 
 // TCK rests low, and everything that was asked for has come.
 Status RemoteBitbang::finish() {
-    set_pins(false, (pins_ & tms_pin) != 0, (pins_ & tdi_pin) != 0);
-    if (Status sent = flush(); sent.failed()) {
-        return sent;
-    }
+    set_pins(false, (pins_ & kTmsPin) != 0, (pins_ & kTdiPin) != 0);
+    TRY(flush());
     return collect(0);
 }
 
-Status RemoteBitbang::move(std::uint64_t tms, unsigned count, bool tdi) {
-    if (!lost_.empty()) {
-        return Status::failure(lost_);
-    }
+Status RemoteBitbang::move(uint64_t tms, unsigned count, bool tdi) {
+    TRY(check_connected());
     for (unsigned i = 0; i < count; ++i) {
         clock(((tms >> i) & 1U) != 0, tdi);
     }
     return finish();
 }
 
-Status RemoteBitbang::shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                            std::uint64_t count, bool leave) {
-    if (!lost_.empty()) {
-        return Status::failure(lost_);
-    }
+Status RemoteBitbang::shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo, uint64_t count,
+                            bool leave) {
+    TRY(check_connected());
     answers_ = tdo;
     answered_ = 0;
-    for (std::uint64_t i = 0; i < count; ++i) {
+    for (uint64_t i = 0; i < count; ++i) {
         const bool tms = leave && i + 1 == count;
         set_pins(false, tms, bit(tdi, i));
-        put(read_request);
+        put(kReadRequest);
         ++outstanding_;
         set_pins(true, tms, bit(tdi, i));
-        if (out_.size() >= piece_bytes || outstanding_ == most_outstanding) {
-            if (Status sent = flush(); sent.failed()) {
-                return sent;
-            }
+        if (out_.size() >= kPieceBytes || outstanding_ == kMostOutstanding) {
+            TRY(flush());
             // Half of them may stay: the server has work while we make more.
-            if (Status come = collect(most_outstanding / 2); come.failed()) {
-                return come;
-            }
+            TRY(collect(kMostOutstanding / 2));
         }
     }
     return finish();
@@ -268,9 +254,7 @@ Status RemoteBitbang::reset_taps() {
 }
 
 Status RemoteBitbang::pulse_trst() {
-    if (!lost_.empty()) {
-        return Status::failure(lost_);
-    }
+    TRY(check_connected());
     if (options_.send_resets) {
         put(reset_request(true, false));
         put(reset_request(false, false));
@@ -279,9 +263,7 @@ Status RemoteBitbang::pulse_trst() {
 }
 
 Status RemoteBitbang::set_reset(bool asserted) {
-    if (!lost_.empty()) {
-        return Status::failure(lost_);
-    }
+    TRY(check_connected());
     if (options_.send_resets) {
         put(reset_request(false, asserted));
         return flush();
@@ -291,14 +273,10 @@ Status RemoteBitbang::set_reset(bool asserted) {
 
 Status RemoteBitbang::power_on() {
     if (!lost_.empty()) {
-        if (fd_ >= 0) {
-            close(std::exchange(fd_, -1));
-        }
-        if (Status opened = open(); opened.failed()) {
-            return opened;
-        }
+        fd_.reset();
+        TRY(open());
     }
     return reset_taps();
 }
 
-} // namespace podsim::external
+} // namespace talvor::podsim::external

@@ -6,7 +6,8 @@
 // that changes no pin, since some servers act on the level again.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/file_descriptor.h"
+#include "common/result.h"
 #include "podsim/model/target.h"
 
 #include <chrono>
@@ -15,10 +16,10 @@
 #include <memory>
 #include <string>
 
-namespace podsim::external {
+namespace talvor::podsim::external {
 
 // Requests for TDO that may be on their way at once; servers must take as many.
-inline constexpr std::size_t most_outstanding = 255;
+inline constexpr size_t kMostOutstanding = 255;
 
 struct Options {
     std::string address;                      // "host:port", "port", or "/path" of a UNIX socket
@@ -29,52 +30,55 @@ struct Options {
 class RemoteBitbang : public Target {
 public:
     // Connects, and brings the target to Test-Logic-Reset.
-    static Result<std::unique_ptr<RemoteBitbang>> connect(const Options& options);
+    [[nodiscard]] static Result<std::unique_ptr<RemoteBitbang>> connect(const Options& options);
 
     RemoteBitbang(const RemoteBitbang&) = delete;
     RemoteBitbang& operator=(const RemoteBitbang&) = delete;
     // Tells the server to quit.
     ~RemoteBitbang() override;
 
-    Status move(std::uint64_t tms, unsigned count, bool tdi) override;
-    Status shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                 std::uint64_t count, bool leave) override;
+    [[nodiscard]] Status move(uint64_t tms, unsigned count, bool tdi) override;
+    [[nodiscard]] Status shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
+                               uint64_t count, bool leave) override;
     // With send_resets: TRST, then release. Five ones in TMS in any case.
-    Status pulse_trst() override;
+    [[nodiscard]] Status pulse_trst() override;
     // With send_resets: SRST asserted or released. Nothing otherwise.
-    Status set_reset(bool asserted) override;
+    [[nodiscard]] Status set_reset(bool asserted) override;
     // Connects again when the connection is lost; five ones in TMS. The server's own state is its
     // affair.
-    Status power_on() override;
+    [[nodiscard]] Status power_on() override;
     EmuPins emu_pins() override { return {}; }
 
     // From any thread: a call that waits fails at once, and so does every later one that has to.
     void request_stop();
 
 private:
-    RemoteBitbang(Options options, int wake) : options_(std::move(options)), wake_(wake) {}
+    RemoteBitbang(Options options, FileDescriptor wake)
+        : options_(std::move(options)), wake_(std::move(wake)) {}
 
-    Status open();
-    Status lost(const std::string& how);
+    [[nodiscard]] Status open();
+    Failure lost(const std::string& how);
+    [[nodiscard]] Status check_connected() const;
     void set_pins(bool tck, bool tms, bool tdi);
     void clock(bool tms, bool tdi);
     void put(char byte);
-    Status flush();
+    [[nodiscard]] Status flush();
     // Fetches answers until no more than `remaining` requests are outstanding.
-    Status collect(std::size_t remaining);
-    Status wait_for(short events, const char* what);
-    Status reset_taps();
-    Status finish();
+    [[nodiscard]] Status collect(size_t remaining);
+    [[nodiscard]] Status take_answer(char byte);
+    [[nodiscard]] Status wait_for(short events, const char* what);
+    [[nodiscard]] Status reset_taps();
+    [[nodiscard]] Status finish();
 
     Options options_;
-    int fd_ = -1;
-    int wake_;                    // an eventfd: readable once a stop has been asked for
-    std::string lost_;            // why the connection is gone
-    std::string out_;             // bytes not sent yet
-    int pins_ = -1;               // the levels sent last; -1: none yet
-    std::size_t outstanding_ = 0; // requests without an answer
-    std::span<std::uint64_t> answers_;
-    std::uint64_t answered_ = 0; // bits stored in answers_
+    FileDescriptor fd_;
+    FileDescriptor wake_;    // an eventfd: readable once a stop has been asked for
+    std::string lost_;       // why the connection is gone
+    std::string out_;        // bytes not sent yet
+    int pins_ = -1;          // the levels sent last; -1: none yet
+    size_t outstanding_ = 0; // requests without an answer
+    std::span<uint64_t> answers_;
+    uint64_t answered_ = 0; // bits stored in answers_
 };
 
-} // namespace podsim::external
+} // namespace talvor::podsim::external

@@ -3,10 +3,10 @@
 
 #include "podsim/main/options.h"
 
-namespace podsim {
+namespace talvor::podsim {
 
 // Serves the pods until a signal comes or the private command ends. Returns the exit status; does
 // not return when a pod could not be stopped.
 int serve(const Options& options);
 
-} // namespace podsim
+} // namespace talvor::podsim

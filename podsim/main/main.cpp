@@ -4,32 +4,32 @@
 
 #include <fmt/format.h>
 
+#include <string_view>
+
 namespace {
 
-int ask(const podsim::Options& options) {
-    const auto answer = podsim::control::ask(options.control, options.question);
-    if (answer.failed()) {
-        fmt::print(stderr, "talvor-podsim: {}\n", answer.reason());
+int ask(const talvor::podsim::Options& options) {
+    const auto answer = talvor::podsim::control::ask(options.control, options.question);
+    constexpr std::string_view kError = "error: ";
+    if (!answer || answer->starts_with(kError)) {
+        fmt::print(stderr, "talvor-podsim: {}\n",
+                   answer ? answer->substr(kError.size()) : talvor::headline(answer.error()));
         return 1;
     }
-    if (answer.value().starts_with("error: ")) {
-        fmt::print(stderr, "talvor-podsim: {}\n", answer.value().substr(7));
-        return 1;
-    }
-    fmt::print("{}\n", answer.value());
+    fmt::print("{}\n", *answer);
     return 0;
 }
 
 } // namespace
 
 int main(int argc, char** argv) {
-    const podsim::Options options = podsim::parse_command_line(argc, argv);
+    const talvor::podsim::Options options = talvor::podsim::parse_command_line(argc, argv);
     switch (options.action) {
-    case podsim::Options::Action::Serve:
-        return podsim::serve(options);
-    case podsim::Options::Action::Ask:
+    case talvor::podsim::Options::Action::Serve:
+        return talvor::podsim::serve(options);
+    case talvor::podsim::Options::Action::Ask:
         return ask(options);
-    case podsim::Options::Action::Finish:
+    case talvor::podsim::Options::Action::Finish:
         break;
     }
     return options.status;

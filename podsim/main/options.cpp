@@ -1,16 +1,17 @@
 #include "podsim/main/options.h"
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <fmt/format.h>
+
+#include <algorithm>
 #include <iterator>
 #include <string_view>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
-constexpr int wrong_usage = 2;
-constexpr std::int64_t longest_spin_us = 1'000'000;
+constexpr int kWrongUsage = 2;
+constexpr int64_t kLongestSpinUs = 1'000'000;
 
 // Takes `--private [--] COMMAND...` off the end of the arguments. Options may stand between
 // --private and an explicit `--`.
@@ -32,7 +33,7 @@ void take_private_command(std::vector<std::string>& arguments, Options& options)
     arguments.insert(arguments.end(), between.begin(), between.end());
 }
 
-void add_serve_options(CLI::App& app, Options& options, std::int64_t& spin_us) {
+void add_serve_options(CLI::App& app, Options& options, int64_t& spin_us) {
     app.add_option("DESCRIPTION", options.description,
                    "description file of the pods and their chains; a single pod without it");
     app.add_option("--script", options.script, "file of fault commands at fixed batches");
@@ -41,7 +42,7 @@ void add_serve_options(CLI::App& app, Options& options, std::int64_t& spin_us) {
                  "a host's mistake fails the batch instead of a warning");
     app.add_option("--spin", spin_us,
                    "microseconds that a worker spins for the next batch before it sleeps")
-        ->check(CLI::Range(std::int64_t{0}, longest_spin_us))
+        ->check(CLI::Range(int64_t{0}, kLongestSpinUs))
         ->capture_default_str();
     app.add_option("--vcd", options.station.vcd, "Value Change Dump of what the target sees");
     app.add_option("--vcd-bytes", options.station.vcd_limits.bytes,
@@ -56,6 +57,10 @@ void add_serve_options(CLI::App& app, Options& options, std::int64_t& spin_us) {
     app.add_option("--ready-fd", options.ready_fd,
                    "descriptor to write a line to when the pods are served")
         ->check(CLI::NonNegativeNumber);
+    app.add_option("--end-with", options.parent,
+                   "end when the process PID ends, which must be the parent")
+        ->option_text("PID")
+        ->check(CLI::PositiveNumber);
     // Taken off the arguments before; here for the help text.
     app.add_flag("--private", options.is_private,
                  "run with COMMAND... in a /dev/shm of their own; last, as in\n"
@@ -65,7 +70,7 @@ void add_serve_options(CLI::App& app, Options& options, std::int64_t& spin_us) {
 CLI::App* add_ctl(CLI::App& app, Options& options, std::vector<std::string>& words) {
     CLI::App* ctl = app.add_subcommand("ctl", "send a fault command to a running simulator");
     ctl->add_option("--control", options.control, "its control socket")
-        ->envname(control_variable)
+        ->envname(kControlVariable)
         ->required();
     ctl->add_option("COMMAND", words,
                     "power off|on, clock off|on, emu0|emu1 high|low, fail N, "
@@ -92,7 +97,7 @@ Options parse_command_line(int argc, char** argv) {
     }
     CLI::App app("A pod proxy with simulated pods and targets.", "talvor-podsim");
     app.set_version_flag("--version", "talvor-podsim " TALVOR_VERSION);
-    std::int64_t spin_us = options.station.spin.count();
+    int64_t spin_us = options.station.spin.count();
     std::vector<std::string> words;
     add_serve_options(app, options, spin_us);
     const CLI::App* ctl = add_ctl(app, options, words);
@@ -100,7 +105,7 @@ Options parse_command_line(int argc, char** argv) {
         std::reverse(arguments.begin(), arguments.end());
         app.parse(arguments);
     } catch (const CLI::ParseError& error) {
-        return finished(app.exit(error) == 0 ? 0 : wrong_usage);
+        return finished(app.exit(error) == 0 ? 0 : kWrongUsage);
     }
     options.station.spin = std::chrono::microseconds(spin_us);
     if (ctl->parsed()) {
@@ -111,10 +116,10 @@ Options parse_command_line(int argc, char** argv) {
     if (options.is_private && options.command.empty()) {
         fmt::print(stderr, "talvor-podsim: --private needs a command to run\n"
                            "Run with --help for more information.\n");
-        return finished(wrong_usage);
+        return finished(kWrongUsage);
     }
     options.action = Options::Action::Serve;
     return options;
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

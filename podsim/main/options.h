@@ -1,13 +1,13 @@
 // The command line.
 #pragma once
 
-#include "podsim/main/station.h"
+#include "podsim/station/options.h"
 
-#include <optional>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // What the command line asks for.
 struct Options {
@@ -26,6 +26,7 @@ struct Options {
     std::string log_file;    // empty: the standard error stream
     std::string ready_file;  // empty: none
     int ready_fd = -1;       // -1: none
+    pid_t parent = 0;        // end with this process, the parent; 0: with none
     StationOptions station;
     bool is_private = false;
     std::vector<std::string> command; // with is_private: what to run
@@ -39,6 +40,6 @@ struct Options {
 Options parse_command_line(int argc, char** argv);
 
 // Environment variable with the control socket for `ctl` and for a command run by --private.
-inline constexpr const char* control_variable = "TALVOR_PODSIM_CONTROL";
+inline constexpr const char* kControlVariable = "TALVOR_PODSIM_CONTROL";
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -6,17 +6,17 @@
 #include <cstdint>
 #include <vector>
 
-namespace podsim {
+namespace talvor::podsim {
 
 inline constexpr unsigned kWordBits = 64;
 
-constexpr std::size_t words_for(std::uint64_t bits) {
-    return static_cast<std::size_t>((bits + kWordBits - 1) / kWordBits);
+constexpr size_t words_for(uint64_t bits) {
+    return static_cast<size_t>((bits + kWordBits - 1) / kWordBits);
 }
 
 // The lowest `count` (0 to 64) bits set.
-constexpr std::uint64_t low_mask(unsigned count) {
-    return count >= kWordBits ? ~std::uint64_t{0} : (std::uint64_t{1} << count) - 1;
+constexpr uint64_t low_mask(unsigned count) {
+    return count >= kWordBits ? ~uint64_t{0} : (uint64_t{1} << count) - 1;
 }
 
 // A ring of bits addressed by ever growing 64-bit positions. The caller keeps the position where it
@@ -24,16 +24,16 @@ constexpr std::uint64_t low_mask(unsigned count) {
 class BitRing {
 public:
     // Room for `bits` bits between reader and writer, each bit reading as `level` at first.
-    explicit BitRing(std::uint64_t bits = 0, bool level = false)
+    explicit BitRing(uint64_t bits = 0, bool level = false)
         // Two words more than asked: a write spoils what stands behind it in its last word.
-        : words_(std::bit_ceil(words_for(bits) + 2), level ? ~std::uint64_t{0} : 0),
+        : words_(std::bit_ceil(words_for(bits) + 2), level ? ~uint64_t{0} : 0),
           mask_(words_.size() - 1) {}
 
     // Writes the lowest `count` (1 to 64) bits of `value` at `position`. Bits above them must be 0.
     // What stands behind them, up to the end of that word, is spoilt.
-    void write(std::uint64_t position, std::uint64_t value, unsigned count) {
+    void write(uint64_t position, uint64_t value, unsigned count) {
         const unsigned offset = position % kWordBits;
-        const std::size_t index = (position / kWordBits) & mask_;
+        const size_t index = (position / kWordBits) & mask_;
         words_[index] = (words_[index] & low_mask(offset)) | (value << offset);
         if (offset + count > kWordBits) {
             words_[(index + 1) & mask_] = value >> (kWordBits - offset);
@@ -41,17 +41,17 @@ public:
     }
 
     // Reads 64 bits from `position`; the caller cuts what it does not need.
-    std::uint64_t read(std::uint64_t position) const {
+    uint64_t read(uint64_t position) const {
         const unsigned offset = position % kWordBits;
-        const std::size_t index = (position / kWordBits) & mask_;
-        const std::uint64_t low = words_[index] >> offset;
+        const size_t index = (position / kWordBits) & mask_;
+        const uint64_t low = words_[index] >> offset;
         // Shifted in two steps: a shift by 64 is undefined.
         return low | (words_[(index + 1) & mask_] << 1 << (kWordBits - 1 - offset));
     }
 
 private:
-    std::vector<std::uint64_t> words_;
-    std::size_t mask_;
+    std::vector<uint64_t> words_;
+    size_t mask_;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

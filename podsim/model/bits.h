@@ -7,17 +7,16 @@
 #include <cstdint>
 #include <span>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // The `count` (0 to 64) bits from `position`. They must lie inside `words`.
-constexpr std::uint64_t get_bits(std::span<const std::uint64_t> words, std::size_t position,
-                                 unsigned count) {
-    const std::size_t index = position / kWordBits;
+constexpr uint64_t get_bits(std::span<const uint64_t> words, size_t position, unsigned count) {
+    const size_t index = position / kWordBits;
     const unsigned offset = position % kWordBits;
     if (count == 0) {
         return 0;
     }
-    std::uint64_t value = words[index] >> offset;
+    uint64_t value = words[index] >> offset;
     if (offset + count > kWordBits) {
         value |= words[index + 1] << (kWordBits - offset);
     }
@@ -25,14 +24,14 @@ constexpr std::uint64_t get_bits(std::span<const std::uint64_t> words, std::size
 }
 
 // Replaces the `count` (0 to 64) bits from `position` by the lowest of `value`.
-constexpr void put_bits(std::span<std::uint64_t> words, std::size_t position, unsigned count,
-                        std::uint64_t value) {
-    const std::size_t index = position / kWordBits;
+constexpr void put_bits(std::span<uint64_t> words, size_t position, unsigned count,
+                        uint64_t value) {
+    const size_t index = position / kWordBits;
     const unsigned offset = position % kWordBits;
     if (count == 0) {
         return;
     }
-    const std::uint64_t mask = low_mask(count);
+    const uint64_t mask = low_mask(count);
     value &= mask;
     words[index] = (words[index] & ~(mask << offset)) | (value << offset);
     if (offset + count > kWordBits) {
@@ -41,4 +40,4 @@ constexpr void put_bits(std::span<std::uint64_t> words, std::size_t position, un
     }
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -2,12 +2,12 @@
 
 #include <algorithm>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
-std::uint64_t longest_path(const std::vector<std::unique_ptr<TapDevice>>& devices) {
-    std::uint64_t instruction = 0;
-    std::uint64_t data = 0;
+uint64_t longest_path(const std::vector<std::unique_ptr<TapDevice>>& devices) {
+    uint64_t instruction = 0;
+    uint64_t data = 0;
     for (const auto& device : devices) {
         instruction += device->instruction_bits();
         data += device->longest();
@@ -15,8 +15,8 @@ std::uint64_t longest_path(const std::vector<std::unique_ptr<TapDevice>>& device
     return std::max(instruction, data);
 }
 
-std::uint64_t longest_register(const std::vector<std::unique_ptr<TapDevice>>& devices) {
-    std::uint64_t bits = kMaxInstructionBits;
+uint64_t longest_register(const std::vector<std::unique_ptr<TapDevice>>& devices) {
+    uint64_t bits = kMaxInstructionBits;
     for (const auto& device : devices) {
         bits = std::max(bits, device->longest());
     }
@@ -38,21 +38,18 @@ Chain::Chain(const ChainDescription& description) {
 }
 
 // Appends a captured register at the end nearest TDI.
-void Chain::append(std::span<const std::uint64_t> bits, std::uint64_t count) {
-    for (std::uint64_t done = 0; done < count; done += kWordBits) {
-        const auto step_bits =
-            static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - done));
+void Chain::append(std::span<const uint64_t> bits, uint64_t count) {
+    for (uint64_t done = 0; done < count; done += kWordBits) {
+        const auto step_bits = static_cast<unsigned>(std::min<uint64_t>(kWordBits, count - done));
         ring_.write(head_ + length_, bits[done / kWordBits] & low_mask(step_bits), step_bits);
         length_ += step_bits;
     }
 }
 
 // Takes a register's bits out of the ring, from `position` on, which moves behind them.
-void Chain::take(std::span<std::uint64_t> bits, std::uint64_t count,
-                 std::uint64_t& position) const {
-    for (std::uint64_t done = 0; done < count; done += kWordBits) {
-        const auto step_bits =
-            static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - done));
+void Chain::take(std::span<uint64_t> bits, uint64_t count, uint64_t& position) const {
+    for (uint64_t done = 0; done < count; done += kWordBits) {
+        const auto step_bits = static_cast<unsigned>(std::min<uint64_t>(kWordBits, count - done));
         bits[done / kWordBits] = ring_.read(position) & low_mask(step_bits);
         position += step_bits;
     }
@@ -75,7 +72,7 @@ void Chain::capture() {
 }
 
 void Chain::update() {
-    std::uint64_t position = head_;
+    uint64_t position = head_;
     for (auto device = devices_.rbegin(); device != devices_.rend(); ++device) {
         if (state_ == TapState::UpdateIr) {
             take(scratch_, (*device)->instruction_bits(), position);
@@ -123,7 +120,7 @@ bool Chain::step(bool tms, bool tdi) {
     return tdo;
 }
 
-Status Chain::move(std::uint64_t tms, unsigned count, bool tdi) {
+Status Chain::move(uint64_t tms, unsigned count, bool tdi) {
     for (unsigned i = 0; i < count; ++i) {
         step(((tms >> i) & 1) != 0, tdi);
     }
@@ -131,23 +128,23 @@ Status Chain::move(std::uint64_t tms, unsigned count, bool tdi) {
 }
 
 // A caller out of step: bit by bit, wherever that leads.
-void Chain::shift_astray(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                         std::uint64_t count, bool leave) {
-    for (std::uint64_t i = 0; i < count; ++i) {
-        const std::size_t word = i / kWordBits;
-        const std::uint64_t bit = std::uint64_t{1} << (i % kWordBits);
+void Chain::shift_astray(std::span<const uint64_t> tdi, std::span<uint64_t> tdo, uint64_t count,
+                         bool leave) {
+    for (uint64_t i = 0; i < count; ++i) {
+        const size_t word = i / kWordBits;
+        const uint64_t bit = uint64_t{1} << (i % kWordBits);
         const bool level = step(leave && i + 1 == count, (tdi[word] & bit) != 0);
         tdo[word] = level ? tdo[word] | bit : tdo[word] & ~bit;
     }
 }
 
-Status Chain::shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                    std::uint64_t count, bool leave) {
+Status Chain::shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo, uint64_t count,
+                    bool leave) {
     if (!is_shift(state_)) [[unlikely]] {
         shift_astray(tdi, tdo, count, leave);
         return {};
     }
-    std::size_t word = 0;
+    size_t word = 0;
     for (; count > kWordBits; count -= kWordBits, ++word) {
         tdo[word] = shift_word(tdi[word], kWordBits);
     }
@@ -175,4 +172,4 @@ Status Chain::power_on() {
     return {};
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -1,10 +1,10 @@
 // The built-in target: a chain of TAPs that holds real bits.
 #pragma once
 
+#include "common/tap_state.h"
 #include "podsim/model/bit_ring.h"
 #include "podsim/model/chain_description.h"
 #include "podsim/model/tap_device.h"
-#include "podsim/model/tap_state.h"
 #include "podsim/model/target.h"
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 #include <memory>
 #include <vector>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // All TAPs share TCK and TMS, so they share one state. From capture to update the selected
 // registers stand in one ring as one long shift register, the bit nearest TDO first: a shift writes
@@ -22,20 +22,20 @@ public:
     // `description` must be free of errors.
     explicit Chain(const ChainDescription& description);
 
-    Status move(std::uint64_t tms, unsigned count, bool tdi) override;
-    Status shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                 std::uint64_t count, bool leave) override;
-    Status pulse_trst() override;
+    [[nodiscard]] Status move(uint64_t tms, unsigned count, bool tdi) override;
+    [[nodiscard]] Status shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
+                               uint64_t count, bool leave) override;
+    [[nodiscard]] Status pulse_trst() override;
     // Modelling decision: the system reset leaves test logic and registers of the chain alone; it
     // is there for the trace and for external targets.
-    Status set_reset(bool asserted) override;
-    Status power_on() override;
+    [[nodiscard]] Status set_reset(bool asserted) override;
+    [[nodiscard]] Status power_on() override;
     // Modelling decision: nothing in the chain drives the EMU pins.
     EmuPins emu_pins() override { return {}; }
 
     TapState state() const { return state_; }
-    std::size_t size() const { return devices_.size(); }
-    const TapDevice& device(std::size_t index) const { return *devices_[index]; }
+    size_t size() const { return devices_.size(); }
+    const TapDevice& device(size_t index) const { return *devices_[index]; }
 
 private:
     bool step(bool tms, bool tdi); // one clock; the level of TDO before it
@@ -43,24 +43,24 @@ private:
     void capture();
     void update();
     void reset();
-    void shift_astray(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                      std::uint64_t count, bool leave);
-    std::uint64_t shift_word(std::uint64_t tdi, unsigned count) {
-        const std::uint64_t mask = low_mask(count);
+    void shift_astray(std::span<const uint64_t> tdi, std::span<uint64_t> tdo, uint64_t count,
+                      bool leave);
+    uint64_t shift_word(uint64_t tdi, unsigned count) {
+        const uint64_t mask = low_mask(count);
         ring_.write(head_ + length_, tdi & mask, count);
-        const std::uint64_t tdo = ring_.read(head_) & mask;
+        const uint64_t tdo = ring_.read(head_) & mask;
         head_ += count;
         return tdo;
     }
-    void append(std::span<const std::uint64_t> bits, std::uint64_t count);
-    void take(std::span<std::uint64_t> bits, std::uint64_t count, std::uint64_t& position) const;
+    void append(std::span<const uint64_t> bits, uint64_t count);
+    void take(std::span<uint64_t> bits, uint64_t count, uint64_t& position) const;
 
     std::vector<std::unique_ptr<TapDevice>> devices_;
     TapState state_ = TapState::TestLogicReset;
     BitRing ring_;
-    std::uint64_t head_ = 0;   // position of the bit nearest TDO
-    std::uint64_t length_ = 0; // bits between TDI and TDO
-    std::vector<std::uint64_t> scratch_;
+    uint64_t head_ = 0;   // position of the bit nearest TDO
+    uint64_t length_ = 0; // bits between TDI and TDO
+    std::vector<uint64_t> scratch_;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

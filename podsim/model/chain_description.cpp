@@ -7,7 +7,7 @@
 #include <set>
 #include <utility>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
 using Error = std::optional<DescriptionError>;
@@ -19,26 +19,26 @@ struct Fault {
 };
 using MaybeFault = std::optional<Fault>;
 
-std::string range(std::uint64_t low, std::uint64_t high) {
+std::string range(uint64_t low, uint64_t high) {
     return "from " + std::to_string(low) + " to " + std::to_string(high);
 }
 
-bool fits(std::uint64_t value, unsigned bits) {
+bool fits(uint64_t value, unsigned bits) {
     return (value & ~low_mask(bits)) == 0;
 }
 
-MaybeFault check_bits(std::uint64_t bits) {
+MaybeFault check_bits(uint64_t bits) {
     if (bits < 1 || bits > kMaxRegisterBits) {
         return Fault{"bits", range(1, kMaxRegisterBits)};
     }
     return {};
 }
 
-MaybeFault check_value(std::uint64_t bits, const std::vector<std::uint64_t>& value) {
+MaybeFault check_value(uint64_t bits, const std::vector<uint64_t>& value) {
     if (MaybeFault fault = check_bits(bits)) {
         return fault;
     }
-    const std::size_t words = words_for(bits);
+    const size_t words = words_for(bits);
     const unsigned rest = bits % kWordBits;
     if (value.size() > words || (value.size() == words && rest != 0 && !fits(value.back(), rest))) {
         return Fault{"value", "no wider than the register, " + std::to_string(bits) + " bits"};
@@ -60,7 +60,7 @@ struct KindCheck {
         if (r.data_bits < 1 || r.data_bits > kMaxDataBits) {
             return Fault{"data_bits", range(1, kMaxDataBits)};
         }
-        const std::uint64_t reach = std::uint64_t{1} << r.address_bits;
+        const uint64_t reach = uint64_t{1} << r.address_bits;
         if (r.words < 1 || r.words > reach) {
             return Fault{"words", range(1, reach)};
         }
@@ -76,20 +76,20 @@ struct KindCheck {
 };
 
 // The instructions of a register with the names of their fields.
-std::vector<std::pair<std::string, std::uint64_t>> instructions_of(const RegisterDescription& r) {
+std::vector<std::pair<std::string, uint64_t>> instructions_of(const RegisterDescription& r) {
     if (const auto* boundary = std::get_if<BoundaryRegister>(&r.kind)) {
         return {{"extest", boundary->extest}, {"sample", boundary->sample}};
     }
-    std::vector<std::pair<std::string, std::uint64_t>> all;
-    for (const std::uint64_t instruction : r.instructions) {
+    std::vector<std::pair<std::string, uint64_t>> all;
+    for (const uint64_t instruction : r.instructions) {
         all.emplace_back("instructions", instruction);
     }
     return all;
 }
 
-MaybeFault check_instruction(const DeviceDescription& device, std::uint64_t instruction,
-                             std::set<std::uint64_t>& taken, const std::string& key) {
-    const std::uint64_t all_ones = low_mask(device.instruction_bits);
+MaybeFault check_instruction(const DeviceDescription& device, uint64_t instruction,
+                             std::set<uint64_t>& taken, const std::string& key) {
+    const uint64_t all_ones = low_mask(device.instruction_bits);
     if (!fits(instruction, device.instruction_bits) || instruction == all_ones) {
         return Fault{key, range(0, all_ones - 1) + ", for all ones is BYPASS"};
     }
@@ -100,7 +100,7 @@ MaybeFault check_instruction(const DeviceDescription& device, std::uint64_t inst
 }
 
 MaybeFault check_register(const DeviceDescription& device, const RegisterDescription& r,
-                          std::set<std::uint64_t>& taken) {
+                          std::set<uint64_t>& taken) {
     if (MaybeFault fault = std::visit(KindCheck{device.instruction_bits}, r.kind)) {
         return fault;
     }
@@ -116,7 +116,7 @@ MaybeFault check_register(const DeviceDescription& device, const RegisterDescrip
     return {};
 }
 
-MaybeFault check_header(const DeviceDescription& device, std::set<std::uint64_t>& taken) {
+MaybeFault check_header(const DeviceDescription& device, std::set<uint64_t>& taken) {
     if (device.instruction_bits < kMinInstructionBits ||
         device.instruction_bits > kMaxInstructionBits) {
         return Fault{"instruction_bits", range(kMinInstructionBits, kMaxInstructionBits)};
@@ -136,13 +136,13 @@ MaybeFault check_header(const DeviceDescription& device, std::set<std::uint64_t>
     return check_instruction(device, device.idcode_instruction, taken, "idcode_instruction");
 }
 
-Error check_device(const DeviceDescription& device, std::size_t number) {
-    std::set<std::uint64_t> taken;
+Error check_device(const DeviceDescription& device, size_t number) {
+    std::set<uint64_t> taken;
     if (MaybeFault fault = check_header(device, taken)) {
         return DescriptionError{DescriptionError::Where::Device, number, 0, fault->key,
                                 fault->expected};
     }
-    for (std::size_t i = 0; i < device.registers.size(); ++i) {
+    for (size_t i = 0; i < device.registers.size(); ++i) {
         if (MaybeFault fault = check_register(device, device.registers[i], taken)) {
             return DescriptionError{DescriptionError::Where::Register, number, i, fault->key,
                                     fault->expected};
@@ -158,7 +158,7 @@ Error check_device(const DeviceDescription& device, std::size_t number) {
     return {};
 }
 
-const Pin* find_pin(const ChainDescription& chain, std::size_t device, std::size_t pin) {
+const Pin* find_pin(const ChainDescription& chain, size_t device, size_t pin) {
     if (device >= chain.devices.size()) {
         return nullptr;
     }
@@ -190,13 +190,13 @@ MaybeFault check_net(const ChainDescription& chain, const NetDescription& net,
 } // namespace
 
 std::optional<DescriptionError> check(const ChainDescription& chain) {
-    for (std::size_t i = 0; i < chain.devices.size(); ++i) {
+    for (size_t i = 0; i < chain.devices.size(); ++i) {
         if (Error error = check_device(chain.devices[i], i)) {
             return error;
         }
     }
     std::set<const Pin*> driven;
-    for (std::size_t i = 0; i < chain.nets.size(); ++i) {
+    for (size_t i = 0; i < chain.nets.size(); ++i) {
         if (MaybeFault fault = check_net(chain, chain.nets[i], driven)) {
             return DescriptionError{DescriptionError::Where::Net, i, 0, fault->key,
                                     fault->expected};
@@ -205,17 +205,17 @@ std::optional<DescriptionError> check(const ChainDescription& chain) {
     return {};
 }
 
-std::uint64_t register_bits(const RegisterDescription& description) {
+uint64_t register_bits(const RegisterDescription& description) {
     struct Length {
-        std::uint64_t operator()(const ConstantRegister& r) const { return r.bits; }
-        std::uint64_t operator()(const ScratchRegister& r) const { return r.bits; }
-        std::uint64_t operator()(const CounterRegister& r) const { return r.bits; }
-        std::uint64_t operator()(const MemoryRegister& r) const {
-            return std::uint64_t{kMemoryOperationBits} + r.data_bits + r.address_bits;
+        uint64_t operator()(const ConstantRegister& r) const { return r.bits; }
+        uint64_t operator()(const ScratchRegister& r) const { return r.bits; }
+        uint64_t operator()(const CounterRegister& r) const { return r.bits; }
+        uint64_t operator()(const MemoryRegister& r) const {
+            return uint64_t{kMemoryOperationBits} + r.data_bits + r.address_bits;
         }
-        std::uint64_t operator()(const BoundaryRegister& r) const { return r.pins.size(); }
+        uint64_t operator()(const BoundaryRegister& r) const { return r.pins.size(); }
     };
     return std::visit(Length{}, description.kind);
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

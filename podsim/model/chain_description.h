@@ -8,36 +8,36 @@
 #include <variant>
 #include <vector>
 
-namespace podsim {
+namespace talvor::podsim {
 
 inline constexpr unsigned kMinInstructionBits = 2; // IEEE 1149.1, 7.1: two bits at least
 inline constexpr unsigned kMaxInstructionBits = 64;
-inline constexpr std::uint64_t kMaxRegisterBits = std::uint64_t{1} << 24;
+inline constexpr uint64_t kMaxRegisterBits = uint64_t{1} << 24;
 inline constexpr unsigned kMaxAddressBits = 24;
 inline constexpr unsigned kMaxDataBits = 64;
 
 // Captures the same value for ever.
 struct ConstantRegister {
-    std::uint64_t bits = 1;
-    std::vector<std::uint64_t> value; // first bit in bit 0 of word 0; missing words are 0
+    uint64_t bits = 1;
+    std::vector<uint64_t> value; // first bit in bit 0 of word 0; missing words are 0
 };
 
 // Captures what was last updated.
 struct ScratchRegister {
-    std::uint64_t bits = 1;
-    std::vector<std::uint64_t> value; // at power-on; missing words are 0
+    uint64_t bits = 1;
+    std::vector<uint64_t> value; // at power-on; missing words are 0
 };
 
 // Captures the number of updates since power-on, modulo its width.
 struct CounterRegister {
-    std::uint64_t bits = 1;
+    uint64_t bits = 1;
 };
 
 // Gives access to a RAM. Fields from the first bit shifted on: operation (2 bits), data, address.
 struct MemoryRegister {
     unsigned address_bits = 8;
     unsigned data_bits = 32;
-    std::uint64_t words = 256; // 1 to 2 to the power of address_bits; 0 at power-on
+    uint64_t words = 256; // 1 to 2 to the power of address_bits; 0 at power-on
 };
 
 // A pin with a boundary-scan cell.
@@ -49,15 +49,15 @@ struct Pin {
 
 // The boundary-scan register: one cell a pin, the first pin's shifted first.
 struct BoundaryRegister {
-    std::uint64_t extest = 0; // the instruction that lets the cells drive the output pins
-    std::uint64_t sample = 0; // SAMPLE and PRELOAD
+    uint64_t extest = 0; // the instruction that lets the cells drive the output pins
+    uint64_t sample = 0; // SAMPLE and PRELOAD
     std::vector<Pin> pins;
 };
 
 struct RegisterDescription {
     std::string name;
     // Instructions that select the register; not used for a boundary register, which has its own.
-    std::vector<std::uint64_t> instructions;
+    std::vector<uint64_t> instructions;
     std::variant<ConstantRegister, ScratchRegister, CounterRegister, MemoryRegister,
                  BoundaryRegister>
         kind;
@@ -66,18 +66,18 @@ struct RegisterDescription {
 struct DeviceDescription {
     std::string name;
     unsigned instruction_bits = 4;
-    std::uint64_t instruction_capture = 1; // ends in binary 01 (IEEE 1149.1, 7.1)
-    std::optional<std::uint32_t> idcode;   // bit 0 is 1 (12.1); without one: BYPASS at reset
-    std::uint64_t idcode_instruction = 0;  // only with an idcode; not all ones
+    uint64_t instruction_capture = 1; // ends in binary 01 (IEEE 1149.1, 7.1)
+    std::optional<uint32_t> idcode;   // bit 0 is 1 (12.1); without one: BYPASS at reset
+    uint64_t idcode_instruction = 0;  // only with an idcode; not all ones
     std::vector<RegisterDescription> registers;
 };
 
 // A wire of the board from an output pin to an input pin with boundary-scan cells.
 struct NetDescription {
-    std::size_t from_device = 0; // indices into the lists of devices and of pins
-    std::size_t from_pin = 0;
-    std::size_t to_device = 0;
-    std::size_t to_pin = 0;
+    size_t from_device = 0; // indices into the lists of devices and of pins
+    size_t from_pin = 0;
+    size_t to_device = 0;
+    size_t to_pin = 0;
 };
 
 struct ChainDescription {
@@ -89,16 +89,16 @@ struct ChainDescription {
 struct DescriptionError {
     enum class Where { Device, Register, Net };
     Where where = Where::Device;
-    std::size_t device = 0; // index of the device, or of the net
-    std::size_t index = 0;  // index of the register in its device
-    std::string key;        // the field's name, as above
-    std::string expected;   // what the field must be, as in "at least 2"
+    size_t device = 0;    // index of the device, or of the net
+    size_t index = 0;     // index of the register in its device
+    std::string key;      // the field's name, as above
+    std::string expected; // what the field must be, as in "at least 2"
 };
 
 // The first error of a description, or nothing.
 std::optional<DescriptionError> check(const ChainDescription& chain);
 
 // Bits of a data register.
-std::uint64_t register_bits(const RegisterDescription& description);
+uint64_t register_bits(const RegisterDescription& description);
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -5,24 +5,24 @@
 #include <string>
 #include <utility>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
 // Modelling decision: a settle delay takes this long, and no test clock.
-constexpr std::uint64_t kSettleNs = 1000;
+constexpr uint64_t kSettleNs = 1000;
 
 // Power-on values that are not 0.
-constexpr std::uint16_t kOutputAtPowerOn = TBC_OUTPUT_CONNECTED;
-constexpr std::uint16_t kPodControlAtPowerOn =
+constexpr uint16_t kOutputAtPowerOn = TBC_OUTPUT_CONNECTED;
+constexpr uint16_t kPodControlAtPowerOn =
     TBC_POD_EVENT3 | TBC_POD_EVENT2 | TBC_POD_TDO_EDGE | TBC_POD_CLEAR;
 
 // Modelling decision: a reset of the controller leaves the pod's own registers 25 to 27 alone. The
 // host programs clock and timing once, when it connects, and resets the controller afterwards.
-bool is_pod_register(std::size_t port) {
+bool is_pod_register(size_t port) {
     return port == TBC_PORT_POD_PINS || port == TBC_PORT_POD_CLOCK || port == TBC_PORT_POD_TIMING;
 }
 
-bool is_read_only(std::uint16_t port) {
+bool is_read_only(uint16_t port) {
     return (port >= TBC_PORT_STATUS1 && port <= TBC_PORT_RECEIVE) || port == TBC_PORT_SUPPORT;
 }
 
@@ -35,26 +35,38 @@ Controller::Controller(const ControllerSettings& settings, Target& target, Warni
     bus_.set_period(tck_period_ns(settings_.revision, 0));
 }
 
+bool Controller::done(Status status) {
+    if (!status) [[unlikely]] {
+        word_error_ = std::move(status).error();
+        return false;
+    }
+    return true;
+}
+
+std::optional<uint16_t> Controller::word_of(Result<uint16_t> word) {
+    if (!word) [[unlikely]] {
+        word_error_ = std::move(word).error();
+        return std::nullopt;
+    }
+    return *word;
+}
+
 // ---- writes -----------------------------------------------------------------------------------
 
-Status Controller::write_other(std::uint16_t port, std::uint16_t value) {
+Status Controller::write_other(uint16_t port, uint16_t value) {
     if (port == TBC_PORT_SEND) {
         return write_send(value);
     }
     if (port >= TBC_EXTENDED_PORTS) {
-        return Status::failure("write of port " + std::to_string(port) + ", which does not exist");
+        return failure("write of port " + std::to_string(port) + ", which does not exist");
     }
     if (!port_exists(port) || is_read_only(port)) {
         warn("write of register " + std::to_string(port) + " dropped: it is " +
              (is_read_only(port) ? "read-only" : "not there on this kind of controller"));
         return {};
     }
-    if (Status status = engine_.sync(); status.failed()) {
-        return status;
-    }
-    if (Status status = write_register(port, value); status.failed()) {
-        return status;
-    }
+    TRY(engine_.sync());
+    TRY(write_register(port, value));
     // A reset of the controller has just given every register its power-on value.
     if (port != TBC_PORT_CONTROL || (value & TBC_CONTROL_RESET) != TBC_CONTROL_RESET) {
         registers_[port] = value;
@@ -62,7 +74,7 @@ Status Controller::write_other(std::uint16_t port, std::uint16_t value) {
     return {};
 }
 
-Status Controller::write_register(std::uint16_t port, std::uint16_t value) {
+Status Controller::write_register(uint16_t port, uint16_t value) {
     switch (port) {
     case TBC_PORT_COMMAND:
         write_command(value);
@@ -98,7 +110,7 @@ Status Controller::write_register(std::uint16_t port, std::uint16_t value) {
     return {};
 }
 
-void Controller::write_command(std::uint16_t value) {
+void Controller::write_command(uint16_t value) {
     if ((value & TBC_COMMAND_RELEASE) != 0) {
         version_selected_ = false;
         loop_.leave();
@@ -115,7 +127,7 @@ void Controller::write_command(std::uint16_t value) {
     }
 }
 
-Status Controller::write_pod_control(std::uint16_t value) {
+Status Controller::write_pod_control(uint16_t value) {
     const bool was = (registers_[TBC_PORT_POD_CONTROL] & TBC_POD_CLEAR) != 0;
     const bool is = (value & TBC_POD_CLEAR) != 0;
     if (was && !is) {
@@ -129,7 +141,7 @@ Status Controller::write_pod_control(std::uint16_t value) {
     return {};
 }
 
-Status Controller::write_control(std::uint16_t value) {
+Status Controller::write_control(uint16_t value) {
     if ((value & TBC_CONTROL_RESET) == TBC_CONTROL_RESET) {
         return reset();
     }
@@ -164,7 +176,7 @@ Status Controller::reset() {
     loop_.leave();
     counter_ = EventCounter{};
     version_selected_ = false;
-    for (std::size_t port = 0; port < registers_.size(); ++port) {
+    for (size_t port = 0; port < registers_.size(); ++port) {
         if (port != TBC_PORT_OUTPUT && !is_pod_register(port)) {
             registers_[port] = 0;
         }
@@ -176,29 +188,26 @@ Status Controller::reset() {
 
 // ---- reads ------------------------------------------------------------------------------------
 
-ReadResult Controller::read_other(std::uint16_t port) {
+Result<uint16_t> Controller::read_other(uint16_t port) {
     if (port == TBC_PORT_RECEIVE) {
         return read_receive();
     }
     if (port >= TBC_EXTENDED_PORTS) {
-        return {0,
-                Status::failure("read of port " + std::to_string(port) + ", which does not exist")};
+        return failure("read of port " + std::to_string(port) + ", which does not exist");
     }
     if (!port_exists(port)) {
         warn("read of register " + std::to_string(port) +
              ", which is not there on this kind of controller");
-        return {kOpenPath, {}};
+        return kOpenPath;
     }
-    if (Status status = engine_.sync(); status.failed()) {
-        return {0, std::move(status)};
-    }
+    TRY(engine_.sync());
     if (port == TBC_PORT_STATUS1) {
         look_at_emu_pins();
     }
-    return {read_register(port), {}};
+    return read_register(port);
 }
 
-std::uint16_t Controller::read_register(std::uint16_t port) const {
+uint16_t Controller::read_register(uint16_t port) const {
     switch (port) {
     case TBC_PORT_STATUS0:
         return 0;
@@ -219,22 +228,22 @@ std::uint16_t Controller::read_register(std::uint16_t port) const {
     }
 }
 
-std::uint16_t Controller::read_status1() const {
+uint16_t Controller::read_status1() const {
     unsigned value = TBC_STATUS1_ALIVE;
     value |= emu_.emu0 ? TBC_STATUS1_EMU0 : 0;
     value |= emu_.emu1 ? TBC_STATUS1_EMU1 : 0;
-    return static_cast<std::uint16_t>(value);
+    return static_cast<uint16_t>(value);
 }
 
-std::uint16_t Controller::read_support() const {
+uint16_t Controller::read_support() const {
     unsigned value = support_ & SUPPORT_RESET;
     value |= condition_ ? SUPPORT_CONDITION : 0;
     value |= faults_.clock ? 0 : SUPPORT_CLOCK_LOST;
     value |= ~((settings_.utility_revision - 1) << SUPPORT_REVISION_SHIFT) & SUPPORT_REVISION_MASK;
-    return static_cast<std::uint16_t>(value);
+    return static_cast<uint16_t>(value);
 }
 
-bool Controller::port_exists(std::uint16_t port) const {
+bool Controller::port_exists(uint16_t port) const {
     return port < TBC_BASIC_PORTS || port == TBC_PORT_SUPPORT || is_pod_register(port) ||
            settings_.kind == eJTI_CONTROL_ID_EXL || settings_.kind == eJTI_CONTROL_ID_DPM;
 }
@@ -242,10 +251,8 @@ bool Controller::port_exists(std::uint16_t port) const {
 // ---- operations -------------------------------------------------------------------------------
 
 Status Controller::run_operation() {
-    if (Status status = finish_previous(); status.failed()) {
-        return status;
-    }
-    const std::uint16_t operation = registers_[TBC_PORT_OPERATION];
+    TRY(finish_previous());
+    const uint16_t operation = registers_[TBC_PORT_OPERATION];
     Status status = is_scan(operation) ? start_scan(operation) : go_to(operation);
     look_at_emu_pins();
     return status;
@@ -257,10 +264,7 @@ Status Controller::finish_previous() {
     if (!engine_.busy()) {
         return {};
     }
-    if (Status status = mistake("operation started while another is in progress");
-        status.failed()) {
-        return status;
-    }
+    TRY(mistake("operation started while another is in progress"));
     if (engine_.runnable() == engine_.words_left()) {
         return engine_.run(engine_.words_left());
     }
@@ -268,7 +272,7 @@ Status Controller::finish_previous() {
     return {};
 }
 
-Status Controller::go_to(std::uint16_t operation) {
+Status Controller::go_to(uint16_t operation) {
     const bool directly = (operation & TBC_TRANSIT_SCAN) != kTransitViaIdle;
     return directly && state_of(operation) == TapState::TestLogicReset
                ? engine_.move_to_reset()
@@ -282,10 +286,10 @@ unsigned Controller::scan_return_delay() const {
                         too_fast ? 1 : 0, registers_[TBC_PORT_CONFIG] & TBC_CONFIG_LINK_MASK);
 }
 
-Status Controller::start_scan(std::uint16_t operation) {
+Status Controller::start_scan(uint16_t operation) {
     const unsigned config = registers_[TBC_PORT_CONFIG];
-    const std::uint64_t count_minus_one =
-        std::uint64_t{registers_[TBC_PORT_COUNT_HIGH]} << 16 | registers_[TBC_PORT_COUNT_LOW];
+    const uint64_t count_minus_one =
+        uint64_t{registers_[TBC_PORT_COUNT_HIGH]} << 16 | registers_[TBC_PORT_COUNT_LOW];
     return engine_.start({
         .instruction_path = (operation & TBC_STATE_IR_PATH) != 0,
         .end = state_of(operation),
@@ -310,19 +314,15 @@ Status Controller::attach() {
 // Modelling decision: asserting the target reset resets the controller as well. The host counts on
 // it: it takes every register for 0 afterwards, moves no TAP to Test-Logic-Reset that it has reset
 // so, and has no other way out of an operation that lacks its data.
-Status Controller::write_support(std::uint16_t value) {
+Status Controller::write_support(uint16_t value) {
     const bool was = target_reset();
     support_ = value & SUPPORT_RESET;
     const bool is = target_reset();
     if (was == is) {
         return {};
     }
-    if (Status status = engine_.sync(); status.failed()) {
-        return status;
-    }
-    if (Status status = bus_.set_target_reset(is); status.failed()) {
-        return status;
-    }
+    TRY(engine_.sync());
+    TRY(bus_.set_target_reset(is));
     return is ? reset() : Status{};
 }
 
@@ -335,7 +335,7 @@ Status Controller::set_faults(const Faults& faults) {
     }
     Status status = bus_.set_power(faults.power);
     look_at_emu_pins();
-    return synced.failed() ? std::move(synced) : std::move(status);
+    return synced ? std::move(status) : std::move(synced);
 }
 
 EmuPins Controller::emu_levels() const {
@@ -362,7 +362,7 @@ void Controller::observe(EdgeObserver* observer) {
 
 Status Controller::mistake(std::string text) const {
     if (settings_.strict) {
-        return Status::failure(std::move(text));
+        return failure(std::move(text));
     }
     warn(text);
     return {};
@@ -374,4 +374,4 @@ void Controller::warn(std::string_view text) const {
     }
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -5,7 +5,7 @@
 #include <string>
 #include <utility>
 
-namespace podsim {
+namespace talvor::podsim {
 
 bool Controller::waits_by_itself() const {
     return !is_generation_1(settings_.revision) &&
@@ -13,28 +13,28 @@ bool Controller::waits_by_itself() const {
 }
 
 // Lets the scan run until `words` received words stand in the buffer.
-Status Controller::make_received(std::size_t words) {
+Status Controller::make_received(size_t words) {
     if (engine_.received() >= words) {
         return {};
     }
     // Modelling decision: a scan that only receives runs ahead as far as the buffer goes. The host
     // cannot tell, for it may only take the words it has waited for.
-    const std::uint64_t runnable = engine_.runnable();
-    const std::uint64_t needed = words - engine_.received();
+    const uint64_t runnable = engine_.runnable();
+    const uint64_t needed = words - engine_.received();
     if (!engine_.receives() || runnable < needed) {
-        return Status::failure("wait for a received word that cannot come");
+        return failure("wait for a received word that cannot come");
     }
     return engine_.run(engine_.sends() ? needed : runnable);
 }
 
 // Lets the scan run until `words` words fit into the send buffer.
-Status Controller::make_room(std::size_t words) {
+Status Controller::make_room(size_t words) {
     if (engine_.sendable() >= words) {
         return {};
     }
-    const std::uint64_t needed = words - engine_.sendable();
+    const uint64_t needed = words - engine_.sendable();
     if (engine_.runnable() < needed) {
-        return Status::failure("wait for room to send that cannot come");
+        return failure("wait for room to send that cannot come");
     }
     return engine_.run(needed);
 }
@@ -44,7 +44,7 @@ Status Controller::run_to_end() {
         return {};
     }
     if (engine_.runnable() < engine_.words_left()) {
-        return Status::failure("wait for the end of an operation that lacks data words or room");
+        return failure("wait for the end of an operation that lacks data words or room");
     }
     Status status = engine_.run(engine_.words_left());
     announced_ = engine_.received();
@@ -52,23 +52,19 @@ Status Controller::run_to_end() {
     return status;
 }
 
-Status Controller::wait_received(std::size_t words) {
+Status Controller::wait_received(size_t words) {
     if (loop_.active()) {
-        return loop_.size() != 0 ? Status{}
-                                 : Status::failure("wait for a word of an empty loop-back path");
+        return loop_.size() != 0 ? Status() : failure("wait for a word of an empty loop-back path");
     }
     // No more than the scan still has to give.
-    const std::uint64_t left = engine_.receives() ? engine_.words_left() : 0;
-    words =
-        static_cast<std::size_t>(std::clamp<std::uint64_t>(engine_.received() + left, 1, words));
-    Status status = make_received(words);
-    if (!status.failed()) {
-        announced_ = std::max(announced_, words);
-    }
-    return status;
+    const uint64_t left = engine_.receives() ? engine_.words_left() : 0;
+    words = static_cast<size_t>(std::clamp<uint64_t>(engine_.received() + left, 1, words));
+    TRY(make_received(words));
+    announced_ = std::max(announced_, words);
+    return {};
 }
 
-Status Controller::wait_other(std::uint16_t word) {
+Status Controller::wait_other(uint16_t word) {
     switch (word) {
     case SHM_WAIT_READ_ONE:
         return wait_received(1);
@@ -81,11 +77,11 @@ Status Controller::wait_other(std::uint16_t word) {
     case SHM_WAIT_DONE:
         return run_to_end();
     default:
-        return Status::failure("unknown wait word");
+        return failure("unknown wait word");
     }
 }
 
-Status Controller::write_send(std::uint16_t word) {
+Status Controller::write_send(uint16_t word) {
     if (loop_.active()) {
         if (loop_.full()) {
             return mistake("word sent into a full loop-back path, dropped");
@@ -98,55 +94,49 @@ Status Controller::write_send(std::uint16_t word) {
     }
     if (engine_.sendable() == 0) {
         if (!waits_by_itself()) {
-            if (Status status = mistake("word sent without room and without a wait");
-                status.failed()) {
-                return status;
-            }
+            TRY(mistake("word sent without room and without a wait"));
         }
-        if (Status status = make_room(1); status.failed()) {
-            return status;
-        }
+        TRY(make_room(1));
     }
     engine_.send(word);
     return {};
 }
 
-ReadResult Controller::read_receive() {
+Result<uint16_t> Controller::read_receive() {
     if (loop_.active()) {
-        return {loop_.receive(faults_.loopback), {}};
+        return loop_.receive(faults_.loopback);
     }
     if (announced_ == 0 || engine_.received() == 0) {
         const bool nothing_to_come =
             engine_.received() == 0 && !(engine_.busy() && engine_.receives());
         if (nothing_to_come) {
-            return {kOpenPath, mistake("read of the receive buffer with nothing to give")};
+            TRY(mistake("read of the receive buffer with nothing to give"));
+            return kOpenPath;
         }
         if (!waits_by_itself()) {
-            if (Status status = mistake("read of the receive buffer without a wait");
-                status.failed()) {
-                return {0, std::move(status)};
-            }
+            TRY(mistake("read of the receive buffer without a wait"));
         }
-        if (Status status = make_received(1); status.failed()) {
-            return {0, std::move(status)};
-        }
+        TRY(make_received(1));
         announced_ = 1;
     }
     --announced_;
     return engine_.receive();
 }
 
-Status Controller::settle() {
-    Status status = engine_.sync();
-    if (const std::uint64_t words = engine_.runnable(); !status.failed() && words != 0) {
-        status = engine_.run(words);
-        if (!status.failed()) {
-            status = engine_.sync();
-        }
+Status Controller::run_on() {
+    TRY(engine_.sync());
+    if (const uint64_t words = engine_.runnable(); words != 0) {
+        TRY(engine_.run(words));
+        TRY(engine_.sync());
     }
-    announced_ = engine_.received();
-    look_at_emu_pins();
-    return status;
+    return {};
 }
 
-} // namespace podsim
+Status Controller::settle() {
+    Status settled = run_on();
+    announced_ = engine_.received();
+    look_at_emu_pins();
+    return settled;
+}
+
+} // namespace talvor::podsim

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
-std::vector<std::uint64_t> sized(std::vector<std::uint64_t> value, std::uint64_t bits) {
+std::vector<uint64_t> sized(std::vector<uint64_t> value, uint64_t bits) {
     value.resize(words_for(bits));
     return value;
 }
@@ -17,7 +17,7 @@ std::vector<std::uint64_t> sized(std::vector<std::uint64_t> value, std::uint64_t
 ConstantCells::ConstantCells(const ConstantRegister& description)
     : bits_(description.bits), value_(sized(description.value, description.bits)) {}
 
-void ConstantCells::capture(std::span<std::uint64_t> shifted) {
+void ConstantCells::capture(std::span<uint64_t> shifted) {
     std::ranges::copy(value_, shifted.begin());
 }
 
@@ -25,15 +25,15 @@ ScratchCells::ScratchCells(const ScratchRegister& description)
     : bits_(description.bits), initial_(sized(description.value, description.bits)),
       value_(initial_) {}
 
-void ScratchCells::capture(std::span<std::uint64_t> shifted) {
+void ScratchCells::capture(std::span<uint64_t> shifted) {
     std::ranges::copy(value_, shifted.begin());
 }
 
-void ScratchCells::update(std::span<const std::uint64_t> shifted) {
+void ScratchCells::update(std::span<const uint64_t> shifted) {
     std::ranges::copy(shifted, value_.begin());
 }
 
-void CounterCells::capture(std::span<std::uint64_t> shifted) {
+void CounterCells::capture(std::span<uint64_t> shifted) {
     std::ranges::fill(shifted, 0);
     shifted[0] = updates_;
 }
@@ -42,17 +42,17 @@ MemoryCells::MemoryCells(const MemoryRegister& description)
     : address_bits_(description.address_bits), data_bits_(description.data_bits),
       ram_(description.words) {}
 
-std::uint64_t MemoryCells::bits() const {
-    return std::uint64_t{kMemoryOperationBits} + data_bits_ + address_bits_;
+uint64_t MemoryCells::bits() const {
+    return uint64_t{kMemoryOperationBits} + data_bits_ + address_bits_;
 }
 
-void MemoryCells::capture(std::span<std::uint64_t> shifted) {
-    put_bits(shifted, 0, kMemoryOperationBits, static_cast<std::uint64_t>(answer_));
+void MemoryCells::capture(std::span<uint64_t> shifted) {
+    put_bits(shifted, 0, kMemoryOperationBits, static_cast<uint64_t>(answer_));
     put_bits(shifted, kMemoryOperationBits, data_bits_, data_);
     put_bits(shifted, kMemoryOperationBits + data_bits_, address_bits_, address_);
 }
 
-void MemoryCells::update(std::span<const std::uint64_t> shifted) {
+void MemoryCells::update(std::span<const uint64_t> shifted) {
     const auto operation = static_cast<MemoryOperation>(get_bits(shifted, 0, kMemoryOperationBits));
     if (operation == MemoryOperation::None) {
         return;
@@ -82,7 +82,7 @@ BoundaryCells::BoundaryCells(const BoundaryRegister& description) {
     }
 }
 
-bool BoundaryCells::level(std::size_t pin) const {
+bool BoundaryCells::level(size_t pin) const {
     const Cell& cell = cells_[pin];
     if (cell.output) {
         return extest_ ? cell.latch : cell.level;
@@ -90,19 +90,19 @@ bool BoundaryCells::level(std::size_t pin) const {
     return cell.driver != nullptr ? cell.driver->level(cell.driver_pin) : cell.level;
 }
 
-void BoundaryCells::connect(std::size_t pin, const BoundaryCells& from, std::size_t from_pin) {
+void BoundaryCells::connect(size_t pin, const BoundaryCells& from, size_t from_pin) {
     cells_[pin].driver = &from;
     cells_[pin].driver_pin = from_pin;
 }
 
-void BoundaryCells::capture(std::span<std::uint64_t> shifted) {
-    for (std::size_t pin = 0; pin < cells_.size(); ++pin) {
+void BoundaryCells::capture(std::span<uint64_t> shifted) {
+    for (size_t pin = 0; pin < cells_.size(); ++pin) {
         put_bits(shifted, pin, 1, level(pin) ? 1 : 0);
     }
 }
 
-void BoundaryCells::update(std::span<const std::uint64_t> shifted) {
-    for (std::size_t pin = 0; pin < cells_.size(); ++pin) {
+void BoundaryCells::update(std::span<const uint64_t> shifted) {
+    for (size_t pin = 0; pin < cells_.size(); ++pin) {
         cells_[pin].latch = get_bits(shifted, pin, 1) != 0;
     }
 }
@@ -135,4 +135,4 @@ std::unique_ptr<DataRegister> make_register(const RegisterDescription& descripti
     return std::visit(Maker{}, description.kind);
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

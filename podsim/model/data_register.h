@@ -9,19 +9,19 @@
 #include <span>
 #include <vector>
 
-namespace podsim {
+namespace talvor::podsim {
 
 class DataRegister {
 public:
     virtual ~DataRegister() = default;
 
     // Length in bits, at least 1; never changes.
-    virtual std::uint64_t bits() const = 0;
+    virtual uint64_t bits() const = 0;
     // Capture-DR: the parallel input into `shifted`, which holds (bits() + 63) / 64 words. Bits
     // past the end are ignored.
-    virtual void capture(std::span<std::uint64_t> shifted) = 0;
+    virtual void capture(std::span<uint64_t> shifted) = 0;
     // Update-DR: `shifted`, of the same size, bits past the end 0, to the parallel output.
-    virtual void update(std::span<const std::uint64_t> shifted) = 0;
+    virtual void update(std::span<const uint64_t> shifted) = 0;
     // The device's supply has come back.
     virtual void power_on() {}
 };
@@ -29,52 +29,52 @@ public:
 // The single bit between TDI and TDO; captures 0 (IEEE 1149.1, 10.1).
 class BypassCell : public DataRegister {
 public:
-    std::uint64_t bits() const override { return 1; }
-    void capture(std::span<std::uint64_t> shifted) override { shifted[0] = 0; }
-    void update(std::span<const std::uint64_t>) override {}
+    uint64_t bits() const override { return 1; }
+    void capture(std::span<uint64_t> shifted) override { shifted[0] = 0; }
+    void update(std::span<const uint64_t>) override {}
 };
 
 class ConstantCells : public DataRegister {
 public:
     explicit ConstantCells(const ConstantRegister& description);
-    std::uint64_t bits() const override { return bits_; }
-    void capture(std::span<std::uint64_t> shifted) override;
-    void update(std::span<const std::uint64_t>) override {}
+    uint64_t bits() const override { return bits_; }
+    void capture(std::span<uint64_t> shifted) override;
+    void update(std::span<const uint64_t>) override {}
 
 private:
-    std::uint64_t bits_;
-    std::vector<std::uint64_t> value_;
+    uint64_t bits_;
+    std::vector<uint64_t> value_;
 };
 
 class ScratchCells : public DataRegister {
 public:
     explicit ScratchCells(const ScratchRegister& description);
-    std::uint64_t bits() const override { return bits_; }
-    void capture(std::span<std::uint64_t> shifted) override;
-    void update(std::span<const std::uint64_t> shifted) override;
+    uint64_t bits() const override { return bits_; }
+    void capture(std::span<uint64_t> shifted) override;
+    void update(std::span<const uint64_t> shifted) override;
     void power_on() override { value_ = initial_; }
 
 private:
-    std::uint64_t bits_;
-    std::vector<std::uint64_t> initial_;
-    std::vector<std::uint64_t> value_;
+    uint64_t bits_;
+    std::vector<uint64_t> initial_;
+    std::vector<uint64_t> value_;
 };
 
 class CounterCells : public DataRegister {
 public:
     explicit CounterCells(const CounterRegister& description) : bits_(description.bits) {}
-    std::uint64_t bits() const override { return bits_; }
-    void capture(std::span<std::uint64_t> shifted) override;
-    void update(std::span<const std::uint64_t>) override { ++updates_; }
+    uint64_t bits() const override { return bits_; }
+    void capture(std::span<uint64_t> shifted) override;
+    void update(std::span<const uint64_t>) override { ++updates_; }
     void power_on() override { updates_ = 0; }
 
 private:
-    std::uint64_t bits_;
-    std::uint64_t updates_ = 0;
+    uint64_t bits_;
+    uint64_t updates_ = 0;
 };
 
 // What the operation field of a memory register asks for, and what it captures.
-enum class MemoryOperation : std::uint8_t {
+enum class MemoryOperation : uint8_t {
     None = 0,    // captured: the last operation was carried out
     Read = 1,    // the addressed word shows in the data field of the next capture
     Write = 2,   // the data field goes to the addressed word
@@ -85,39 +85,39 @@ inline constexpr unsigned kMemoryOperationBits = 2;
 class MemoryCells : public DataRegister {
 public:
     explicit MemoryCells(const MemoryRegister& description);
-    std::uint64_t bits() const override;
-    void capture(std::span<std::uint64_t> shifted) override;
-    void update(std::span<const std::uint64_t> shifted) override;
+    uint64_t bits() const override;
+    void capture(std::span<uint64_t> shifted) override;
+    void update(std::span<const uint64_t> shifted) override;
     void power_on() override;
 
 private:
     unsigned address_bits_;
     unsigned data_bits_;
-    std::vector<std::uint64_t> ram_;
+    std::vector<uint64_t> ram_;
     MemoryOperation answer_ = MemoryOperation::None;
-    std::uint64_t data_ = 0;
-    std::uint64_t address_ = 0;
+    uint64_t data_ = 0;
+    uint64_t address_ = 0;
 };
 
 // Boundary-scan cells (IEEE 1149.1, clause 11).
 class BoundaryCells : public DataRegister {
 public:
     explicit BoundaryCells(const BoundaryRegister& description);
-    std::uint64_t bits() const override { return cells_.size(); }
+    uint64_t bits() const override { return cells_.size(); }
     // Inputs capture the level at the pin; outputs what the device's own logic drives, and in
     // EXTEST, where the standard leaves it open, what the cell drives.
-    void capture(std::span<std::uint64_t> shifted) override;
-    void update(std::span<const std::uint64_t> shifted) override;
+    void capture(std::span<uint64_t> shifted) override;
+    void update(std::span<const uint64_t> shifted) override;
     void power_on() override;
 
     // EXTEST is the device's instruction: the cells drive the output pins.
     void set_extest(bool active) { extest_ = active; }
-    bool is_output(std::size_t pin) const { return cells_[pin].output; }
-    std::size_t pins() const { return cells_.size(); }
+    bool is_output(size_t pin) const { return cells_[pin].output; }
+    size_t pins() const { return cells_.size(); }
     // The level at a pin now.
-    bool level(std::size_t pin) const;
+    bool level(size_t pin) const;
     // Wires input `pin` to the output `from_pin` of `from`, which must live as long as this.
-    void connect(std::size_t pin, const BoundaryCells& from, std::size_t from_pin);
+    void connect(size_t pin, const BoundaryCells& from, size_t from_pin);
 
 private:
     struct Cell {
@@ -125,7 +125,7 @@ private:
         bool level = false;                    // the device's logic, or the board
         bool latch = false;                    // the update stage
         const BoundaryCells* driver = nullptr; // of a wired input
-        std::size_t driver_pin = 0;
+        size_t driver_pin = 0;
     };
     std::vector<Cell> cells_;
     bool extest_ = false;
@@ -134,4 +134,4 @@ private:
 // The register that a description stands for, which must be free of errors.
 std::unique_ptr<DataRegister> make_register(const RegisterDescription& description);
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -4,13 +4,13 @@
 #include <array>
 #include <cstddef>
 
-namespace podsim {
+namespace talvor::podsim {
 
-template <class T, std::size_t kDepth>
+template <class T, size_t kDepth>
 class Fifo {
 public:
-    static constexpr std::size_t depth() { return kDepth; }
-    std::size_t size() const { return size_; }
+    static constexpr size_t depth() { return kDepth; }
+    size_t size() const { return size_; }
     bool empty() const { return size_ == 0; }
     bool full() const { return size_ == kDepth; }
     void clear() { size_ = 0; }
@@ -31,8 +31,8 @@ public:
 
 private:
     std::array<T, kDepth> items_{};
-    std::size_t head_ = 0;
-    std::size_t size_ = 0;
+    size_t head_ = 0;
+    size_t size_ = 0;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

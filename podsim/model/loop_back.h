@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // What is broken in the path, so that the host's loop-back test finds something.
 enum class LoopFault {
@@ -19,18 +19,18 @@ enum class LoopFault {
 };
 
 // What an empty path reads.
-inline constexpr std::uint16_t kOpenPath = 0xFFFF;
+inline constexpr uint16_t kOpenPath = 0xFFFF;
 
-constexpr std::uint16_t reversed(std::uint16_t word) {
+constexpr uint16_t reversed(uint16_t word) {
     unsigned x = word;
     x = ((x & 0x5555U) << 1) | ((x >> 1) & 0x5555U);
     x = ((x & 0x3333U) << 2) | ((x >> 2) & 0x3333U);
     x = ((x & 0x0F0FU) << 4) | ((x >> 4) & 0x0F0FU);
     x = ((x & 0x00FFU) << 8) | ((x >> 8) & 0x00FFU);
-    return static_cast<std::uint16_t>(x);
+    return static_cast<uint16_t>(x);
 }
 
-constexpr std::uint16_t with_fault(std::uint16_t word, LoopFault fault) {
+constexpr uint16_t with_fault(uint16_t word, LoopFault fault) {
     switch (fault) {
     case LoopFault::None:
         break;
@@ -52,7 +52,7 @@ constexpr std::uint16_t with_fault(std::uint16_t word, LoopFault fault) {
 // shows in every word that leaves the path, also in those of an empty one.
 class LoopBack {
 public:
-    static constexpr std::size_t kDepth = 16;
+    static constexpr size_t kDepth = 16;
 
     bool active() const { return active_; }
     void enter() { active_ = true; }
@@ -63,16 +63,16 @@ public:
     void clear() { words_.clear(); }
 
     bool full() const { return words_.full(); }
-    std::size_t size() const { return words_.size(); }
+    size_t size() const { return words_.size(); }
     // Must not be full.
-    void send(std::uint16_t word) { words_.push(reversed(word)); }
-    std::uint16_t receive(LoopFault fault) {
+    void send(uint16_t word) { words_.push(reversed(word)); }
+    uint16_t receive(LoopFault fault) {
         return with_fault(words_.empty() ? kOpenPath : words_.pop(), fault);
     }
 
 private:
-    Fifo<std::uint16_t, kDepth> words_;
+    Fifo<uint16_t, kDepth> words_;
     bool active_ = false;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -1,16 +1,15 @@
 // The operation register: end states, transits and the paths that they stand for.
 #pragma once
 
-#include "podsim/model/tap_state.h"
-
+#include "common/tap_state.h"
 #include "hardware/tbc_registers.h"
 
 #include <cstdint>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // The state that a state code stands for.
-constexpr TapState state_of(std::uint16_t code) {
+constexpr TapState state_of(uint16_t code) {
     switch (code & TBC_STATE_MASK) {
     case TBC_STATE_RESET:
     case TBC_STATE_RESET_READ:
@@ -29,7 +28,7 @@ constexpr TapState state_of(std::uint16_t code) {
 }
 
 // The code that register 18 reads. Operations end in states that hold, so no other is ever read.
-constexpr std::uint16_t code_of(TapState state) {
+constexpr uint16_t code_of(TapState state) {
     switch (state) {
     case TapState::TestLogicReset:
         return TBC_STATE_RESET_READ;
@@ -64,16 +63,16 @@ constexpr TmsPath path_via_idle(TapState from, TapState to, unsigned clocks) {
 }
 
 // The two bits that make a scan, each alone, are the transits of a go-to.
-inline constexpr std::uint16_t kTransitViaIdle = TBC_TRANSIT_SCAN & ~TBC_TRANSIT_VIA_CAPTURE;
+inline constexpr uint16_t kTransitViaIdle = TBC_TRANSIT_SCAN & ~TBC_TRANSIT_VIA_CAPTURE;
 inline constexpr unsigned kIdleClocksShift = 5;
 
 // Whether the operation register asks for a scan rather than a go-to.
-constexpr bool is_scan(std::uint16_t operation) {
+constexpr bool is_scan(uint16_t operation) {
     return (operation & TBC_TRANSIT_SCAN) == TBC_TRANSIT_SCAN;
 }
 
 // The path of a go-to.
-constexpr TmsPath go_to_path(TapState from, std::uint16_t operation) {
+constexpr TmsPath go_to_path(TapState from, uint16_t operation) {
     const TapState to = state_of(operation);
     switch (operation & TBC_TRANSIT_SCAN) {
     case kTransitViaIdle:
@@ -85,4 +84,4 @@ constexpr TmsPath go_to_path(TapState from, std::uint16_t operation) {
     }
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <span>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // Largest pipeline and cable together.
 inline constexpr unsigned kMaxReturnBits = 1024;
@@ -28,38 +28,37 @@ constexpr unsigned return_delay(unsigned pipeline, unsigned cable, unsigned late
 class ReturnPath {
 public:
     // Bits, from the newest on, that can be read.
-    static constexpr std::uint64_t kKeptBits = kMaxReturnBits + 2 * kWordBits;
+    static constexpr uint64_t kKeptBits = kMaxReturnBits + 2 * kWordBits;
 
     // Position behind the newest bit; grows by one with each. Starts at kKeptBits.
-    std::uint64_t position() const { return position_; }
+    uint64_t position() const { return position_; }
 
     // Takes the lowest `count` (1 to 64) bits of `tdo`; bits above them must be 0.
-    void push(std::uint64_t tdo, unsigned count) {
+    void push(uint64_t tdo, unsigned count) {
         ring_.write(position_, tdo, count);
         position_ += count;
     }
 
     // Takes `count` bits.
-    void push(std::span<const std::uint64_t> tdo, std::uint64_t count) {
+    void push(std::span<const uint64_t> tdo, uint64_t count) {
         // Only the last ones can ever be read.
-        std::uint64_t done = count > kKeptBits ? (count - kKeptBits) / kWordBits * kWordBits : 0;
+        uint64_t done = count > kKeptBits ? (count - kKeptBits) / kWordBits * kWordBits : 0;
         for (; done < count; done += kWordBits) {
-            const auto bits =
-                static_cast<unsigned>(std::min<std::uint64_t>(kWordBits, count - done));
+            const auto bits = static_cast<unsigned>(std::min<uint64_t>(kWordBits, count - done));
             push(tdo[done / kWordBits] & low_mask(bits), bits);
         }
     }
 
     // Gives the `count` (1 to 64) bits from `first`, which lie before position() and not further
     // back than kKeptBits.
-    std::uint64_t read(std::uint64_t first, unsigned count) const {
+    uint64_t read(uint64_t first, unsigned count) const {
         return ring_.read(first) & low_mask(count);
     }
 
 private:
     // Modelling decision: before anything was shifted the line holds ones, as an open TDO reads.
     BitRing ring_{kKeptBits, true};
-    std::uint64_t position_ = kKeptBits;
+    uint64_t position_ = kKeptBits;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

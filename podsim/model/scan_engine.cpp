@@ -5,23 +5,23 @@
 #include <span>
 #include <utility>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
-constexpr std::size_t kBlockWords = 256;
-constexpr std::uint64_t kBlockBits = kBlockWords * kWordBits;
-using Block = std::array<std::uint64_t, kBlockWords>;
+constexpr size_t kBlockWords = 256;
+constexpr uint64_t kBlockBits = kBlockWords * kWordBits;
+using Block = std::array<uint64_t, kBlockWords>;
 
 constexpr Block filled(bool level) {
     Block block{};
-    block.fill(level ? ~std::uint64_t{0} : 0);
+    block.fill(level ? ~uint64_t{0} : 0);
     return block;
 }
 constexpr Block kZeros = filled(false);
 constexpr Block kOnes = filled(true);
 
 Status stopped() {
-    return Status::failure("the simulator is stopping");
+    return failure("the simulator is stopping");
 }
 
 } // namespace
@@ -29,12 +29,9 @@ Status stopped() {
 Status ScanEngine::move(TmsPath path) {
     if (path.count != 0 && is_shift(bus_.state())) {
         keep_unread();
-        const std::uint64_t tdi = kIdleTdi ? 1 : 0;
-        std::uint64_t tdo = 0;
-        if (Status status = bus_.shift({&tdi, 1}, {&tdo, 1}, 1, (path.tms & 1) != 0);
-            status.failed()) {
-            return status;
-        }
+        const uint64_t tdi = kIdleTdi ? 1 : 0;
+        uint64_t tdo = 0;
+        TRY(bus_.shift({&tdi, 1}, {&tdo, 1}, 1, (path.tms & 1) != 0));
         path_.push(tdo & 1, 1);
         path = {path.tms >> 1, path.count - 1};
     }
@@ -48,9 +45,7 @@ Status ScanEngine::move_to_reset() {
 Status ScanEngine::start(const Scan& scan) {
     keep_unread();
     scan_ = scan;
-    if (Status status = move(shortest_path(bus_.state(), shift_state())); status.failed()) {
-        return status;
-    }
+    TRY(move(shortest_path(bus_.state(), shift_state())));
     words_left_ = (scan.bits + kDataBits - 1) / kDataBits;
     read_position_ = path_.position() - scan.return_delay;
     read_end_ = read_position_ + scan.bits;
@@ -60,8 +55,7 @@ Status ScanEngine::start(const Scan& scan) {
 // Takes what nobody has read out of the return path, before other bits push it away.
 void ScanEngine::keep_unread() {
     while (unread_ != 0) {
-        const ReadResult result = read_word(); // all of its bits have been clocked
-        earlier_.push(result.word);
+        earlier_.push(read_word().value_or(0)); // all of its bits have been clocked
     }
 }
 
@@ -78,48 +72,29 @@ void ScanEngine::empty_buffers() {
     unread_ = 0;
 }
 
-std::uint64_t ScanEngine::runnable() const {
-    std::uint64_t words = words_left_;
-    if (scan_.send) {
-        words = std::min<std::uint64_t>(words, sent_.size());
-    }
-    if (scan_.receive) {
-        words = std::min<std::uint64_t>(words, kReceiveDepth - received());
-    }
-    return words;
-}
-
-Status ScanEngine::run(std::uint64_t count) {
+Status ScanEngine::run(uint64_t count) {
     if (stop_.load(std::memory_order_relaxed)) [[unlikely]] {
         return stopped();
     }
-    constexpr std::uint64_t kDataMask = low_mask(kDataBits);
     for (; count > 0; --count) {
-        const std::uint64_t word = scan_.send ? sent_.pop() : scan_.level ? kDataMask : 0;
-        queue_ = (queued_words_ == 0 ? 0 : queue_) | word << (queued_words_ * kDataBits);
-        ++queued_words_;
-        unread_ += scan_.receive ? 1 : 0;
-        --words_left_;
+        queue_word();
         if (words_left_ == 0) {
-            Status status = clock_queue();
-            return status.failed() ? std::move(status) : finish();
+            TRY(clock_queue());
+            return finish();
         }
-        if (queued_words_ == kWordBits / kDataBits) {
-            if (Status status = clock_queue(); status.failed()) {
-                return status;
-            }
+        if (queued_words_ == kQueueWords) {
+            TRY(clock_queue());
         }
     }
     return prompt_ ? sync() : Status{};
 }
 
 Status ScanEngine::clock_queue() {
-    const auto bits = static_cast<unsigned>(
-        std::min<std::uint64_t>(std::uint64_t{queued_words_} * kDataBits, scan_.bits));
-    std::uint64_t tdo = 0;
-    if (Status status =
-            bus_.shift({&queue_, 1}, {&tdo, 1}, bits, words_left_ == 0 && !stays_in_shift());
-        status.failed()) {
+    const auto bits =
+        static_cast<unsigned>(std::min<uint64_t>(uint64_t{queued_words_} * kDataBits, scan_.bits));
+    uint64_t tdo = 0;
+    const bool leave = words_left_ == 0 && !stays_in_shift();
+    if (Status status = bus_.shift({&queue_, 1}, {&tdo, 1}, bits, leave); !status) [[unlikely]] {
         abandon();
         // Nothing comes of the words that were to be received.
         unread_ = 0;
@@ -131,22 +106,16 @@ Status ScanEngine::clock_queue() {
     return {};
 }
 
-ReadResult ScanEngine::receive() {
-    return earlier_.empty() ? read_word() : ReadResult{earlier_.pop(), {}};
+Result<uint16_t> ScanEngine::receive() {
+    return earlier_.empty() ? read_word() : Result<uint16_t>(earlier_.pop());
 }
 
-ReadResult ScanEngine::read_word() {
-    const auto bits =
-        static_cast<unsigned>(std::min<std::uint64_t>(kDataBits, read_end_ - read_position_));
+Result<uint16_t> ScanEngine::read_word() {
+    const unsigned bits = next_word_bits();
     if (read_position_ + bits > path_.position()) {
-        if (Status status = clock_queue(); status.failed()) {
-            return {0, std::move(status)};
-        }
+        TRY(clock_queue());
     }
-    const auto word = static_cast<std::uint16_t>(path_.read(read_position_, bits));
-    read_position_ += bits;
-    --unread_;
-    return {word, {}};
+    return take_word(bits);
 }
 
 // A constant level, by large blocks.
@@ -157,11 +126,11 @@ Status ScanEngine::run_fixed() {
             abandon();
             return stopped();
         }
-        const std::uint64_t bits = std::min(scan_.bits, kBlockBits);
+        const uint64_t bits = std::min(scan_.bits, kBlockBits);
         const bool leave = bits == scan_.bits && !stays_in_shift();
-        const std::size_t words = words_for(bits);
-        const std::span<const std::uint64_t> tdi(scan_.level ? kOnes.data() : kZeros.data(), words);
-        if (Status status = bus_.shift(tdi, {tdo.data(), words}, bits, leave); status.failed()) {
+        const size_t words = words_for(bits);
+        const std::span<const uint64_t> tdi(scan_.level ? kOnes.data() : kZeros.data(), words);
+        if (Status status = bus_.shift(tdi, {tdo.data(), words}, bits, leave); !status) {
             abandon();
             return status;
         }
@@ -176,4 +145,4 @@ Status ScanEngine::finish() {
     return move(shortest_path(bus_.state(), scan_.end));
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -4,10 +4,10 @@
 
 #include <algorithm>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
-constexpr std::uint64_t kIdcodeBits = 32;
+constexpr uint64_t kIdcodeBits = 32;
 
 } // namespace
 
@@ -32,14 +32,14 @@ TapDevice::TapDevice(const DeviceDescription& description)
             by_instruction_[boundary->sample] = made;
             continue;
         }
-        for (const std::uint64_t instruction : each.instructions) {
+        for (const uint64_t instruction : each.instructions) {
             by_instruction_[instruction] = made;
         }
     }
     reset();
 }
 
-void TapDevice::set_instruction(std::uint64_t instruction) {
+void TapDevice::set_instruction(uint64_t instruction) {
     instruction_ = instruction;
     const auto found = by_instruction_.find(instruction);
     selected_ = found != by_instruction_.end() ? found->second : registers_.front().get();
@@ -59,12 +59,12 @@ void TapDevice::power_on() {
     reset();
 }
 
-std::uint64_t TapDevice::longest() const {
-    std::uint64_t bits = 0;
+uint64_t TapDevice::longest() const {
+    uint64_t bits = 0;
     for (const auto& each : registers_) {
         bits = std::max(bits, each->bits());
     }
     return bits;
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -10,7 +10,7 @@
 #include <unordered_map>
 #include <vector>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // Knows what its registers capture and update, not where the TAP stands or how bits move.
 //
@@ -23,10 +23,10 @@ public:
 
     const std::string& name() const { return name_; }
     unsigned instruction_bits() const { return instruction_bits_; }
-    std::uint64_t instruction_capture() const { return instruction_capture_; }
-    std::uint64_t instruction() const { return instruction_; }
+    uint64_t instruction_capture() const { return instruction_capture_; }
+    uint64_t instruction() const { return instruction_; }
     // Update-IR.
-    void set_instruction(std::uint64_t instruction);
+    void set_instruction(uint64_t instruction);
     // Test-Logic-Reset: IDCODE, or BYPASS for a device without one.
     void reset();
     void power_on();
@@ -34,7 +34,7 @@ public:
     // The register between TDI and TDO while data is scanned.
     DataRegister& selected() { return *selected_; }
     // The longest data register, in bits.
-    std::uint64_t longest() const;
+    uint64_t longest() const;
     // Null for a device without boundary-scan cells.
     BoundaryCells* boundary() { return boundary_; }
     const BoundaryCells* boundary() const { return boundary_; }
@@ -42,14 +42,14 @@ public:
 private:
     std::string name_;
     unsigned instruction_bits_;
-    std::uint64_t instruction_capture_;
-    std::uint64_t reset_instruction_;
+    uint64_t instruction_capture_;
+    uint64_t reset_instruction_;
     std::vector<std::unique_ptr<DataRegister>> registers_; // the first is BYPASS
-    std::unordered_map<std::uint64_t, DataRegister*> by_instruction_;
+    std::unordered_map<uint64_t, DataRegister*> by_instruction_;
     BoundaryCells* boundary_ = nullptr;
-    std::uint64_t extest_ = 0;
-    std::uint64_t instruction_ = 0;
+    uint64_t extest_ = 0;
+    uint64_t instruction_ = 0;
     DataRegister* selected_ = nullptr;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -2,12 +2,12 @@
 // simulation are two of a kind behind this interface.
 #pragma once
 
-#include "podsim/model/status.h"
+#include "common/result.h"
 
 #include <cstdint>
 #include <span>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // Levels of the two EMU pins as the target drives them; both are pulled up.
 struct EmuPins {
@@ -28,28 +28,28 @@ public:
     // Clocks `count` (1 to 64) rising edges of TCK with the TMS levels of `tms`, the first in bit
     // 0, while TDI holds `tdi`. An edge in a Shift state shifts one bit of `tdi` like any other;
     // what comes out of TDO is not wanted.
-    virtual Status move(std::uint64_t tms, unsigned count, bool tdi) = 0;
+    [[nodiscard]] virtual Status move(uint64_t tms, unsigned count, bool tdi) = 0;
 
     // Clocks `count` (at least 1) edges with TMS 0, the last one with TMS `leave`, and TDI from
     // `tdi`. `tdo` takes the level that TDO has before each rising edge; bits past the end of its
     // last word are undefined. A caller in step with the target makes this call in Shift-DR or
     // Shift-IR; in any other state the target moves as these TMS levels say, and TDO reads 1 where
     // it is not driven. Both spans hold at least (count + 63) / 64 words; they do not overlap.
-    virtual Status shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                         std::uint64_t count, bool leave) = 0;
+    [[nodiscard]] virtual Status shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
+                                       uint64_t count, bool leave) = 0;
 
     // A low pulse of TRSTn. Afterwards the TAP is in Test-Logic-Reset: a target that has no such
     // pin clocks five ones into TMS instead.
-    virtual Status pulse_trst() = 0;
+    [[nodiscard]] virtual Status pulse_trst() = 0;
 
     // Level of the target's system reset; it does not touch the test logic.
-    virtual Status set_reset(bool asserted) = 0;
+    [[nodiscard]] virtual Status set_reset(bool asserted) = 0;
 
     // The target's supply has come back: everything is as after power-on.
-    virtual Status power_on() = 0;
+    [[nodiscard]] virtual Status power_on() = 0;
 
     // What the target drives on its EMU pins now.
     virtual EmuPins emu_pins() = 0;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -5,16 +5,16 @@
 #include <algorithm>
 #include <bit>
 
-namespace podsim {
+namespace talvor::podsim {
 namespace {
 
 // Under TMS 0 every state settles within a few clocks and then holds.
-TapState after_zeros(TapState state, std::uint64_t count) {
+TapState after_zeros(TapState state, uint64_t count) {
     if (is_shift(state)) [[likely]] {
         return state;
     }
-    constexpr std::uint64_t kSettled = 8;
-    for (std::uint64_t i = std::min(count, kSettled); i > 0; --i) {
+    constexpr uint64_t kSettled = 8;
+    for (uint64_t i = std::min(count, kSettled); i > 0; --i) {
         state = next_state(state, false);
     }
     return state;
@@ -34,10 +34,7 @@ Status TestBus::move(TmsPath path) {
         return {};
     }
     if (reaches_target()) {
-        if (Status status = target_.move(path.tms, path.count, kIdleTdi); status.failed()) {
-            missed();
-            return status;
-        }
+        TRY(unless_missed(target_.move(path.tms, path.count, kIdleTdi)));
         if (observer_ != nullptr) {
             report({.count = path.count, .tms = {&path.tms, 1}, .constant_tdi = kIdleTdi});
         }
@@ -53,20 +50,17 @@ Status TestBus::move(TmsPath path) {
     return {};
 }
 
-Status TestBus::shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                      std::uint64_t count, bool leave) {
+Status TestBus::shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo, uint64_t count,
+                      bool leave) {
     if (reaches_target()) [[likely]] {
-        if (Status status = target_.shift(tdi, tdo, count, leave); status.failed()) {
-            missed();
-            return status;
-        }
+        TRY(unless_missed(target_.shift(tdi, tdo, count, leave)));
         if (observer_ != nullptr) {
             report({.count = count, .last_tms = leave, .tdi = tdi, .tdo = tdo});
         }
         seen_ = next_state(after_zeros(seen_, count - 1), leave);
         seen_ones(leave ? 1 : 0, count == 1 && leave);
     } else {
-        std::ranges::fill(tdo, ~std::uint64_t{0});
+        std::ranges::fill(tdo, ~uint64_t{0});
         missed();
     }
     state_ = next_state(state_, leave);
@@ -78,7 +72,7 @@ TmsPath TestBus::reset_path() const {
     return in_step_ ? shortest_path(state_, TapState::TestLogicReset) : kResetPath;
 }
 
-void TestBus::seen_ones(std::uint64_t count, bool all) {
+void TestBus::seen_ones(uint64_t count, bool all) {
     ones_ = all ? ones_ + count : count;
     if (ones_ >= kResetPath.count) {
         in_step_ = true;
@@ -90,12 +84,16 @@ void TestBus::missed() {
     ones_ = 0;
 }
 
+Status TestBus::unless_missed(Status status) {
+    if (!status) [[unlikely]] {
+        missed();
+    }
+    return status;
+}
+
 Status TestBus::pulse_trst() {
     if (power_) {
-        if (Status status = target_.pulse_trst(); status.failed()) {
-            missed();
-            return status;
-        }
+        TRY(unless_missed(target_.pulse_trst()));
         seen_ = TapState::TestLogicReset;
         in_step_ = true;
     }
@@ -110,9 +108,7 @@ Status TestBus::pulse_trst() {
 
 Status TestBus::set_target_reset(bool asserted) {
     if (power_) {
-        if (Status status = target_.set_reset(asserted); status.failed()) {
-            return status;
-        }
+        TRY(target_.set_reset(asserted));
     }
     if (observer_ != nullptr) {
         observer_->target_reset(time_ns_, asserted);
@@ -122,9 +118,7 @@ Status TestBus::set_target_reset(bool asserted) {
 
 Status TestBus::set_power(bool on) {
     if (on && !power_) {
-        if (Status status = target_.power_on(); status.failed()) {
-            return status;
-        }
+        TRY(target_.power_on());
         seen_ = TapState::TestLogicReset;
         missed();
     }
@@ -132,4 +126,4 @@ Status TestBus::set_power(bool on) {
     return {};
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -2,22 +2,22 @@
 // system reset, the virtual time that each clock takes, and the controller's idea of the TAP state.
 #pragma once
 
+#include "common/result.h"
+#include "common/tap_state.h"
 #include "podsim/model/edge_observer.h"
-#include "podsim/model/status.h"
-#include "podsim/model/tap_state.h"
 #include "podsim/model/target.h"
 #include "podsim/model/test_clock.h"
 
 #include <cstdint>
 #include <span>
 
-namespace podsim {
+namespace talvor::podsim {
 
 // Modelling decision: TDI rests at 1 while no scan drives it, as an undriven TDI reads
 // (IEEE 1149.1, 4.4.1).
 inline constexpr bool kIdleTdi = true;
 // Modelling decision: the low pulse of TRSTn lasts this long.
-inline constexpr std::uint64_t kTrstPulseNs = 1000;
+inline constexpr uint64_t kTrstPulseNs = 1000;
 
 // Modelling decisions about what the target sees:
 // - The controller keeps a TAP state of its own and moves it with every clock that it makes. While
@@ -30,10 +30,10 @@ public:
     explicit TestBus(Target& target) : target_(target) {}
 
     // Clocks a path of TMS levels, TDI at rest.
-    Status move(TmsPath path);
+    [[nodiscard]] Status move(TmsPath path);
     // Clocks `count` bits in a Shift state, the last one with TMS `leave`. Spans as in Target.
-    Status shift(std::span<const std::uint64_t> tdi, std::span<std::uint64_t> tdo,
-                 std::uint64_t count, bool leave);
+    [[nodiscard]] Status shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
+                               uint64_t count, bool leave);
     // The way to Test-Logic-Reset: the shortest path; five ones where the target may be out of step
     // (after power-on, and whenever it has missed clocks), which lead there from any state.
     TmsPath reset_path() const;
@@ -41,8 +41,8 @@ public:
     // The low pulse of TRSTn.
     // Modelling decision: the controller, which makes the pulse, knows that it leaves every TAP in
     // Test-Logic-Reset and takes that as its own state; otherwise the next move would be wrong.
-    Status pulse_trst();
-    Status set_target_reset(bool asserted);
+    [[nodiscard]] Status pulse_trst();
+    [[nodiscard]] Status set_target_reset(bool asserted);
 
     // Outputs and conditions; each is on at first.
     //
@@ -58,15 +58,15 @@ public:
     void set_clock_output(bool on) { clock_output_ = on; }
     void set_clock_present(bool on) { clock_present_ = on; }
     // Power that comes back finds a target as after power-on.
-    Status set_power(bool on);
+    [[nodiscard]] Status set_power(bool on);
 
-    void set_period(std::uint64_t period_ns) { period_ns_ = period_ns; }
-    void pass_time(std::uint64_t duration_ns) { time_ns_ += duration_ns; }
+    void set_period(uint64_t period_ns) { period_ns_ = period_ns; }
+    void pass_time(uint64_t duration_ns) { time_ns_ += duration_ns; }
     void observe(EdgeObserver* observer) { observer_ = observer; }
 
     TapState state() const { return state_; }
-    std::uint64_t time_ns() const { return time_ns_; }
-    std::uint32_t tck_hz() const { return frequency_hz(period_ns_); }
+    uint64_t time_ns() const { return time_ns_; }
+    uint32_t tck_hz() const { return frequency_hz(period_ns_); }
     Target& target() { return target_; }
     const Target& target() const { return target_; }
     EdgeObserver* observer() const { return observer_; }
@@ -75,17 +75,19 @@ private:
     bool reaches_target() const { return connected_ && clock_output_ && clock_present_ && power_; }
     void report(EdgeRun run);
     // The target has seen `count` ones in the end, which were all of a run when `all`.
-    void seen_ones(std::uint64_t count, bool all);
+    void seen_ones(uint64_t count, bool all);
     void missed(); // the target may be out of step from now on
-    void pass(std::uint64_t clocks) { time_ns_ += clocks * period_ns_; }
+    // A call of the target's; one that failed may have been missed.
+    [[nodiscard]] Status unless_missed(Status status);
+    void pass(uint64_t clocks) { time_ns_ += clocks * period_ns_; }
 
     Target& target_;
     EdgeObserver* observer_ = nullptr;
-    std::uint64_t time_ns_ = 0;
-    std::uint64_t period_ns_ = kBasePeriodNs;
+    uint64_t time_ns_ = 0;
+    uint64_t period_ns_ = kBasePeriodNs;
     TapState state_ = TapState::TestLogicReset; // the controller's
     TapState seen_ = TapState::TestLogicReset;  // where the clocks it saw have led the target
-    std::uint64_t ones_ = 0;                    // ones in a row that the target has seen last
+    uint64_t ones_ = 0;                         // ones in a row that the target has seen last
     bool in_step_ = false; // the target is known to be where the controller believes
     bool connected_ = true;
     bool clock_output_ = true;
@@ -93,4 +95,4 @@ private:
     bool power_ = true;
 };
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -6,21 +6,21 @@
 
 #include <cstdint>
 
-namespace podsim {
+namespace talvor::podsim {
 
-inline constexpr std::uint64_t kBasePeriodNs = 10;       // 100 MHz
-inline constexpr std::uint64_t kPredividedPeriodNs = 40; // 25 MHz
+inline constexpr uint64_t kBasePeriodNs = 10;       // 100 MHz
+inline constexpr uint64_t kPredividedPeriodNs = 40; // 25 MHz
 // Added to the divider field. On generation 1 the host has added one of its own before.
 inline constexpr unsigned kDividerOffset1 = 2;
 inline constexpr unsigned kDividerOffset = 3;
 
-constexpr bool is_generation_1(std::uint16_t revision) {
+constexpr bool is_generation_1(uint16_t revision) {
     return (revision & POD_REVISION_MAJOR_MASK) <= POD_REVISION_1;
 }
 
 // Period of TCK in nanoseconds, exact: the divider times the base period.
-constexpr std::uint64_t tck_period_ns(std::uint16_t revision, std::uint16_t pod_clock) {
-    const std::uint64_t base =
+constexpr uint64_t tck_period_ns(uint16_t revision, uint16_t pod_clock) {
+    const uint64_t base =
         (pod_clock & POD_CLOCK_PREDIVIDE) != 0 ? kPredividedPeriodNs : kBasePeriodNs;
     const unsigned divider = pod_clock & POD_CLOCK_DIVIDER_MASK;
     if (is_generation_1(revision)) {
@@ -28,12 +28,12 @@ constexpr std::uint64_t tck_period_ns(std::uint16_t revision, std::uint16_t pod_
     }
     const unsigned exponent =
         (static_cast<unsigned>(pod_clock) >> POD_CLOCK_EXPONENT_SHIFT) & POD_CLOCK_EXPONENT_MASK;
-    return base * (std::uint64_t{divider + kDividerOffset} << exponent);
+    return base * (uint64_t{divider + kDividerOffset} << exponent);
 }
 
 // The frequency, cut to whole hertz.
-constexpr std::uint32_t frequency_hz(std::uint64_t period_ns) {
-    return static_cast<std::uint32_t>(1'000'000'000 / period_ns);
+constexpr uint32_t frequency_hz(uint64_t period_ns) {
+    return static_cast<uint32_t>(1'000'000'000 / period_ns);
 }
 
-} // namespace podsim
+} // namespace talvor::podsim

@@ -1,24 +1,24 @@
 #include "podsim/pod/simulated_pod.h"
 
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 
 #include <algorithm>
 #include <cstdio>
 
-namespace podsim::pod {
+namespace talvor::podsim::pod {
 namespace {
 
-batch::Outcome failed(std::string reason) {
-    return {0, batch::Failure{0, std::move(reason)}};
+batch::Outcome failed_batch(std::string reason) {
+    return {0, batch::BatchError{0, std::move(reason)}};
 }
 
-std::string hexadecimal(std::span<const std::uint16_t> words) {
-    constexpr std::string_view digits = "0123456789abcdef";
+std::string hexadecimal(std::span<const uint16_t> words) {
+    constexpr std::string_view kDigits = "0123456789abcdef";
     std::string text;
-    for (const std::uint16_t word : words) {
+    for (const uint16_t word : words) {
         text += ' ';
         for (int shift = 12; shift >= 0; shift -= 4) {
-            text += digits[(word >> shift) & 0xFU];
+            text += kDigits[(word >> shift) & 0xFU];
         }
     }
     return text;
@@ -48,8 +48,8 @@ void SimulatedPod::attach() {
     }
     attached_ = true;
     // No host reads the result of an attach: a target that is gone shows in the next batch.
-    if (const Status status = controller_.attach(); status.failed()) {
-        say("attach: " + status.reason());
+    if (const Status status = controller_.attach(); !status) {
+        say("attach: " + headline(status.error()));
     }
 }
 
@@ -58,19 +58,19 @@ void SimulatedPod::detach() {
     attached_ = false;
 }
 
-Status SimulatedPod::write_support(std::uint16_t value) {
+Status SimulatedPod::write_support(uint16_t value) {
     const std::scoped_lock lock(mutex_);
     if (!troubles_.plugged) {
-        return Status::failure("the pod is unplugged");
+        return failure("the pod is unplugged");
     }
     if (troubles_.refuse > 0) {
         --troubles_.refuse;
         say("support-register write refused on request");
-        return Status::failure("refused on request");
+        return failure("refused on request");
     }
     Status status = controller_.write_support(value);
-    if (status.failed()) {
-        say("support-register write failed: " + status.reason());
+    if (!status) {
+        say("support-register write failed: " + headline(status.error()));
     }
     if (flush_trace_) {
         flush_trace_();
@@ -78,7 +78,7 @@ Status SimulatedPod::write_support(std::uint16_t value) {
     return status;
 }
 
-void SimulatedPod::schedule(std::uint64_t number, std::function<void()> action) {
+void SimulatedPod::schedule(uint64_t number, std::function<void()> action) {
     // Before those of the same number, which were given earlier: the vector is read from its end.
     const auto place = std::find_if(scheduled_.begin(), scheduled_.end(),
                                     [=](const Scheduled& other) { return other.number <= number; });
@@ -106,7 +106,7 @@ void SimulatedPod::wait_latency() {
     }
 }
 
-batch::Outcome SimulatedPod::execute(const batch::Batch& batch, std::span<std::uint16_t> in) {
+batch::Outcome SimulatedPod::execute(const batch::Batch& batch, std::span<uint16_t> in) {
     ++batches_;
     run_scheduled();
     wait_latency();
@@ -115,9 +115,9 @@ batch::Outcome SimulatedPod::execute(const batch::Batch& batch, std::span<std::u
     if (settings_.log_batches) {
         log_batch(batch, outcome, in);
     }
-    if (outcome.failure) {
+    if (outcome.error) {
         ++failed_batches_;
-        log_failure(batch, *outcome.failure);
+        log_failure(batch, *outcome.error);
     }
     if (flush_trace_) {
         flush_trace_();
@@ -125,14 +125,13 @@ batch::Outcome SimulatedPod::execute(const batch::Batch& batch, std::span<std::u
     return outcome;
 }
 
-batch::Outcome SimulatedPod::execute_locked(const batch::Batch& batch,
-                                            std::span<std::uint16_t> in) {
+batch::Outcome SimulatedPod::execute_locked(const batch::Batch& batch, std::span<uint16_t> in) {
     if (!troubles_.plugged) {
-        return failed("the pod is unplugged");
+        return failed_batch("the pod is unplugged");
     }
     if (troubles_.fail > 0) {
         --troubles_.fail;
-        return failed("failed on request");
+        return failed_batch("failed on request");
     }
     return batch::execute(batch, in, controller_, stop_);
 }
@@ -149,11 +148,15 @@ void SimulatedPod::request_stop() {
     }
 }
 
+Failure SimulatedPod::running() const {
+    return failure("pod " + std::to_string(settings_.serial) +
+                   " is in the middle of a batch; try again");
+}
+
 Status SimulatedPod::change(const std::function<void(Faults&, Troubles&)>& change) {
     const std::unique_lock lock(mutex_, patience());
     if (!lock.owns_lock()) {
-        return Status::failure("pod " + std::to_string(settings_.serial) +
-                               " is in the middle of a batch; try again");
+        return running();
     }
     Faults faults = controller_.faults();
     change(faults, troubles_);
@@ -168,8 +171,7 @@ Status SimulatedPod::change(const std::function<void(Faults&, Troubles&)>& chang
 Result<Report> SimulatedPod::report() {
     const std::unique_lock lock(mutex_, patience());
     if (!lock.owns_lock()) {
-        return Status::failure("pod " + std::to_string(settings_.serial) +
-                               " is in the middle of a batch; try again");
+        return running();
     }
     return Report{.serial = settings_.serial,
                   .revision = settings_.controller.revision,
@@ -189,7 +191,7 @@ Result<Report> SimulatedPod::report() {
 }
 
 void SimulatedPod::log_batch(const batch::Batch& batch, const batch::Outcome& outcome,
-                             std::span<const std::uint16_t> in) {
+                             std::span<const uint16_t> in) {
     std::string text = "pod " + std::to_string(settings_.serial) + ": batch " +
                        std::to_string(batches_) + ", " + std::to_string(batch.head.length_words) +
                        " words, status " + std::to_string(batch::status_of(outcome));
@@ -202,15 +204,15 @@ void SimulatedPod::log_batch(const batch::Batch& batch, const batch::Outcome& ou
     log_.write(text);
 }
 
-void SimulatedPod::log_failure(const batch::Batch& batch, const batch::Failure& failure) {
+void SimulatedPod::log_failure(const batch::Batch& batch, const batch::BatchError& error) {
     std::string text = "batch " + std::to_string(batches_) + " failed";
-    if (failure.index > 0 && failure.index < batch.words.size()) {
-        text.append(" at word ").append(std::to_string(failure.index));
+    if (error.index > 0 && error.index < batch.words.size()) {
+        text.append(" at word ").append(std::to_string(error.index));
         text.append(" (")
-            .append(notation::text(notation::item_at(batch.words, failure.index)))
+            .append(notation::text(notation::item_at(batch.words, error.index)))
             .append(")");
     }
-    say(text.append(": ").append(failure.reason));
+    say(text.append(": ").append(error.reason));
 }
 
-} // namespace podsim::pod
+} // namespace talvor::podsim::pod

@@ -1,33 +1,32 @@
 // The device table in which hosts find a pod, and the mutex that guards it.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/result.h"
 #include "podsim/proxy/semaphore.h"
 #include "podsim/proxy/shared_memory.h"
-
 #include "shm_structs.h"
 
 #include <cstdint>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 // What the table says about a pod.
 struct PodRecord {
-    std::uint32_t serial{};
-    std::uint16_t revision{}; // major in the high byte
-    std::uint32_t bus{};
-    std::uint32_t device{};
+    uint32_t serial{};
+    uint16_t revision{}; // major in the high byte
+    uint32_t bus{};
+    uint32_t device{};
 };
 
 class DeviceTable {
 public:
     // Makes the mutex, free, and an empty table.
-    static Result<DeviceTable> create();
+    [[nodiscard]] static Result<DeviceTable> create();
 
     // Fills record `index` (below SHM_DEVICE_RECORDS) under the mutex, recUsed last.
-    void publish(std::size_t index, const PodRecord& pod);
+    void publish(size_t index, const PodRecord& pod);
     // Takes record `index` out of the table, under the mutex.
-    void withdraw(std::size_t index);
+    void withdraw(size_t index);
 
 private:
     DeviceTable(Semaphore mutex, SharedMemory memory)
@@ -40,4 +39,4 @@ private:
     SharedMemory memory_;
 };
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

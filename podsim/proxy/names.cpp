@@ -2,29 +2,18 @@
 
 #include "shm_structs.h"
 
-#include <array>
-#include <cstdio>
+#include <fmt/printf.h>
 
-namespace podsim::proxy {
-namespace {
+namespace talvor::podsim::proxy {
 
-std::string formatted(const char* format, std::uint32_t serial) {
-    std::array<char, SHM_SEM_NAME_SIZE> name{};
-    // NOLINTNEXTLINE(*-vararg): the format is the channel's own
-    std::snprintf(name.data(), name.size(), format, static_cast<unsigned long>(serial));
-    return name.data();
+std::string block_name(uint32_t serial) {
+    return fmt::sprintf(SHM_POD_BLOCK_FORMAT, static_cast<unsigned long>(serial));
+}
+std::string start_name(uint32_t serial) {
+    return fmt::sprintf(SHM_START_SEM_FORMAT, static_cast<unsigned long>(serial));
+}
+std::string complete_name(uint32_t serial) {
+    return fmt::sprintf(SHM_COMPLETE_SEM_FORMAT, static_cast<unsigned long>(serial));
 }
 
-} // namespace
-
-std::string block_name(std::uint32_t serial) {
-    return formatted(SHM_POD_BLOCK_FORMAT, serial);
-}
-std::string start_name(std::uint32_t serial) {
-    return formatted(SHM_START_SEM_FORMAT, serial);
-}
-std::string complete_name(std::uint32_t serial) {
-    return formatted(SHM_COMPLETE_SEM_FORMAT, serial);
-}
-
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

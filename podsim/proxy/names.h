@@ -4,10 +4,10 @@
 #include <cstdint>
 #include <string>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
-std::string block_name(std::uint32_t serial);
-std::string start_name(std::uint32_t serial);
-std::string complete_name(std::uint32_t serial);
+std::string block_name(uint32_t serial);
+std::string start_name(uint32_t serial);
+std::string complete_name(uint32_t serial);
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

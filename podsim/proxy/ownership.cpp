@@ -1,8 +1,7 @@
 #include "podsim/proxy/ownership.h"
 
-#include "podsim/base/system_error.h"
+#include "common/result.h"
 #include "podsim/proxy/names.h"
-
 #include "shm_structs.h"
 
 #include <array>
@@ -17,20 +16,20 @@
 #include <unistd.h>
 #include <utility>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 namespace {
 
 // Opens the lock file, made if absent. First without O_CREAT: in a sticky directory the kernel may
 // refuse O_CREAT on another user's file even where plain opening is allowed.
-int open_lock_file() {
-    const int found = open(SHM_OWNER_LOCK_PATH, O_RDWR | O_CLOEXEC | O_NOFOLLOW);
-    if (found >= 0 || errno != ENOENT) {
+FileDescriptor open_lock_file() {
+    FileDescriptor found(open(SHM_OWNER_LOCK_PATH, O_RDWR | O_CLOEXEC | O_NOFOLLOW));
+    if (found.is_open() || errno != ENOENT) {
         return found;
     }
-    const int made =
-        open(SHM_OWNER_LOCK_PATH, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, SHM_OBJECT_MODE);
-    if (made >= 0) {
-        fchmod(made, SHM_OBJECT_MODE);
+    FileDescriptor made(
+        open(SHM_OWNER_LOCK_PATH, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, SHM_OBJECT_MODE));
+    if (made.is_open()) {
+        fchmod(made.get(), SHM_OBJECT_MODE);
     }
     return made;
 }
@@ -46,18 +45,18 @@ bool still_named(int fd) {
 std::string owner_text(int fd) {
     std::array<char, 16> text{};
     const ssize_t length = pread(fd, text.data(), text.size() - 1, 0);
-    const std::string digits(text.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+    const std::string digits(text.data(), length > 0 ? static_cast<size_t>(length) : 0);
     return digits.substr(0, digits.find_first_not_of("0123456789"));
 }
 
-Status live_owner(int fd) {
+Failure live_owner(int fd) {
     const std::string process = owner_text(fd);
-    return Status::failure("a pod proxy already serves this machine" +
-                           (process.empty() ? std::string() : " (process " + process + ")") +
-                           "; stop it first, or use --private");
+    return failure("a pod proxy already serves this machine" +
+                   (process.empty() ? std::string() : " (process " + process + ")") +
+                   "; stop it first, or use --private");
 }
 
-Status remove(int result, const std::string& name) {
+Status removed(int result, const std::string& name) {
     if (result == 0 || errno == ENOENT) {
         return {};
     }
@@ -66,15 +65,24 @@ Status remove(int result, const std::string& name) {
 
 // A private copy of a stale table; nothing when there is none or it is no table.
 std::unique_ptr<gbl_shm> stale_table() {
-    const int fd = shm_open(SHM_DEVICE_TABLE_NAME, O_RDONLY, 0);
-    if (fd < 0) {
+    const FileDescriptor fd(shm_open(SHM_DEVICE_TABLE_NAME, O_RDONLY, 0));
+    if (!fd.is_open()) {
         return nullptr;
     }
     auto table = std::make_unique<gbl_shm>();
     const bool whole =
-        pread(fd, table.get(), sizeof(gbl_shm), 0) == static_cast<ssize_t>(sizeof(gbl_shm));
-    close(fd);
+        pread(fd.get(), table.get(), sizeof(gbl_shm), 0) == static_cast<ssize_t>(sizeof(gbl_shm));
     return whole ? std::move(table) : nullptr;
+}
+
+// Says who owns the channel, for those that find it owned.
+Status write_owner(int fd) {
+    const std::string text = std::to_string(getpid()) + "\n";
+    if (ftruncate(fd, 0) != 0 ||
+        pwrite(fd, text.data(), text.size(), 0) != static_cast<ssize_t>(text.size())) {
+        return system_failure("writing " SHM_OWNER_LOCK_PATH);
+    }
+    return {};
 }
 
 Status remove_stale_pod(const gbl_shm_record& record) {
@@ -82,13 +90,9 @@ Status remove_stale_pod(const gbl_shm_record& record) {
     if (std::strncmp(record.lcl_shm_name, block.c_str(), sizeof(record.lcl_shm_name)) != 0) {
         return {};
     }
-    if (Status removed = remove(shm_unlink(block.c_str()), block); removed.failed()) {
-        return removed;
-    }
+    TRY(removed(shm_unlink(block.c_str()), block));
     for (const std::string& name : {start_name(record.devSN), complete_name(record.devSN)}) {
-        if (Status removed = remove(sem_unlink(name.c_str()), name); removed.failed()) {
-            return removed;
-        }
+        TRY(removed(sem_unlink(name.c_str()), name));
     }
     return {};
 }
@@ -97,54 +101,37 @@ Status remove_stale_pod(const gbl_shm_record& record) {
 
 Result<Ownership> Ownership::take() {
     for (;;) {
-        const int fd = open_lock_file();
-        if (fd < 0) {
+        FileDescriptor fd = open_lock_file();
+        if (!fd.is_open()) {
             return system_failure("opening " SHM_OWNER_LOCK_PATH);
         }
-        if (flock(fd, LOCK_EX | LOCK_NB) != 0) {
-            const Status failure = errno == EWOULDBLOCK
-                                       ? live_owner(fd)
-                                       : system_failure("locking " SHM_OWNER_LOCK_PATH);
-            close(fd);
-            return failure;
+        if (flock(fd.get(), LOCK_EX | LOCK_NB) != 0) {
+            return errno == EWOULDBLOCK ? live_owner(fd.get())
+                                        : system_failure("locking " SHM_OWNER_LOCK_PATH);
         }
-        if (still_named(fd)) {
-            const std::string text = std::to_string(getpid()) + "\n";
-            const bool told = ftruncate(fd, 0) == 0 && pwrite(fd, text.data(), text.size(), 0) ==
-                                                           static_cast<ssize_t>(text.size());
-            Ownership owner(fd);
-            if (!told) {
-                return system_failure("writing " SHM_OWNER_LOCK_PATH);
-            }
+        if (still_named(fd.get())) {
+            Ownership owner(std::move(fd));
+            TRY(write_owner(owner.fd_.get()));
             return owner;
         }
-        close(fd);
     }
 }
 
-Ownership::Ownership(Ownership&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
-
 Ownership::~Ownership() {
-    if (fd_ >= 0) {
+    if (fd_.is_open()) {
         unlink(SHM_OWNER_LOCK_PATH);
-        close(fd_);
     }
 }
 
 Status remove_stale_objects() {
     if (const auto table = stale_table()) {
         for (const gbl_shm_record& record : table->devs) {
-            if (Status removed = remove_stale_pod(record); removed.failed()) {
-                return removed;
-            }
+            TRY(remove_stale_pod(record));
         }
     }
     // The table before the mutex: a host that finds a mutex waits for it.
-    if (Status removed = remove(shm_unlink(SHM_DEVICE_TABLE_NAME), SHM_DEVICE_TABLE_NAME);
-        removed.failed()) {
-        return removed;
-    }
-    return remove(sem_unlink(SHM_GLOBAL_MUTEX_NAME), SHM_GLOBAL_MUTEX_NAME);
+    TRY(removed(shm_unlink(SHM_DEVICE_TABLE_NAME), SHM_DEVICE_TABLE_NAME));
+    return removed(sem_unlink(SHM_GLOBAL_MUTEX_NAME), SHM_GLOBAL_MUTEX_NAME);
 }
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

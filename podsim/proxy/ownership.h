@@ -1,32 +1,31 @@
 // Who owns the pod channel of this machine: the holder of a lock that dies with its process.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/file_descriptor.h"
+#include "common/result.h"
 
-#include <string>
-
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 // The lock on SHM_OWNER_LOCK_PATH. While it is held, every pod channel object that stands in
 // /dev/shm is ours or stale. The file goes away with the lock.
 class Ownership {
 public:
     // Takes the lock, or fails at once when a live proxy holds it; the reason names its process.
-    static Result<Ownership> take();
+    [[nodiscard]] static Result<Ownership> take();
 
-    Ownership(Ownership&& other) noexcept;
+    Ownership(Ownership&&) noexcept = default;
     Ownership& operator=(Ownership&&) = delete;
     ~Ownership();
 
 private:
-    explicit Ownership(int fd) : fd_(fd) {}
-    int fd_;
+    explicit Ownership(FileDescriptor fd) noexcept : fd_(std::move(fd)) {}
+    FileDescriptor fd_; // holds the lock
 };
 
 // Removes what a proxy that is gone left behind: the global mutex, the device table, and of each
 // pod that the table names under our own naming its block and its semaphores. Other objects are
 // never touched. Only with the ownership taken. A failure names the object that could not be
 // removed.
-Status remove_stale_objects();
+[[nodiscard]] Status remove_stale_objects();
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

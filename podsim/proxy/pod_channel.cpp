@@ -7,19 +7,19 @@
 #include <span>
 #include <sys/mman.h>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 namespace {
 
 using std::chrono::microseconds;
 using std::chrono::steady_clock;
 
 // Attempts between two looks at the clock; the processor is offered to others as often.
-constexpr int attempts_per_yield = 100;
+constexpr int kAttemptsPerYield = 100;
 
 // How long a completion may stay untaken before we ask whether its host still lives, and the
 // longest pause between two such questions.
-constexpr microseconds first_doubt{2'000};
-constexpr microseconds longest_doubt{1'000'000};
+constexpr microseconds kFirstDoubt{2'000};
+constexpr microseconds kLongestDoubt{1'000'000};
 
 void relax() {
 #if defined(__x86_64__)
@@ -29,22 +29,12 @@ void relax() {
 
 } // namespace
 
-Result<PodChannel> PodChannel::create(std::uint32_t serial, std::uint16_t revision) {
+Result<PodChannel> PodChannel::create(uint32_t serial, uint16_t revision) {
     shm_unlink(block_name(serial).c_str());
-    auto memory = SharedMemory::create(block_name(serial), sizeof(lcl_shm));
-    if (memory.failed()) {
-        return Status::failure(memory.reason());
-    }
-    auto start = Semaphore::adopt(start_name(serial));
-    if (start.failed()) {
-        return Status::failure(start.reason());
-    }
-    auto complete = Semaphore::adopt(complete_name(serial));
-    if (complete.failed()) {
-        return Status::failure(complete.reason());
-    }
-    PodChannel channel(std::move(memory.value()), std::move(start.value()),
-                       std::move(complete.value()));
+    SharedMemory memory = TRY(SharedMemory::create(block_name(serial), sizeof(lcl_shm)));
+    Semaphore start = TRY(Semaphore::adopt(start_name(serial)));
+    Semaphore complete = TRY(Semaphore::adopt(complete_name(serial)));
+    PodChannel channel(std::move(memory), std::move(start), std::move(complete));
     batch::empty(channel.block());
     channel.block().devRev = revision;
     return channel;
@@ -53,7 +43,7 @@ Result<PodChannel> PodChannel::create(std::uint32_t serial, std::uint16_t revisi
 bool PodChannel::spin_for_start(microseconds spin) {
     const auto end = steady_clock::now() + spin;
     do {
-        for (int attempt = 0; attempt < attempts_per_yield; ++attempt) {
+        for (int attempt = 0; attempt < kAttemptsPerYield; ++attempt) {
             if (start_.try_take()) {
                 return true;
             }
@@ -65,8 +55,8 @@ bool PodChannel::spin_for_start(microseconds spin) {
 }
 
 void PodChannel::sleep_for_start(Backend& backend) {
-    for (microseconds doubt = first_doubt; complete_.posts() > 0;
-         doubt = std::min(doubt * 2, longest_doubt)) {
+    for (microseconds doubt = kFirstDoubt; complete_.posts() > 0;
+         doubt = std::min(doubt * 2, kLongestDoubt)) {
         if (start_.take_within(doubt)) {
             return;
         }
@@ -90,7 +80,7 @@ bool PodChannel::await_start(microseconds spin, Backend& backend) {
     return !stop_->asked;
 }
 
-std::int32_t PodChannel::run_command(Backend& backend) {
+int32_t PodChannel::run_command(Backend& backend) {
     lcl_shm& shared = block();
     switch (__atomic_load_n(&shared.cmd, __ATOMIC_RELAXED)) {
     case SHM_CMD_ATTACH:
@@ -101,9 +91,8 @@ std::int32_t PodChannel::run_command(Backend& backend) {
         backend.detach();
         return 0;
     case SHM_CMD_SUPPORT_WRITE: {
-        const std::uint32_t data = __atomic_load_n(&shared.data, __ATOMIC_RELAXED);
-        const Status status = backend.write_support(static_cast<std::uint16_t>(data));
-        return status.failed() ? batch::failed_status : 0;
+        const uint32_t data = __atomic_load_n(&shared.data, __ATOMIC_RELAXED);
+        return backend.write_support(static_cast<uint16_t>(data)) ? 0 : batch::kFailedStatus;
     }
     case SHM_CMD_EXECUTE: {
         const auto outcome =
@@ -113,14 +102,14 @@ std::int32_t PodChannel::run_command(Backend& backend) {
     }
     default:
         backend.note("an unknown command");
-        return batch::failed_status;
+        return batch::kFailedStatus;
     }
 }
 
 void PodChannel::serve(Backend& backend) {
     // A host that posts start has taken its last answer: one that is still there is a dead host's.
     take_back_completion(backend);
-    const std::int32_t status = run_command(backend);
+    const int32_t status = run_command(backend);
     __atomic_store_n(&block().status, status, __ATOMIC_RELEASE);
     // One exchange is outstanding at a time: a second start is another host's, who came while the
     // first one died, and must not take this answer for its own.
@@ -146,7 +135,7 @@ void PodChannel::refuse_last() {
 }
 
 void PodChannel::fail_exchange() {
-    __atomic_store_n(&block().status, batch::failed_status, __ATOMIC_RELEASE);
+    __atomic_store_n(&block().status, batch::kFailedStatus, __ATOMIC_RELEASE);
     complete_.post();
 }
 
@@ -157,4 +146,4 @@ void PodChannel::abandon() {
     complete_.remove_name();
 }
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

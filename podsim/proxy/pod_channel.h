@@ -4,7 +4,6 @@
 #include "podsim/proxy/backend.h"
 #include "podsim/proxy/semaphore.h"
 #include "podsim/proxy/shared_memory.h"
-
 #include "shm_structs.h"
 
 #include <atomic>
@@ -14,14 +13,14 @@
 #include <mutex>
 #include <vector>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 // The objects of one pod. Exchanges are served by one thread; stop() may be called from another.
 class PodChannel {
 public:
     // Makes the block, with an empty batch and the revision in it; a stale block of that name is
     // removed. Makes or opens the semaphores, with value 0. Only with the ownership taken.
-    static Result<PodChannel> create(std::uint32_t serial, std::uint16_t revision);
+    [[nodiscard]] static Result<PodChannel> create(uint32_t serial, uint16_t revision);
 
     // Waits for a host's post of the start semaphore: spins for `spin`, yielding the processor,
     // then sleeps. False when stop() was called. A completion that a dead host left untaken is
@@ -50,12 +49,12 @@ private:
     void sleep_for_start(Backend& backend);
     void take_back_completion(Backend& backend);
     void fail_exchange();
-    std::int32_t run_command(Backend& backend);
+    int32_t run_command(Backend& backend);
 
     SharedMemory memory_;
     Semaphore start_;
     Semaphore complete_;
-    std::vector<std::uint16_t> words_; // the batch under execution
+    std::vector<uint16_t> words_; // the batch under execution
     struct Stop {
         std::mutex mutex; // held by stop() until its own post of the start semaphore is made
         std::atomic<bool> asked{false};
@@ -63,4 +62,4 @@ private:
     std::unique_ptr<Stop> stop_ = std::make_unique<Stop>();
 };
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

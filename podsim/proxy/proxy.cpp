@@ -9,7 +9,7 @@
 #include <optional>
 #include <thread>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 namespace {
 
 // One pod's thread with its channel.
@@ -67,15 +67,14 @@ std::vector<std::unique_ptr<Worker>>& abandoned_workers() {
 
 Status check_pods(const std::vector<Pod>& pods) {
     if (pods.size() > SHM_DEVICE_RECORDS) {
-        return Status::failure(std::to_string(pods.size()) +
-                               " pods: the device table has room for " +
-                               std::to_string(SHM_DEVICE_RECORDS));
+        return failure(std::to_string(pods.size()) + " pods: the device table has room for " +
+                       std::to_string(SHM_DEVICE_RECORDS));
     }
     for (auto pod = pods.begin(); pod != pods.end(); ++pod) {
-        const std::uint32_t serial = pod->record.serial;
+        const uint32_t serial = pod->record.serial;
         if (std::any_of(pods.begin(), pod,
                         [=](const Pod& other) { return other.record.serial == serial; })) {
-            return Status::failure("two pods with the serial number " + std::to_string(serial));
+            return failure("two pods with the serial number " + std::to_string(serial));
         }
     }
     return {};
@@ -94,36 +93,23 @@ struct Proxy::State {
 Proxy::Proxy(std::unique_ptr<State> state) : state_(std::move(state)) {}
 
 Result<std::unique_ptr<Proxy>> Proxy::start(std::vector<Pod> pods, Options options) {
-    if (Status checked = check_pods(pods); checked.failed()) {
-        return checked;
-    }
-    auto ownership = Ownership::take();
-    if (ownership.failed()) {
-        return Status::failure(ownership.reason());
-    }
-    if (Status removed = remove_stale_objects(); removed.failed()) {
-        return removed;
-    }
+    TRY(check_pods(pods));
+    Ownership ownership = TRY(Ownership::take());
+    TRY(remove_stale_objects());
     std::vector<PodChannel> channels;
+    channels.reserve(pods.size());
     for (const Pod& pod : pods) {
-        auto channel = PodChannel::create(pod.record.serial, pod.record.revision);
-        if (channel.failed()) {
-            return Status::failure(channel.reason());
-        }
-        channels.push_back(std::move(channel.value()));
+        channels.push_back(TRY(PodChannel::create(pod.record.serial, pod.record.revision)));
     }
-    auto table = DeviceTable::create();
-    if (table.failed()) {
-        return Status::failure(table.reason());
-    }
+    DeviceTable table = TRY(DeviceTable::create());
     std::unique_ptr<State> state(
-        new State{std::move(pods), std::move(ownership.value()), std::move(table.value()), {}});
-    for (std::size_t i = 0; i < state->pods.size(); ++i) {
+        new State{std::move(pods), std::move(ownership), std::move(table), {}});
+    for (size_t i = 0; i < state->pods.size(); ++i) {
         state->workers.push_back(std::make_unique<Worker>(std::move(channels[i]),
                                                           *state->pods[i].backend, options.spin));
     }
     std::unique_ptr<Proxy> proxy(new Proxy(std::move(state)));
-    for (std::size_t i = 0; i < proxy->state_->pods.size(); ++i) {
+    for (size_t i = 0; i < proxy->state_->pods.size(); ++i) {
         if (proxy->state_->pods[i].plugged) {
             proxy->plug(i);
         }
@@ -135,11 +121,11 @@ Proxy::~Proxy() {
     stop();
 }
 
-void Proxy::unplug(std::size_t index) {
+void Proxy::unplug(size_t index) {
     state_->table.withdraw(index);
 }
 
-void Proxy::plug(std::size_t index) {
+void Proxy::plug(size_t index) {
     state_->table.publish(index, state_->pods[index].record);
 }
 
@@ -147,7 +133,7 @@ bool Proxy::stop(std::chrono::milliseconds patience) {
     if (!state_) {
         return true;
     }
-    for (std::size_t i = 0; i < state_->pods.size(); ++i) {
+    for (size_t i = 0; i < state_->pods.size(); ++i) {
         unplug(i);
     }
     for (const auto& worker : state_->workers) {
@@ -166,4 +152,4 @@ bool Proxy::stop(std::chrono::milliseconds patience) {
     return all;
 }
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

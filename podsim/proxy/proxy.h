@@ -1,7 +1,7 @@
 // The pod proxy: publishes pods in the device table and serves each with a worker thread.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/result.h"
 #include "podsim/proxy/backend.h"
 #include "podsim/proxy/device_table.h"
 
@@ -10,7 +10,7 @@
 #include <memory>
 #include <vector>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 struct Options {
     // How long a worker spins on the start semaphore after an exchange before it sleeps.
@@ -32,7 +32,8 @@ public:
     // the pods last, so that what a host finds is served. On failure nothing is left behind; when
     // another proxy lives, its objects are as they were. At most SHM_DEVICE_RECORDS pods, each with
     // a serial number of its own, else a failure.
-    static Result<std::unique_ptr<Proxy>> start(std::vector<Pod> pods, Options options);
+    [[nodiscard]] static Result<std::unique_ptr<Proxy>> start(std::vector<Pod> pods,
+                                                              Options options);
 
     Proxy(const Proxy&) = delete;
     Proxy& operator=(const Proxy&) = delete;
@@ -40,8 +41,8 @@ public:
     ~Proxy();
 
     // A pod leaves the device table, or comes back. `index` is that of the pod in start().
-    void unplug(std::size_t index);
-    void plug(std::size_t index);
+    void unplug(size_t index);
+    void plug(size_t index);
 
     // Stops the workers, also in the middle of a batch, which then fails, and removes all objects.
     // False when a worker did not end within `patience`: its host is answered all the same, but its
@@ -54,4 +55,4 @@ private:
     std::unique_ptr<State> state_;
 };
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

@@ -1,7 +1,6 @@
 #include "podsim/proxy/semaphore.h"
 
-#include "podsim/base/system_error.h"
-
+#include "common/result.h"
 #include "shm_structs.h"
 
 #include <cerrno>
@@ -10,7 +9,7 @@
 #include <sys/stat.h>
 #include <utility>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 namespace {
 
 // Where the C library keeps a named semaphore.
@@ -77,9 +76,9 @@ bool Semaphore::take_within(std::chrono::microseconds limit) {
     clock_gettime(CLOCK_MONOTONIC, &deadline);
     const auto nanoseconds =
         std::chrono::duration_cast<std::chrono::nanoseconds>(limit).count() + deadline.tv_nsec;
-    constexpr long second = 1'000'000'000;
-    deadline.tv_sec += nanoseconds / second;
-    deadline.tv_nsec = nanoseconds % second;
+    constexpr long kSecond = 1'000'000'000;
+    deadline.tv_sec += nanoseconds / kSecond;
+    deadline.tv_nsec = nanoseconds % kSecond;
     int result = 0;
     do {
         result = sem_clockwait(semaphore_, CLOCK_MONOTONIC, &deadline);
@@ -93,4 +92,4 @@ int Semaphore::posts() const {
     return value;
 }
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

@@ -1,23 +1,23 @@
 // A named semaphore that this process made, or took over, and removes again.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/result.h"
 
 #include <chrono>
 #include <semaphore.h>
 #include <string>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 class Semaphore {
 public:
     // Makes the semaphore `name` with `value` posts in it, mode 0666 whatever the umask. A
     // semaphore of that name is a failure.
-    static Result<Semaphore> create(const std::string& name, unsigned value);
+    [[nodiscard]] static Result<Semaphore> create(const std::string& name, unsigned value);
 
     // Opens the semaphore `name`, or makes it, and takes all posts out of it: a host may have made
     // it first.
-    static Result<Semaphore> adopt(const std::string& name);
+    [[nodiscard]] static Result<Semaphore> adopt(const std::string& name);
 
     Semaphore(Semaphore&& other) noexcept;
     Semaphore& operator=(Semaphore&&) = delete;
@@ -42,4 +42,4 @@ private:
     sem_t* semaphore_;
 };
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

@@ -1,7 +1,6 @@
 #include "podsim/proxy/shared_memory.h"
 
-#include "podsim/base/system_error.h"
-
+#include "common/result.h"
 #include "shm_structs.h"
 
 #include <csignal>
@@ -11,35 +10,34 @@
 #include <unistd.h>
 #include <utility>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
-Result<SharedMemory> SharedMemory::create(const std::string& name, std::size_t size) {
-    const int fd = shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, SHM_OBJECT_MODE);
-    if (fd < 0) {
+Result<SharedMemory> SharedMemory::create(const std::string& name, size_t size) {
+    FileDescriptor fd(shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, SHM_OBJECT_MODE));
+    if (!fd.is_open()) {
         return system_failure("making shared memory " + name);
     }
     void* data = MAP_FAILED;
-    if (fchmod(fd, SHM_OBJECT_MODE) == 0 && ftruncate(fd, static_cast<off_t>(size)) == 0) {
-        data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd, 0);
+    if (fchmod(fd.get(), SHM_OBJECT_MODE) == 0 &&
+        ftruncate(fd.get(), static_cast<off_t>(size)) == 0) {
+        data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd.get(), 0);
     }
     if (data == MAP_FAILED) {
-        const Status failure = system_failure("mapping shared memory " + name);
-        close(fd);
+        Failure failed = system_failure("mapping shared memory " + name);
         shm_unlink(name.c_str());
-        return failure;
+        return failed;
     }
-    return SharedMemory(name, fd, data, size);
+    return SharedMemory(name, std::move(fd), data, size);
 }
 
 SharedMemory::SharedMemory(SharedMemory&& other) noexcept
-    : name_(std::move(other.name_)), fd_(std::exchange(other.fd_, -1)),
+    : name_(std::move(other.name_)), fd_(std::move(other.fd_)),
       data_(std::exchange(other.data_, nullptr)), size_(other.size_) {}
 
 SharedMemory::~SharedMemory() {
     if (data_ != nullptr) {
         remove_name();
         munmap(data_, size_);
-        close(fd_);
     }
 }
 
@@ -56,11 +54,11 @@ void SharedMemory::remove_name() {
 bool SharedMemory::used_by_others() const {
     static const auto ignored = std::signal(SIGIO, SIG_IGN);
     static_cast<void>(ignored);
-    if (fcntl(fd_, F_SETLEASE, F_WRLCK) != 0) {
+    if (fcntl(fd_.get(), F_SETLEASE, F_WRLCK) != 0) {
         return true;
     }
-    fcntl(fd_, F_SETLEASE, F_UNLCK);
+    fcntl(fd_.get(), F_SETLEASE, F_UNLCK);
     return false;
 }
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

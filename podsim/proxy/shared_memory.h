@@ -1,19 +1,20 @@
 // Named shared memory that this process made and removes again.
 #pragma once
 
-#include "podsim/base/result.h"
+#include "common/file_descriptor.h"
+#include "common/result.h"
 
 #include <cstddef>
 #include <string>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 // One object in /dev/shm, mapped. Its name goes away with it.
 class SharedMemory {
 public:
     // Makes the object `name` ("/..."), all zeros, exactly `size` bytes, mode 0666 whatever the
     // umask. An object of that name is a failure.
-    static Result<SharedMemory> create(const std::string& name, std::size_t size);
+    [[nodiscard]] static Result<SharedMemory> create(const std::string& name, size_t size);
 
     SharedMemory(SharedMemory&& other) noexcept;
     SharedMemory& operator=(SharedMemory&&) = delete;
@@ -29,13 +30,13 @@ public:
     bool used_by_others() const;
 
 private:
-    SharedMemory(std::string name, int fd, void* data, std::size_t size)
-        : name_(std::move(name)), fd_(fd), data_(data), size_(size) {}
+    SharedMemory(std::string name, FileDescriptor fd, void* data, size_t size)
+        : name_(std::move(name)), fd_(std::move(fd)), data_(data), size_(size) {}
 
     std::string name_;
-    int fd_;
+    FileDescriptor fd_;
     void* data_;
-    std::size_t size_;
+    size_t size_;
 };
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

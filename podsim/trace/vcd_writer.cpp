@@ -1,22 +1,23 @@
 #include "podsim/trace/vcd_writer.h"
 
-#include "podsim/base/system_error.h"
+#include "common/result.h"
 
-#include <array>
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
-namespace podsim::trace {
+#include <array>
+
+namespace talvor::podsim::trace {
 namespace {
 
 // One printable character names each signal in the dump.
-constexpr std::string_view codes = "!\"#$%&'(";
-constexpr char state_code = ')';
-constexpr char name_code = '*';
-constexpr std::array<std::string_view, 8> names{"tck",   "tms",  "tdi",  "tdo",
-                                                "trstn", "emu0", "emu1", "treset"};
-constexpr unsigned state_bits = 4;
-constexpr std::size_t piece_bytes = std::size_t{1} << 16;
+constexpr std::string_view kCodes = "!\"#$%&'(";
+constexpr char kStateCode = ')';
+constexpr char kNameCode = '*';
+constexpr std::array<std::string_view, 8> kNames{"tck",   "tms",  "tdi",  "tdo",
+                                                 "trstn", "emu0", "emu1", "treset"};
+constexpr unsigned kStateBits = 4;
+constexpr size_t kPieceBytes = size_t{1} << 16;
 
 char level_of(bool high) {
     return high ? '1' : '0';
@@ -47,14 +48,14 @@ VcdWriter::~VcdWriter() {
 void VcdWriter::header(std::string_view scope) {
     out_ += "$version talvor-podsim $end\n$timescale 1 ns $end\n";
     out_ += fmt::format("$scope module {} $end\n", scope);
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        out_ += fmt::format("$var wire 1 {} {} $end\n", codes[i], names[i]);
+    for (size_t i = 0; i < kNames.size(); ++i) {
+        out_ += fmt::format("$var wire 1 {} {} $end\n", kCodes[i], kNames[i]);
     }
-    out_ += fmt::format("$var reg {} {} tap_state $end\n", state_bits, state_code);
-    out_ += fmt::format("$var string 1 {} tap_state_name $end\n", name_code);
+    out_ += fmt::format("$var reg {} {} tap_state $end\n", kStateBits, kStateCode);
+    out_ += fmt::format("$var string 1 {} tap_state_name $end\n", kNameCode);
     out_ += "$upscope $end\n$enddefinitions $end\n#0\n$dumpvars\n";
-    for (std::size_t i = 0; i < names.size(); ++i) {
-        out_ += {levels_[i], codes[i], '\n'};
+    for (size_t i = 0; i < kNames.size(); ++i) {
+        out_ += {levels_[i], kCodes[i], '\n'};
     }
     put_state(state_);
     out_ += "$end\n";
@@ -62,16 +63,16 @@ void VcdWriter::header(std::string_view scope) {
 
 void VcdWriter::put_state(TapState state) {
     out_ += 'b';
-    for (unsigned i = state_bits; i-- > 0;) {
+    for (unsigned i = kStateBits; i-- > 0;) {
         out_ += level_of(((index_of(state) >> i) & 1U) != 0);
     }
-    out_ += {' ', state_code, '\n', 's'};
+    out_ += {' ', kStateCode, '\n', 's'};
     out_ += name_of(state);
-    out_ += {' ', name_code, '\n'};
+    out_ += {' ', kNameCode, '\n'};
 }
 
 // Moves on to a time; the falling edge that was due before it comes first.
-void VcdWriter::advance(std::uint64_t time_ns) {
+void VcdWriter::advance(uint64_t time_ns) {
     if (fall_due_ && fall_ns_ <= time_ns) {
         fall_due_ = false;
         advance(fall_ns_);
@@ -86,7 +87,7 @@ void VcdWriter::advance(std::uint64_t time_ns) {
 void VcdWriter::set(Signal signal, char level) {
     if (levels_[signal] != level) {
         levels_[signal] = level;
-        out_ += {level, codes[signal], '\n'};
+        out_ += {level, kCodes[signal], '\n'};
     }
 }
 
@@ -99,8 +100,8 @@ void VcdWriter::set_state(TapState state) {
 
 void VcdWriter::edges(const EdgeRun& run) {
     TapState state = run.from;
-    for (std::uint64_t i = 0; i < run.count && !ended_; ++i) {
-        const std::uint64_t start = run.start_ns + i * run.period_ns;
+    for (uint64_t i = 0; i < run.count && !ended_; ++i) {
+        const uint64_t start = run.start_ns + i * run.period_ns;
         const bool tms = run.tms_at(i);
         advance(start);
         set_state(state);
@@ -116,13 +117,13 @@ void VcdWriter::edges(const EdgeRun& run) {
         ++clocks_;
         if (limits_.clocks > 0 && clocks_ >= limits_.clocks) {
             end(fmt::format("{} test clocks", limits_.clocks));
-        } else if (out_.size() >= piece_bytes) {
+        } else if (out_.size() >= kPieceBytes) {
             write_out();
         }
     }
 }
 
-void VcdWriter::trst(std::uint64_t time_ns, bool level) {
+void VcdWriter::trst(uint64_t time_ns, bool level) {
     if (!ended_) {
         advance(time_ns);
         set(Trstn, level_of(level));
@@ -133,14 +134,14 @@ void VcdWriter::trst(std::uint64_t time_ns, bool level) {
     }
 }
 
-void VcdWriter::target_reset(std::uint64_t time_ns, bool asserted) {
+void VcdWriter::target_reset(uint64_t time_ns, bool asserted) {
     if (!ended_) {
         advance(time_ns);
         set(Treset, level_of(asserted));
     }
 }
 
-void VcdWriter::emu(std::uint64_t time_ns, EmuPins levels) {
+void VcdWriter::emu(uint64_t time_ns, EmuPins levels) {
     if (!ended_) {
         advance(time_ns);
         set(Emu0, level_of(levels.emu0));
@@ -157,8 +158,8 @@ void VcdWriter::end(const std::string& why) {
 // The bytes so far go to the file, as far as the limit allows: whole lines only.
 void VcdWriter::write_out() {
     if (limits_.bytes > 0 && written_ + out_.size() > limits_.bytes && !ended_) {
-        const std::uint64_t room = limits_.bytes > written_ ? limits_.bytes - written_ : 0;
-        const std::size_t end_of_line = room == 0 ? std::string::npos : out_.rfind('\n', room - 1);
+        const uint64_t room = limits_.bytes > written_ ? limits_.bytes - written_ : 0;
+        const size_t end_of_line = room == 0 ? std::string::npos : out_.rfind('\n', room - 1);
         out_.resize(end_of_line == std::string::npos ? 0 : end_of_line + 1);
         end(fmt::format("{} bytes", limits_.bytes));
     }
@@ -175,4 +176,4 @@ void VcdWriter::flush() {
     std::fflush(file_);
 }
 
-} // namespace podsim::trace
+} // namespace talvor::podsim::trace

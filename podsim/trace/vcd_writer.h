@@ -1,8 +1,8 @@
 // A Value Change Dump of what the target sees, at virtual time.
 #pragma once
 
+#include "common/result.h"
 #include "podsim/base/log.h"
-#include "podsim/base/result.h"
 #include "podsim/model/edge_observer.h"
 
 #include <cstdint>
@@ -11,12 +11,12 @@
 #include <string>
 #include <string_view>
 
-namespace podsim::trace {
+namespace talvor::podsim::trace {
 
 // Bounds of a trace; 0: none. A trace that reaches one ends there, with a comment.
 struct Limits {
-    std::uint64_t bytes = std::uint64_t{1} << 28; // size of the file
-    std::uint64_t clocks = 0;                     // test clocks in it
+    uint64_t bytes = uint64_t{1} << 28; // size of the file
+    uint64_t clocks = 0;                // test clocks in it
 };
 
 // Signals: tck, tms, tdi, tdo, trstn, emu0, emu1, treset (1: asserted); tap_state, the number of
@@ -26,17 +26,17 @@ class VcdWriter : public EdgeObserver {
 public:
     // Makes the file `path`. `scope` is the name of the module in it. `log` is told when a limit is
     // reached or writing fails, and must outlive the writer.
-    static Result<std::unique_ptr<VcdWriter>> open(const std::string& path, std::string_view scope,
-                                                   Limits limits, Log& log);
+    [[nodiscard]] static Result<std::unique_ptr<VcdWriter>>
+    open(const std::string& path, std::string_view scope, Limits limits, Log& log);
 
     VcdWriter(const VcdWriter&) = delete;
     VcdWriter& operator=(const VcdWriter&) = delete;
     ~VcdWriter() override;
 
     void edges(const EdgeRun& run) override;
-    void trst(std::uint64_t time_ns, bool level) override;
-    void target_reset(std::uint64_t time_ns, bool asserted) override;
-    void emu(std::uint64_t time_ns, EmuPins levels) override;
+    void trst(uint64_t time_ns, bool level) override;
+    void target_reset(uint64_t time_ns, bool asserted) override;
+    void emu(uint64_t time_ns, EmuPins levels) override;
 
     // Puts everything so far into the file.
     void flush();
@@ -48,7 +48,7 @@ private:
         : file_(file), path_(std::move(path)), limits_(limits), log_(log) {}
 
     void header(std::string_view scope);
-    void advance(std::uint64_t time_ns);
+    void advance(uint64_t time_ns);
     void set(Signal signal, char level);
     void set_state(TapState state);
     void put_state(TapState state);
@@ -59,15 +59,15 @@ private:
     std::string path_;
     Limits limits_;
     Log& log_;
-    std::string out_;           // not in the file yet
-    std::uint64_t written_ = 0; // bytes given to the file
-    std::uint64_t clocks_ = 0;
-    std::uint64_t time_ns_ = 0;
-    std::uint64_t fall_ns_ = 0; // when TCK, high now, falls
+    std::string out_;      // not in the file yet
+    uint64_t written_ = 0; // bytes given to the file
+    uint64_t clocks_ = 0;
+    uint64_t time_ns_ = 0;
+    uint64_t fall_ns_ = 0; // when TCK, high now, falls
     bool fall_due_ = false;
     bool ended_ = false;
     char levels_[BitSignals] = {'0', '1', '1', 'z', '1', '1', '1', '0'};
     TapState state_ = TapState::TestLogicReset;
 };
 
-} // namespace podsim::trace
+} // namespace talvor::podsim::trace

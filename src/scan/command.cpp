@@ -7,6 +7,10 @@
 
 namespace {
 
+static_assert((TBC_TRANSIT_VIA_IDLE & TBC_TRANSIT_IDLE_MASK) >> TBC_TRANSIT_IDLE_SHIFT ==
+                  JSC_IDLE_TRANSIT_CLOCKS,
+              "hosts are told how many clocks the transit word spends");
+
 bool is_transit(JSC_JtagTransit transit) {
     return transit > eJSC_JTAG_TRANSIT_INVALID_FIRST && transit < eJSC_JTAG_TRANSIT_INVALID_LAST;
 }

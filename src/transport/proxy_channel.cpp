@@ -132,9 +132,7 @@ bool attach_block(JSC_Inform* pJscInform, const gbl_shm_record& record, int32_t*
 
 // ---- the pod's semaphores ----
 
-sem_t* open_semaphore(const char* format, uint32_t serial, const char* failure_text) {
-    char name[SHM_SEM_NAME_SIZE];
-    std::snprintf(name, sizeof name, format, static_cast<unsigned long>(serial));
+sem_t* open_semaphore(const char* name, const char* failure_text) {
     sem_t* const semaphore = os_calls.sem_open(name, O_CREAT, SHM_OBJECT_MODE, 0);
     if (semaphore == SEM_FAILED) {
         std::fputs(failure_text, stderr);
@@ -145,13 +143,15 @@ sem_t* open_semaphore(const char* format, uint32_t serial, const char* failure_t
 
 // Without one of the two the open ends with success and the block mapped; that is kept.
 bool open_semaphores(JSC_Inform* pJscInform, uint32_t serial) {
-    pJscInform->evStartSem =
-        open_semaphore(SHM_START_SEM_FORMAT, serial, "failed to open local semaphore [s]\n");
+    const auto number = static_cast<unsigned long>(serial);
+    char name[SHM_SEM_NAME_SIZE];
+    std::snprintf(name, sizeof name, SHM_START_SEM_FORMAT, number);
+    pJscInform->evStartSem = open_semaphore(name, "failed to open local semaphore [s]\n");
     if (pJscInform->evStartSem == nullptr) {
         return false;
     }
-    pJscInform->evCompleteSem =
-        open_semaphore(SHM_COMPLETE_SEM_FORMAT, serial, "failed to open local semaphore [c]\n");
+    std::snprintf(name, sizeof name, SHM_COMPLETE_SEM_FORMAT, number);
+    pJscInform->evCompleteSem = open_semaphore(name, "failed to open local semaphore [c]\n");
     return pJscInform->evCompleteSem != nullptr;
 }
 

@@ -1,6 +1,5 @@
 #include "api/benchmark.h"
-
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -20,14 +19,14 @@ TEST(Benchmark, reads_the_counter_and_arms_it_anew_and_reports_nothing) {
     EXPECT_EQ(count, 0U) << "what was counted is dropped";
     const std::string status = "read 31\nread 16\nread 17\n";
     ASSERT_EQ(pod.batches.size(), 3U);
-    EXPECT_EQ(podsim::notation::text(pod.batches[0]), "write 1 0002\nread 20\nread 21\n" + status);
-    EXPECT_EQ(podsim::notation::text(pod.batches[1]),
+    EXPECT_EQ(talvor::notation::text(pod.batches[0]), "write 1 0002\nread 20\nread 21\n" + status);
+    EXPECT_EQ(talvor::notation::text(pod.batches[1]),
               "write 1 0004\nwrite 14 ffff\nwrite 15 ffff\n" + status);
-    EXPECT_EQ(podsim::notation::text(pod.batches[2]),
+    EXPECT_EQ(talvor::notation::text(pod.batches[2]),
               "write 9 0600\nwrite 9 0660\nwrite 9 0668\n" + status);
     pod.batches.clear();
     EXPECT_EQ(jsc_Benchmark(pod.get(), 0, false, &count), 0);
-    EXPECT_EQ(podsim::notation::text(pod.batches.back()),
+    EXPECT_EQ(talvor::notation::text(pod.batches.back()),
               "write 9 0660\nwrite 9 0600\nwrite 9 0608\n" + status);
 }
 

@@ -1,11 +1,12 @@
 #include "api/connect.h"
-
 #include "api/diagnose.h"
 #include "scan/scan_operation.h"
 #include "support/driver_session.h"
+#include "support/jtag_command.h"
 #include "transport/port.h"
 
 #include <gtest/gtest.h>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -205,12 +206,7 @@ int connect_in_child() {
     if (config != TBC_EVENT_BASE) {
         return 3; // the register cache is the other process's
     }
-    JSC_JtagCommand scan{};
-    scan.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    scan.jtagShift = eJSC_JTAG_SHIFT_DR;
-    scan.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    scan.jtagEnd = eJSC_JTAG_STATE_IDLE;
-    scan.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
+    const JSC_JtagCommand scan = test_support::scan_command();
     uint16_t words[2] = {};
     const JSC_JtagParam16 param{1, 0, 32, words, words};
     if (jsc_ScanBoth16(handle.get(), &scan, &param) != 0 || words[0] != 0x1234 ||

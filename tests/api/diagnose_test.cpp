@@ -1,7 +1,6 @@
 #include "api/diagnose.h"
-
+#include "common/notation.h"
 #include "controller/time_value.h"
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 #include "support/recorded_sleeps.h"
 #include "transport/port.h"
@@ -10,6 +9,7 @@
 
 namespace {
 
+using test_support::empty_batch;
 using test_support::InstantPod;
 using test_support::RecordedSleeps;
 
@@ -20,7 +20,7 @@ protected:
 
     int32_t diagnose(int32_t symptom) { return jsc_Diagnose(pod.get(), symptom); }
 
-    std::string queued() { return podsim::notation::text(pod.queued()); }
+    std::string queued() { return talvor::notation::text(pod.queued()); }
 
     InstantPod pod{POD_REVISION_2};
     RecordedSleeps sleeps;
@@ -35,7 +35,7 @@ TEST_F(Diagnose, nothing_wrong_is_no_code) {
 
 TEST_F(Diagnose, a_code_goes_through_once_the_controller_has_been_waited_for) {
     for (const int32_t code : {-1, -119, -130, -140, -179, -184, -310, -318, 5}) {
-        pod.empty_batch();
+        empty_batch(*pod.block);
         EXPECT_EQ(diagnose(code), code);
         EXPECT_EQ(queued(), waits) << code;
     }

@@ -1,5 +1,4 @@
 #include "api/feature_version.h"
-
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>

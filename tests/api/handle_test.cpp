@@ -1,13 +1,13 @@
 #include "api/handle.h"
-
 #include "log/store.h"
 #include "support/driver_session.h"
 #include "transport/batch_cursor.h"
 #include "transport/port.h"
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -159,7 +159,7 @@ TEST(InitHandle, reads_the_groups_in_their_order) {
     EXPECT_LT(at("VEXIL.NOAMBLE"), at("VEXIL.TCLK_PROGRAM"));
     EXPECT_LT(at("VEXIL.TCLK_PROGRAM"), at("KELM.RMT_HOST"));
     EXPECT_LT(at("KELM.RMT_HOST"), at("KELM.POD_SN"));
-    EXPECT_LT(at("KELM.POD_SN"), static_cast<std::ptrdiff_t>(keys.size()));
+    EXPECT_LT(at("KELM.POD_SN"), static_cast<ptrdiff_t>(keys.size()));
     EXPECT_EQ(session.handle.config.context_questions(), "igigigigig");
     EXPECT_STREQ(session.get()->zdlVariable.pDriverName, "jscpod.so");
     EXPECT_EQ(session.get()->zdlVariable.pDriverName, session.get()->zdlVariable.driverNameKelm);

@@ -1,6 +1,5 @@
-#include "api/log_file.h"
-
 #include "api/handle.h"
+#include "api/log_file.h"
 #include "log/store.h"
 #include "support/failing_os.h"
 

@@ -1,6 +1,5 @@
 #include "api/mode.h"
-
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -26,7 +25,7 @@ TEST(Adjust, applies_the_configured_mode_once_the_controller_is_idle) {
             EXPECT_EQ(pod.control.slowMode, slow);
             EXPECT_EQ(pod.control.fastMode, fast);
             EXPECT_EQ(pod.control.timeDependNew.tclkFreq, 20000U) << "not fresh";
-            EXPECT_EQ(podsim::notation::text(pod.queued()), "wait done\n");
+            EXPECT_EQ(talvor::notation::text(pod.queued()), "wait done\n");
         }
     }
 }

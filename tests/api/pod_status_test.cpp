@@ -1,5 +1,4 @@
 #include "api/pod_status.h"
-
 #include "controller/time_value.h"
 #include "support/instant_pod.h"
 #include "support/recorded_sleeps.h"

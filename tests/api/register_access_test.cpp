@@ -1,6 +1,5 @@
 #include "api/register_access.h"
-
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -25,7 +24,7 @@ TEST(RegisterAccess, polls_by_queueing_a_wait) {
         InstantPod pod;
         EXPECT_EQ(jsc_RegisterPoll(pod.get(), static_cast<JSC_StatusType>(row.type), 5), row.code)
             << row.type;
-        EXPECT_EQ(podsim::notation::text(pod.queued()), row.text) << row.type;
+        EXPECT_EQ(talvor::notation::text(pod.queued()), row.text) << row.type;
     }
 }
 
@@ -51,7 +50,7 @@ TEST(RegisterAccess, writes_stay_queued) {
     InstantPod pod;
     uint16_t data[3] = {1, 2, 3};
     EXPECT_EQ(jsc_RegisterWrite(pod.get(), true, true, 12, 2, data), 0);
-    EXPECT_EQ(podsim::notation::text(pod.queued()), "write 12 0001\nwrite 13 0002\n");
+    EXPECT_EQ(talvor::notation::text(pod.queued()), "write 12 0001\nwrite 13 0002\n");
     EXPECT_EQ(jsc_RegisterWrite(pod.get(), true, true, 32, 1, data), -170);
     EXPECT_EQ(pod.flushes, 0U);
 }

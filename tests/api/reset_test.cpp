@@ -1,5 +1,4 @@
 #include "api/reset.h"
-
 #include "log/store.h"
 #include "support/driver_session.h"
 #include "transport/port.h"

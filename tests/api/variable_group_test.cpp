@@ -1,6 +1,7 @@
 #include "api/variable_group.h"
 
 #include <gtest/gtest.h>
+
 #include <string>
 
 namespace {

@@ -37,8 +37,8 @@ std::vector<PageRow> page_rows() {
             continue;
         }
         PageRow row;
-        for (std::size_t at = 1; at < line.size();) {
-            const std::size_t end = std::min(line.find('|', at), line.size());
+        for (size_t at = 1; at < line.size();) {
+            const size_t end = std::min(line.find('|', at), line.size());
             row.push_back(trimmed(line.substr(at, end - at)));
             at = end + 1;
         }

@@ -1,5 +1,4 @@
 #include "config/kelm_variable.h"
-
 #include "support/failing_os.h"
 #include "support/key_cases.h"
 

@@ -1,5 +1,4 @@
 #include "config/qel_variable.h"
-
 #include "support/failing_os.h"
 #include "support/key_cases.h"
 
@@ -154,7 +153,7 @@ TEST_P(QelVariableOfVersion, AbsentKeysKeepTheDefaults) {
 
 TEST_P(QelVariableOfVersion, EachKeyMayBeAbsent) {
     // Version last: without it the keys are those of version 1.
-    for (std::size_t at = 0; at < family_.cases.size(); ++at) {
+    for (size_t at = 0; at < family_.cases.size(); ++at) {
         const std::string key = family_.cases[at].key;
         if (key == "KELM.POD_EMUVERSION") {
             continue;
@@ -167,7 +166,7 @@ TEST_P(QelVariableOfVersion, EachKeyMayBeAbsent) {
         EXPECT_EQ(outcome.code, 0);
         EXPECT_EQ(outcome.asked, first_keys(family_, family_.cases.size()));
         QEL_Variable expected = expected_after(family_, 0);
-        for (std::size_t i = 0; i < family_.cases.size(); ++i) {
+        for (size_t i = 0; i < family_.cases.size(); ++i) {
             if (i != at) {
                 family_.cases[i].effect(expected);
             } else if (key == "KELM.POD_TCKPREDIVENA") {

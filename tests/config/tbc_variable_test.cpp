@@ -1,5 +1,4 @@
 #include "config/tbc_variable.h"
-
 #include "jsc_export.h"
 #include "support/failing_os.h"
 #include "support/key_cases.h"

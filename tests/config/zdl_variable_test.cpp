@@ -1,5 +1,4 @@
 #include "config/zdl_variable.h"
-
 #include "support/failing_os.h"
 #include "support/key_cases.h"
 

@@ -1,11 +1,11 @@
 #include "controller/detect.h"
-
 #include "support/bare_handle.h"
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"
 
-#include <array>
 #include <gtest/gtest.h>
+
+#include <array>
 #include <random>
 #include <set>
 #include <vector>

@@ -1,5 +1,5 @@
+#include "common/notation.h"
 #include "controller/pod_setup.h"
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -147,7 +147,7 @@ TEST(PodRegisters, later_pods_have_more_of_them) {
         pod.inform.qelVariable.tckdiv = row.revision == 0x0100 ? 0 : 1;
         pod.inform.emuRevision = row.revision;
         write_pod_registers(pod.get());
-        EXPECT_EQ(podsim::notation::text(pod.queued()), row.text);
+        EXPECT_EQ(talvor::notation::text(pod.queued()), row.text);
     }
 }
 

@@ -1,5 +1,4 @@
 #include "controller/registers.h"
-
 #include "support/bare_handle.h"
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"
@@ -7,6 +6,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
 #include <numeric>
 #include <vector>
 

@@ -1,7 +1,8 @@
 #include "controller/time_value.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace {
 

@@ -1,5 +1,4 @@
 #include "controller/utility.h"
-
 #include "support/bare_handle.h"
 #include "support/failing_os.h"
 #include "support/leak_guard.h"
@@ -8,6 +7,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
 #include <vector>
 
 namespace {

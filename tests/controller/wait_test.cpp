@@ -1,5 +1,4 @@
 #include "controller/wait.h"
-
 #include "support/bare_handle.h"
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"

@@ -18,7 +18,7 @@ struct PodText {
 };
 
 // A [[pod]] with its taps. Nets are left out.
-std::string pod_text(const PodText& pod, const podsim::ChainDescription& chain);
+std::string pod_text(const PodText& pod, const talvor::podsim::ChainDescription& chain);
 
 // A [[pod]] with one tap: IDCODE 0x1A2B3C4D, instruction of 4 bits, a 32-bit scratch register.
 std::string plain_pod_text(const PodText& pod);

@@ -1,9 +1,8 @@
 // A host with one scan controller: its configuration, its table of operations, its handle.
 #pragma once
 
-#include "support/recording_config.h"
-
 #include "jsc_export.h"
+#include "support/recording_config.h"
 
 #include <cstdint>
 #include <vector>

@@ -21,9 +21,9 @@ constexpr uint16_t updates = 9;
 
 // A device with a scratch register of this length, and a counter.
 std::string long_pod(uint64_t bits) {
-    podsim::DeviceDescription device;
-    device.registers.push_back({"", {scratch}, podsim::ScratchRegister{bits, {}}});
-    device.registers.push_back({"", {updates}, podsim::CounterRegister{32}});
+    talvor::podsim::DeviceDescription device;
+    device.registers.push_back({"", {scratch}, talvor::podsim::ScratchRegister{bits, {}}});
+    device.registers.push_back({"", {updates}, talvor::podsim::CounterRegister{32}});
     return pod_text({}, {{device}, {}});
 }
 

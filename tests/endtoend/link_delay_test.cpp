@@ -19,8 +19,8 @@ constexpr uint32_t bits = 64;
 constexpr uint64_t pattern = 0xC0FF'EE15'900D'1DEA;
 
 std::string marked_pod(uint32_t serial, unsigned pipeline, unsigned cable) {
-    podsim::DeviceDescription device;
-    device.registers.push_back({"", {marked}, podsim::ConstantRegister{bits, {pattern}}});
+    talvor::podsim::DeviceDescription device;
+    device.registers.push_back({"", {marked}, talvor::podsim::ConstantRegister{bits, {pattern}}});
     PodText pod;
     pod.serial = serial;
     pod.return_pipeline = pipeline;
@@ -114,8 +114,8 @@ TEST(Adjustment, TakesThePipelineOfThePodOutOfTheData) {
 
 TEST(Adjustment, ShowsThatTheTargetIsClockedTooFast) {
     LeakGuard leaks;
-    podsim::DeviceDescription device;
-    device.registers.push_back({"", {marked}, podsim::ConstantRegister{bits, {pattern}}});
+    talvor::podsim::DeviceDescription device;
+    device.registers.push_back({"", {marked}, talvor::podsim::ConstantRegister{bits, {pattern}}});
     std::string text = pod_text({}, {{device}, {}});
     text.insert(text.find("serial"), "max_tck_hz = 10_000_000\n");
     PodsimProcess simulator(text, {"--strict"});

@@ -1,12 +1,11 @@
 // Thousands of random scans over random chains behind pods of every kind, compared bit for bit with
 // a chain that is clocked the plain way.
 #include "description_text.h"
+#include "hardware/tbc_registers.h"
 #include "host.h"
 #include "support/leak_guard.h"
 #include "support/podsim_process.h"
 #include "target_model.h"
-
-#include "hardware/tbc_registers.h"
 
 #include <gtest/gtest.h>
 
@@ -24,7 +23,7 @@ constexpr uint16_t untouched = 0xDEAD;
 // One pod with its chain, and what the host is told about it.
 struct Session {
     std::mt19937_64 random;
-    podsim::ChainDescription chain;
+    talvor::podsim::ChainDescription chain;
     PodText pod;
     Keys keys;
     uint32_t recipe = JSC_RECIPE_LONG_INIT;
@@ -35,7 +34,7 @@ Session make_session(uint32_t serial) {
     session.random.seed(serial);
     auto& random = session.random;
     const unsigned generation = 1 + serial % 4;
-    session.chain = reference::random_chain(random);
+    session.chain = talvor::podsim::reference::random_chain(random);
     session.pod.serial = serial;
     session.pod.revision = static_cast<uint16_t>(generation << 8 | random() % 4);
     session.pod.controller = random() % 2 == 0 ? "tbc" : "dpm";

@@ -7,7 +7,7 @@
 namespace endtoend {
 namespace {
 
-using podsim::TapState;
+using talvor::TapState;
 
 constexpr unsigned lead_bits = 16;
 constexpr unsigned idle_clocks = 7;
@@ -33,7 +33,7 @@ bool find_way(TapState from, TapState to, unsigned clocks, std::vector<bool>& wa
     }
     for (const bool tms : {false, true}) {
         way.push_back(tms);
-        if (find_way(podsim::next_state(from, tms), to, clocks - 1, way)) {
+        if (find_way(talvor::next_state(from, tms), to, clocks - 1, way)) {
             return true;
         }
         way.pop_back();
@@ -55,7 +55,7 @@ std::vector<bool> level(uint32_t count, bool ones) {
 
 } // namespace
 
-TargetModel::TargetModel(const podsim::ChainDescription& chain, unsigned return_delay)
+TargetModel::TargetModel(const talvor::podsim::ChainDescription& chain, unsigned return_delay)
     : chain_(chain), return_delay_(return_delay), returned_(longest_delay, true) {}
 
 JSC_JtagState TargetModel::state() const {

@@ -3,9 +3,8 @@
 #pragma once
 
 #include "host.h"
-#include "tests/podsim/model/reference_chain.h"
-
 #include "jsc_external.h"
+#include "tests/podsim/model/reference_chain.h"
 
 #include <vector>
 
@@ -22,7 +21,7 @@ struct Ambles {
 class TargetModel {
 public:
     // `return_delay`: bits by which TDO reaches the host late.
-    TargetModel(const podsim::ChainDescription& chain, unsigned return_delay);
+    TargetModel(const talvor::podsim::ChainDescription& chain, unsigned return_delay);
 
     void set_return_delay(unsigned bits) { return_delay_ = bits; }
     JSC_JtagState state() const;
@@ -35,12 +34,12 @@ public:
               uint32_t repeats, const Words& out, Words& in);
 
 private:
-    using TapState = podsim::TapState;
+    using TapState = talvor::TapState;
     void clock_to(TapState end);
     void go_to(TapState end, JSC_JtagTransit transit);
     size_t shift(TapState shift_state, const std::vector<bool>& tdi, TapState end);
 
-    reference::Chain chain_;
+    talvor::podsim::reference::Chain chain_;
     unsigned return_delay_;
     std::vector<bool> returned_; // every bit that TDO gave in a Shift state
 };

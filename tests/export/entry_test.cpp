@@ -1,6 +1,5 @@
-#include "jsc_export.h"
-
 #include "api/handle.h"
+#include "jsc_export.h"
 #include "support/driver_session.h"
 
 #include <gtest/gtest.h>

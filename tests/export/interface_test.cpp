@@ -1,17 +1,19 @@
-#include "jsc_export.h"
-
 #include "api/handle.h"
 #include "export/operations.h"
+#include "jsc_export.h"
 #include "scan/scan_operation.h"
 #include "support/driver_session.h"
+#include "support/jtag_command.h"
+
+#include <gtest/gtest.h>
 
 #include <cstring>
-#include <gtest/gtest.h>
 
 namespace {
 
 using test_support::DriverSession;
 using test_support::FailingHeap;
+using test_support::OperationArguments;
 using test_support::RecordingConfig;
 using test_support::RestoredOs;
 
@@ -115,120 +117,98 @@ TEST(Interface, reports_null_pointers_and_an_empty_heap) {
 
 TEST(Interface, every_operation_refuses_a_null_handle) {
     const JSC_Interface& table = operations;
-    JSC_JtagCommand command{};
-    bool flag = false;
-    uint32_t word = 0;
-    uint16_t half = 0;
-    uint8_t byte = 0;
-    JSC_JtagAmbleDelay amble{};
-    JSC_JtagState state{};
-    JSC_ResetAction reset{};
-    JSC_AdjustStuff adjust{};
-    JSC_PodStatus pod{};
-    JSC_OldStatus old{};
-    JSC_FirmwareAction firmware{};
-    const JSC_JtagParam01 fixed{1, 0, 1, false};
-    const JSC_JtagParam16 param{1, 0, 1, &half, &half};
-    EXPECT_EQ(table.Connect(nullptr, &flag), -122);
-    EXPECT_EQ(table.Disconnect(nullptr, &flag), -122);
-    EXPECT_EQ(table.StatusTrstn(nullptr, &flag), -122);
+    OperationArguments given;
+    EXPECT_EQ(table.Connect(nullptr, &given.flag), -122);
+    EXPECT_EQ(table.Disconnect(nullptr, &given.flag), -122);
+    EXPECT_EQ(table.StatusTrstn(nullptr, &given.flag), -122);
     EXPECT_EQ(table.ModifyTrstn(nullptr, eJSC_JTAG_PIN_SET_LEVEL, 0, 0), -122);
-    EXPECT_EQ(table.GetAmbleDelay(nullptr, &amble), -122);
-    EXPECT_EQ(table.PutAmbleDelay(nullptr, &amble), -122);
-    EXPECT_EQ(table.GetLinkDelay(nullptr, &word, &word, &word), -122);
+    EXPECT_EQ(table.GetAmbleDelay(nullptr, &given.amble), -122);
+    EXPECT_EQ(table.PutAmbleDelay(nullptr, &given.amble), -122);
+    EXPECT_EQ(table.GetLinkDelay(nullptr, &given.word, &given.word, &given.word), -122);
     EXPECT_EQ(table.PutLinkDelay(nullptr, 0), -122);
     EXPECT_EQ(table.WaitForTclk(nullptr, 0), -122);
     EXPECT_EQ(table.HoldFreeOuts(nullptr, false, false, false, false), -122);
     EXPECT_EQ(table.TimingEdge(nullptr, false, false), -122);
-    EXPECT_EQ(table.GetState(nullptr, &state), -122);
-    EXPECT_EQ(table.PutState(nullptr, &command, 0, 1), -122);
-    EXPECT_EQ(table.ScanFixed01(nullptr, &command, &fixed), -122);
-    EXPECT_EQ(table.ScanSend16(nullptr, &command, &param), -122);
-    EXPECT_EQ(table.ScanBoth16(nullptr, &command, &param), -122);
-    EXPECT_EQ(table.ScanRecv16(nullptr, &command, &param), -122);
-    EXPECT_EQ(table.SwdRegRead(nullptr, 0, 0, &word), -120);
-    EXPECT_EQ(table.SwdRegWrite(nullptr, 0, 0, &word, false), -120);
-    EXPECT_EQ(table.LogFileCreate(nullptr, eJSC_LOGFILE_ID_RESET, &flag, 1, &word), -122);
-    EXPECT_EQ(table.LogFileDelete(nullptr, eJSC_LOGFILE_ID_RESET, &flag), -122);
-    EXPECT_EQ(table.LogFileErase(nullptr, eJSC_LOGFILE_ID_RESET, &flag), -122);
-    EXPECT_EQ(table.LogFileMode(nullptr, eJSC_LOGFILE_ID_RESET, &flag, false), -122);
-    EXPECT_EQ(table.LogFileRead(nullptr, eJSC_LOGFILE_ID_RESET, &flag, 1, &word, &word, &word),
+    EXPECT_EQ(table.GetState(nullptr, &given.state), -122);
+    EXPECT_EQ(table.PutState(nullptr, &given.command, 0, 1), -122);
+    EXPECT_EQ(table.ScanFixed01(nullptr, &given.command, &given.fixed), -122);
+    EXPECT_EQ(table.ScanSend16(nullptr, &given.command, &given.param), -122);
+    EXPECT_EQ(table.ScanBoth16(nullptr, &given.command, &given.param), -122);
+    EXPECT_EQ(table.ScanRecv16(nullptr, &given.command, &given.param), -122);
+    EXPECT_EQ(table.SwdRegRead(nullptr, 0, 0, &given.word), -120);
+    EXPECT_EQ(table.SwdRegWrite(nullptr, 0, 0, &given.word, false), -120);
+    EXPECT_EQ(table.LogFileCreate(nullptr, eJSC_LOGFILE_ID_RESET, &given.flag, 1, &given.word),
               -122);
-    EXPECT_EQ(table.LogFileAppend(nullptr, eJSC_LOGFILE_ID_RESET, &flag, 1), -122);
-    EXPECT_EQ(table.Reset(nullptr, &reset), -122);
+    EXPECT_EQ(table.LogFileDelete(nullptr, eJSC_LOGFILE_ID_RESET, &given.flag), -122);
+    EXPECT_EQ(table.LogFileErase(nullptr, eJSC_LOGFILE_ID_RESET, &given.flag), -122);
+    EXPECT_EQ(table.LogFileMode(nullptr, eJSC_LOGFILE_ID_RESET, &given.flag, false), -122);
+    EXPECT_EQ(table.LogFileRead(nullptr, eJSC_LOGFILE_ID_RESET, &given.flag, 1, &given.word,
+                                &given.word, &given.word),
+              -122);
+    EXPECT_EQ(table.LogFileAppend(nullptr, eJSC_LOGFILE_ID_RESET, &given.flag, 1), -122);
+    EXPECT_EQ(table.Reset(nullptr, &given.reset), -122);
     EXPECT_EQ(table.Diagnose(nullptr, 0), -122);
-    EXPECT_EQ(table.Adjust(nullptr, &adjust), -122);
-    EXPECT_EQ(table.PodConfig(nullptr, 0, false, &flag, 0, false), -122);
-    EXPECT_EQ(table.PodStatus(nullptr, &pod), -122);
-    EXPECT_EQ(table.OldStatus(nullptr, &old), -122);
-    EXPECT_EQ(table.Test(nullptr, eJSC_LOGFILE_ID_TEST, &flag, 0, 0), -122);
-    EXPECT_EQ(table.MultipleVersion(nullptr, eJSC_FEATURE_ID_TBC_VERSION, &flag, &word), -122);
-    EXPECT_EQ(table.Benchmark(nullptr, 0, false, &word), -122);
-    EXPECT_EQ(table.FirmwareSupport(nullptr, eJSC_FIRMWARE_ID_CLIENT, &flag, &flag), -122);
-    EXPECT_EQ(table.FirmwareVersion(nullptr, eJSC_FIRMWARE_ID_CLIENT, &flag, &flag, &word), -122);
-    EXPECT_EQ(table.FirmwareConfig(nullptr, eJSC_FIRMWARE_ID_CLIENT, &flag, &flag, &firmware, 0, 0,
-                                   &byte, 1, &word),
+    EXPECT_EQ(table.Adjust(nullptr, &given.adjust), -122);
+    EXPECT_EQ(table.PodConfig(nullptr, 0, false, &given.flag, 0, false), -122);
+    EXPECT_EQ(table.PodStatus(nullptr, &given.pod), -122);
+    EXPECT_EQ(table.OldStatus(nullptr, &given.old), -122);
+    EXPECT_EQ(table.Test(nullptr, eJSC_LOGFILE_ID_TEST, &given.flag, 0, 0), -122);
+    EXPECT_EQ(table.MultipleVersion(nullptr, eJSC_FEATURE_ID_TBC_VERSION, &given.flag, &given.word),
               -122);
-    EXPECT_EQ(table.ClockSupport(nullptr, &flag, &flag), -122);
+    EXPECT_EQ(table.Benchmark(nullptr, 0, false, &given.word), -122);
+    EXPECT_EQ(table.FirmwareSupport(nullptr, eJSC_FIRMWARE_ID_CLIENT, &given.flag, &given.flag),
+              -122);
+    EXPECT_EQ(table.FirmwareVersion(nullptr, eJSC_FIRMWARE_ID_CLIENT, &given.flag, &given.flag,
+                                    &given.word),
+              -122);
+    EXPECT_EQ(table.FirmwareConfig(nullptr, eJSC_FIRMWARE_ID_CLIENT, &given.flag, &given.flag,
+                                   &given.firmware, 0, 0, &given.byte, 1, &given.word),
+              -122);
+    EXPECT_EQ(table.ClockSupport(nullptr, &given.flag, &given.flag), -122);
     EXPECT_EQ(table.ClockConfig(nullptr, false, 0, 0), -122);
-    EXPECT_EQ(table.ClockMeasure(nullptr, &word), -122);
+    EXPECT_EQ(table.ClockMeasure(nullptr, &given.word), -122);
     EXPECT_EQ(table.ClockSourceArchive(nullptr, false), -122);
-    EXPECT_EQ(table.ClockSourceRetrieve(nullptr, &flag), -122);
+    EXPECT_EQ(table.ClockSourceRetrieve(nullptr, &given.flag), -122);
     EXPECT_EQ(table.RegisterPoll(nullptr, eJSC_STATUS_TYPE_COMMAND_FINISH, 0), -122);
-    EXPECT_EQ(table.RegisterRead(nullptr, false, false, 0, 1, &half), -122);
-    EXPECT_EQ(table.RegisterWrite(nullptr, false, false, 0, 1, &half), -122);
+    EXPECT_EQ(table.RegisterRead(nullptr, false, false, 0, 1, &given.half), -122);
+    EXPECT_EQ(table.RegisterWrite(nullptr, false, false, 0, 1, &given.half), -122);
 }
 
 TEST(Interface, after_a_failed_connect_operations_answer_instead_of_touching_what_is_gone) {
     DriverSession session(POD_REVISION_1, {{"KELM.POD_EMUVERSION", "2"}});
     const JSC_Interface& table = operations;
-    bool flag = false;
-    ASSERT_EQ(table.Connect(session.get(), &flag), -203);
+    OperationArguments given;
+    ASSERT_EQ(table.Connect(session.get(), &given.flag), -203);
     session.pod().forget();
     JSC_Inform* handle = session.get();
-    JSC_JtagCommand command{};
-    command.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    command.jtagShift = eJSC_JTAG_SHIFT_DR;
-    command.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    command.jtagEnd = eJSC_JTAG_STATE_IDLE;
-    command.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
-    uint32_t word = 0;
-    uint16_t half = 0;
-    JSC_JtagAmbleDelay amble{};
-    JSC_JtagState state{};
-    JSC_ResetAction reset{};
-    JSC_AdjustStuff adjust{};
-    JSC_PodStatus pod{};
-    JSC_OldStatus old{};
-    const JSC_JtagParam01 fixed{1, 0, 1, false};
-    const JSC_JtagParam16 param{1, 0, 1, &half, &half};
-    EXPECT_EQ(table.StatusTrstn(handle, &flag), -116);
+    EXPECT_EQ(table.StatusTrstn(handle, &given.flag), -116);
     EXPECT_EQ(table.ModifyTrstn(handle, eJSC_JTAG_PIN_SET_LEVEL, 0, 0), -116);
-    EXPECT_EQ(table.GetAmbleDelay(handle, &amble), -116);
-    EXPECT_EQ(table.PutAmbleDelay(handle, &amble), -116);
-    EXPECT_EQ(table.GetLinkDelay(handle, &word, &word, &word), -116);
+    EXPECT_EQ(table.GetAmbleDelay(handle, &given.amble), -116);
+    EXPECT_EQ(table.PutAmbleDelay(handle, &given.amble), -116);
+    EXPECT_EQ(table.GetLinkDelay(handle, &given.word, &given.word, &given.word), -116);
     EXPECT_EQ(table.PutLinkDelay(handle, 0), -116);
     EXPECT_EQ(table.WaitForTclk(handle, 1), -116);
     EXPECT_EQ(table.HoldFreeOuts(handle, false, false, false, false), -116);
     EXPECT_EQ(table.TimingEdge(handle, false, false), -116);
-    EXPECT_EQ(table.GetState(handle, &state), -116);
-    EXPECT_EQ(table.PutState(handle, &command, 0, 1), -116);
-    EXPECT_EQ(table.ScanFixed01(handle, &command, &fixed), -116);
-    EXPECT_EQ(table.ScanSend16(handle, &command, &param), -116);
-    EXPECT_EQ(table.ScanBoth16(handle, &command, &param), -116);
-    EXPECT_EQ(table.ScanRecv16(handle, &command, &param), -116);
-    EXPECT_EQ(table.Reset(handle, &reset), -116);
+    EXPECT_EQ(table.GetState(handle, &given.state), -116);
+    EXPECT_EQ(table.PutState(handle, &given.command, 0, 1), -116);
+    EXPECT_EQ(table.ScanFixed01(handle, &given.command, &given.fixed), -116);
+    EXPECT_EQ(table.ScanSend16(handle, &given.command, &given.param), -116);
+    EXPECT_EQ(table.ScanBoth16(handle, &given.command, &given.param), -116);
+    EXPECT_EQ(table.ScanRecv16(handle, &given.command, &given.param), -116);
+    EXPECT_EQ(table.Reset(handle, &given.reset), -116);
     EXPECT_EQ(table.Diagnose(handle, 0), -116);
-    EXPECT_EQ(table.Adjust(handle, &adjust), -116);
-    EXPECT_EQ(table.PodStatus(handle, &pod), -116);
-    EXPECT_EQ(table.OldStatus(handle, &old), -116);
-    EXPECT_EQ(table.MultipleVersion(handle, eJSC_FEATURE_ID_TBC_VERSION, &flag, &word), -116);
-    EXPECT_EQ(table.Benchmark(handle, 0, false, &word), -116);
+    EXPECT_EQ(table.Adjust(handle, &given.adjust), -116);
+    EXPECT_EQ(table.PodStatus(handle, &given.pod), -116);
+    EXPECT_EQ(table.OldStatus(handle, &given.old), -116);
+    EXPECT_EQ(table.MultipleVersion(handle, eJSC_FEATURE_ID_TBC_VERSION, &given.flag, &given.word),
+              -116);
+    EXPECT_EQ(table.Benchmark(handle, 0, false, &given.word), -116);
     EXPECT_EQ(table.RegisterPoll(handle, eJSC_STATUS_TYPE_COMMAND_FINISH, 0), -116);
-    EXPECT_EQ(table.RegisterRead(handle, false, false, 0, 1, &half), -116);
-    EXPECT_EQ(table.RegisterWrite(handle, false, false, 0, 1, &half), -116);
-    EXPECT_EQ(table.Connect(handle, &flag), -116);
-    EXPECT_EQ(table.Disconnect(handle, &flag), -116);
+    EXPECT_EQ(table.RegisterRead(handle, false, false, 0, 1, &given.half), -116);
+    EXPECT_EQ(table.RegisterWrite(handle, false, false, 0, 1, &given.half), -116);
+    EXPECT_EQ(table.Connect(handle, &given.flag), -116);
+    EXPECT_EQ(table.Disconnect(handle, &given.flag), -116);
     EXPECT_TRUE(session.pod().commands().empty());
     EXPECT_EQ(session.queued(), "");
 }

@@ -1,9 +1,9 @@
 #include "log/store.h"
-
 #include "support/failing_os.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 #include <random>
 #include <string>
 #include <vector>

@@ -1,7 +1,8 @@
 #include "pll/coord.h"
 
-#include <cmath>
 #include <gtest/gtest.h>
+
+#include <cmath>
 #include <iomanip>
 #include <sstream>
 #include <string>
@@ -413,7 +414,7 @@ TEST(Coord, UnusedHighBitsAreDroppedByEveryChange) {
     EXPECT_EQ(changed(pll_SubModulo, coord | high, 1U), coord);
 }
 
-TEST(Coord, ANullCoordinateIsLeftAlone) {
+TEST(Coord, ANullOutputIsLeftOutAndTheOthersAreSet) {
     pll_AddMargin(nullptr, 1);
     pll_SubMargin(nullptr, 1);
     pll_PowerOfTwo(nullptr, 1);
@@ -422,6 +423,12 @@ TEST(Coord, ANullCoordinateIsLeftAlone) {
     pll_SubModulo(nullptr, 1);
     pll_UnPack(0, nullptr, nullptr);
     pll_CountItems(nullptr, nullptr, 1, 0, 0);
+    y_coord_t y = 99;
+    pll_UnPack(packed(3, 17), &y, nullptr);
+    EXPECT_EQ(y, 3);
+    z_coord_t z = 99;
+    pll_UnPack(packed(3, 17), nullptr, &z);
+    EXPECT_EQ(z, 17U);
 }
 
 } // namespace

@@ -1,11 +1,11 @@
 #include "pll/coord.h"
-
 #include "support/foreign_locale.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstdlib>
-#include <gtest/gtest.h>
 #include <optional>
 #include <random>
 #include <string>

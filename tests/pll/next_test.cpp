@@ -1,8 +1,9 @@
 #include "pll/coord.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstring>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,6 +1,5 @@
-#include "pll/pll_variable.h"
-
 #include "jsc_export.h"
+#include "pll/pll_variable.h"
 #include "support/failing_os.h"
 #include "support/key_cases.h"
 

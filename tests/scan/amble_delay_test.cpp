@@ -1,6 +1,5 @@
+#include "common/notation.h"
 #include "scan/amble_delay.h"
-
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -70,7 +69,7 @@ TEST(AmbleDelay, takes_the_groups_that_are_given_once_the_controller_is_idle) {
     EXPECT_EQ(kept.preAmbleDR, 5U);
     EXPECT_EQ(kept.posAmbleDR, 6U);
     EXPECT_EQ(kept.endDelay0, 7U);
-    EXPECT_EQ(podsim::notation::text(pod.queued()), "wait done\nwait done\n");
+    EXPECT_EQ(talvor::notation::text(pod.queued()), "wait done\nwait done\n");
 }
 
 TEST(AmbleDelay, forced_end_delays_win_when_delays_are_given) {

@@ -1,6 +1,5 @@
+#include "common/notation.h"
 #include "scan/command.h"
-
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -35,7 +34,7 @@ Translation translate(const JSC_JtagCommand& made, bool valid_index = false, uin
 }
 
 std::string queued(const InstantPod& pod) {
-    return podsim::notation::text(pod.queued());
+    return talvor::notation::text(pod.queued());
 }
 
 TEST(CheckCommand, accepts_and_refuses_by_range) {

@@ -1,6 +1,5 @@
+#include "common/notation.h"
 #include "scan/link_delay.h"
-
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
@@ -10,7 +9,7 @@ namespace {
 using test_support::InstantPod;
 
 std::string queued(const InstantPod& pod) {
-    return podsim::notation::text(pod.queued());
+    return talvor::notation::text(pod.queued());
 }
 
 TEST(LinkDelay, reports_the_sum_and_applies_its_remainder) {

@@ -1,29 +1,19 @@
+#include "common/notation.h"
 #include "scan/scan_engine.h"
-
-#include "podsim/batch/notation.h"
 #include "scan/scan_stream.h"
 #include "support/instant_pod.h"
+#include "support/jtag_command.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
+using test_support::empty_batch;
 using test_support::InstantPod;
-
-JSC_JtagCommand plain_command() {
-    JSC_JtagCommand made{};
-    made.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    made.jtagShift = eJSC_JTAG_SHIFT_DR;
-    made.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    made.jtagEnd = eJSC_JTAG_STATE_PAUSE_DR;
-    made.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
-    made.jtagUsage = eJSC_JTAG_USAGE_FRESH;
-    made.jtagWidth = eJSC_JTAG_WIDTH_16;
-    return made;
-}
+using test_support::scan_command;
 
 std::string text(const std::vector<uint16_t>& words) {
-    return podsim::notation::text(words);
+    return talvor::notation::text(words);
 }
 
 std::string launched(const char* count, const char* option) {
@@ -34,7 +24,7 @@ std::string launched(const char* count, const char* option) {
 class ScanEngine : public testing::Test {
 protected:
     InstantPod pod;
-    JSC_JtagCommand command = plain_command();
+    JSC_JtagCommand command = scan_command(eJSC_JTAG_SHIFT_DR, eJSC_JTAG_STATE_PAUSE_DR);
     uint16_t out[4] = {0x1111, 0x2222, 0x3333, 0x4444};
     uint16_t in[4] = {};
 
@@ -46,11 +36,11 @@ protected:
 TEST_F(ScanEngine, a_fixed_scan_counts_its_bits) {
     EXPECT_EQ(TbcScanFixed(pod.get(), 6, 18, false, true), 0);
     EXPECT_EQ(text(pod.queued()), launched("0011", "0100"));
-    pod.empty_batch();
+    empty_batch(*pod.block);
     EXPECT_EQ(TbcScanFixed(pod.get(), 6, 0x20003, true, false), 0);
     EXPECT_EQ(text(pod.queued()), "write 12 0012\nwrite 13 0002\nwait done\nwrite 4 0000\n"
                                   "write 10 6001\nwrite 10 4080\n");
-    pod.empty_batch();
+    empty_batch(*pod.block);
     EXPECT_EQ(TbcScanFixed(pod.get(), 6, 0, false, false), -122);
     EXPECT_EQ(TbcScanFixed(pod.get(), 6, 0, true, false), -122);
     EXPECT_TRUE(pod.queued().empty());
@@ -107,7 +97,7 @@ TEST_F(ScanEngine, the_receive_strategy_moves_what_the_option_bits_say) {
         std::snprintf(digits, sizeof digits, "%04x", unsigned{option});
         EXPECT_EQ(text(pod.queued()),
                   std::string("wait done\nwrite 4 ") + digits + "\nwrite 10 6001\nwrite 10 4080\n");
-        pod.empty_batch();
+        empty_batch(*pod.block);
     }
     EXPECT_EQ(receive(0x0300, 48), 0);
     EXPECT_EQ(text(pod.queued()), "write 12 002f\nwait done\nwrite 4 0300\nwrite 10 6001\n"
@@ -119,7 +109,7 @@ TEST_F(ScanEngine, the_receive_strategy_moves_what_the_option_bits_say) {
 TEST_F(ScanEngine, the_receive_strategy_strips_the_receive_bit_of_a_send) {
     EXPECT_EQ(receive(0x0700, 16, true, true), 0);
     EXPECT_EQ(text(pod.queued()), launched("000f", "0300") + "write 23 1111\n");
-    pod.empty_batch();
+    empty_batch(*pod.block);
     EXPECT_EQ(receive(0x0600, 16, true, true), 0);
     EXPECT_EQ(text(pod.queued()), "wait done\nwrite 4 0200\nwrite 10 6001\nwrite 10 4080\n");
 }

@@ -1,16 +1,17 @@
 // Every combination of what a scan is told, compared word for word with a generator that knows the
 // wire format and the rules of a scan, and nothing of the engine.
+#include "common/notation.h"
 #include "scan/scan_operation.h"
-
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
 
 #include <gtest/gtest.h>
+
 #include <span>
 #include <string>
 
 namespace {
 
+using test_support::empty_batch;
 using test_support::InstantPod;
 using Words = std::vector<uint16_t>;
 
@@ -260,7 +261,7 @@ std::string describe(const ScanCase& scan) {
 std::string text(const std::vector<Words>& batches) {
     std::string all;
     for (const Words& words : batches) {
-        all += podsim::notation::text(words) + "---\n";
+        all += talvor::notation::text(words) + "---\n";
     }
     return all;
 }
@@ -289,7 +290,7 @@ public:
         const Generator expected(scan, board_);
         ++compared_;
         pod_.batches.clear();
-        pod_.empty_batch();
+        empty_batch(*pod_.block);
         std::fill(std::begin(pod_.control.registerCache), std::end(pod_.control.registerCache),
                   uint16_t{0});
         received_ = 0;

@@ -2,35 +2,24 @@
 // compared bit for bit.
 #include "api/diagnose.h"
 #include "api/register_access.h"
+#include "common/notation.h"
 #include "scan/scan_operation.h"
 #include "scan/state.h"
 #include "support/bare_handle.h"
 #include "support/instant_pod.h"
+#include "support/jtag_command.h"
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"
 
-#include "podsim/batch/notation.h"
+#include <gtest/gtest.h>
 
 #include <deque>
-#include <gtest/gtest.h>
 
 namespace {
 
 using test_support::InstantPod;
+using test_support::scan_command;
 using Words = std::vector<uint16_t>;
-
-JSC_JtagCommand dr_scan() {
-    JSC_JtagCommand made{};
-    made.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    made.jtagShift = eJSC_JTAG_SHIFT_DR;
-    made.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    made.jtagEnd = eJSC_JTAG_STATE_IDLE;
-    made.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
-    made.jtagUsage = eJSC_JTAG_USAGE_FRESH;
-    made.jtagWidth = eJSC_JTAG_WIDTH_16;
-    made.jtagAdjust = eJSC_JTAG_ADJUST_USER;
-    return made;
-}
 
 Words pattern(size_t count) {
     Words words(count);
@@ -84,23 +73,23 @@ struct LoopPod {
 
     InstantPod pod;
     Loop loop;
-    JSC_JtagCommand command = dr_scan();
+    JSC_JtagCommand command = scan_command();
 };
 
 // What all batches together hold, without the status reads and markers that batches add.
 Words stream_of(const std::vector<Words>& batches) {
     Words all;
     for (const Words& words : batches) {
-        std::vector<podsim::notation::Item> items = podsim::notation::items(words);
+        std::vector<talvor::notation::Item> items = talvor::notation::items(words);
         size_t at = 0;
         const size_t end = words.size() - 3;
         for (const auto& item : items) {
-            const size_t length = podsim::notation::length_words(item);
-            const bool marker = item.kind == podsim::notation::Kind::MarkerOpen ||
-                                item.kind == podsim::notation::Kind::MarkerFull;
+            const size_t length = talvor::notation::length_words(item);
+            const bool marker = item.kind == talvor::notation::Kind::MarkerOpen ||
+                                item.kind == talvor::notation::Kind::MarkerFull;
             if (at < end && !marker) {
-                all.insert(all.end(), words.begin() + static_cast<std::ptrdiff_t>(at),
-                           words.begin() + static_cast<std::ptrdiff_t>(at + length));
+                all.insert(all.end(), words.begin() + static_cast<ptrdiff_t>(at),
+                           words.begin() + static_cast<ptrdiff_t>(at + length));
             }
             at += length;
         }
@@ -119,7 +108,7 @@ TEST(ScanLength, half_a_million_bits_both_ways_through_the_channel) {
     constexpr uint32_t bits = 524288;
     Words out = pattern(bits / 16);
     Words in(bits / 16);
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     const JSC_JtagParam16 param{1, 0, bits, out.data(), in.data()};
     EXPECT_EQ(jsc_ScanBoth16(handle.get(), &command, &param), 0);
     EXPECT_EQ(loop.sent, out);
@@ -179,7 +168,7 @@ TEST(ScanLength, ten_million_bits_received) {
         return port == TBC_PORT_RECEIVE ? expected[received++] : uint16_t{0};
     };
     Words in(expected.size());
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     const JSC_JtagParam16 param{1, 0, 10'000'000, nullptr, in.data()};
     EXPECT_EQ(jsc_ScanRecv16(pod.get(), &command, &param), 0);
     EXPECT_TRUE(in == expected);
@@ -201,7 +190,7 @@ TEST(ScanLength, many_repeats_both_ways) {
 
 TEST(ScanLength, thousands_of_sends_stay_queued_and_come_out_in_order) {
     InstantPod pod;
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     constexpr uint32_t scans = 4000;
     constexpr uint32_t words = 63;
     Words out = pattern(size_t{scans} * words);
@@ -246,7 +235,7 @@ TEST(ScanLength, reads_over_several_markers_keep_their_order) {
     pod.give = [&](uint16_t port) { return port == TBC_PORT_RECEIVE ? next++ : uint16_t{0x0BAD}; };
     constexpr uint32_t words = 3 * SHM_MARKER_READS + 17;
     Words in(words);
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     const JSC_JtagParam16 param{1, 0, words * 16, nullptr, in.data()};
     EXPECT_EQ(jsc_ScanRecv16(pod.get(), &command, &param), 0);
     ASSERT_EQ(pod.batches.size(), 1U);
@@ -267,7 +256,7 @@ void pad(InstantPod& pod, uint32_t count) {
 
 TEST(ScanLength, a_scan_that_exactly_fills_the_block_is_one_flush) {
     constexpr uint32_t words = 60000;
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     Words in(words);
     const JSC_JtagParam16 param{1, 0, words * 16, nullptr, in.data()};
     uint32_t natural = 0;
@@ -300,7 +289,7 @@ TEST(ScanLength, a_failed_flush_on_the_way_ends_the_scan_with_its_code) {
     pod.recording = false;
     Words out = pattern(200'000);
     Words in(out.size(), 0xDEAD);
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     const JSC_JtagParam16 param{1, 0, 3'200'000, out.data(), in.data()};
     for (const auto scan : {jsc_ScanSend16, jsc_ScanBoth16, jsc_ScanRecv16}) {
         pod.flushes = 0;
@@ -326,7 +315,7 @@ TEST(ScanLength, a_failed_flush_on_the_way_ends_the_scan_with_its_code) {
 TEST(ScanLength, an_unflushed_send_leaves_the_register_cache_right) {
     // The count registers are written once for both scans, though a flush lies between them.
     InstantPod pod;
-    const JSC_JtagCommand command = dr_scan();
+    const JSC_JtagCommand command = scan_command();
     Words out = pattern(50'000);
     const JSC_JtagParam16 param{1, 0, 800'000, out.data(), nullptr};
     ASSERT_EQ(jsc_ScanSend16(pod.get(), &command, &param), 0);
@@ -334,8 +323,8 @@ TEST(ScanLength, an_unflushed_send_leaves_the_register_cache_right) {
     ASSERT_EQ(qel_PerformIo(pod.get()), 0);
     const Words all = stream_of(pod.batches);
     unsigned counts = 0;
-    for (const auto& item : podsim::notation::items(all)) {
-        counts += item.kind == podsim::notation::Kind::Write && item.port == TBC_PORT_COUNT_LOW;
+    for (const auto& item : talvor::notation::items(all)) {
+        counts += item.kind == talvor::notation::Kind::Write && item.port == TBC_PORT_COUNT_LOW;
     }
     EXPECT_EQ(counts, 1U);
     EXPECT_EQ(pod.control.registerCache[TBC_PORT_COUNT_LOW], (800'000 - 1) & 0xFFFF);

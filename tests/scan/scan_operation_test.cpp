@@ -1,36 +1,23 @@
+#include "common/notation.h"
 #include "scan/scan_operation.h"
-
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
+#include "support/jtag_command.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using test_support::InstantPod;
-
-JSC_JtagCommand dr_scan() {
-    JSC_JtagCommand made{};
-    made.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    made.jtagShift = eJSC_JTAG_SHIFT_DR;
-    made.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    made.jtagEnd = eJSC_JTAG_STATE_IDLE;
-    made.jtagDelay = eJSC_JTAG_DELAY_USE_END;
-    made.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
-    made.jtagUsage = eJSC_JTAG_USAGE_FRESH;
-    made.jtagWidth = eJSC_JTAG_WIDTH_16;
-    made.jtagAdjust = eJSC_JTAG_ADJUST_USER;
-    return made;
-}
+using test_support::scan_command;
 
 std::string text(const std::vector<uint16_t>& words) {
-    return podsim::notation::text(words);
+    return talvor::notation::text(words);
 }
 
 class ScanOperation : public testing::Test {
 protected:
     InstantPod pod;
-    JSC_JtagCommand command = dr_scan();
+    JSC_JtagCommand command = scan_command();
     uint16_t out[8] = {0x1111, 0x2222, 0x3333, 0x4444, 0x5555, 0x6666, 0x7777, 0x8888};
     uint16_t in[8] = {};
 
@@ -150,11 +137,11 @@ TEST_F(ScanOperation, refuses_what_no_scan_can_be_made_of_and_writes_nothing) {
               made.jtagBefore = eJSC_JTAG_TRANSIT_VIA_IDLE;
               made.jtagAmble = eJSC_JTAG_AMBLE_INVALID_LAST;
           }}) {
-        command = dr_scan();
+        command = scan_command();
         spoil(command);
         expect_all(good, -122);
     }
-    command = dr_scan();
+    command = scan_command();
     expect_all(param(16, 0), -122);
     expect_all(param(0), -122);
     expect_nothing_written();

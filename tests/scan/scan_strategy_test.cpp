@@ -1,5 +1,5 @@
 // The scan strategies, called by their names: one repeat, without the engine's own checks.
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 #include "scan/scan_engine.h"
 #include "support/instant_pod.h"
 
@@ -17,7 +17,7 @@ protected:
         command.jtagAmble = eJSC_JTAG_AMBLE_BOTH;
     }
 
-    std::string queued() { return podsim::notation::text(pod.queued()); }
+    std::string queued() { return talvor::notation::text(pod.queued()); }
 
     InstantPod pod;
     JSC_JtagCommand command{};

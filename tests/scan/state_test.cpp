@@ -1,23 +1,17 @@
+#include "common/notation.h"
 #include "scan/state.h"
-
-#include "podsim/batch/notation.h"
 #include "support/instant_pod.h"
+#include "support/jtag_command.h"
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using test_support::InstantPod;
+using test_support::move_command;
 
 std::string queued(const InstantPod& pod) {
-    return podsim::notation::text(pod.queued());
-}
-
-JSC_JtagCommand move(JSC_JtagTransit after, JSC_JtagState end) {
-    JSC_JtagCommand made{};
-    made.jtagAfter = after;
-    made.jtagEnd = end;
-    return made;
+    return talvor::notation::text(pod.queued());
 }
 
 TEST(GetState, translates_every_code) {
@@ -36,7 +30,7 @@ TEST(GetState, translates_every_code) {
         EXPECT_EQ(state, states[code]);
         EXPECT_EQ(gLegacyToJtagState[code], states[code]);
     }
-    EXPECT_EQ(podsim::notation::text(pod.batches[0]),
+    EXPECT_EQ(talvor::notation::text(pod.batches[0]),
               "wait done\nread 18\nread 31\nread 16\nread 17\n");
 }
 
@@ -72,7 +66,7 @@ TEST(PutState, issues_one_go_to_a_repeat) {
           Row{eJSC_JTAG_TRANSIT_VIA_IDLE, eJSC_JTAG_STATE_PAUSE_DR, "write 11 20e6\n"},
           Row{eJSC_JTAG_TRANSIT_VIA_IDLE, eJSC_JTAG_STATE_PAUSE_IR, "write 11 20e7\n"}}) {
         InstantPod pod;
-        const JSC_JtagCommand made = move(row.after, row.end);
+        const JSC_JtagCommand made = move_command(row.end, row.after);
         EXPECT_EQ(jsc_PutState(pod.get(), &made, 1234, 1), 0);
         EXPECT_EQ(queued(pod),
                   std::string("wait done\nwait done\n") + row.word + "write 10 4080\n");
@@ -81,7 +75,7 @@ TEST(PutState, issues_one_go_to_a_repeat) {
 
 TEST(PutState, repeats) {
     InstantPod pod;
-    const JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    const JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 3), 0);
     EXPECT_EQ(queued(pod), "wait done\nwait done\nwrite 11 1002\nwrite 10 4080\n"
                            "wait done\nwrite 10 4080\nwait done\nwrite 10 4080\n");
@@ -89,7 +83,7 @@ TEST(PutState, repeats) {
 
 TEST(PutState, with_a_shift_goes_to_the_path_first) {
     InstantPod pod;
-    JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     made.jtagBefore = eJSC_JTAG_TRANSIT_VIA_CAPTURE;
     made.jtagShift = eJSC_JTAG_SHIFT_IR;
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), 0);
@@ -99,11 +93,11 @@ TEST(PutState, with_a_shift_goes_to_the_path_first) {
 
 TEST(PutState, refuses_a_command_before_anything_is_queued) {
     InstantPod pod;
-    JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_INVALID_MIDDLE);
+    JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_INVALID_MIDDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
     made.jtagEnd = eJSC_JTAG_STATE_CAPTURE_DR; // a state, but none that holds
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
-    made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    made = move_command(eJSC_JTAG_STATE_IDLE);
     made.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
     made.jtagShift = eJSC_JTAG_SHIFT_INDEX;
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
@@ -116,7 +110,7 @@ TEST(PutState, refuses_a_command_before_anything_is_queued) {
 
 TEST(PutState, refuses_a_count_of_zero_after_the_wait) {
     InstantPod pod;
-    const JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    const JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 0), -122);
     EXPECT_EQ(queued(pod), "wait done\n");
 }
@@ -125,7 +119,7 @@ TEST(PutState, returns_the_failure_of_a_flush_that_made_room) {
     InstantPod pod;
     pod.recording = false;
     pod.failing = 1;
-    const JSC_JtagCommand made = move(eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_STATE_IDLE);
+    const JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1000000), -140);
     EXPECT_EQ(pod.flushes, 1U);
     EXPECT_EQ(pod.inform.podError, -140);
@@ -180,8 +174,8 @@ TEST(TimingEdge, takes_the_edge_of_the_configuration_and_applies_the_link_delay)
         pod.control.priorConfig = 0x0080;
         EXPECT_EQ(jsc_TimingEdge(pod.get(), !edge, !edge), 0);
         ASSERT_EQ(pod.batches.size(), 2U);
-        EXPECT_EQ(podsim::notation::text(pod.batches[0]), "wait done\nread 31\nread 16\nread 17\n");
-        EXPECT_EQ(podsim::notation::text(pod.batches[1]), std::string("write 5 ") +
+        EXPECT_EQ(talvor::notation::text(pod.batches[0]), "wait done\nread 31\nread 16\nread 17\n");
+        EXPECT_EQ(talvor::notation::text(pod.batches[1]), std::string("write 5 ") +
                                                               (edge ? "0808" : "0800") +
                                                               "\nread 31\nread 16\nread 17\n");
         EXPECT_EQ(queued(pod), "write 4 0085\n");

@@ -1,8 +1,7 @@
-#include "scan/trst.h"
-
+#include "common/notation.h"
 #include "controller/time_value.h"
 #include "log/store.h"
-#include "podsim/batch/notation.h"
+#include "scan/trst.h"
 #include "support/instant_pod.h"
 #include "support/recorded_sleeps.h"
 
@@ -43,7 +42,7 @@ protected:
     std::string text() {
         std::string all;
         for (const auto& words : pod.batches) {
-            all += podsim::notation::text(words) + "--\n";
+            all += talvor::notation::text(words) + "--\n";
         }
         return all;
     }

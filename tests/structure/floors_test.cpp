@@ -1,4 +1,5 @@
-// The floors of the house: an include never runs up, and never in a circle.
+// The floors of the house: an include never runs up, never in a circle, and never to a room that is
+// another's own.
 #include "structure/include_graph.h"
 
 #include <gmock/gmock.h>
@@ -6,16 +7,14 @@
 
 namespace {
 
+using structure::Floors;
 using structure::IncludeGraph;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const std::string source_dir = TALVOR_SOURCE_DIR;
+// ---- the reader of the graph ------------------------------------------------------------------
 
-// Ground first. `log` and `config` are neighbours and do not know each other.
-const std::vector<std::vector<std::string>> driver_floors = {
-    {"sys"},        {"log", "config"}, {"pll"}, {"transport"},
-    {"controller"}, {"scan"},          {"api"}, {"export"}};
+const Floors kTwoFloors = {{"controller", "log"}, {"scan"}};
 
 TEST(IncludeGraphTest, FindsQuotedIncludesOnly) {
     EXPECT_THAT(
@@ -25,22 +24,36 @@ TEST(IncludeGraphTest, FindsQuotedIncludesOnly) {
 }
 
 TEST(IncludeGraphTest, TellsAnArrowThatRunsUp) {
-    const IncludeGraph graph = {{"scan/engine.cpp", {"controller/wait.h"}},
-                                {"controller/wait.cpp", {"scan/engine.h"}}};
-    EXPECT_THAT(structure::arrows_up(graph, driver_floors),
-                ElementsAre("controller/wait.cpp -> scan/engine.h"));
+    const IncludeGraph graph = {{"src/scan/engine.cpp", {"src/controller/wait.h"}},
+                                {"src/controller/wait.cpp", {"src/scan/engine.h"}}};
+    EXPECT_THAT(structure::arrows_up(graph, "src", kTwoFloors),
+                ElementsAre("src/controller/wait.cpp -> src/scan/engine.h"));
 }
 
 TEST(IncludeGraphTest, TellsAnArrowBetweenNeighbours) {
-    const IncludeGraph graph = {{"config/key.cpp", {"log/store.h"}}};
-    EXPECT_THAT(structure::arrows_up(graph, driver_floors),
-                ElementsAre("config/key.cpp -> log/store.h"));
+    const IncludeGraph graph = {{"src/controller/key.cpp", {"src/log/store.h"}}};
+    EXPECT_THAT(structure::arrows_up(graph, "src", kTwoFloors),
+                ElementsAre("src/controller/key.cpp -> src/log/store.h"));
 }
 
 TEST(IncludeGraphTest, TellsAFolderThatIsNoFloor) {
-    const IncludeGraph graph = {{"api/handle.cpp", {"cellar/rat.h"}}};
-    EXPECT_THAT(structure::arrows_up(graph, driver_floors),
-                ElementsAre("api/handle.cpp -> cellar/rat.h"));
+    const IncludeGraph graph = {{"src/scan/handle.cpp", {"src/cellar/rat.h"}},
+                                {"src/cellar/rat.cpp", {"src/log/store.h"}}};
+    EXPECT_THAT(structure::arrows_up(graph, "src", kTwoFloors),
+                ElementsAre("src/cellar/rat.cpp -> src/log/store.h",
+                            "src/scan/handle.cpp -> src/cellar/rat.h"));
+}
+
+TEST(IncludeGraphTest, LeavesOtherHousesToTheirOwnRule) {
+    const IncludeGraph graph = {{"src/scan/handle.cpp", {"include/host.h"}}};
+    EXPECT_THAT(structure::arrows_up(graph, "src", kTwoFloors), IsEmpty());
+}
+
+TEST(IncludeGraphTest, TellsAnArrowIntoAForeignRoom) {
+    const IncludeGraph graph = {
+        {"tool/a.cpp", {"tool/b.h", "include/host.h", "src/sys/os.h", "common/text.h"}}};
+    EXPECT_THAT(structure::arrows_out(graph, "tool", {"common", "include/host.h"}),
+                ElementsAre("tool/a.cpp -> src/sys/os.h"));
 }
 
 TEST(IncludeGraphTest, TellsACircle) {
@@ -66,35 +79,140 @@ TEST(IncludeGraphTest, TellsTwoUnitsThatNeedEachOther) {
     EXPECT_EQ(structure::circle(structure::units_of(graph)), "sys/a -> sys/b -> sys/a");
 }
 
-TEST(FloorsTest, EveryIncludeOfTheDriverRunsDown) {
-    const IncludeGraph graph = structure::read_include_graph(source_dir + "/src");
-    ASSERT_GT(graph.size(), 20u) << "the driver's sources were not found";
-    EXPECT_THAT(structure::arrows_up(graph, driver_floors), IsEmpty());
+// ---- the tree ---------------------------------------------------------------------------------
+
+const std::vector<std::string> kHostHeaders = {"include/jti_typedef.h", "include/cfg_export.h",
+                                               "include/jsc_external.h", "include/jsc_export.h",
+                                               "include/shm_structs.h"};
+
+std::vector<std::string> with_host_headers(std::vector<std::string> places) {
+    places.insert(places.end(), kHostHeaders.begin(), kHostHeaders.end());
+    return places;
+}
+
+// A house: what it may include outside of itself, its floors, ground first (none: it has one room),
+// and an include count below which the graph was not read rightly.
+struct House {
+    std::string name;
+    std::vector<std::string> allowed;
+    Floors floors;
+    size_t least_edges;
+};
+
+std::vector<House> houses() {
+    return {
+        {"hardware", {}, {}, 0},
+        {"src",
+         {"include", "hardware"},
+         {{"sys"},
+          {"log", "config"}, // neighbours that do not know each other
+          {"pll"},
+          {"transport"},
+          {"controller"},
+          {"scan"},
+          {"api"},
+          {"export"}},
+         300},
+        {"common", {"hardware", "include/shm_structs.h"}, {}, 10},
+        {"podsim",
+         {"common", "hardware", "include/shm_structs.h", "include/jti_typedef.h"},
+         {{"base", "model"},
+          {"batch"},
+          {"proxy", "control"},
+          {"pod"},
+          {"description", "trace", "external"},
+          {"station"},
+          {"main"}},
+         150},
+        {"host",
+         with_host_headers({"common"}),
+         {{"jtag"},
+          {"waveform", "svf", "board"},
+          {"driver"},
+          {"clock", "chain"},
+          {"session"},
+          {"simulator"}},
+         150},
+        {"tool",
+         with_host_headers({"common", "host"}),
+         {{"output", "command_line"}, {"commands"}, {"main.cpp"}},
+         80},
+    };
+}
+
+const IncludeGraph& tree() {
+    static const IncludeGraph graph = structure::read_include_graph(
+        TALVOR_SOURCE_DIR, {"hardware", "include", "src", "common", "podsim", "host", "tool"},
+        {"", "include", "src"});
+    return graph;
+}
+
+TEST(FloorsTest, TheGraphHoldsEveryHouse) {
+    for (const House& house : houses()) {
+        const IncludeGraph part = structure::part_of(tree(), house.name);
+        EXPECT_FALSE(part.empty()) << house.name;
+        EXPECT_GE(structure::count_edges(part), house.least_edges) << house.name;
+    }
+}
+
+TEST(FloorsTest, EveryIncludeRunsDown) {
+    for (const House& house : houses()) {
+        if (!house.floors.empty()) {
+            EXPECT_THAT(structure::arrows_up(tree(), house.name, house.floors), IsEmpty());
+        }
+    }
+}
+
+TEST(FloorsTest, NoHouseIncludesWhatIsAnothersOwn) {
+    for (const House& house : houses()) {
+        EXPECT_THAT(structure::arrows_out(tree(), house.name, house.allowed), IsEmpty());
+    }
 }
 
 TEST(FloorsTest, NoIncludeRunsInACircle) {
-    for (const char* place : {"/src", "/include", "/podsim", "/tool"}) {
-        const IncludeGraph graph = structure::read_include_graph(source_dir + place);
-        EXPECT_EQ(structure::circle(graph), "") << place;
-        EXPECT_EQ(structure::circle(structure::units_of(graph)), "") << place;
+    EXPECT_EQ(structure::circle(tree()), "");
+    for (const House& house : houses()) {
+        EXPECT_EQ(structure::circle(structure::units_of(structure::part_of(tree(), house.name))),
+                  "")
+            << house.name;
+    }
+}
+
+TEST(FloorsTest, OnlyFloorsFromTheTransportUpSeeTheHandle) {
+    for (const char* floor : {"sys", "log", "config", "pll"}) {
+        const IncludeGraph part = structure::part_of(tree(), std::string("src/") + floor);
+        for (const auto& [file, includes] : part) {
+            EXPECT_THAT(includes, testing::Not(testing::Contains("include/jsc_internal.h")))
+                << file;
+        }
+    }
+}
+
+TEST(FloorsTest, OnlyFloorsThatReadTheConfigurationSeeItsRecords) {
+    for (const char* floor : {"sys", "log"}) {
+        const IncludeGraph part = structure::part_of(tree(), std::string("src/") + floor);
+        for (const auto& [file, includes] : part) {
+            EXPECT_THAT(includes, testing::Not(testing::Contains("include/read_variable.h")))
+                << file;
+        }
     }
 }
 
 TEST(FloorsTest, HostHeadersDoNotKnowTheDriversOwn) {
-    const IncludeGraph graph = structure::read_include_graph(source_dir + "/include");
-    for (const char* host : {"jti_typedef.h", "cfg_export.h", "jsc_external.h", "jsc_export.h"}) {
-        ASSERT_EQ(graph.count(host), 1u) << host;
-        for (const std::string& include : graph.at(host)) {
-            EXPECT_TRUE(include == "jti_typedef.h" || include == "cfg_export.h" ||
-                        include == "jsc_external.h")
-                << host << " -> " << include;
+    for (const std::string& header : kHostHeaders) {
+        ASSERT_EQ(tree().count(header), 1u) << header;
+        for (const std::string& include : tree().at(header)) {
+            EXPECT_THAT(kHostHeaders, testing::Contains(include)) << header;
         }
     }
 }
 
 TEST(FloorsTest, TheChannelHeaderStandsOnItsOwn) {
-    const IncludeGraph graph = structure::read_include_graph(source_dir + "/include");
-    EXPECT_THAT(graph.at("shm_structs.h"), IsEmpty());
+    EXPECT_THAT(tree().at("include/shm_structs.h"), IsEmpty());
+}
+
+TEST(FloorsTest, TheFolderOfHeadersHoldsSeven) {
+    EXPECT_THAT(structure::part_of(tree(), "include"), testing::SizeIs(7));
 }
 
 } // namespace

@@ -1,10 +1,11 @@
 // The library as the loader sees it: its name, its needs, its exported names, its hardening.
 #include "support/run_program.h"
 
-#include <algorithm>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <algorithm>
+#include <fstream>
 #include <sstream>
 
 namespace {

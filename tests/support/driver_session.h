@@ -4,7 +4,7 @@
 
 #include "api/connect.h"
 #include "api/handle.h"
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 #include "support/leak_guard.h"
 #include "support/recorded_sleeps.h"
 #include "support/recording_config.h"
@@ -83,7 +83,7 @@ public:
     // What is queued and not flushed, in the batch notation.
     std::string queued() {
         const lcl_shm& block = *pod().block();
-        return podsim::notation::text(
+        return talvor::notation::text(
             std::span(block.tbcOMblock, block.tbcMblockPtr).subspan(SHM_EMPTY_BATCH_WORDS));
     }
 

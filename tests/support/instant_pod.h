@@ -4,6 +4,7 @@
 #pragma once
 
 #include "hardware/pod_revision.h"
+#include "support/empty_batch.h"
 #include "support/failing_os.h"
 #include "transport/batch.h"
 
@@ -29,7 +30,7 @@ public:
         control.emuRevision = revision;
         control.timeDependOld.tclkFreq = 20000;
         control.timeDependNew.tclkFreq = 20000;
-        empty_batch();
+        empty_batch(*block);
     }
     InstantPod(const InstantPod&) = delete;
     InstantPod& operator=(const InstantPod&) = delete;
@@ -57,16 +58,6 @@ public:
     // The words queued and not flushed, the two of an empty batch not counted.
     std::vector<uint16_t> queued() const {
         return {block->tbcOMblock + SHM_EMPTY_BATCH_WORDS, block->tbcOMblock + block->tbcMblockPtr};
-    }
-
-    void empty_batch() {
-        block->tbcOMblock[0] = SHM_WORD_RESERVED;
-        block->tbcOMblock[SHM_EMPTY_MARKER_INDEX] = SHM_MARKER_OPEN;
-        block->tbcMblockPtr = SHM_EMPTY_BATCH_WORDS;
-        block->lastWCNTR = SHM_EMPTY_MARKER_INDEX;
-        block->useZeroOfs = 0;
-        block->rdCntrLcl = 0;
-        block->rdCntrGbl = 0;
     }
 
     std::unique_ptr<lcl_shm> block = std::make_unique<lcl_shm>();
@@ -103,7 +94,7 @@ private:
             }
             block->status = static_cast<int32_t>(reads * sizeof(uint16_t));
         }
-        empty_batch();
+        empty_batch(*block);
     }
 
     void run() {

@@ -65,10 +65,10 @@ Record initial_record(const Family<Record>& family) {
 
 // The record when the global context is there and the first `count` keys were read.
 template <typename Record>
-Record expected_after(const Family<Record>& family, std::size_t count) {
+Record expected_after(const Family<Record>& family, size_t count) {
     Record record = initial_record(family);
     record.found = true;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         family.cases[i].effect(record);
     }
     return record;
@@ -76,7 +76,7 @@ Record expected_after(const Family<Record>& family, std::size_t count) {
 
 // The record when the reading failed at key `at`, which was found or not even looked up.
 template <typename Record>
-Record expected_failure(const Family<Record>& family, std::size_t at, bool found) {
+Record expected_failure(const Family<Record>& family, size_t at, bool found) {
     if (family.all_or_nothing) {
         return expected_after(family, 0);
     }
@@ -88,9 +88,9 @@ Record expected_failure(const Family<Record>& family, std::size_t at, bool found
 }
 
 template <typename Record>
-std::vector<std::string> first_keys(const Family<Record>& family, std::size_t count) {
+std::vector<std::string> first_keys(const Family<Record>& family, size_t count) {
     std::vector<std::string> keys;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i) {
         keys.push_back(family.cases[i].key);
     }
     return keys;
@@ -169,7 +169,7 @@ void check_full(const Family<Record>& family) {
 // The host refuses to look a key up: its code, nothing of this key and the later ones is touched.
 template <typename Record>
 void check_lookup_errors(const Family<Record>& family) {
-    for (std::size_t at = 0; at < family.cases.size(); ++at) {
+    for (size_t at = 0; at < family.cases.size(); ++at) {
         SCOPED_TRACE(family.cases[at].key);
         RecordingConfig config;
         fill(family, config).fail_lookup(family.cases[at].key, kHostError);
@@ -189,7 +189,7 @@ void check_read_errors(const Family<Record>& family) {
     fill(family, full);
     Record scratch = initial_record(family);
     ASSERT_EQ(family.read(full.handle(), full.table(), &scratch), 0);
-    for (std::size_t at = 0; at < family.cases.size(); ++at) {
+    for (size_t at = 0; at < family.cases.size(); ++at) {
         const KeyCase<Record>& item = family.cases[at];
         SCOPED_TRACE(item.key);
         const auto reads = full.reads_of(item.key);
@@ -210,7 +210,7 @@ void check_read_errors(const Family<Record>& family) {
 // A text that is no good: the code of the table, nothing later is asked.
 template <typename Record>
 void check_bad_texts(const Family<Record>& family) {
-    for (std::size_t at = 0; at < family.cases.size(); ++at) {
+    for (size_t at = 0; at < family.cases.size(); ++at) {
         const KeyCase<Record>& item = family.cases[at];
         if (item.bad == nullptr) {
             continue;
@@ -331,7 +331,7 @@ inline std::vector<std::string> texts_for(const char* const* titles) {
     std::vector<std::string> texts = {""};
     for (; *titles != nullptr; ++titles) {
         const std::string word = *titles;
-        for (std::size_t length = 1; length <= word.size(); ++length) {
+        for (size_t length = 1; length <= word.size(); ++length) {
             std::string lower = word.substr(0, length);
             std::ranges::transform(lower, lower.begin(), [](unsigned char c) {
                 return static_cast<char>(std::tolower(c));

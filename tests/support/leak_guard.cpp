@@ -1,8 +1,9 @@
 #include "support/leak_guard.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <system_error>
 
 namespace test_support {

@@ -3,10 +3,11 @@
 #include "support/podsim_process.h"
 #include "support/run_program.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <gtest/gtest.h>
 #include <optional>
 #include <vector>
 

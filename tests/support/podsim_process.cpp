@@ -65,7 +65,7 @@ std::string await_ready(int fd) {
         if (count <= 0) {
             break;
         }
-        line.append(bytes.data(), static_cast<std::size_t>(count));
+        line.append(bytes.data(), static_cast<size_t>(count));
     }
     return line;
 }

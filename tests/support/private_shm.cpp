@@ -1,6 +1,6 @@
 #include "support/private_shm.h"
 
-#include "podsim/privacy/private_shm.h"
+#include "common/private_shm.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -13,7 +13,7 @@
 namespace test_support {
 
 ShmPrivacy enter_private_shm() {
-    if (!podsim::enter_private_shm().failed()) {
+    if (talvor::enter_private_shm()) {
         return ShmPrivacy::Private;
     }
     // The descriptor stays open until the process ends, and the lock with it.

@@ -11,16 +11,16 @@
 namespace test_support {
 namespace {
 
-constexpr std::size_t kSlots = sizeof(CFG_Interface) / sizeof(CFG_Unused_t);
+constexpr size_t kSlots = sizeof(CFG_Interface) / sizeof(CFG_Unused_t);
 constexpr JTI_Error kUnexpectedCall = -9099;
 
-template <std::size_t slot>
+template <size_t slot>
 JTI_Error unexpected() {
     ADD_FAILURE() << "the driver called slot " << slot << " of the host's table";
     return kUnexpectedCall;
 }
 
-template <std::size_t... slots>
+template <size_t... slots>
 std::array<CFG_Unused_t, kSlots> all_unexpected(std::index_sequence<slots...>) {
     return {&unexpected<slots>...};
 }
@@ -28,7 +28,7 @@ std::array<CFG_Unused_t, kSlots> all_unexpected(std::index_sequence<slots...>) {
 template <typename Number>
 JTI_Error parse_number(const char* text, Number* pNumber) {
     const std::string whole = text != nullptr ? text : "";
-    std::size_t used = 0;
+    size_t used = 0;
     try {
         const long long number = std::stoll(whole, &used, 0);
         if (used == whole.size() && number >= std::numeric_limits<Number>::min() &&

@@ -1,13 +1,15 @@
 #include "support/recording_proxy.h"
 
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
+#include "support/empty_batch.h"
+
+#include <gtest/gtest.h>
 
 #include <algorithm>
 #include <array>
 #include <cstring>
 #include <deque>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <mutex>
 #include <span>
 #include <stdexcept>
@@ -18,7 +20,7 @@
 namespace test_support {
 namespace {
 
-namespace notation = podsim::notation;
+namespace notation = talvor::notation;
 using notation::Kind;
 
 constexpr size_t status_reads = 3;
@@ -85,9 +87,10 @@ private:
     sem_t* semaphore_ = nullptr;
 };
 
-std::string semaphore_name(const char* format, uint32_t serial) {
+std::string semaphore_name(bool is_start, uint32_t serial) {
     char name[SHM_SEM_NAME_SIZE];
-    std::snprintf(name, sizeof name, format, static_cast<unsigned long>(serial));
+    std::snprintf(name, sizeof name, is_start ? SHM_START_SEM_FORMAT : SHM_COMPLETE_SEM_FORMAT,
+                  static_cast<unsigned long>(serial));
     return name;
 }
 
@@ -180,16 +183,6 @@ std::vector<std::string> judge(const RecordedBatch& batch) {
     return findings;
 }
 
-void empty_batch(lcl_shm& block) {
-    block.tbcOMblock[0] = SHM_WORD_RESERVED;
-    block.tbcOMblock[SHM_EMPTY_MARKER_INDEX] = SHM_MARKER_OPEN;
-    block.tbcMblockPtr = SHM_EMPTY_BATCH_WORDS;
-    block.lastWCNTR = SHM_EMPTY_MARKER_INDEX;
-    block.useZeroOfs = 0;
-    block.rdCntrLcl = 0;
-    block.rdCntrGbl = 0;
-}
-
 // What a port gives when it is read.
 struct PortScript {
     std::deque<uint16_t> queued;
@@ -219,8 +212,8 @@ std::string RecordedBatch::body() const {
 
 struct RecordedPod::State {
     State(const PodSpec& spec, const std::string& block_name)
-        : start(semaphore_name(SHM_START_SEM_FORMAT, spec.serial), 0),
-          complete(semaphore_name(SHM_COMPLETE_SEM_FORMAT, spec.serial), 0) {
+        : start(semaphore_name(true, spec.serial), 0),
+          complete(semaphore_name(false, spec.serial), 0) {
         if (spec.block_size != 0) {
             object = std::make_unique<SharedObject>(block_name, sizeof(lcl_shm), spec.block_size);
         }

@@ -1,8 +1,8 @@
+#include "support/failing_os.h"
 #include "sys/clock.h"
 
-#include "support/failing_os.h"
-
 #include <gtest/gtest.h>
+
 #include <random>
 #include <vector>
 

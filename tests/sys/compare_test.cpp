@@ -1,8 +1,9 @@
 #include "sys/compare.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cctype>
-#include <gtest/gtest.h>
 #include <random>
 #include <string>
 

@@ -1,6 +1,5 @@
-#include "sys/event_wait.h"
-
 #include "support/failing_os.h"
+#include "sys/event_wait.h"
 
 #include <gtest/gtest.h>
 

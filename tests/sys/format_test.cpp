@@ -1,7 +1,8 @@
 #include "sys/format.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 #include <iomanip>
 #include <random>
 #include <sstream>

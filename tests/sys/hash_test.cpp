@@ -1,6 +1,7 @@
 #include "sys/hash.h"
 
 #include <gtest/gtest.h>
+
 #include <random>
 #include <string>
 

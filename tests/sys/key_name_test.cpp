@@ -1,7 +1,8 @@
 #include "sys/key_name.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace {
 

@@ -1,7 +1,8 @@
 #include "sys/keyword.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace {
 

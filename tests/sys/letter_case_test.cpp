@@ -1,11 +1,11 @@
-#include "sys/letter_case.h"
-
 #include "support/foreign_locale.h"
 #include "sys/compare.h"
+#include "sys/letter_case.h"
 #include "sys/strheap.h"
 
-#include <cctype>
 #include <gtest/gtest.h>
+
+#include <cctype>
 
 namespace {
 

@@ -1,9 +1,9 @@
+#include "support/failing_os.h"
 #include "sys/memory.h"
 
-#include "support/failing_os.h"
+#include <gtest/gtest.h>
 
 #include <cstring>
-#include <gtest/gtest.h>
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "sys/number.h"
 
 #include <gtest/gtest.h>
+
 #include <optional>
 #include <random>
 #include <string>

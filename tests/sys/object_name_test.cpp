@@ -1,8 +1,9 @@
 #include "sys/object_name.h"
 
+#include <gtest/gtest.h>
+
 #include <cstdio>
 #include <cstring>
-#include <gtest/gtest.h>
 #include <string>
 
 namespace {

@@ -1,9 +1,9 @@
 #include "sys/path.h"
-
 #include "sys/strheap.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 #include <string>
 
 namespace {

@@ -1,9 +1,9 @@
+#include "support/failing_os.h"
 #include "sys/strheap.h"
 
-#include "support/failing_os.h"
+#include <gtest/gtest.h>
 
 #include <cstring>
-#include <gtest/gtest.h>
 #include <random>
 #include <string>
 #include <strings.h>

@@ -1,7 +1,8 @@
 #include "sys/text_copy.h"
 
-#include <cstring>
 #include <gtest/gtest.h>
+
+#include <cstring>
 
 namespace {
 

@@ -1,6 +1,7 @@
 #include "sys/token.h"
 
 #include <gtest/gtest.h>
+
 #include <random>
 #include <string>
 #include <string_view>

@@ -1,6 +1,7 @@
 #include "sys/version.h"
 
 #include <gtest/gtest.h>
+
 #include <regex>
 
 namespace {

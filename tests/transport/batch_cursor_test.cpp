@@ -1,9 +1,9 @@
 #include "transport/batch_cursor.h"
+#include "transport/batch_fixture.h"
 #include "transport/port.h"
 
-#include "transport/batch_fixture.h"
-
 #include <gmock/gmock.h>
+
 #include <vector>
 
 namespace {

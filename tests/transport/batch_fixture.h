@@ -8,6 +8,7 @@
 #include "transport/port.h"
 
 #include <gtest/gtest.h>
+
 #include <string>
 
 inline constexpr uint32_t block_words = SHM_BLOCK_WORDS;

@@ -1,7 +1,6 @@
 #include "transport/batch.h"
-#include "transport/port.h"
-
 #include "transport/batch_fixture.h"
+#include "transport/port.h"
 #include "transport/proxy_channel.h"
 
 #include <cstring>

@@ -1,11 +1,11 @@
+#include "support/failing_os.h"
 #include "transport/batch.h"
+#include "transport/batch_fixture.h"
 #include "transport/port.h"
 
-#include "support/failing_os.h"
-#include "transport/batch_fixture.h"
+#include <gmock/gmock.h>
 
 #include <array>
-#include <gmock/gmock.h>
 #include <memory>
 #include <vector>
 

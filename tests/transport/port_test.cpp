@@ -1,8 +1,7 @@
-#include "transport/port.h"
-
 #include "support/bare_handle.h"
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"
+#include "transport/port.h"
 
 #include <gtest/gtest.h>
 

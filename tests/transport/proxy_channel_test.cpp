@@ -1,18 +1,19 @@
-#include "transport/proxy_channel.h"
-
 #include "support/bare_handle.h"
 #include "support/failing_os.h"
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"
 #include "transport/batch.h"
 #include "transport/port.h"
+#include "transport/proxy_channel.h"
 
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
 #include <cerrno>
 #include <chrono>
 #include <cstring>
 #include <fcntl.h>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/mman.h>
 #include <sys/wait.h>
 #include <thread>
@@ -359,8 +360,16 @@ TEST_F(Channel, WaitsForTheMutex) {
     RecordingProxy proxy;
     BareHandle handle;
     sem_wait(proxy.mutex());
+    const RestoredOs restored;
+    static std::atomic<bool> waiting;
+    waiting = false;
+    os_calls.sem_wait = [](sem_t* semaphore) {
+        waiting = true;
+        waiting.notify_one();
+        return ::sem_wait(semaphore);
+    };
     std::thread holder([&proxy] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        waiting.wait(false);
         EXPECT_TRUE(proxy.pod().commands().empty());
         sem_post(proxy.mutex());
     });
@@ -530,8 +539,17 @@ TEST_F(Channel, TheWaitTakesOnePost) {
     EXPECT_EQ(value_of(&semaphore), 1);
     my_wait(&semaphore);
     EXPECT_EQ(value_of(&semaphore), 0);
+    // The post comes while the wait is under way.
+    const RestoredOs restored;
+    static std::atomic<bool> waiting;
+    waiting = false;
+    os_calls.sem_timedwait = [](sem_t* wanted, const timespec* deadline) {
+        waiting = true;
+        waiting.notify_one();
+        return ::sem_timedwait(wanted, deadline);
+    };
     std::thread poster([&semaphore] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        waiting.wait(false);
         sem_post(&semaphore);
     });
     my_wait(&semaphore);

@@ -1,12 +1,12 @@
-#include "transport/share.h"
-
 #include "support/failing_os.h"
 #include "support/leak_guard.h"
+#include "transport/share.h"
+
+#include <gtest/gtest.h>
 
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
-#include <gtest/gtest.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>

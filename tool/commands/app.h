@@ -1,11 +1,11 @@
 // The program: its command line, and what it ends with.
 #pragma once
 
+#include "tool/command_line/command_line.h"
+#include "tool/commands/context.h"
+
 #include <string>
 #include <vector>
-
-#include "commands/command_set.h"
-#include "commands/context.h"
 
 namespace talvor {
 
@@ -13,14 +13,11 @@ namespace talvor {
 // the exit status: 0 done, 1 the target or pod says no, 2 usage or bad file.
 int run_program(Context& context, std::vector<std::string> arguments);
 
-// Adds the common options and every command.
-void build_command_line(CLI::App& app, CommandSet& commands, CommonOptions& options);
+// Adds the common options and every command; `options` live as long as the command line.
+void build_command_line(CommandLine& line, CommonOptions& options);
 
-// What is wrong with a command line, and where its help is.
-[[nodiscard]] Error parse_error(const CLI::App& app, const CLI::ParseError& error);
-
-// "--simulate X.toml" as one argument, "--simulate=X.toml": CLI11 would either take the command for
-// the description or not take the description.
+// "--simulate X.toml" as one argument, "--simulate=X.toml": a command line of options and values
+// would either take the command for the description or not take the description.
 [[nodiscard]] std::vector<std::string> join_simulate(std::vector<std::string> arguments);
 
 } // namespace talvor

@@ -1,13 +1,12 @@
-#include "commands/chain_text.h"
+#include "tool/commands/chain_text.h"
+
+#include "common/text.h"
+#include "tool/commands/values.h"
 
 #include <algorithm>
 
 namespace talvor {
 namespace {
-
-std::string plural(size_t count, std::string_view noun) {
-    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
-}
 
 std::vector<std::string> device_cells(const ChainDevice& device, size_t number, bool names) {
     std::vector<std::string> cells{fmt::format("{}", number)};
@@ -29,18 +28,9 @@ std::vector<std::string> device_cells(const ChainDevice& device, size_t number, 
     return cells;
 }
 
-} // namespace
-
-std::string idcode_text(const std::optional<IdCode>& idcode) {
-    return idcode ? fmt::format("0x{:08X}", idcode->value) : "none";
-}
-
-void print_chain(const Output& out, const Chain& chain) {
+TextTable device_table(const Chain& chain) {
     const bool names = std::any_of(chain.devices.begin(), chain.devices.end(),
                                    [](const ChainDevice& device) { return !device.name.empty(); });
-    out.line("{}", out.tone(Tone::Strong,
-                            fmt::format("{}, {}", plural(chain.devices.size(), "device"),
-                                        plural(chain.instruction_bits(), "instruction bit"))));
     std::vector<std::string> heads{"#"};
     if (names) {
         heads.emplace_back("name");
@@ -50,7 +40,38 @@ void print_chain(const Output& out, const Chain& chain) {
     for (size_t i = 0; i < chain.devices.size(); ++i) {
         table.add(device_cells(chain.devices[i], i + 1, names));
     }
-    out.table(table);
+    return table;
+}
+
+Json device_json(const ChainDevice& device, size_t number) {
+    Json json{{"number", number}};
+    if (!device.name.empty()) {
+        json["name"] = device.name;
+    }
+    if (device.idcode) {
+        json["idcode"] = idcode_text(device.idcode);
+        json["manufacturer"] = device.idcode->manufacturer();
+        json["part"] = device.idcode->part();
+        json["version"] = device.idcode->version();
+    } else {
+        json["idcode"] = nullptr;
+    }
+    json["instruction_bits"] =
+        device.instruction_bits == 0 ? Json(nullptr) : Json(device.instruction_bits);
+    return json;
+}
+
+} // namespace
+
+std::string idcode_text(const std::optional<IdCode>& idcode) {
+    return idcode ? fmt::format("0x{:08X}", idcode->value) : "none";
+}
+
+void print_chain(const Output& out, const Chain& chain) {
+    out.line("{}", out.tone(Tone::Strong,
+                            fmt::format("{}, {}", count_text(chain.devices.size(), "device"),
+                                        count_text(chain.instruction_bits(), "instruction bit"))));
+    out.table(device_table(chain));
     out.line("Device 1 is nearest TDI, device {} nearest TDO.", chain.devices.size());
     for (size_t i = 0; i < chain.devices.size(); ++i) {
         if (const auto& code = chain.devices[i].idcode; code && !code->legal()) {
@@ -62,35 +83,19 @@ void print_chain(const Output& out, const Chain& chain) {
             "The instruction lengths are ambiguous: the capture {} has {} places where a device "
             "may begin, for {}. Give them with --ir-lengths, nearest TDI first, or as [[device]] "
             "tables in the board file.",
-            "0x" + chain.instruction_capture.to_hex(),
-            possible_starts(chain.instruction_capture).size(),
-            plural(chain.devices.size(), "device"));
+            hex_text(chain.instruction_capture), possible_starts(chain.instruction_capture).size(),
+            count_text(chain.devices.size(), "device"));
     }
 }
 
 Json to_json(const Chain& chain) {
     Json devices = Json::array();
     for (size_t i = 0; i < chain.devices.size(); ++i) {
-        const ChainDevice& device = chain.devices[i];
-        Json json{{"number", i + 1}};
-        if (!device.name.empty()) {
-            json["name"] = device.name;
-        }
-        if (device.idcode) {
-            json["idcode"] = idcode_text(device.idcode);
-            json["manufacturer"] = device.idcode->manufacturer();
-            json["part"] = device.idcode->part();
-            json["version"] = device.idcode->version();
-        } else {
-            json["idcode"] = nullptr;
-        }
-        json["instruction_bits"] =
-            device.instruction_bits == 0 ? Json(nullptr) : Json(device.instruction_bits);
-        devices.push_back(std::move(json));
+        devices.push_back(device_json(chain.devices[i], i + 1));
     }
     return Json{{"devices", std::move(devices)},
                 {"instruction_bits", chain.instruction_bits()},
-                {"instruction_capture", "0x" + chain.instruction_capture.to_hex()},
+                {"instruction_capture", hex_text(chain.instruction_capture)},
                 {"lengths_known", chain.lengths_known}};
 }
 

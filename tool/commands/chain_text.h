@@ -1,8 +1,8 @@
 // A chain as it is printed.
 #pragma once
 
-#include "commands/output.h"
-#include "session/chain.h"
+#include "host/chain/chain.h"
+#include "tool/output/output.h"
 
 namespace talvor {
 

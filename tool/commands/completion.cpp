@@ -1,56 +1,15 @@
 // talvor completion: a completion script, made from the command line's own description.
-#include <algorithm>
+#include "tool/commands/commands.h"
 
-#include "commands/command_set.h"
+#include <fmt/core.h>
+
+#include <algorithm>
 
 namespace talvor {
 namespace {
 
-// The long names of a command's options, and its subcommands; what has no group is hidden.
-std::vector<std::string> words_of(const CLI::App& app) {
-    std::vector<std::string> words;
-    for (const CLI::Option* option : app.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            if (!option->get_group().empty()) {
-                words.push_back("--" + name);
-            }
-        }
-    }
-    for (const CLI::App* command : app.get_subcommands({})) {
-        words.push_back(command->get_name());
-    }
-    std::sort(words.begin(), words.end());
-    words.erase(std::unique(words.begin(), words.end()), words.end());
-    return words;
-}
-
-std::string joined(const std::vector<std::string>& words) {
-    return fmt::format("{}", fmt::join(words, " "));
-}
-
-// A case for each command and each command of a command: which words may follow.
-std::string cases(const CLI::App& app, const std::string& path) {
-    std::string text;
-    for (const CLI::App* command : app.get_subcommands({})) {
-        const std::string name =
-            path.empty() ? command->get_name() : path + " " + command->get_name();
-        text += fmt::format("    '{}') words='{}' ;;\n", name, joined(words_of(*command)));
-        text += cases(*command, name);
-    }
-    return text;
-}
-
-std::string bash_script(const CLI::App& app) {
-    std::string names;
-    std::string nested;
-    for (const CLI::App* command : app.get_subcommands({})) {
-        names += (names.empty() ? "" : "|") + command->get_name();
-        for (const CLI::App* inner : command->get_subcommands({})) {
-            nested += fmt::format("{}'{} {}'", nested.empty() ? "" : "|", command->get_name(),
-                                  inner->get_name());
-        }
-    }
-    return fmt::format(R"(# Completion for talvor in bash: source <(talvor completion bash)
+constexpr std::string_view kBashScript =
+    R"(# Completion for talvor in bash: source <(talvor completion bash)
 _talvor() {{
   local current=${{COMP_WORDS[COMP_CWORD]}} command='' word words
   local i
@@ -58,45 +17,80 @@ _talvor() {{
     word=${{COMP_WORDS[i]}}
     case "$command" in
     '')
-      case "$word" in {}) command=$word ;; esac ;;
+      case "$word" in {names}) command=$word ;; esac ;;
     trace)
-      case "$word" in {}) command=$word ;; esac ;;
+      case "$word" in {names}) command=$word ;; esac ;;
     *)
-      case "$command $word" in {}) command="$command $word" ;; esac ;;
+      case "$command $word" in {nested}) command="$command $word" ;; esac ;;
     esac
   done
   words=''
   case "$command" in
-    '') words='{}' ;;
-{}  esac
-  if [[ -n $command ]]; then words="$words {}"; fi
+    '') words='{top}' ;;
+{cases}  esac
+  if [[ -n $command ]]; then words="$words {common}"; fi
   COMPREPLY=($(compgen -W "$words" -- "$current"))
 }}
 complete -o default -F _talvor talvor
-)",
-                       names, names, nested, joined(words_of(app)), cases(app, ""), [&app] {
-                           std::vector<std::string> common;
-                           for (std::string& word : words_of(app)) {
-                               if (word.starts_with("--")) {
-                                   common.push_back(std::move(word));
-                               }
-                           }
-                           return joined(common);
-                       }());
+)";
+
+// The long names of a command's options, and its subcommands.
+std::vector<std::string> words_of(const Command& command) {
+    std::vector<std::string> words = command.option_names();
+    for (const Command& inner : command.commands()) {
+        words.push_back(inner.name());
+    }
+    std::sort(words.begin(), words.end());
+    words.erase(std::unique(words.begin(), words.end()), words.end());
+    return words;
+}
+
+std::string joined(const std::vector<std::string>& words, std::string_view between = " ") {
+    std::string text;
+    for (const std::string& word : words) {
+        text += text.empty() ? "" : between;
+        text += word;
+    }
+    return text;
+}
+
+// A case for each command and each command of a command: which words may follow.
+std::string cases(const Command& command, const std::string& path) {
+    std::string text;
+    for (const Command& inner : command.commands()) {
+        const std::string name = path.empty() ? inner.name() : path + " " + inner.name();
+        text += fmt::format("    '{}') words='{}' ;;\n", name, joined(words_of(inner)));
+        text += cases(inner, name);
+    }
+    return text;
+}
+
+std::string bash_script(const Command& program) {
+    std::vector<std::string> names;
+    std::vector<std::string> nested;
+    for (const Command& command : program.commands()) {
+        names.push_back(command.name());
+        for (const Command& inner : command.commands()) {
+            nested.push_back(fmt::format("'{} {}'", command.name(), inner.name()));
+        }
+    }
+    const std::vector<std::string> top = words_of(program);
+    std::vector<std::string> common = top;
+    std::erase_if(common, [](const std::string& word) { return !word.starts_with("--"); });
+    return fmt::format(kBashScript, fmt::arg("names", joined(names, "|")),
+                       fmt::arg("nested", joined(nested, "|")), fmt::arg("top", joined(top)),
+                       fmt::arg("cases", cases(program, "")), fmt::arg("common", joined(common)));
 }
 
 } // namespace
 
-void add_completion(CommandSet& commands) {
-    CLI::App& app = commands.app();
-    CLI::App& command = commands.add("completion", "Print a completion script", nullptr);
-    commands.add(
-        "bash", "For bash: source <(talvor completion bash)",
-        [&app](Context&) -> Status {
-            fmt::print("{}", bash_script(app));
-            return {};
-        },
-        &command);
+void add_completion(Command& program) {
+    Command command = program.command("completion", "Print a completion script", nullptr);
+    command.command("bash", "For bash: source <(talvor completion bash)",
+                    [program](Context&) -> Status {
+                        fmt::print("{}", bash_script(program));
+                        return {};
+                    });
 }
 
 } // namespace talvor

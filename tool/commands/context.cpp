@@ -1,8 +1,10 @@
-#include "commands/context.h"
+#include "tool/commands/context.h"
 
+#include "tool/commands/values.h"
+
+#include <chrono>
+#include <cstdio>
 #include <unistd.h>
-
-#include "commands/values.h"
 
 namespace talvor {
 
@@ -13,11 +15,7 @@ Status Context::start_simulator(const std::optional<std::string>& vcd) {
     SimulatorOptions simulation;
     simulation.description = options.description;
     simulation.vcd = vcd;
-    Result<Simulator> started = Simulator::start(simulation);
-    if (!started) {
-        return std::move(started).error();
-    }
-    simulator_.emplace(std::move(*started));
+    simulator_.emplace(TRY(Simulator::start(simulation)));
     return {};
 }
 
@@ -31,11 +29,7 @@ Result<SessionOptions> Context::session_options() const {
     session.patience =
         std::chrono::milliseconds(static_cast<int64_t>(options.patience_seconds * 1000));
     if (!options.test_clock.empty()) {
-        const Result<double> hertz = parse_frequency(options.test_clock);
-        if (!hertz) {
-            return hertz.error();
-        }
-        session.max_hertz = *hertz;
+        session.max_hertz = TRY(parse_frequency(options.test_clock));
     }
     // The driver hangs in the main thread for good: nothing can be cleaned up any more.
     session.lost = [this](const Error& error) {
@@ -54,18 +48,8 @@ Result<Session*> Context::session() {
     if (session_) {
         return session_.get();
     }
-    if (Status status = start_simulator(); !status) {
-        return std::move(status).error();
-    }
-    const Result<SessionOptions> wanted = session_options();
-    if (!wanted) {
-        return wanted.error();
-    }
-    auto opened = Session::open(*wanted);
-    if (!opened) {
-        return std::move(opened).error();
-    }
-    session_ = std::move(*opened);
+    TRY(start_simulator());
+    session_ = TRY(Session::open(TRY(session_options())));
     if (!session_->pod().first()) {
         out.note("another host is connected to this pod, or ended without disconnecting; 'talvor "
                  "doctor' says more");
@@ -77,11 +61,7 @@ Result<Library> Context::library() const {
     if (options.library || !options.board) {
         return Library::load(options.library);
     }
-    Result<Board> board = read_board(*options.board);
-    if (!board) {
-        return std::move(board).error();
-    }
-    return Library::load(board->library);
+    return Library::load(TRY(read_board(*options.board)).library);
 }
 
 Status Context::close() {
@@ -89,9 +69,9 @@ Status Context::close() {
     if (!simulator_) {
         return {};
     }
-    Status status = simulator_->stop();
+    const Status stopped = simulator_->stop();
     simulator_.reset();
-    return status;
+    return stopped;
 }
 
 std::string Context::simulator_words() const {

@@ -1,15 +1,15 @@
 // What every command works with: the common options, the output, and the session once it is needed.
 #pragma once
 
+#include "common/result.h"
+#include "host/session/session.h"
+#include "host/simulator/simulator.h"
+#include "tool/output/output.h"
+
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "commands/output.h"
-#include "session/session.h"
-#include "session/simulator.h"
-#include "support/result.h"
 
 namespace talvor {
 

@@ -1,12 +1,11 @@
 // talvor doctor: looks at everything between the board file and the target, in the order in which
 // one thing needs the other, and says what to do about the first that is wrong.
-#include <array>
-#include <filesystem>
-#include <fstream>
-#include <unistd.h>
+#include "common/text.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
+#include "tool/commands/other_host.h"
 
-#include "commands/command_set.h"
-#include "hardware/tbc_registers.h"
+#include <array>
 
 namespace talvor {
 namespace {
@@ -19,52 +18,25 @@ constexpr std::array<std::string_view, 11> kNames{
     "board file",  "library", "pod proxy", "pod",   "connection", "board keys",
     "other hosts", "target",  "pins",      "chain", "data"};
 
-// The controller block that a process has mapped; "" when there is none, or no right to look.
-std::string mapped_controller_block(const std::string& process) {
-    std::ifstream maps("/proc/" + process + "/maps");
-    for (std::string line; std::getline(maps, line);) {
-        // The driver's name for such blocks.
-        if (const size_t at = line.find("/dev/shm/JTI-"); at != std::string::npos) {
-            return line.substr(at);
-        }
-    }
-    return "";
-}
-
-// Another process that has `block` mapped; "" when there is none.
-std::string other_host(const std::string& block) {
-    const std::string self = fmt::format("{}", getpid());
-    std::error_code error;
-    for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
-        const std::string process = entry.path().filename().string();
-        if (process != self && process.find_first_not_of("0123456789") == std::string::npos &&
-            mapped_controller_block(process) == block) {
-            return process;
-        }
-    }
-    return "";
-}
-
 class Doctor {
 public:
     explicit Doctor(Context& context) : context_(context), out_(context.out) {}
 
     Status run() {
-        Status status = examine();
-        if (!status) {
-            wrong(status.error());
+        const Status examined = examine();
+        if (!examined) {
+            wrong(examined.error());
         }
         for (; next_ < kNames.size(); ++next_) {
             add("-", Tone::Faint, "not checked", "skipped");
         }
-        out_.result(Json{{"healthy", status.ok()}, {"checks", std::move(json_)}});
-        if (!status) {
+        out_.result(Json{{"healthy", examined.has_value()}, {"checks", std::move(json_)}});
+        if (!examined) {
             // With --json the document has been printed.
             out_.line("");
             context_.out.set_json(false);
-            return status;
         }
-        return {};
+        return examined;
     }
 
 private:
@@ -73,9 +45,7 @@ private:
              {&Doctor::board_file, &Doctor::library, &Doctor::proxy, &Doctor::pod,
               &Doctor::connection, &Doctor::board_keys, &Doctor::other_hosts, &Doctor::target,
               &Doctor::pins, &Doctor::chain, &Doctor::data}) {
-            if (Status status = (this->*check)(); !status) {
-                return status;
-            }
+            TRY((this->*check)());
         }
         return {};
     }
@@ -102,43 +72,23 @@ private:
     }
 
     Status board_file() {
-        const Result<SessionOptions> options = context_.session_options();
-        if (!options) {
-            return options.error();
-        }
-        Result<Board> board = load_board(*options);
-        if (!board) {
-            return std::move(board).error();
-        }
-        board_ = std::move(*board);
+        board_ = TRY(load_board(TRY(context_.session_options())));
         if (!context_.options.board) {
             return good("none given; the pod's own defaults are used");
         }
-        return good(
-            fmt::format("{}: {} keys for the driver", board_.name, board_.keys.keys().size()));
+        return good(fmt::format("{}: {} for the driver", board_.name,
+                                count_text(board_.keys.keys().size(), "key")));
     }
 
     Status library() {
-        const Result<Library> loaded = context_.library();
-        if (!loaded) {
-            return loaded.error();
-        }
-        const Result<LibraryDescription> about = loaded->description();
-        if (!about) {
-            return about.error();
-        }
-        return good(fmt::format("{}, built {}", loaded->path(), about->built));
+        const Library loaded = TRY(context_.library());
+        const LibraryDescription about = TRY(loaded.description());
+        return good(fmt::format("{}, built {}", loaded.path(), about.built));
     }
 
     Status proxy() {
-        if (Status status = context_.start_simulator(); !status) {
-            return status;
-        }
-        Result<DeviceTable> table = living_proxy();
-        if (!table) {
-            return std::move(table).error();
-        }
-        table_ = std::move(*table);
+        TRY(context_.start_simulator());
+        table_ = TRY(living_proxy());
         const ProxyState state = proxy_state();
         if (context_.options.simulate) {
             return good("a simulated one, started for this command");
@@ -148,24 +98,14 @@ private:
     }
 
     Status pod() {
-        const Result<SessionOptions> options = context_.session_options();
-        if (!options) {
-            return options.error();
-        }
-        const Result<PodRecord> record = complete_board(board_, table_, *options);
-        if (!record) {
-            return record.error();
-        }
-        return good(fmt::format("serial {}, revision {}, block {}", record->serial,
-                                revision_text(record->revision), record->block_name));
+        const SessionOptions options = TRY(context_.session_options());
+        const PodRecord record = TRY(complete_board(board_, table_, options));
+        return good(fmt::format("serial {}, revision {}, block {}", record.serial,
+                                revision_text(record.revision), record.block_name));
     }
 
     Status connection() {
-        const Result<Session*> session = context_.session();
-        if (!session) {
-            return session.error();
-        }
-        session_ = *session;
+        session_ = TRY(context_.session());
         return good(fmt::format("connected, loop-back test passed, test clock {}",
                                 frequency_text(static_cast<double>(session_->port().hertz()))));
     }
@@ -192,63 +132,44 @@ private:
             return odd(
                 fmt::format("connected, too: process {}; the pod is as it left it", process));
         }
-        return Error{
-            ErrorKind::Pod, 0, "controller block",
+        return pod_error(
+            "controller block",
             fmt::format("{} was left behind by a host that ended without disconnecting", block),
-            fmt::format("remove {}", block)};
+            fmt::format("remove {}", block));
     }
 
     Status target() {
         JSC_PodStatus seen{};
-        if (Status status = session_->pod().run("reading the pod's conditions",
-                                                &JSC_Interface::PodStatus, &seen);
-            !status) {
-            return status;
-        }
-        const auto lost = [](std::string thing, std::string reason, std::string next_step) {
-            return Error{ErrorKind::Pod, 0, std::move(thing), std::move(reason),
-                         std::move(next_step)};
-        };
+        TRY(session_->pod().run("reading the pod's conditions", &JSC_Interface::PodStatus, &seen));
         if (seen.nearStatus || seen.farStatus) {
-            return lost("cable",
-                        seen.nearStatus ? "broken near the pod" : "broken far from the pod",
-                        "check that the cable is plugged in at both ends");
+            return pod_error("cable",
+                             seen.nearStatus ? "broken near the pod" : "broken far from the pod",
+                             "check that the cable is plugged in at both ends");
         }
         if (seen.powerStatus) {
-            return lost("target power", "lost", "switch the target on");
+            return pod_error("target power", "lost", "switch the target on");
         }
         if (seen.clockStatus) {
-            return lost("return clock", "lost", "check the return-clock line of the cable");
+            return pod_error("return clock", "lost", "check the return-clock line of the cable");
         }
         return good("cable connected, power on, clock there");
     }
 
     Status pins() {
         JSC_OldStatus old{};
-        if (Status status =
-                session_->pod().run("reading the pins", &JSC_Interface::OldStatus, &old);
-            !status) {
-            return status;
-        }
+        TRY(session_->pod().run("reading the pins", &JSC_Interface::OldStatus, &old));
         bool released = false;
-        if (Status status =
-                session_->pod().run("reading TRSTn", &JSC_Interface::StatusTrstn, &released);
-            !status) {
-            return status;
-        }
+        TRY(session_->pod().run("reading TRSTn", &JSC_Interface::StatusTrstn, &released));
         const std::string text = fmt::format("TRSTn {}, EMU0 {}, EMU1 {}", released ? 1 : 0,
                                              old.emuPin0 ? 1 : 0, old.emuPin1 ? 1 : 0);
         return released ? good(text) : odd(text + ": TRSTn is low, the TAPs stay reset");
     }
 
     Status chain() {
-        Result<Chain> found = session_->discover();
-        if (!found) {
-            return std::move(found).error();
-        }
-        chain_ = std::move(*found);
-        const std::string text = fmt::format("{} devices, {} instruction bits",
-                                             chain_.devices.size(), chain_.instruction_bits());
+        chain_ = TRY(session_->discover());
+        const std::string text =
+            fmt::format("{}, {}", count_text(chain_.devices.size(), "device"),
+                        count_text(chain_.instruction_bits(), "instruction bit"));
         return chain_.lengths_known
                    ? good(text)
                    : odd(text +
@@ -256,16 +177,16 @@ private:
     }
 
     Status data() {
-        if (Status status = check_chain(session_->port(), chain_, kPatternBits, kPatternSeed);
-            !status) {
-            Error error = std::move(status).error();
-            if (error.next_step.empty()) {
-                error.next_step = "try a slower clock with 'talvor tclk search', and 'talvor link "
-                                  "find'";
-            }
-            return error;
+        Status answered = check_chain(session_->port(), chain_, kPatternBits, kPatternSeed);
+        if (answered) {
+            return good(fmt::format("{} random bits came back right through BYPASS", kPatternBits));
         }
-        return good(fmt::format("{} random bits came back right through BYPASS", kPatternBits));
+        Error error = std::move(answered).error();
+        if (error.next_step.empty()) {
+            error.next_step =
+                "try a slower clock with 'talvor tclk search', and 'talvor link find'";
+        }
+        return Failure(std::move(error));
     }
 
     Context& context_;
@@ -284,9 +205,9 @@ Status doctor(Context& context) {
 
 } // namespace
 
-void add_doctor(CommandSet& commands) {
-    commands.add("doctor", "Check everything between board file and target (resets the TAPs)",
-                 doctor);
+void add_doctor(Command& program) {
+    program.command("doctor", "Check everything between board file and target (resets the TAPs)",
+                    doctor);
 }
 
 } // namespace talvor

@@ -1,25 +1,24 @@
 // talvor dr: shifts data.
-#include "commands/command_set.h"
-#include "commands/shift.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/shift.h"
 
 namespace talvor {
 
-void add_dr(CommandSet& commands) {
+void add_dr(Command& program) {
     const auto options = command_options<ShiftOptions>();
-    CLI::App& command = commands.add(
+    Command command = program.command(
         "dr", "Shift hexadecimal data through the data path, print what comes out",
         [options](Context& context) { return shift(context, ScanPath::Dr, *options); });
-    command.add_option("HEX", options->data, "Data, most significant digit first")->required();
-    command.add_option("--bits", options->bits, "Length; else four bits a digit")
-        ->check(CLI::PositiveNumber);
+    command.option("HEX", options->data, "Data, most significant digit first").required();
+    command.option("--bits", options->bits, "Length; else four bits a digit").positive();
     command
-        .add_option("--device", options->device,
-                    "Only this device, from 1, nearest TDI first; the others are in BYPASS")
-        ->check(CLI::PositiveNumber);
-    command.add_option("--ir", options->instruction,
-                       "With --device: shift this instruction into it first");
-    command.add_option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
-        ->capture_default_str();
+        .option("--device", options->device,
+                "Only this device, from 1, nearest TDI first; the others are in BYPASS")
+        .positive();
+    command.option("--ir", options->instruction,
+                   "With --device: shift this instruction into it first");
+    command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
+        .show_default();
 }
 
 } // namespace talvor

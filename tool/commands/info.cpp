@@ -1,6 +1,8 @@
 // talvor info: the library, the proxy and its pods. Nothing is sent to a pod.
-#include "commands/command_set.h"
-#include "session/device_table.h"
+#include "common/text.h"
+#include "host/driver/device_table.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
 
 namespace talvor {
 namespace {
@@ -40,6 +42,13 @@ Json pod_json(const PodRecord& pod) {
                 {"block_good", pod.block_good}};
 }
 
+Json library_json(const Library& library, const LibraryDescription& about) {
+    return Json{{"file", library.path()},     {"name", about.name},
+                {"sentence", about.sentence}, {"interface", about.interface},
+                {"package", about.package},   {"component", about.component},
+                {"built", about.built},       {"copyright", about.copyright}};
+}
+
 void print_library(const Output& out, const Library& library, const LibraryDescription& about) {
     out.line("{}", out.tone(Tone::Strong, "Library"));
     TextTable table({});
@@ -74,54 +83,44 @@ void print_pods(const Output& out, const ProxyState& state, const DeviceTable* p
     out.table(table);
 }
 
-Status info(Context& context) {
-    if (Status status = context.start_simulator(); !status) {
-        return status;
-    }
-    const Result<Library> library = context.library();
-    if (!library) {
-        return library.error();
-    }
-    const Result<LibraryDescription> about = library->description();
-    if (!about) {
-        return about.error();
-    }
-    const ProxyState state = proxy_state();
-    const Result<DeviceTable> table = read_device_table();
-    // A proxy that is there and cannot be read is an error, one that is not there is an answer.
-    if (!table && state.life != ProxyLife::Absent) {
-        return table.error();
-    }
-    print_library(context.out, *library, *about);
-    print_pods(context.out, state, table ? &*table : nullptr);
-    Json pods = Json::array();
-    if (table) {
-        for (const PodRecord& pod : table->pods) {
-            pods.push_back(pod_json(pod));
-        }
-    }
+Json document_of(const Library& library, const LibraryDescription& about, const ProxyState& state,
+                 const DeviceTable* table) {
     Json proxy{{"state", life_word(state.life)}};
     if (state.process) {
         proxy["process"] = *state.process;
     }
-    context.out.result(Json{{"library",
-                             {{"file", library->path()},
-                              {"name", about->name},
-                              {"sentence", about->sentence},
-                              {"interface", about->interface},
-                              {"package", about->package},
-                              {"component", about->component},
-                              {"built", about->built},
-                              {"copyright", about->copyright}}},
-                            {"proxy", std::move(proxy)},
-                            {"pods", std::move(pods)}});
+    Json pods = Json::array();
+    if (table != nullptr) {
+        for (const PodRecord& pod : table->pods) {
+            pods.push_back(pod_json(pod));
+        }
+    }
+    return Json{{"library", library_json(library, about)},
+                {"proxy", std::move(proxy)},
+                {"pods", std::move(pods)}};
+}
+
+Status info(Context& context) {
+    TRY(context.start_simulator());
+    const Library library = TRY(context.library());
+    const LibraryDescription about = TRY(library.description());
+    const ProxyState state = proxy_state();
+    const Result<DeviceTable> table = read_device_table();
+    // A proxy that is there and cannot be read is an error, one that is not there is an answer.
+    if (!table && state.life != ProxyLife::Absent) {
+        return Failure(table.error());
+    }
+    const DeviceTable* const pods = table ? &*table : nullptr;
+    print_library(context.out, library, about);
+    print_pods(context.out, state, pods);
+    context.out.result(document_of(library, about, state, pods));
     return {};
 }
 
 } // namespace
 
-void add_info(CommandSet& commands) {
-    commands.add("info", "Show the library, the pod proxy and its pods", info);
+void add_info(Command& program) {
+    program.command("info", "Show the library, the pod proxy and its pods", info);
 }
 
 } // namespace talvor

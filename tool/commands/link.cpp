@@ -1,15 +1,13 @@
 // talvor link: the link delay, which makes up for the cable's.
-#include "commands/chain_text.h"
-#include "commands/command_set.h"
-#include "hardware/tbc_registers.h"
-#include "session/interrupt.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
+#include "tool/commands/values.h"
 
 namespace talvor {
 namespace {
 
 constexpr size_t kPatternBits = 4096;
 constexpr uint64_t kPatternSeed = 1;
-constexpr uint32_t kDelays = LINK_DELAY_MAXIMUM + 1;
 
 struct LinkDelay {
     uint32_t standard = 0;
@@ -19,151 +17,133 @@ struct LinkDelay {
     [[nodiscard]] uint32_t applied() const noexcept { return sum % (maximum + 1); }
 };
 
+// One delay, and what the chain said with it.
+struct Trial {
+    uint32_t delay = 0;
+    std::optional<Error> failure; // nothing: it answers right
+
+    [[nodiscard]] bool works() const noexcept { return !failure.has_value(); }
+};
+
 Result<LinkDelay> read_delay(Pod& pod) {
     LinkDelay delay;
-    if (Status status = pod.run("reading the link delay", &JSC_Interface::GetLinkDelay,
-                                &delay.standard, &delay.maximum, &delay.sum);
-        !status) {
-        return std::move(status).error();
-    }
+    TRY(pod.run("reading the link delay", &JSC_Interface::GetLinkDelay, &delay.standard,
+                &delay.maximum, &delay.sum));
     return delay;
 }
 
 Status apply_delay(Pod& pod, uint32_t wanted) {
-    const Result<LinkDelay> delay = read_delay(pod);
-    if (!delay) {
-        return delay.error();
-    }
+    const LinkDelay delay = TRY(read_delay(pod));
     // The driver adds; the sum is unsigned and wraps.
     return pod.run("setting the link delay", &JSC_Interface::PutLinkDelay,
-                   static_cast<int32_t>(wanted - delay->sum));
+                   static_cast<int32_t>(wanted - delay.sum));
 }
 
-// Whether the chain can be found and answers right; else why not. Errors of the pod end the trial.
-Result<std::optional<Error>> trial(Session& session) {
-    const auto told_target = [](const Error& error) -> Result<std::optional<Error>> {
-        if (error.kind == ErrorKind::Target) {
-            return std::optional<Error>(error);
-        }
-        return error;
-    };
-    const Result<Chain> chain = session.discover();
-    if (!chain) {
-        return told_target(chain.error());
+// Whether the chain can be found and answers right.
+Status probe(Session& session) {
+    const Chain chain = TRY(session.discover());
+    return check_chain(session.port(), chain, kPatternBits, kPatternSeed);
+}
+
+// Errors of the pod end the trial; what the target says is its outcome.
+Result<Trial> try_delay(Session& session, uint32_t delay) {
+    TRY(apply_delay(session.pod(), delay));
+    Status answered = probe(session);
+    if (answered) {
+        return Trial{delay, std::nullopt};
     }
-    if (Status status = check_chain(session.port(), *chain, kPatternBits, kPatternSeed); !status) {
-        return told_target(status.error());
+    if (answered.error().kind != ErrorKind::Target) {
+        return Failure(std::move(answered).error());
     }
-    return std::optional<Error>();
+    return Trial{delay, std::move(answered).error()};
+}
+
+void print_trial(const Output& out, const Trial& trial, Tone bad) {
+    out.line("{:>2}  {}", trial.delay,
+             trial.works() ? out.tone(Tone::Good, "works")
+                           : out.tone(bad, headline(*trial.failure)));
+}
+
+Json to_json(const Trial& trial) {
+    Json json{{"delay", trial.delay}, {"works", trial.works()}};
+    if (!trial.works()) {
+        json["reason"] = headline(*trial.failure);
+    }
+    return json;
 }
 
 Status show(Context& context) {
-    const Result<Session*> session = context.session();
-    if (!session) {
-        return session.error();
-    }
-    const Result<LinkDelay> delay = read_delay((*session)->pod());
-    if (!delay) {
-        return delay.error();
-    }
+    Session& session = *TRY(context.session());
+    const LinkDelay delay = TRY(read_delay(session.pod()));
     TextTable table({});
-    table.add({"applied", fmt::format("{} test clocks", delay->applied())});
-    table.add({"default", fmt::format("{}", delay->standard)});
-    table.add({"maximum", fmt::format("{}", delay->maximum)});
+    table.add({"applied", fmt::format("{} test clocks", delay.applied())});
+    table.add({"default", fmt::format("{}", delay.standard)});
+    table.add({"maximum", fmt::format("{}", delay.maximum)});
     context.out.table(table);
-    context.out.result(Json{{"applied", delay->applied()},
-                            {"sum", delay->sum},
-                            {"default", delay->standard},
-                            {"maximum", delay->maximum}});
+    context.out.result(Json{{"applied", delay.applied()},
+                            {"sum", delay.sum},
+                            {"default", delay.standard},
+                            {"maximum", delay.maximum}});
     return {};
 }
 
 Status set(Context& context, uint32_t wanted) {
-    const Result<Session*> session = context.session();
-    if (!session) {
-        return session.error();
+    Session& session = *TRY(context.session());
+    const Trial trial = TRY(try_delay(session, wanted));
+    print_trial(context.out, trial, Tone::Bad);
+    if (!trial.works()) {
+        Error error = *trial.failure;
+        error.thing = fmt::format("link delay {}: {}", wanted, error.thing);
+        error.next_step = "find the right one with 'talvor link find'";
+        return Failure(std::move(error));
     }
-    if (Status status = apply_delay((*session)->pod(), wanted); !status) {
-        return status;
-    }
-    const auto failure = trial(**session);
-    if (!failure) {
-        return failure.error();
-    }
-    const bool works = !failure->has_value();
-    context.out.line("{:>2}  {}", wanted,
-                     works ? context.out.tone(Tone::Good, "works")
-                           : context.out.tone(Tone::Bad, headline(**failure)));
-    if (works) {
-        context.out.line("It holds until the pod is disconnected; to keep it, put "
-                         "LINKDLY = {} into the table [VEXIL] of the board file.",
-                         wanted);
-        context.out.result(Json{{"delay", wanted}, {"works", true}});
-        return {};
-    }
-    Error error = **failure;
-    error.thing = fmt::format("link delay {}: {}", wanted, error.thing);
-    error.next_step = "find the right one with 'talvor link find'";
-    return error;
+    context.out.line("It holds until the pod is disconnected; to keep it, put "
+                     "LINKDLY = {} into the table [VEXIL] of the board file.",
+                     wanted);
+    context.out.result(to_json(trial));
+    return {};
 }
 
 Status find(Context& context) {
-    const Result<Session*> opened = context.session();
-    if (!opened) {
-        return opened.error();
-    }
-    Session& session = **opened;
+    Session& session = *TRY(context.session());
+    const uint32_t maximum = TRY(read_delay(session.pod())).maximum;
     Json trials = Json::array();
-    std::vector<uint32_t> working;
-    for (uint32_t delay = 0; delay < kDelays; ++delay) {
-        if (Status status = apply_delay(session.pod(), delay); !status) {
-            return status;
+    std::optional<uint32_t> best;
+    for (uint32_t delay = 0; delay <= maximum; ++delay) {
+        const Trial trial = TRY(try_delay(session, delay));
+        print_trial(context.out, trial, Tone::Faint);
+        trials.push_back(to_json(trial));
+        // More than one is only possible where the chain cannot tell; the least is the safest.
+        if (trial.works() && !best) {
+            best = delay;
         }
-        const auto failure = trial(session);
-        if (!failure) {
-            return failure.error();
-        }
-        const bool works = !failure->has_value();
-        context.out.line("{:>2}  {}", delay,
-                         works ? context.out.tone(Tone::Good, "works")
-                               : context.out.tone(Tone::Faint, headline(**failure)));
-        Json json{{"delay", delay}, {"works", works}};
-        if (works) {
-            working.push_back(delay);
-        } else {
-            json["reason"] = headline(**failure);
-        }
-        trials.push_back(std::move(json));
     }
-    if (working.empty()) {
-        return Error{ErrorKind::Target, 0, "link delay", "the chain answers right with none",
-                     "run 'talvor chain' with a slow clock, as in --tck 500kHz, to see what is "
-                     "wrong with the chain"};
+    if (!best) {
+        return target_error("link delay", "the chain answers right with none",
+                            "run 'talvor chain' with a slow clock, as in --tck 500kHz, to see what "
+                            "is wrong with the chain");
     }
-    // More than one is only possible where the chain cannot tell; the least is the safest.
-    const uint32_t best = working.front();
     context.out.line("The right link delay is {}: put LINKDLY = {} into the table [VEXIL] of the "
                      "board file.",
-                     context.out.tone(Tone::Strong, fmt::format("{}", best)), best);
-    context.out.result(Json{{"delay", best}, {"trials", std::move(trials)}});
+                     context.out.tone(Tone::Strong, fmt::format("{}", *best)), *best);
+    context.out.result(Json{{"delay", *best}, {"trials", std::move(trials)}});
     return {};
 }
 
 } // namespace
 
-void add_link(CommandSet& commands) {
-    CLI::App& command = commands.add(
+void add_link(Command& program) {
+    Command command = program.command(
         "link", "Show, set or find the link delay, which makes up for the cable", show);
-    commands.add("show", "Show the link delay", show, &command);
+    command.command("show", "Show the link delay", show);
     const auto wanted = command_options<uint32_t>();
-    CLI::App& setter = commands.add(
-        "set", "Set the link delay and see whether the chain answers right with it",
-        [wanted](Context& context) { return set(context, *wanted); }, &command);
-    setter.add_option("CLOCKS", *wanted, "Test clocks")
-        ->required()
-        ->check(CLI::Range(0U, kDelays - 1));
-    commands.add("find", "Try every link delay and name the right one (resets the TAPs)", find,
-                 &command);
+    Command setter =
+        command.command("set", "Set the link delay and see whether the chain answers right with it",
+                        [wanted](Context& context) { return set(context, *wanted); });
+    setter.option("CLOCKS", *wanted, "Test clocks")
+        .required()
+        .range(0U, static_cast<uint32_t>(kMaximumLinkDelay));
+    command.command("find", "Try every link delay and name the right one (resets the TAPs)", find);
 }
 
 } // namespace talvor

@@ -1,12 +1,15 @@
 // One scan from the command line: what ir and dr have in common.
 #pragma once
 
-#include <optional>
+#include "common/result.h"
+#include "host/jtag/port.h"
+
+#include <cstdint>
 #include <string>
 
-#include "commands/context.h"
-
 namespace talvor {
+
+class Context;
 
 struct ShiftOptions {
     std::string data;         // hexadecimal

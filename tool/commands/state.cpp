@@ -1,6 +1,7 @@
 // talvor state: where the TAP stands, and moving it.
-#include "commands/command_set.h"
-#include "commands/values.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
+#include "tool/commands/values.h"
 
 namespace talvor {
 namespace {
@@ -11,57 +12,43 @@ struct MoveOptions {
     uint32_t times = 1;
 };
 
-Status report(Context& context, StableState state) {
-    context.out.line("{}", name(state));
-    context.out.result(Json{{"state", state_word(state)}, {"name", name(state)}});
+Status get(Context& context) {
+    Session& session = *TRY(context.session());
+    const StableState state = TRY(session.port().ask_state());
+    context.out.line("{}", name_of(state));
+    context.out.result(Json{{"state", state_word(state)}, {"name", name_of(state)}});
     return {};
 }
 
-Status get(Context& context) {
-    const Result<Session*> session = context.session();
-    if (!session) {
-        return session.error();
+Status move_once(PodPort& port, StableState to, bool via_idle) {
+    if (via_idle) {
+        return port.move_via_idle(to);
     }
-    const Result<StableState> state = (*session)->port().ask_state();
-    return state ? report(context, *state) : Status(state.error());
+    return to == StableState::Reset ? port.reset_tap() : port.move(to);
 }
 
 Status move(Context& context, const MoveOptions& options) {
-    const Result<StableState> to = parse_state(options.to);
-    if (!to) {
-        return to.error();
-    }
-    const Result<Session*> session = context.session();
-    if (!session) {
-        return session.error();
-    }
-    PodPort& port = (*session)->port();
+    const StableState to = TRY(parse_state(options.to));
+    Session& session = *TRY(context.session());
     for (uint32_t i = 0; i < options.times; ++i) {
-        Status status = options.via_idle            ? port.move_via_idle(*to)
-                        : *to == StableState::Reset ? port.reset_tap()
-                                                    : port.move(*to);
-        if (!status) {
-            return status;
-        }
+        TRY(move_once(session.port(), to, options.via_idle));
     }
     return get(context);
 }
 
 } // namespace
 
-void add_state(CommandSet& commands) {
-    CLI::App& command = commands.add("state", "Show or change the TAP state", get);
-    commands.add("get", "Show where the TAP stands", get, &command);
+void add_state(Command& program) {
+    Command command = program.command("state", "Show or change the TAP state", get);
+    command.command("get", "Show where the TAP stands", get);
     const auto options = command_options<MoveOptions>();
-    CLI::App& mover = commands.add(
-        "move", "Move to a stable state and show it",
-        [options](Context& context) { return move(context, *options); }, &command);
-    mover.add_option("STATE", options->to, "reset, idle, pausedr or pauseir")->required();
-    mover.add_flag("--via-idle", options->via_idle,
-                   "Through Run-Test/Idle, where seven clocks are spent");
-    mover.add_option("--times", options->times, "So many times over")
-        ->check(CLI::PositiveNumber)
-        ->capture_default_str();
+    Command mover =
+        command.command("move", "Move to a stable state and show it",
+                        [options](Context& context) { return move(context, *options); });
+    mover.option("STATE", options->to, "reset, idle, pausedr or pauseir").required();
+    mover.flag("--via-idle", options->via_idle,
+               "Through Run-Test/Idle, where seven clocks are spent");
+    mover.option("--times", options->times, "So many times over").positive().show_default();
 }
 
 } // namespace talvor

@@ -1,10 +1,12 @@
 // talvor status: pod, cable, power, clock and pins; once, or watched.
-#include <thread>
+#include "common/interrupt.h"
+#include "common/text.h"
+#include "host/clock/test_clock.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
+#include "tool/commands/values.h"
 
-#include "commands/command_set.h"
-#include "commands/values.h"
-#include "session/interrupt.h"
-#include "session/test_clock.h"
+#include <thread>
 
 namespace talvor {
 namespace {
@@ -44,21 +46,12 @@ Status read_version(Pod& pod, JSC_FeatureId feature, uint32_t& value) {
 Result<PodReport> read_report(Session& session) {
     PodReport report;
     Pod& pod = session.pod();
-    for (Status status :
-         {pod.run("reading the status", &JSC_Interface::OldStatus, &report.old),
-          pod.run("reading TRSTn", &JSC_Interface::StatusTrstn, &report.trst_released),
-          pod.run("reading the pod's conditions", &JSC_Interface::PodStatus, &report.conditions),
-          read_version(pod, eJSC_FEATURE_ID_TBC_VERSION, report.controller_kind),
-          read_version(pod, eJSC_FEATURE_ID_POD_VERSION, report.utility_revision)}) {
-        if (!status) {
-            return std::move(status).error();
-        }
-    }
-    const Result<StableState> state = session.port().ask_state();
-    if (!state) {
-        return state.error();
-    }
-    report.state = *state;
+    TRY(pod.run("reading the status", &JSC_Interface::OldStatus, &report.old));
+    TRY(pod.run("reading TRSTn", &JSC_Interface::StatusTrstn, &report.trst_released));
+    TRY(pod.run("reading the pod's conditions", &JSC_Interface::PodStatus, &report.conditions));
+    TRY(read_version(pod, eJSC_FEATURE_ID_TBC_VERSION, report.controller_kind));
+    TRY(read_version(pod, eJSC_FEATURE_ID_POD_VERSION, report.utility_revision));
+    report.state = TRY(session.port().ask_state());
     return report;
 }
 
@@ -83,7 +76,7 @@ void print_report(const Output& out, Session& session, const PodReport& report) 
     table.add({"TRSTn", report.trst_released ? "1" : "0"});
     table.add({"EMU0, EMU1",
                fmt::format("{}, {}", report.old.emuPin0 ? 1 : 0, report.old.emuPin1 ? 1 : 0)});
-    table.add({"TAP", std::string(name(report.state))});
+    table.add({"TAP", std::string(name_of(report.state))});
     out.table(table);
 }
 
@@ -104,6 +97,13 @@ Json report_json(Session& session, const PodReport& report) {
                 {"state", state_word(report.state)}};
 }
 
+Status show(const Output& out, Session& session) {
+    const PodReport report = TRY(read_report(session));
+    print_report(out, session, report);
+    out.result(report_json(session, report));
+    return {};
+}
+
 Status watch(Context& context, Session& session, const StatusOptions& options) {
     const auto period = std::chrono::duration<double>(options.watch_seconds);
     for (uint32_t i = 0; options.count == 0 || i < options.count; ++i) {
@@ -114,45 +114,29 @@ Status watch(Context& context, Session& session, const StatusOptions& options) {
         if (interrupt_signal() != 0) {
             return {};
         }
-        const Result<PodReport> report = read_report(session);
-        if (!report) {
-            return report.error();
-        }
-        print_report(context.out, session, *report);
-        context.out.result(report_json(session, *report));
+        TRY(show(context.out, session));
         std::fflush(stdout);
     }
     return {};
 }
 
 Status status(Context& context, const StatusOptions& options) {
-    const Result<Session*> session = context.session();
-    if (!session) {
-        return session.error();
-    }
-    if (options.watch_seconds > 0) {
-        return watch(context, **session, options);
-    }
-    const Result<PodReport> report = read_report(**session);
-    if (!report) {
-        return report.error();
-    }
-    print_report(context.out, **session, *report);
-    context.out.result(report_json(**session, *report));
-    return {};
+    Session& session = *TRY(context.session());
+    return options.watch_seconds > 0 ? watch(context, session, options)
+                                     : show(context.out, session);
 }
 
 } // namespace
 
-void add_status(CommandSet& commands) {
+void add_status(Command& program) {
     const auto options = command_options<StatusOptions>();
-    CLI::App& command =
-        commands.add("status", "Show pod, cable, power, clock and pins",
-                     [options](Context& context) { return status(context, *options); });
-    command.add_option("--watch", options->watch_seconds, "Show it again every so many seconds")
-        ->type_name("SECONDS")
-        ->check(CLI::PositiveNumber);
-    command.add_option("--count", options->count, "With --watch: so many times, then end");
+    Command command =
+        program.command("status", "Show pod, cable, power, clock and pins",
+                        [options](Context& context) { return status(context, *options); });
+    command.option("--watch", options->watch_seconds, "Show it again every so many seconds")
+        .type_name("SECONDS")
+        .positive();
+    command.option("--count", options->count, "With --watch: so many times, then end");
 }
 
 } // namespace talvor

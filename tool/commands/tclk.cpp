@@ -1,8 +1,11 @@
 // talvor tclk: test-clock arithmetic, and the search for the highest clock that works.
-#include <cmath>
+#include "host/clock/tclk_search.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
 
-#include "commands/command_set.h"
-#include "session/tclk_search.h"
+#include <algorithm>
+#include <array>
+#include <cmath>
 
 namespace talvor {
 namespace {
@@ -25,9 +28,8 @@ Result<coord_t> parse_coordinate(const Library::TestClockFunctions& functions,
                                  const std::string& text) {
     coord_t coordinate = PLL_TCLK_W_NOTHING;
     if (functions.from_text(text.c_str(), &coordinate)) {
-        return Error{
-            ErrorKind::Usage, 0, text,
-            "is no test-clock frequency: expected up to 64 MHz, as in 10.5, 12.5MHz, 500kHz", ""};
+        return usage_error(
+            text, "is no test-clock frequency: expected up to 64 MHz, as in 10.5, 12.5MHz, 500kHz");
     }
     return coordinate;
 }
@@ -44,29 +46,20 @@ std::string coordinate_text(coord_t coordinate) {
 }
 
 Status convert(Context& context, const TclkOptions& options) {
-    const Result<Library> library = context.library();
-    if (!library) {
-        return library.error();
-    }
-    const auto functions = library->test_clock();
-    if (!functions) {
-        return functions.error();
-    }
-    const Result<coord_t> coordinate = parse_coordinate(*functions, options.text);
-    if (!coordinate) {
-        return coordinate.error();
-    }
-    const hertz_t hertz = functions->to_hertz(*coordinate);
+    const Library library = TRY(context.library());
+    const Library::TestClockFunctions functions = TRY(library.test_clock());
+    const coord_t coordinate = TRY(parse_coordinate(functions, options.text));
+    const hertz_t hertz = functions.to_hertz(coordinate);
     TextTable table({});
-    table.add({"coordinate", fmt::format("{}: 2^{} x (1 + {}/64) MHz", coordinate_text(*coordinate),
-                                         exponent_of(*coordinate), mantissa_of(*coordinate))});
-    table.add({"packed", fmt::format("0x{:04X}", *coordinate)});
-    table.add({"as text", functions->to_text(*coordinate)});
+    table.add({"coordinate", fmt::format("{}: 2^{} x (1 + {}/64) MHz", coordinate_text(coordinate),
+                                         exponent_of(coordinate), mantissa_of(coordinate))});
+    table.add({"packed", fmt::format("0x{:04X}", coordinate)});
+    table.add({"as text", functions.to_text(coordinate)});
     table.add({"frequency", fmt::format("{} Hz", hertz)});
     context.out.table(table);
-    context.out.result(Json{{"y", exponent_of(*coordinate)},
-                            {"z", mantissa_of(*coordinate)},
-                            {"packed", *coordinate},
+    context.out.result(Json{{"y", exponent_of(coordinate)},
+                            {"z", mantissa_of(coordinate)},
+                            {"packed", coordinate},
                             {"hertz", hertz}});
     return {};
 }
@@ -89,14 +82,9 @@ Result<SearchLimits> search_limits(const Library::TestClockFunctions& functions,
     for (const Given& given :
          {Given{options.start, limits.start}, Given{options.finish, limits.finish},
           Given{options.minimum, limits.minimum}, Given{options.maximum, limits.maximum}}) {
-        if (given.text.empty()) {
-            continue;
+        if (!given.text.empty()) {
+            given.value = TRY(parse_coordinate(functions, given.text));
         }
-        const Result<coord_t> coordinate = parse_coordinate(functions, given.text);
-        if (!coordinate) {
-            return coordinate.error();
-        }
-        given.value = *coordinate;
     }
     return limits;
 }
@@ -167,20 +155,7 @@ void print_trials(const Output& out, const SearchResult& result) {
     out.table(table);
 }
 
-// Prints what was found, and what to write into the board file.
-Status report(const Output& out, const SearchResult& result) {
-    print_trials(out, result);
-    Json trials = Json::array();
-    for (const SearchTrial& trial : result.trials) {
-        trials.push_back(trial_json(trial));
-    }
-    if (!result.chosen) {
-        const SearchTrial& last = result.trials.back();
-        return Error{ErrorKind::Target, 0, "test clock",
-                     fmt::format("the chain does not work at {}: {}",
-                                 frequency_text(static_cast<double>(last.wanted_hz)), last.failure),
-                     "run 'talvor doctor'; a lower --start and --minimum may help"};
-    }
+void print_choice(const Output& out, const SearchResult& result) {
     const SearchTrial& chosen = *result.chosen;
     out.line("Highest that works: {}. With the margin: {}.",
              frequency_text(static_cast<double>(result.highest->actual_hz)),
@@ -189,68 +164,74 @@ Status report(const Output& out, const SearchResult& result) {
     out.line("  POD_TCKDIV = {}", chosen.setting->divider);
     out.line("  POD_TCKEXP = {}", chosen.setting->exponent);
     out.line("  POD_TCKPREDIVENA = {}", chosen.setting->predivide);
+}
+
+// Prints what was found, and what to write into the board file.
+Status report(const Output& out, const SearchResult& result) {
+    print_trials(out, result);
+    if (!result.chosen) {
+        const SearchTrial& last = result.trials.back();
+        return target_error("test clock",
+                            fmt::format("the chain does not work at {}: {}",
+                                        frequency_text(static_cast<double>(last.wanted_hz)),
+                                        last.failure),
+                            "run 'talvor doctor'; a lower --start and --minimum may help");
+    }
+    print_choice(out, result);
+    Json trials = Json::array();
+    for (const SearchTrial& trial : result.trials) {
+        trials.push_back(trial_json(trial));
+    }
     out.result(Json{{"highest_hz", result.highest->actual_hz},
-                    {"chosen", trial_json(chosen)},
+                    {"chosen", trial_json(*result.chosen)},
                     {"trials", std::move(trials)}});
     return {};
 }
 
-Status search(Context& context, const TclkOptions& options) {
-    const Result<Session*> opened = context.session();
-    if (!opened) {
-        return opened.error();
+// One trial of the search: nothing when the chain works with `setting`, else why not.
+Result<std::optional<std::string>> trial(Session& session, const Chain& chain,
+                                         const ClockSetting& setting, uint32_t bits) {
+    Status done = session.port().set_clock(setting);
+    if (done) {
+        done = check_chain(session.port(), chain, bits, kPatternSeed);
     }
-    Session& session = **opened;
-    const auto functions = session.library().test_clock();
-    if (!functions) {
-        return functions.error();
+    if (done) {
+        return std::optional<std::string>();
     }
-    const TestClock clock = session.port().clock();
-    const Result<SearchLimits> limits = search_limits(*functions, clock, options);
-    if (!limits) {
-        return limits.error();
+    if (done.error().kind != ErrorKind::Target) {
+        return Failure(std::move(done).error());
     }
-    // What the chain looks like is learnt at a clock that is slow enough for certain.
-    const auto slow = clock.at_most(functions->to_hertz(limits->minimum));
-    if (Status status = session.port().set_clock(slow.value_or(*clock.at_most(1e12))); !status) {
-        return status;
-    }
-    const Result<Chain> chain = session.discover();
-    if (!chain) {
-        return chain.error();
-    }
-    const auto trial = [&](const ClockSetting& setting) -> Result<std::optional<std::string>> {
-        Status status = session.port().set_clock(setting);
-        if (status) {
-            status = check_chain(session.port(), *chain, options.bits, kPatternSeed);
-        }
-        if (status) {
-            return std::optional<std::string>();
-        }
-        if (status.error().kind != ErrorKind::Target) {
-            return std::move(status).error();
-        }
-        return std::optional<std::string>(headline(status.error()));
-    };
-    const Result<SearchResult> result = search_test_clock(*functions, clock, *limits, trial);
-    return result ? report(context.out, *result) : Status(result.error());
+    return std::optional<std::string>(headline(done.error()));
 }
 
-} // namespace
+Status search(Context& context, const TclkOptions& options) {
+    Session& session = *TRY(context.session());
+    const Library::TestClockFunctions functions = TRY(session.library().test_clock());
+    const TestClock clock = session.port().clock();
+    const SearchLimits limits = TRY(search_limits(functions, clock, options));
+    // What the chain looks like is learnt at a clock that is slow enough for certain.
+    const auto slow = clock.at_most(functions.to_hertz(limits.minimum));
+    TRY(session.port().set_clock(slow.value_or(*clock.at_most(1e12))));
+    const Chain chain = TRY(session.discover());
+    const auto run = [&](const ClockSetting& setting) {
+        return trial(session, chain, setting, options.bits);
+    };
+    return report(context.out, TRY(search_test_clock(functions, clock, limits, run)));
+}
 
-void add_tclk(CommandSet& commands) {
-    CLI::App& command =
-        commands.add("tclk", "Test-clock arithmetic, and the highest clock that works", nullptr);
-    const auto options = command_options<TclkOptions>();
-    CLI::App& converter = commands.add(
-        "convert", "Show a frequency as coordinate and in hertz (needs no pod)",
-        [options](Context& context) { return convert(context, *options); }, &command);
-    converter.add_option("FREQUENCY", options->text, "As in 10.5, 12.5MHz, 500kHz")->required();
-    CLI::App& searcher = commands.add(
+void add_convert(Command& clocks, const std::shared_ptr<TclkOptions>& options) {
+    Command command =
+        clocks.command("convert", "Show a frequency as coordinate and in hertz (needs no pod)",
+                       [options](Context& context) { return convert(context, *options); });
+    command.option("FREQUENCY", options->text, "As in 10.5, 12.5MHz, 500kHz").required();
+}
+
+void add_search(Command& clocks, const std::shared_ptr<TclkOptions>& options) {
+    Command command = clocks.command(
         "search", "Find the highest test clock at which the chain works (resets the TAPs)",
-        [options](Context& context) { return search(context, *options); }, &command);
-    const auto frequency = [&searcher](const char* name, std::string& text, const char* about) {
-        searcher.add_option(name, text, about)->type_name("FREQUENCY");
+        [options](Context& context) { return search(context, *options); });
+    const auto frequency = [&command](const char* name, std::string& text, const char* about) {
+        command.option(name, text, about).type_name("FREQUENCY");
     };
     frequency("--start", options->start,
               "Where the ramp begins; else 500 kHz, or the pod's slowest");
@@ -258,17 +239,26 @@ void add_tclk(CommandSet& commands) {
     frequency("--minimum", options->minimum,
               "The lowest clock to end with; else where the ramp begins");
     frequency("--maximum", options->maximum, "The highest clock to try; else the pod's fastest");
-    const auto margin = [&searcher](const char* name, uint32_t& value, const char* about) {
-        searcher.add_option(name, value, about)
-            ->check(CLI::Range(PLL_TCLK_MARGIN_MIN + 1, PLL_TCLK_MARGIN_MAX))
-            ->capture_default_str();
+    const auto margin = [&command](const char* name, uint32_t& value, const char* about) {
+        command.option(name, value, about)
+            .range(PLL_TCLK_MARGIN_MIN + 1, PLL_TCLK_MARGIN_MAX)
+            .show_default();
     };
     margin("--advance", options->advance, "Margin of a step up, 64ths");
     margin("--retreat", options->retreat, "Margin of a step back, 64ths");
-    searcher
-        .add_option("--bits", options->bits, "Random bits to send through BYPASS at each trial")
-        ->check(CLI::Range(1U, 1U << 24))
-        ->capture_default_str();
+    command.option("--bits", options->bits, "Random bits to send through BYPASS at each trial")
+        .range(1U, 1U << 24U)
+        .show_default();
+}
+
+} // namespace
+
+void add_tclk(Command& program) {
+    Command command =
+        program.command("tclk", "Test-clock arithmetic, and the highest clock that works", nullptr);
+    const auto options = command_options<TclkOptions>();
+    add_convert(command, options);
+    add_search(command, options);
 }
 
 } // namespace talvor

@@ -1,14 +1,14 @@
-#include "commands/values.h"
+#include "tool/commands/values.h"
+
+#include "host/board/configuration.h"
+
+#include <fmt/core.h>
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
-
-#include <fmt/format.h>
-
-#include "session/configuration.h"
 
 namespace talvor {
 namespace {
@@ -31,10 +31,6 @@ std::string lower(std::string_view text) {
     std::transform(result.begin(), result.end(), result.begin(),
                    [](unsigned char letter) { return static_cast<char>(std::tolower(letter)); });
     return result;
-}
-
-Error usage(std::string thing, std::string reason) {
-    return Error{ErrorKind::Usage, 0, std::move(thing), std::move(reason), ""};
 }
 
 double unit_factor(std::string_view unit) {
@@ -60,8 +56,9 @@ Result<double> parse_frequency(std::string_view text) {
     unit.remove_prefix(std::min(unit.find_first_not_of(' '), unit.size()));
     const double factor = unit_factor(unit);
     if (error != std::errc() || factor == 0 || !std::isfinite(value) || value <= 0) {
-        return usage(std::string(text), "is no frequency: expected something like 10.5MHz, 500kHz "
-                                        "or 32768");
+        return usage_error(std::string(text),
+                           "is no frequency: expected something like 10.5MHz, 500kHz "
+                           "or 32768");
     }
     return value * factor;
 }
@@ -71,8 +68,8 @@ Result<StableState> parse_state(std::string_view text) {
     const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),
                                      [&word](const StateWord& one) { return one.word == word; });
     if (found == kStateWords.end()) {
-        return usage(std::string(text),
-                     "is no stable state: expected reset, idle, pausedr or pauseir");
+        return usage_error(std::string(text),
+                           "is no stable state: expected reset, idle, pausedr or pauseir");
     }
     return found->state;
 }
@@ -84,10 +81,28 @@ std::string_view state_word(StableState state) noexcept {
 Result<uint32_t> parse_number(std::string_view text, uint32_t most, std::string_view what) {
     uint32_t value = 0;
     if (!parse_unsigned(text, value) || value > most) {
-        return usage(fmt::format("{} {}", what, text),
-                     fmt::format("expected a number from 0 to {}, decimal or with 0x", most));
+        return usage_error(fmt::format("{} {}", what, text),
+                           fmt::format("expected a number from 0 to {}, decimal or with 0x", most));
     }
     return value;
+}
+
+Result<std::vector<uint32_t>> parse_lengths(const std::string& list, std::string_view what) {
+    constexpr uint32_t kLongest = 65536;
+    std::vector<uint32_t> lengths;
+    std::string_view rest = list;
+    do {
+        const size_t comma = std::min(rest.find(','), rest.size());
+        uint32_t length = 0;
+        if (!parse_unsigned(rest.substr(0, comma), length) || length < 2 || length > kLongest) {
+            return usage_error(
+                std::string(what),
+                fmt::format("{}: expected lengths from 2 to {}, as in 4,5,8", list, kLongest));
+        }
+        lengths.push_back(length);
+        rest.remove_prefix(std::min(comma + 1, rest.size()));
+    } while (!rest.empty());
+    return lengths;
 }
 
 Result<Bits> parse_bits(std::string_view text, uint64_t length_bits, std::string_view what) {
@@ -95,7 +110,7 @@ Result<Bits> parse_bits(std::string_view text, uint64_t length_bits, std::string
     if (!bits) {
         Error error = std::move(bits).error();
         error.thing = fmt::format("{} {}", what, text);
-        return error;
+        return Failure(std::move(error));
     }
     return bits;
 }

@@ -1,16 +1,20 @@
 // Values as they are written on a command line.
 #pragma once
 
+#include "common/result.h"
+#include "common/tap_state.h"
+#include "host/jtag/bits.h"
+
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "jtag/bits.h"
-#include "jtag/tap_state.h"
-#include "support/result.h"
-
 namespace talvor {
+
+// The longest link delay that a controller can make up for, in test clocks. A connected pod says
+// what its own is; this is what a command line may ask for before there is one.
+inline constexpr int32_t kMaximumLinkDelay = 31;
 
 // "10MHz", "10.5 MHz", "500k", "32768": hertz without a unit. Errors: ErrorKind::Usage.
 [[nodiscard]] Result<double> parse_frequency(std::string_view text);
@@ -20,6 +24,9 @@ namespace talvor {
 // A number up to `most`, decimal or with 0x. `what` is the thing in the error.
 [[nodiscard]] Result<uint32_t> parse_number(std::string_view text, uint32_t most,
                                             std::string_view what);
+// "4,5,8": instruction lengths in bits. `what` is the thing in the error.
+[[nodiscard]] Result<std::vector<uint32_t>> parse_lengths(const std::string& list,
+                                                          std::string_view what);
 // Hexadecimal text of `length_bits` bits; 0: as many as its digits say.
 [[nodiscard]] Result<Bits> parse_bits(std::string_view text, uint64_t length_bits,
                                       std::string_view what);

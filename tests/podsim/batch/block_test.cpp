@@ -6,12 +6,12 @@
 #include <algorithm>
 #include <memory>
 
-namespace podsim::batch {
+namespace talvor::podsim::batch {
 namespace {
 
-TEST(Block, an_empty_batch_holds_the_two_words_of_the_proxy) {
+TEST(BlockTest, AnEmptyBatchHoldsTheTwoWordsOfTheProxy) {
     const auto block = std::make_unique<lcl_shm>();
-    std::fill_n(reinterpret_cast<std::uint8_t*>(block.get()), sizeof(lcl_shm), std::uint8_t{0xA5});
+    std::fill_n(reinterpret_cast<uint8_t*>(block.get()), sizeof(lcl_shm), uint8_t{0xA5});
     empty(*block);
     EXPECT_EQ(block->tbcMblockPtr, 2U);
     EXPECT_EQ(block->useZeroOfs, 0U);
@@ -24,17 +24,17 @@ TEST(Block, an_empty_batch_holds_the_two_words_of_the_proxy) {
     EXPECT_EQ(block->tbcOMblock[2], 0xA5A5);
     EXPECT_EQ(block->tbcIMblock[0], 0xA5A5);
     EXPECT_EQ(block->cmd, 0xA5A5A5A5U);
-    EXPECT_EQ(block->status, static_cast<std::int32_t>(0xA5A5A5A5U));
+    EXPECT_EQ(block->status, static_cast<int32_t>(0xA5A5A5A5U));
     EXPECT_EQ(block->exit_req, 0xA5A5A5A5U);
 }
 
-TEST(Block, a_batch_is_copied_once) {
+TEST(BlockTest, ABatchIsCopiedOnce) {
     const auto block = std::make_unique<lcl_shm>();
     empty(*block);
     block->tbcOMblock[2] = 16;
     block->tbcMblockPtr = 3;
     block->rdCntrLcl = block->rdCntrGbl = 1;
-    std::vector<std::uint16_t> storage;
+    std::vector<uint16_t> storage;
     const Batch batch = take(*block, storage);
     block->tbcOMblock[2] = 0x9999;
     block->tbcMblockPtr = 0;
@@ -42,11 +42,11 @@ TEST(Block, a_batch_is_copied_once) {
     EXPECT_THAT(batch.words, testing::ElementsAre(0x8000, 0xC000, 16));
 }
 
-TEST(Block, the_longest_batch_fills_the_out_block_and_a_longer_one_is_not_copied) {
+TEST(BlockTest, TheLongestBatchFillsTheOutBlockAndALongerOneIsNotCopied) {
     const auto block = std::make_unique<lcl_shm>();
     block->tbcOMblock[SHM_BLOCK_WORDS - 1] = 0x1234;
     block->tbcMblockPtr = SHM_BLOCK_WORDS;
-    std::vector<std::uint16_t> storage;
+    std::vector<uint16_t> storage;
     const Batch longest = take(*block, storage);
     ASSERT_EQ(longest.words.size(), SHM_BLOCK_WORDS);
     EXPECT_EQ(longest.words.back(), 0x1234);
@@ -57,4 +57,4 @@ TEST(Block, the_longest_batch_fills_the_out_block_and_a_longer_one_is_not_copied
 }
 
 } // namespace
-} // namespace podsim::batch
+} // namespace talvor::podsim::batch

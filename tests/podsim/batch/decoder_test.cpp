@@ -1,5 +1,5 @@
+#include "common/notation.h"
 #include "podsim/batch/decoder.h"
-#include "podsim/batch/notation.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -7,7 +7,7 @@
 #include <array>
 #include <memory>
 
-namespace podsim::batch {
+namespace talvor::podsim::batch {
 namespace {
 
 using testing::ElementsAre;
@@ -16,17 +16,17 @@ using testing::IsEmpty;
 // Records what it is asked, in the batch notation; answers reads with 100, 101, ...
 class RecordingPorts {
 public:
-    Status write(std::uint16_t port, std::uint16_t value) {
+    bool write(uint16_t port, uint16_t value) {
         return record({notation::Kind::Write, port, value});
     }
-    ReadResult read(std::uint16_t port) {
-        Status status = record({notation::Kind::Read, port, 0});
-        return {status.failed() ? std::uint16_t{0} : next_read_++, std::move(status)};
+    std::optional<uint16_t> read(uint16_t port) {
+        return record({notation::Kind::Read, port, 0}) ? std::optional(next_read_++) : std::nullopt;
     }
-    Status wait(std::uint16_t word) { return record(notation::item_at(std::span(&word, 1), 0)); }
+    bool wait(uint16_t word) { return record(notation::item_at(std::span(&word, 1), 0)); }
+    const Error& word_error() const { return error_; }
     Status settle() {
         ++settled;
-        return refuse == "settle" ? Status::failure("refused on purpose") : Status();
+        return refuse == "settle" ? failure("refused on purpose") : Status();
     }
 
     std::string refuse; // the access that is refused, in the notation
@@ -35,17 +35,19 @@ public:
     std::atomic<bool>* stop_after_access = nullptr;
 
 private:
-    Status record(const notation::Item& item) {
+    bool record(const notation::Item& item) {
         if (notation::text(item) == refuse) {
-            return Status::failure("refused on purpose");
+            error_.reason = "refused on purpose";
+            return false;
         }
         seen.push_back(notation::text(item));
         if (stop_after_access != nullptr) {
             *stop_after_access = true;
         }
-        return {};
+        return true;
     }
-    std::uint16_t next_read_ = 100;
+    Error error_;
+    uint16_t next_read_ = 100;
 };
 
 // Queues words as the driver does, markers and counters included.
@@ -53,11 +55,11 @@ class Queue {
 public:
     Queue() { empty(*block_); }
 
-    Queue& word(std::uint16_t value) {
+    Queue& word(uint16_t value) {
         block_->tbcOMblock[block_->tbcMblockPtr++] = value;
         return *this;
     }
-    Queue& read(std::uint16_t port) {
+    Queue& read(uint16_t port) {
         word(port);
         ++block_->rdCntrGbl;
         if (++block_->rdCntrLcl == SHM_MARKER_READS) {
@@ -69,7 +71,7 @@ public:
         }
         return *this;
     }
-    Queue& reads(std::uint16_t port, int count) {
+    Queue& reads(uint16_t port, int count) {
         for (int i = 0; i < count; ++i) {
             read(port);
         }
@@ -78,15 +80,15 @@ public:
     Queue& text(const char* lines) {
         const auto words = notation::parse(lines);
         EXPECT_TRUE(words) << lines;
-        for (const std::uint16_t one : words.value_or(std::vector<std::uint16_t>{})) {
+        for (const uint16_t one : words.value_or(std::vector<uint16_t>{})) {
             word(one);
         }
         return *this;
     }
     lcl_shm& block() { return *block_; }
 
-    Outcome run(RecordingPorts& ports, std::span<std::uint16_t> in) {
-        std::vector<std::uint16_t> storage;
+    Outcome run(RecordingPorts& ports, std::span<uint16_t> in) {
+        std::vector<uint16_t> storage;
         return execute(take(*block_, storage), in, ports, stop);
     }
     Outcome run(RecordingPorts& ports) {
@@ -99,22 +101,22 @@ private:
     std::unique_ptr<lcl_shm> block_ = std::make_unique<lcl_shm>();
 };
 
-TEST(Decoder, an_empty_batch_does_nothing_and_answers_0) {
+TEST(DecoderTest, AnEmptyBatchDoesNothingAndAnswers0) {
     Queue queue;
     RecordingPorts ports;
     const Outcome outcome = queue.run(ports);
-    EXPECT_FALSE(outcome.failure);
+    EXPECT_FALSE(outcome.error);
     EXPECT_EQ(status_of(outcome), 0);
     EXPECT_THAT(ports.seen, IsEmpty());
 }
 
-TEST(Decoder, executes_every_kind_of_word_in_order) {
+TEST(DecoderTest, ExecutesEveryKindOfWordInOrder) {
     Queue queue;
     queue.text("write 10 4080; wait send; wait send many; write 23 c000; wait recv");
     queue.read(22).text("wait recv many").read(22).text("wait done; reserved").read(31);
     RecordingPorts ports;
     const Outcome outcome = queue.run(ports);
-    ASSERT_FALSE(outcome.failure) << outcome.failure->reason;
+    ASSERT_FALSE(outcome.error) << outcome.error->reason;
     EXPECT_THAT(ports.seen, ElementsAre("write 10 4080", "wait send", "wait send many",
                                         "write 23 c000", "wait recv", "read 22", "wait recv many",
                                         "read 22", "wait done", "read 31"));
@@ -125,11 +127,11 @@ TEST(Decoder, executes_every_kind_of_word_in_order) {
     EXPECT_EQ(queue.block().tbcIMblock[3], 0);
 }
 
-TEST(Decoder, every_port_from_0_to_31_is_reached) {
+TEST(DecoderTest, EveryPortFrom0To31IsReached) {
     for (unsigned port = 0; port <= 31; ++port) {
         Queue queue;
         queue.text(("write " + std::to_string(port) + " 5555").c_str());
-        queue.read(static_cast<std::uint16_t>(port));
+        queue.read(static_cast<uint16_t>(port));
         RecordingPorts ports;
         EXPECT_EQ(status_of(queue.run(ports)), 2);
         EXPECT_THAT(ports.seen, ElementsAre("write " + std::to_string(port) + " 5555",
@@ -137,83 +139,82 @@ TEST(Decoder, every_port_from_0_to_31_is_reached) {
     }
 }
 
-TEST(Decoder, reads_of_several_runs_are_one_result) {
+TEST(DecoderTest, ReadsOfSeveralRunsAreOneResult) {
     for (const int count : {2047, 2048, 2049, 4096, 5000}) {
         Queue queue;
         queue.reads(16, count);
         RecordingPorts ports;
         const Outcome outcome = queue.run(ports);
-        ASSERT_FALSE(outcome.failure) << count << ": " << outcome.failure->reason;
+        ASSERT_FALSE(outcome.error) << count << ": " << outcome.error->reason;
         EXPECT_EQ(status_of(outcome), 2 * count);
         EXPECT_EQ(queue.block().tbcIMblock[count - 1], 100 + count - 1);
     }
 }
 
 // A batch that must fail at `index` with `reason`, after `executed` accesses.
-void expect_failure(Queue& queue, std::size_t index, const std::string& reason,
+void expect_failure(Queue& queue, size_t index, const std::string& reason,
                     std::vector<std::string> executed = {}) {
     RecordingPorts ports;
     const Outcome outcome = queue.run(ports);
-    ASSERT_TRUE(outcome.failure) << reason;
-    EXPECT_EQ(outcome.failure->reason, reason);
-    EXPECT_EQ(outcome.failure->index, index) << reason;
+    ASSERT_TRUE(outcome.error) << reason;
+    EXPECT_EQ(outcome.error->reason, reason);
+    EXPECT_EQ(outcome.error->index, index) << reason;
     EXPECT_EQ(ports.seen, executed) << reason;
     EXPECT_LT(status_of(outcome), 0);
 }
 
-TEST(Decoder, a_word_that_means_nothing_fails_the_batch_before_it_has_an_effect) {
-    for (const std::uint16_t word :
-         std::to_array<std::uint16_t>({0x8001, 0x9010, 0x9012, 0xBFFF, 0xC001, 0xC7FE, 0xFFFF})) {
+TEST(DecoderTest, AWordThatMeansNothingFailsTheBatchBeforeItHasAnEffect) {
+    for (const uint16_t word :
+         std::to_array<uint16_t>({0x8001, 0x9010, 0x9012, 0xBFFF, 0xC001, 0xC7FE, 0xFFFF})) {
         Queue queue;
         queue.text("write 4 1234").word(word).text("write 5 1");
         expect_failure(queue, 4, "an unknown control word", {"write 4 1234"});
     }
 }
 
-TEST(Decoder, a_write_without_its_value_fails) {
+TEST(DecoderTest, AWriteWithoutItsValueFails) {
     Queue queue;
     queue.text("write 4 1234").word(0x4005);
     expect_failure(queue, 4, "a write without its value", {"write 4 1234"});
 }
 
-TEST(Decoder, a_port_above_31_fails) {
-    for (const std::uint16_t word :
-         std::to_array<std::uint16_t>({0x0020, 0x0040, 0x3FFF, 0x4020, 0x7FFF})) {
+TEST(DecoderTest, APortAbove31Fails) {
+    for (const uint16_t word : std::to_array<uint16_t>({0x0020, 0x0040, 0x3FFF, 0x4020, 0x7FFF})) {
         Queue queue;
         queue.word(word).word(0);
         expect_failure(queue, 2, "a port above 31");
     }
 }
 
-TEST(Decoder, a_refused_access_fails_the_batch_with_its_reason) {
+TEST(DecoderTest, ARefusedAccessFailsTheBatchWithItsReason) {
     for (const char* access : {"write 4 1234", "read 22", "wait done"}) {
         Queue queue;
         queue.text("write 1 1").text(access).text("write 2 1");
         RecordingPorts ports;
         ports.refuse = access;
         const Outcome outcome = queue.run(ports);
-        ASSERT_TRUE(outcome.failure) << access;
-        EXPECT_EQ(outcome.failure->reason, "refused on purpose");
-        EXPECT_EQ(outcome.failure->index, 4U);
+        ASSERT_TRUE(outcome.error) << access;
+        EXPECT_EQ(outcome.error->reason, "refused on purpose");
+        EXPECT_EQ(outcome.error->index, 4U);
         EXPECT_THAT(ports.seen, ElementsAre("write 1 0001"));
         EXPECT_EQ(ports.settled, 0);
     }
 }
 
-TEST(Decoder, the_end_of_a_batch_settles_the_controller) {
+TEST(DecoderTest, TheEndOfABatchSettlesTheController) {
     Queue queue;
     queue.text("write 1 1");
     RecordingPorts ports;
-    EXPECT_FALSE(queue.run(ports).failure);
+    EXPECT_FALSE(queue.run(ports).error);
     EXPECT_EQ(ports.settled, 1);
     ports.refuse = "settle";
     const Outcome outcome = queue.run(ports);
-    ASSERT_TRUE(outcome.failure);
-    EXPECT_EQ(outcome.failure->reason, "refused on purpose");
-    EXPECT_EQ(outcome.failure->index, 4U);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->reason, "refused on purpose");
+    EXPECT_EQ(outcome.error->index, 4U);
 }
 
-TEST(Decoder, a_length_that_no_batch_has_fails_before_anything) {
+TEST(DecoderTest, ALengthThatNoBatchHasFailsBeforeAnything) {
     Queue queue;
     queue.text("write 4 1234");
     queue.block().tbcMblockPtr = SHM_BLOCK_WORDS + 1;
@@ -226,7 +227,7 @@ TEST(Decoder, a_length_that_no_batch_has_fails_before_anything) {
     expect_failure(queue, 0, "a batch of 0 words lacks the two words that every batch begins with");
 }
 
-TEST(Decoder, the_two_words_of_an_empty_batch_must_begin_every_batch) {
+TEST(DecoderTest, TheTwoWordsOfAnEmptyBatchMustBeginEveryBatch) {
     Queue queue;
     queue.text("write 4 1234");
     queue.block().tbcOMblock[1] = 16;
@@ -236,7 +237,7 @@ TEST(Decoder, the_two_words_of_an_empty_batch_must_begin_every_batch) {
     expect_failure(queue, 0, "the reserved word is not the first");
 }
 
-TEST(Decoder, a_marker_stands_only_where_the_read_count_says) {
+TEST(DecoderTest, AMarkerStandsOnlyWhereTheReadCountSays) {
     Queue early;
     early.read(16).word(SHM_MARKER_OPEN);
     expect_failure(early, 3, "a marker after 1 reads of a run", {"read 16"});
@@ -252,16 +253,16 @@ TEST(Decoder, a_marker_stands_only_where_the_read_count_says) {
     expect_failure(closed, 1, "the last marker is closed");
 }
 
-TEST(Decoder, a_full_run_needs_a_closed_marker_before_it_and_a_marker_after_it) {
+TEST(DecoderTest, AFullRunNeedsAClosedMarkerBeforeItAndAMarkerAfterIt) {
     Queue unclosed;
     unclosed.reads(16, 2048);
     unclosed.block().tbcOMblock[1] = SHM_MARKER_OPEN;
     unclosed.block().lastWCNTR = 1;
     RecordingPorts ports;
     const Outcome outcome = unclosed.run(ports);
-    ASSERT_TRUE(outcome.failure);
-    EXPECT_EQ(outcome.failure->reason, "a full run of reads whose marker was not closed");
-    EXPECT_EQ(outcome.failure->index, 2U + 2047U);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->reason, "a full run of reads whose marker was not closed");
+    EXPECT_EQ(outcome.error->index, 2U + 2047U);
     EXPECT_EQ(ports.seen.size(), 2047U);
 
     Queue missing;
@@ -269,13 +270,13 @@ TEST(Decoder, a_full_run_needs_a_closed_marker_before_it_and_a_marker_after_it) 
     missing.block().tbcOMblock[2 + 2048] = 0x4001;
     RecordingPorts others;
     const Outcome second = missing.run(others);
-    ASSERT_TRUE(second.failure);
-    EXPECT_EQ(second.failure->reason, "a read-count marker must stand here");
-    EXPECT_EQ(second.failure->index, 2U + 2048U);
+    ASSERT_TRUE(second.error);
+    EXPECT_EQ(second.error->reason, "a read-count marker must stand here");
+    EXPECT_EQ(second.error->index, 2U + 2048U);
     EXPECT_EQ(others.seen.size(), 2048U);
 }
 
-TEST(Decoder, a_batch_that_counts_other_reads_than_it_holds_fails) {
+TEST(DecoderTest, ABatchThatCountsOtherReadsThanItHoldsFails) {
     Queue queue;
     queue.read(16);
     queue.block().rdCntrGbl = 2;
@@ -293,31 +294,31 @@ TEST(Decoder, a_batch_that_counts_other_reads_than_it_holds_fails) {
                    {"read 16"});
 }
 
-TEST(Decoder, a_read_past_the_in_block_fails_before_it_is_made) {
+TEST(DecoderTest, AReadPastTheInBlockFailsBeforeItIsMade) {
     Queue queue;
     queue.reads(16, 3);
     RecordingPorts ports;
-    std::uint16_t in[3] = {7, 7, 7};
+    uint16_t in[3] = {7, 7, 7};
     const Outcome outcome = queue.run(ports, std::span(in, 2));
-    ASSERT_TRUE(outcome.failure);
-    EXPECT_EQ(outcome.failure->reason, "a read that would overflow the in-block");
-    EXPECT_EQ(outcome.failure->index, 4U);
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->reason, "a read that would overflow the in-block");
+    EXPECT_EQ(outcome.error->index, 4U);
     EXPECT_EQ(ports.seen.size(), 2U);
     EXPECT_EQ(in[2], 7);
     RecordingPorts more;
     EXPECT_EQ(status_of(queue.run(more, in)), 6);
 }
 
-TEST(Decoder, a_stop_ends_the_batch_at_its_next_word) {
+TEST(DecoderTest, AStopEndsTheBatchAtItsNextWord) {
     Queue queue;
     queue.text("write 1 1; write 2 2");
     RecordingPorts ports;
     ports.stop_after_access = &queue.stop;
     const Outcome outcome = queue.run(ports);
-    ASSERT_TRUE(outcome.failure);
-    EXPECT_EQ(outcome.failure->reason, "the pod is being stopped");
+    ASSERT_TRUE(outcome.error);
+    EXPECT_EQ(outcome.error->reason, "the pod is being stopped");
     EXPECT_THAT(ports.seen, ElementsAre("write 1 0001"));
 }
 
 } // namespace
-} // namespace podsim::batch
+} // namespace talvor::podsim::batch

@@ -1,11 +1,12 @@
 #include "podsim/control/command.h"
+#include "tests/podsim/reason.h"
 
 #include <gtest/gtest.h>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 namespace {
 
-TEST(Command, every_command_is_understood) {
+TEST(CommandTest, EveryCommandIsUnderstood) {
     const struct {
         const char* line;
         Command command;
@@ -37,12 +38,12 @@ TEST(Command, every_command_is_understood) {
     };
     for (const auto& good : lines) {
         const auto command = parse(good.line);
-        ASSERT_FALSE(command.failed()) << good.line << ": " << command.reason();
+        ASSERT_TRUE(command) << good.line << ": " << reason_of(command);
         EXPECT_EQ(command.value(), good.command) << good.line;
     }
 }
 
-TEST(Command, what_is_wrong_is_named_with_what_was_expected) {
+TEST(CommandTest, WhatIsWrongIsNamedWithWhatWasExpected) {
     const struct {
         const char* line;
         const char* reason;
@@ -68,19 +69,19 @@ TEST(Command, what_is_wrong_is_named_with_what_was_expected) {
     };
     for (const auto& bad : lines) {
         const auto command = parse(bad.line);
-        ASSERT_TRUE(command.failed()) << bad.line;
-        EXPECT_EQ(command.reason(), bad.reason) << bad.line;
+        ASSERT_FALSE(command) << bad.line;
+        EXPECT_EQ(reason_of(command), bad.reason) << bad.line;
     }
 }
 
-TEST(Command, every_loopback_fault_has_the_word_that_sets_it) {
+TEST(CommandTest, EveryLoopbackFaultHasTheWordThatSetsIt) {
     for (const LoopFault fault : {LoopFault::None, LoopFault::HighOnes, LoopFault::LowOnes,
                                   LoopFault::HighZeros, LoopFault::LowZeros, LoopFault::Corrupt}) {
         const auto command = parse("loopback " + std::string(name_of(fault)));
-        ASSERT_FALSE(command.failed());
+        ASSERT_TRUE(command);
         EXPECT_EQ(command.value().fault, fault);
     }
 }
 
 } // namespace
-} // namespace podsim::control
+} // namespace talvor::podsim::control

@@ -1,4 +1,5 @@
 #include "podsim/control/socket.h"
+#include "tests/podsim/reason.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +9,7 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace podsim::control {
+namespace talvor::podsim::control {
 namespace {
 
 std::string socket_path() {
@@ -18,8 +19,8 @@ std::string socket_path() {
 
 std::unique_ptr<Socket> listen_there(Handler handler) {
     auto socket = Socket::listen(socket_path(), std::move(handler));
-    EXPECT_FALSE(socket.failed()) << socket.reason();
-    return socket.failed() ? nullptr : std::move(socket.value());
+    EXPECT_TRUE(socket) << reason_of(socket);
+    return socket ? *std::move(socket) : nullptr;
 }
 
 std::string echo(std::string_view line) {
@@ -35,16 +36,16 @@ int connect_there() {
     return fd;
 }
 
-TEST(ControlSocket, answers_line_by_line) {
+TEST(ControlSocketTest, AnswersLineByLine) {
     const auto socket = listen_there(echo);
     for (int i = 0; i < 50; ++i) {
         const auto answer = ask(socket_path(), "line " + std::to_string(i));
-        ASSERT_FALSE(answer.failed()) << answer.reason();
+        ASSERT_TRUE(answer) << reason_of(answer);
         EXPECT_EQ(answer.value(), echo("line " + std::to_string(i)));
     }
 }
 
-TEST(ControlSocket, a_client_may_send_pieces_and_several_lines_at_once) {
+TEST(ControlSocketTest, AClientMaySendPiecesAndSeveralLinesAtOnce) {
     const auto socket = listen_there(echo);
     const int fd = connect_there();
     EXPECT_EQ(send(fd, "on", 2, MSG_NOSIGNAL), 2);
@@ -55,13 +56,13 @@ TEST(ControlSocket, a_client_may_send_pieces_and_several_lines_at_once) {
     while (answers.size() < 12) {
         const ssize_t count = recv(fd, bytes, sizeof(bytes), 0);
         ASSERT_GT(count, 0);
-        answers.append(bytes, static_cast<std::size_t>(count));
+        answers.append(bytes, static_cast<size_t>(count));
     }
     EXPECT_EQ(answers, "<one>\n<two>\n");
     close(fd);
 }
 
-TEST(ControlSocket, a_client_that_never_ends_its_line_is_dropped) {
+TEST(ControlSocketTest, AClientThatNeverEndsItsLineIsDropped) {
     const auto socket = listen_there(echo);
     const int fd = connect_there();
     const std::string flood(5000, 'x');
@@ -72,7 +73,7 @@ TEST(ControlSocket, a_client_that_never_ends_its_line_is_dropped) {
     EXPECT_EQ(ask(socket_path(), "still there").value(), "<still there>");
 }
 
-TEST(ControlSocket, goes_away_with_its_file_and_with_clients_connected) {
+TEST(ControlSocketTest, GoesAwayWithItsFileAndWithClientsConnected) {
     auto socket = listen_there(echo);
     const int fd = connect_there();
     EXPECT_EQ(ask(socket_path(), "x").value(), "<x>"); // the one before it is connected by now
@@ -81,40 +82,40 @@ TEST(ControlSocket, goes_away_with_its_file_and_with_clients_connected) {
     char byte = 0;
     EXPECT_EQ(recv(fd, &byte, 1, 0), 0);
     close(fd);
-    EXPECT_EQ(ask(socket_path(), "x").reason(),
+    EXPECT_EQ(reason_of(ask(socket_path(), "x")),
               "reaching the simulator at " + socket_path() + ": No such file or directory");
 }
 
-TEST(ControlSocket, replaces_a_dead_socket_but_neither_a_live_one_nor_a_file) {
+TEST(ControlSocketTest, ReplacesADeadSocketButNeitherALiveOneNorAFile) {
     {
         const auto first = listen_there(echo);
         const auto second = Socket::listen(socket_path(), echo);
-        ASSERT_TRUE(second.failed());
-        EXPECT_EQ(second.reason(), "another simulator serves " + socket_path() +
-                                       "; choose another name for --control");
+        ASSERT_FALSE(second);
+        EXPECT_EQ(reason_of(second), "another simulator serves " + socket_path() +
+                                         "; choose another name for --control");
         EXPECT_EQ(ask(socket_path(), "x").value(), "<x>");
         // A dead one: its file stays when nobody listens any more.
         std::filesystem::rename(socket_path(), socket_path() + ".kept");
     }
     std::filesystem::rename(socket_path() + ".kept", socket_path());
-    EXPECT_EQ(ask(socket_path(), "x").reason(),
+    EXPECT_EQ(reason_of(ask(socket_path(), "x")),
               "reaching the simulator at " + socket_path() + ": Connection refused");
     listen_there(echo).reset();
 
     std::ofstream(socket_path()) << "precious";
-    EXPECT_EQ(Socket::listen(socket_path(), echo).reason(),
+    EXPECT_EQ(reason_of(Socket::listen(socket_path(), echo)),
               socket_path() + " is no socket; choose another name for --control");
     EXPECT_TRUE(std::filesystem::exists(socket_path()));
     std::filesystem::remove(socket_path());
 }
 
-TEST(ControlSocket, a_name_that_cannot_be_is_refused) {
-    EXPECT_EQ(Socket::listen(std::string(108, 'x'), echo).reason(),
+TEST(ControlSocketTest, ANameThatCannotBeIsRefused) {
+    EXPECT_EQ(reason_of(Socket::listen(std::string(108, 'x'), echo)),
               "the control socket's name " + std::string(108, 'x') +
                   " is empty or longer than 107 characters; choose a shorter one");
-    EXPECT_EQ(Socket::listen("/nowhere/ctl", echo).reason(),
+    EXPECT_EQ(reason_of(Socket::listen("/nowhere/ctl", echo)),
               "making the control socket /nowhere/ctl: No such file or directory");
 }
 
 } // namespace
-} // namespace podsim::control
+} // namespace talvor::podsim::control

@@ -1,9 +1,10 @@
 #include "podsim/description/description.h"
+#include "tests/podsim/reason.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace podsim::description {
+namespace talvor::podsim::description {
 namespace {
 
 using testing::ElementsAre;
@@ -11,15 +12,15 @@ using testing::IsEmpty;
 
 Description parsed(std::string_view text) {
     auto description = parse(text, "pods.toml");
-    EXPECT_FALSE(description.failed()) << description.reason();
-    return description.failed() ? Description{} : std::move(description.value());
+    EXPECT_TRUE(description) << reason_of(description);
+    return description ? *std::move(description) : Description{};
 }
 
 const ChainDescription& chain_of(const Pod& pod) {
     return std::get<ChainDescription>(pod.target);
 }
 
-TEST(Description, a_pod_needs_a_serial_number_and_nothing_else) {
+TEST(DescriptionTest, APodNeedsASerialNumberAndNothingElse) {
     const Description description = parsed("[[pod]]\nserial = 1\n");
     ASSERT_EQ(description.pods.size(), 1U);
     const Pod& pod = description.pods[0];
@@ -35,7 +36,7 @@ TEST(Description, a_pod_needs_a_serial_number_and_nothing_else) {
     EXPECT_THAT(chain_of(pod).devices, IsEmpty());
 }
 
-TEST(Description, reads_every_key_of_a_pod) {
+TEST(DescriptionTest, ReadsEveryKeyOfAPod) {
     const Description description = parsed(R"(
         [[pod]]
         serial = 4294967295
@@ -73,7 +74,7 @@ TEST(Description, reads_every_key_of_a_pod) {
               (External{"localhost:9824", true, std::chrono::milliseconds(250)}));
 }
 
-TEST(Description, reads_taps_with_registers_of_every_kind_and_nets) {
+TEST(DescriptionTest, ReadsTapsWithRegistersOfEveryKindAndNets) {
     const Description description = parsed(R"(
         [[pod]]
         serial = 1
@@ -171,8 +172,8 @@ struct Wrong {
 void expect_reasons(const std::vector<Wrong>& all) {
     for (const Wrong& wrong : all) {
         const auto description = parse(wrong.text, "pods.toml");
-        EXPECT_TRUE(description.failed()) << wrong.text;
-        EXPECT_EQ(description.reason(), "pods.toml:" + wrong.reason) << wrong.text;
+        EXPECT_FALSE(description) << wrong.text;
+        EXPECT_EQ(reason_of(description), "pods.toml:" + wrong.reason) << wrong.text;
     }
 }
 
@@ -186,7 +187,7 @@ std::string register_with(const std::string& lines) {
     return tap_with("[[pod.tap.register]]\nname = \"r\"\n" + lines);
 }
 
-TEST(Description, errors_of_a_pod_name_file_line_key_and_expectation) {
+TEST(DescriptionTest, ErrorsOfAPodNameFileLineKeyAndExpectation) {
     const std::string generation = "3: pod[0].revision: expected the pod's generation, 1 to 4, in "
                                    "the high byte, as in 0x0200";
     expect_reasons({
@@ -227,11 +228,12 @@ TEST(Description, errors_of_a_pod_name_file_line_key_and_expectation) {
          "3: pod[0].colour: unknown key, expected one of serial, revision, controller, "
          "utility_revision, cable_delay, return_pipeline, max_tck_hz, strict, faults, tap, net, "
          "target, target_resets, target_patience_ms"},
-        {"[[pod]\nserial = 1\n", "1: Error while parsing table header: expected ']', saw '\\n'"},
+        {"[[pod]\nserial = 1\n",
+         "1: not TOML: Error while parsing table header: expected ']', saw '\\n'"},
     });
 }
 
-TEST(Description, errors_of_a_tap_name_file_line_key_and_expectation) {
+TEST(DescriptionTest, ErrorsOfATapNameFileLineKeyAndExpectation) {
     expect_reasons({
         {pod_with("[[pod.tap]]\nir_length = 4\n"),
          "3: pod[0].tap[0].name: missing, expected a text"},
@@ -259,7 +261,7 @@ TEST(Description, errors_of_a_tap_name_file_line_key_and_expectation) {
     });
 }
 
-TEST(Description, errors_of_a_register_name_file_line_key_and_expectation) {
+TEST(DescriptionTest, ErrorsOfARegisterNameFileLineKeyAndExpectation) {
     const std::string at = "pod[0].tap[0].register[0].";
     expect_reasons({
         {register_with("instruction = 1\n"),
@@ -294,15 +296,15 @@ TEST(Description, errors_of_a_register_name_file_line_key_and_expectation) {
     });
 }
 
-TEST(Description, a_file_that_is_not_there_is_named) {
-    EXPECT_EQ(read("/nowhere/pods.toml").reason(),
-              "reading the description /nowhere/pods.toml: No such file or directory");
+TEST(DescriptionTest, AFileThatIsNotThereIsNamed) {
+    EXPECT_EQ(reason_of(read("/nowhere/pods.toml")),
+              "/nowhere/pods.toml: cannot be read: No such file or directory");
 }
 
-TEST(Description, the_built_in_one_is_the_single_device_of_the_examples) {
+TEST(DescriptionTest, TheBuiltInOneIsTheSingleDeviceOfTheExamples) {
     const Description built = built_in();
     const auto file = read(EXAMPLES_FOLDER "/single.toml");
-    ASSERT_FALSE(file.failed()) << file.reason();
+    ASSERT_TRUE(file) << reason_of(file);
     ASSERT_EQ(built.pods.size(), 1U);
     ASSERT_EQ(file.value().pods.size(), 1U);
     EXPECT_EQ(built.pods[0].serial, file.value().pods[0].serial);
@@ -311,9 +313,9 @@ TEST(Description, the_built_in_one_is_the_single_device_of_the_examples) {
               chain_of(file.value().pods[0]).devices[0].idcode);
 }
 
-TEST(Description, the_example_of_five_is_what_it_says) {
+TEST(DescriptionTest, TheExampleOfFiveIsWhatItSays) {
     const auto file = read(EXAMPLES_FOLDER "/five.toml");
-    ASSERT_FALSE(file.failed()) << file.reason();
+    ASSERT_TRUE(file) << reason_of(file);
     const ChainDescription& chain = chain_of(file.value().pods[0]);
     std::vector<unsigned> lengths;
     unsigned without_idcode = 0;
@@ -326,13 +328,13 @@ TEST(Description, the_example_of_five_is_what_it_says) {
     EXPECT_EQ(chain.nets.size(), 3U);
 }
 
-TEST(Description, the_example_of_two_pods_has_two) {
+TEST(DescriptionTest, TheExampleOfTwoPodsHasTwo) {
     const auto file = read(EXAMPLES_FOLDER "/two-pods.toml");
-    ASSERT_FALSE(file.failed()) << file.reason();
+    ASSERT_TRUE(file) << reason_of(file);
     ASSERT_EQ(file.value().pods.size(), 2U);
     EXPECT_EQ(file.value().pods[0].controller.revision, 0x0100);
     EXPECT_EQ(file.value().pods[1].controller.revision, 0x0400);
 }
 
 } // namespace
-} // namespace podsim::description
+} // namespace talvor::podsim::description

@@ -10,10 +10,15 @@
 #include <sys/un.h>
 #include <unistd.h>
 
-namespace podsim::external {
+namespace talvor::podsim::external {
 namespace {
 
-constexpr std::uint32_t scratch_instruction = 0x8;
+ChainDescription one_tap() {
+    DeviceDescription device;
+    device.name = "scratch";
+    device.registers.push_back({"scratch", {0x8}, ScratchRegister{32, {}}});
+    return {{device}, {}};
+}
 
 int listen_unix(const std::string& path) {
     sockaddr_un address{};
@@ -46,7 +51,11 @@ bool readable(int fd, int wait_ms) {
 } // namespace
 
 BitbangServer::BitbangServer(const std::string& path, Behaviour behaviour)
-    : behaviour_(behaviour), path_(path) {
+    : behaviour_(behaviour), path_(path), tap_(one_tap()) {
+    const TmsPath away = shortest_path(tap_.state(), TapState::PauseDr);
+    for (unsigned i = 0; i < away.count; ++i) {
+        tap_.clock(((away.tms >> i) & 1) != 0, false);
+    }
     if (path.empty()) {
         std::string port;
         listener_ = listen_tcp(port);
@@ -97,7 +106,7 @@ void BitbangServer::serve_connection(int fd) {
             return;
         }
         for (ssize_t i = 0; i < count; ++i) {
-            if (!serve_byte(fd, bytes[static_cast<std::size_t>(i)])) {
+            if (!serve_byte(fd, bytes[static_cast<size_t>(i)])) {
                 return;
             }
         }
@@ -122,6 +131,7 @@ bool BitbangServer::serve_byte(int, char byte) {
     } else if (byte == 'R') {
         ++reads_;
         const bool trouble = reads_ >= behaviour_.trouble_at && behaviour_.trouble_at > 0;
+        troubled = troubled || trouble;
         if (trouble && behaviour_.close_at_read) {
             return false;
         }
@@ -139,47 +149,18 @@ bool BitbangServer::serve_byte(int, char byte) {
     return true;
 }
 
-bool BitbangServer::level() const {
-    return !is_shift(state_) || (shifted_ & 1U) != 0;
-}
-
 void BitbangServer::set_pins(int pins) {
     ++pin_bytes;
     idle_bytes += pins == pins_ ? 1 : 0;
     const bool was_high = pins_ >= 0 && (pins_ & 4) != 0;
     const bool high = (pins & 4) != 0;
     if (high && !was_high) {
-        rise((pins & 2) != 0, (pins & 1) != 0);
+        tap_.clock((pins & 2) != 0, (pins & 1) != 0);
     }
     if (high != was_high && high == behaviour_.tdo_on_rise) {
-        tdo_ = level();
+        tdo_ = tap_.tdo();
     }
     pins_ = pins;
 }
 
-void BitbangServer::rise(bool tms, bool tdi) {
-    if (is_shift(state_)) {
-        shifted_ = (shifted_ >> 1U) | (tdi ? 1U << (length_ - 1) : 0U);
-    }
-    if (state_ == TapState::CaptureIr) {
-        shifted_ = 1;
-        length_ = 4;
-    }
-    if (state_ == TapState::CaptureDr) {
-        const bool scratch = instruction_ == scratch_instruction;
-        shifted_ = scratch ? scratch_ : 0;
-        length_ = scratch ? 32 : 1;
-    }
-    state_ = next_state(state_, tms);
-    if (state_ == TapState::TestLogicReset) {
-        instruction_ = 0xF;
-    }
-    if (state_ == TapState::UpdateIr) {
-        instruction_ = shifted_;
-    }
-    if (state_ == TapState::UpdateDr && instruction_ == scratch_instruction) {
-        scratch_ = shifted_;
-    }
-}
-
-} // namespace podsim::external
+} // namespace talvor::podsim::external

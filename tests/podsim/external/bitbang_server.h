@@ -4,7 +4,7 @@
 // register of 32 bits, 0 at first; every other selects BYPASS.
 #pragma once
 
-#include "podsim/model/tap_state.h"
+#include "tests/podsim/model/reference_chain.h"
 
 #include <atomic>
 #include <cstddef>
@@ -12,14 +12,14 @@
 #include <string>
 #include <thread>
 
-namespace podsim::external {
+namespace talvor::podsim::external {
 
 struct Behaviour {
     bool tdo_on_rise = false;    // TDO changes on the rising edge of TCK instead of the falling
     bool close_at_read = false;  // the connection ends at request `trouble_at`
     bool silent_at_read = false; // no more answers from request `trouble_at` on
     bool wrong_at_read = false;  // request `trouble_at` is answered with '?'
-    std::size_t trouble_at = 0;
+    size_t trouble_at = 0;
     bool hoard = false; // answer only when no more requests come
 };
 
@@ -37,14 +37,15 @@ public:
     void finish();
 
     // What the client has done.
-    std::size_t idle_bytes = 0; // pin bytes that changed no pin
-    std::size_t pin_bytes = 0;
-    std::size_t most_unanswered = 0; // requests in flight at once
-    std::string resets;              // r, s, t and u in their order
-    std::size_t quits = 0;
-    std::size_t connections = 0;
-    std::size_t unknown = 0;
-    bool tck_rests_low = true; // at the end of every connection
+    size_t idle_bytes = 0; // pin bytes that changed no pin
+    size_t pin_bytes = 0;
+    size_t most_unanswered = 0; // requests in flight at once
+    std::string resets;         // r, s, t and u in their order
+    size_t quits = 0;
+    size_t connections = 0;
+    size_t unknown = 0;
+    std::atomic<bool> troubled{false}; // request `trouble_at` has come
+    bool tck_rests_low = true;         // at the end of every connection
 
 private:
     void serve();
@@ -52,8 +53,6 @@ private:
     bool serve_byte(int fd, char byte);
     bool answer(int fd, bool force);
     void set_pins(int pins);
-    void rise(bool tms, bool tdi);
-    bool level() const;
 
     Behaviour behaviour_;
     std::string path_;
@@ -64,13 +63,9 @@ private:
 
     int pins_ = -1;
     std::string answers_;
-    std::size_t reads_ = 0;
-    TapState state_ = TapState::PauseDr; // nobody knows where a TAP stands at first
-    std::uint32_t shifted_ = 0;
-    unsigned length_ = 1;
-    std::uint32_t instruction_ = 0xF;
-    std::uint32_t scratch_ = 0;
+    size_t reads_ = 0;
+    reference::Chain tap_; // in Pause-DR at first, for nobody knows where a TAP stands
     bool tdo_ = true;
 };
 
-} // namespace podsim::external
+} // namespace talvor::podsim::external

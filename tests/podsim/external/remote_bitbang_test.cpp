@@ -1,8 +1,7 @@
-#include "podsim/external/remote_bitbang.h"
-
 #include "bitbang_server.h"
-
+#include "podsim/external/remote_bitbang.h"
 #include "podsim/model/chain.h"
+#include "tests/podsim/reason.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -12,7 +11,7 @@
 #include <random>
 #include <thread>
 
-namespace podsim::external {
+namespace talvor::podsim::external {
 namespace {
 
 using namespace std::chrono_literals;
@@ -23,8 +22,8 @@ using testing::Le;
 std::unique_ptr<RemoteBitbang> connect(const BitbangServer& server, bool send_resets = false,
                                        std::chrono::milliseconds patience = 5000ms) {
     auto client = RemoteBitbang::connect({server.address(), send_resets, patience});
-    EXPECT_FALSE(client.failed()) << client.reason();
-    return client.failed() ? nullptr : std::move(client.value());
+    EXPECT_TRUE(client) << reason_of(client);
+    return client ? *std::move(client) : nullptr;
 }
 
 // The same TAP as the server's, built in.
@@ -42,40 +41,40 @@ std::string socket_path() {
 }
 
 // Moves and shifts both targets alike and compares every bit.
-void compare_with_twin(RemoteBitbang& client, unsigned operations, std::uint32_t seed) {
+void compare_with_twin(RemoteBitbang& client, unsigned operations, uint32_t seed) {
     Chain reference = twin();
-    ASSERT_FALSE(reference.power_on().failed());
+    ASSERT_TRUE(reference.power_on());
     std::mt19937_64 random(seed);
     for (unsigned operation = 0; operation < operations; ++operation) {
         const TapState shift_state = random() % 3 == 0 ? TapState::ShiftIr : TapState::ShiftDr;
         const TmsPath path = shortest_path(reference.state(), shift_state);
         const bool tdi_level = random() % 2 != 0;
         if (path.count > 0) {
-            ASSERT_FALSE(reference.move(path.tms, path.count, tdi_level).failed());
-            ASSERT_FALSE(client.move(path.tms, path.count, tdi_level).failed());
+            ASSERT_TRUE(reference.move(path.tms, path.count, tdi_level));
+            ASSERT_TRUE(client.move(path.tms, path.count, tdi_level));
         }
-        const std::uint64_t count = shift_state == TapState::ShiftIr ? 4 : 1 + random() % 700;
-        std::vector<std::uint64_t> tdi((count + 63) / 64);
+        const uint64_t count = shift_state == TapState::ShiftIr ? 4 : 1 + random() % 700;
+        std::vector<uint64_t> tdi((count + 63) / 64);
         std::generate(tdi.begin(), tdi.end(), std::ref(random));
         if (shift_state == TapState::ShiftIr && random() % 2 == 0) {
             tdi[0] = 8;
         }
-        std::vector<std::uint64_t> expected(tdi.size());
-        std::vector<std::uint64_t> found(tdi.size());
-        ASSERT_FALSE(reference.shift(tdi, expected, count, true).failed());
-        ASSERT_FALSE(client.shift(tdi, found, count, true).failed());
-        const std::uint64_t mask = count % 64 == 0 ? ~0ULL : (1ULL << (count % 64)) - 1;
+        std::vector<uint64_t> expected(tdi.size());
+        std::vector<uint64_t> found(tdi.size());
+        ASSERT_TRUE(reference.shift(tdi, expected, count, true));
+        ASSERT_TRUE(client.shift(tdi, found, count, true));
+        const uint64_t mask = count % 64 == 0 ? ~0ULL : (1ULL << (count % 64)) - 1;
         expected.back() &= mask;
         found.back() &= mask;
         ASSERT_EQ(found, expected) << "operation " << operation << ", " << count << " bits";
         // On to a stable state, as a controller does.
         const TmsPath rest = shortest_path(reference.state(), TapState::RunTestIdle);
-        ASSERT_FALSE(reference.move(rest.tms, rest.count, true).failed());
-        ASSERT_FALSE(client.move(rest.tms, rest.count, true).failed());
+        ASSERT_TRUE(reference.move(rest.tms, rest.count, true));
+        ASSERT_TRUE(client.move(rest.tms, rest.count, true));
     }
 }
 
-TEST(RemoteBitbang, moves_the_same_bits_as_a_built_in_chain) {
+TEST(RemoteBitbangTest, MovesTheSameBitsAsABuiltInChain) {
     for (const bool tdo_on_rise : {false, true}) {
         for (const std::string& path : {std::string(), socket_path()}) {
             BitbangServer server(path, {.tdo_on_rise = tdo_on_rise});
@@ -91,7 +90,7 @@ TEST(RemoteBitbang, moves_the_same_bits_as_a_built_in_chain) {
     }
 }
 
-TEST(RemoteBitbang, sends_no_byte_without_an_effect) {
+TEST(RemoteBitbangTest, SendsNoByteWithoutAnEffect) {
     BitbangServer server;
     auto client = connect(server);
     compare_with_twin(*client, 30, 11);
@@ -101,86 +100,86 @@ TEST(RemoteBitbang, sends_no_byte_without_an_effect) {
     EXPECT_EQ(server.idle_bytes, 0U);
 }
 
-TEST(RemoteBitbang, keeps_many_requests_in_flight_and_never_more_than_255) {
+TEST(RemoteBitbangTest, KeepsManyRequestsInFlightAndNeverMoreThan255) {
     BitbangServer server("", {.hoard = true});
     auto client = connect(server);
-    std::vector<std::uint64_t> tdi(64);
-    std::vector<std::uint64_t> tdo(64);
-    ASSERT_FALSE(client->shift(tdi, tdo, 4096, false).failed());
+    std::vector<uint64_t> tdi(64);
+    std::vector<uint64_t> tdo(64);
+    ASSERT_TRUE(client->shift(tdi, tdo, 4096, false));
     client.reset();
     server.finish();
     EXPECT_THAT(server.most_unanswered, AllOf(Gt(200U), Le(255U)));
 }
 
-TEST(RemoteBitbang, brings_a_target_of_unknown_state_to_test_logic_reset) {
+TEST(RemoteBitbangTest, BringsATargetOfUnknownStateToTestLogicReset) {
     BitbangServer server; // starts in Pause-DR
     auto client = connect(server);
     const TmsPath path = shortest_path(TapState::TestLogicReset, TapState::ShiftIr);
-    ASSERT_FALSE(client->move(path.tms, path.count, true).failed());
-    const std::uint64_t tdi = 0;
-    std::uint64_t tdo = 0;
-    ASSERT_FALSE(client->shift({&tdi, 1}, {&tdo, 1}, 4, false).failed());
+    ASSERT_TRUE(client->move(path.tms, path.count, true));
+    const uint64_t tdi = 0;
+    uint64_t tdo = 0;
+    ASSERT_TRUE(client->shift({&tdi, 1}, {&tdo, 1}, 4, false));
     EXPECT_EQ(tdo & 0xFU, 1U);
 }
 
-TEST(RemoteBitbang, sends_resets_only_when_told_to) {
+TEST(RemoteBitbangTest, SendsResetsOnlyWhenToldTo) {
     for (const bool send_resets : {false, true}) {
         BitbangServer server;
         auto client = connect(server, send_resets);
-        ASSERT_FALSE(client->pulse_trst().failed());
-        ASSERT_FALSE(client->set_reset(true).failed());
-        ASSERT_FALSE(client->set_reset(false).failed());
+        ASSERT_TRUE(client->pulse_trst());
+        ASSERT_TRUE(client->set_reset(true));
+        ASSERT_TRUE(client->set_reset(false));
         client.reset();
         server.finish();
         EXPECT_EQ(server.resets, send_resets ? "trsr" : "");
     }
 }
 
-TEST(RemoteBitbang, reaches_test_logic_reset_on_trst_without_the_pin) {
+TEST(RemoteBitbangTest, ReachesTestLogicResetOnTrstWithoutThePin) {
     BitbangServer server;
     auto client = connect(server);
     const TmsPath path = shortest_path(TapState::TestLogicReset, TapState::ShiftDr);
-    ASSERT_FALSE(client->move(path.tms, path.count, true).failed());
-    ASSERT_FALSE(client->pulse_trst().failed());
+    ASSERT_TRUE(client->move(path.tms, path.count, true));
+    ASSERT_TRUE(client->pulse_trst());
     const TmsPath again = shortest_path(TapState::TestLogicReset, TapState::ShiftIr);
-    ASSERT_FALSE(client->move(again.tms, again.count, true).failed());
-    const std::uint64_t tdi = 0xF;
-    std::uint64_t tdo = 0;
-    ASSERT_FALSE(client->shift({&tdi, 1}, {&tdo, 1}, 4, true).failed());
+    ASSERT_TRUE(client->move(again.tms, again.count, true));
+    const uint64_t tdi = 0xF;
+    uint64_t tdo = 0;
+    ASSERT_TRUE(client->shift({&tdi, 1}, {&tdo, 1}, 4, true));
     EXPECT_EQ(tdo & 0xFU, 1U);
 }
 
 // The failure of a long shift.
 std::string failure_of_shift(RemoteBitbang& client) {
-    std::vector<std::uint64_t> tdi(64);
-    std::vector<std::uint64_t> tdo(64);
-    return client.shift(tdi, tdo, 4096, false).reason();
+    std::vector<uint64_t> tdi(64);
+    std::vector<uint64_t> tdo(64);
+    return reason_of(client.shift(tdi, tdo, 4096, false));
 }
 
-TEST(RemoteBitbang, a_peer_that_closes_is_a_clear_failure_and_stays_one) {
+TEST(RemoteBitbangTest, APeerThatClosesIsAClearFailureAndStaysOne) {
     BitbangServer server("", {.close_at_read = true, .trouble_at = 1000});
     auto client = connect(server);
     const std::string expected = "the target at " + server.address() + " has closed the connection";
     EXPECT_EQ(failure_of_shift(*client), expected);
-    EXPECT_EQ(client->move(1, 1, true).reason(), expected);
+    EXPECT_EQ(reason_of(client->move(1, 1, true)), expected);
     EXPECT_EQ(failure_of_shift(*client), expected);
-    EXPECT_EQ(client->pulse_trst().reason(), expected);
-    EXPECT_EQ(client->set_reset(true).reason(), expected);
+    EXPECT_EQ(reason_of(client->pulse_trst()), expected);
+    EXPECT_EQ(reason_of(client->set_reset(true)), expected);
 }
 
-TEST(RemoteBitbang, a_lost_target_is_reached_again_when_its_power_comes_back) {
+TEST(RemoteBitbangTest, ALostTargetIsReachedAgainWhenItsPowerComesBack) {
     BitbangServer server("", {.close_at_read = true, .trouble_at = 5000});
     auto client = connect(server);
     EXPECT_EQ(failure_of_shift(*client), "");
     EXPECT_NE(failure_of_shift(*client), "");
-    EXPECT_FALSE(client->power_on().failed());
-    EXPECT_FALSE(client->move(0, 1, true).failed());
+    EXPECT_TRUE(client->power_on());
+    EXPECT_TRUE(client->move(0, 1, true));
     client.reset();
     server.finish();
     EXPECT_EQ(server.connections, 2U);
 }
 
-TEST(RemoteBitbang, a_silent_peer_is_a_failure_after_the_time_limit) {
+TEST(RemoteBitbangTest, ASilentPeerIsAFailureAfterTheTimeLimit) {
     BitbangServer server("", {.silent_at_read = true, .trouble_at = 300});
     auto client = connect(server, false, 100ms);
     const auto start = std::chrono::steady_clock::now();
@@ -190,32 +189,34 @@ TEST(RemoteBitbang, a_silent_peer_is_a_failure_after_the_time_limit) {
     EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
 }
 
-TEST(RemoteBitbang, an_answer_that_is_none_is_a_failure) {
+TEST(RemoteBitbangTest, AnAnswerThatIsNoneIsAFailure) {
     BitbangServer server("", {.wrong_at_read = true, .trouble_at = 10});
     auto client = connect(server);
     EXPECT_EQ(failure_of_shift(*client), "the target at " + server.address() +
                                              " has answered with the byte 0x3f instead of 0 or 1");
 }
 
-TEST(RemoteBitbang, a_target_that_is_not_there_is_named) {
+TEST(RemoteBitbangTest, ATargetThatIsNotThereIsNamed) {
     std::string address;
     {
         const BitbangServer server;
         address = server.address();
     }
-    EXPECT_EQ(RemoteBitbang::connect({.address = address}).reason(),
+    EXPECT_EQ(reason_of(RemoteBitbang::connect({.address = address})),
               "connecting to the target at " + address + ": Connection refused");
-    EXPECT_EQ(RemoteBitbang::connect({.address = "/nowhere/x"}).reason(),
+    EXPECT_EQ(reason_of(RemoteBitbang::connect({.address = "/nowhere/x"})),
               "connecting to the target at /nowhere/x: No such file or directory");
-    EXPECT_EQ(RemoteBitbang::connect({.address = "not-a-port"}).reason(),
+    EXPECT_EQ(reason_of(RemoteBitbang::connect({.address = "not-a-port"})),
               "connecting to the target at not-a-port: Cannot assign requested address");
 }
 
-TEST(RemoteBitbang, a_stop_frees_a_call_that_waits) {
+TEST(RemoteBitbangTest, AStopFreesACallThatWaits) {
     BitbangServer server("", {.silent_at_read = true, .trouble_at = 1});
     auto client = connect(server, false, 20'000ms);
     std::thread stopper([&] {
-        std::this_thread::sleep_for(50ms);
+        while (!server.troubled) { // until the client waits for an answer
+            std::this_thread::sleep_for(1ms);
+        }
         client->request_stop();
     });
     const auto start = std::chrono::steady_clock::now();
@@ -226,4 +227,4 @@ TEST(RemoteBitbang, a_stop_frees_a_call_that_waits) {
 }
 
 } // namespace
-} // namespace podsim::external
+} // namespace talvor::podsim::external

@@ -1,8 +1,7 @@
 // The running simulator with a target that another program simulates.
-#include "support/podsim_process.h"
-
 #include "bitbang_server.h"
 #include "host.h"
+#include "support/podsim_process.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,11 +9,15 @@
 #include <chrono>
 #include <csignal>
 
-namespace test_support {
+namespace talvor::podsim {
 namespace {
 
-using podsim::external::BitbangServer;
-using podsim::proxy::Host;
+using external::BitbangServer;
+using proxy::Host;
+using test_support::built_program;
+using test_support::PodsimProcess;
+using test_support::ProgramResult;
+using test_support::run_program;
 using testing::HasSubstr;
 
 std::string pod_with(const BitbangServer& server) {
@@ -23,29 +26,29 @@ std::string pod_with(const BitbangServer& server) {
 }
 
 // Four bits through the instruction register; what they captured comes first.
-constexpr const char* scan_instruction =
+constexpr const char* kScanInstruction =
     "write 4 0500; write 12 0003; write 13 0; write 11 300a; write 10 4080; wait recv; read 22; "
     "wait done";
 
-TEST(ExternalTarget, is_scanned_like_a_built_in_one) {
+TEST(ExternalTargetTest, IsScannedLikeABuiltInOne) {
     BitbangServer server;
     {
         PodsimProcess process(pod_with(server));
         Host host(1);
-        host.queue(scan_instruction);
+        host.queue(kScanInstruction);
         EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 2);
         EXPECT_EQ(host.block().tbcIMblock[0], 0x0001);
         // The scratch register: 32 bits of data out, twice, so that the first come back.
         host.queue("write 4 0300; write 12 0003; write 11 300a; write 10 4080; wait send; "
                    "write 23 0008; wait done");
         EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 0);
-        constexpr const char* scan_data =
+        constexpr const char* kScanData =
             "write 4 0700; write 12 001f; write 11 3002; write 10 4080; wait send; "
             "write 23 cafe; wait send; write 23 1234; wait recv; read 22; wait recv; read 22; "
             "wait done";
-        host.queue(scan_data);
+        host.queue(kScanData);
         EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 4);
-        host.queue(scan_data);
+        host.queue(kScanData);
         EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 4);
         EXPECT_EQ(host.block().tbcIMblock[0], 0xCAFE);
         EXPECT_EQ(host.block().tbcIMblock[1], 0x1234);
@@ -57,22 +60,22 @@ TEST(ExternalTarget, is_scanned_like_a_built_in_one) {
     EXPECT_EQ(server.idle_bytes, 0U);
 }
 
-TEST(ExternalTarget, a_target_that_goes_fails_the_batch_with_a_reason) {
+TEST(ExternalTargetTest, ATargetThatGoesFailsTheBatchWithAReason) {
     BitbangServer server("", {.close_at_read = true, .trouble_at = 2});
     PodsimProcess process(pod_with(server));
     Host host(1);
-    host.queue(scan_instruction);
+    host.queue(kScanInstruction);
     EXPECT_LT(host.exchange(SHM_CMD_EXECUTE), 0);
     EXPECT_THAT(process.log(),
                 HasSubstr("the target at " + server.address() + " has closed the connection\n"));
     EXPECT_EQ(process.stop(), 0);
 }
 
-TEST(ExternalTarget, a_silent_target_does_not_keep_the_simulator_from_ending) {
+TEST(ExternalTargetTest, ASilentTargetDoesNotKeepTheSimulatorFromEnding) {
     BitbangServer server("", {.silent_at_read = true, .trouble_at = 1});
     PodsimProcess process(pod_with(server) + "target_patience_ms = 60000\n");
     Host host(1);
-    host.queue(scan_instruction);
+    host.queue(kScanInstruction);
     host.block().cmd = SHM_CMD_EXECUTE;
     host.post_start();
     const auto start = std::chrono::steady_clock::now();
@@ -82,7 +85,7 @@ TEST(ExternalTarget, a_silent_target_does_not_keep_the_simulator_from_ending) {
     EXPECT_LT(host.block().status, 0);
 }
 
-TEST(ExternalTarget, a_target_that_is_not_there_is_named_at_the_start) {
+TEST(ExternalTargetTest, ATargetThatIsNotThereIsNamedAtTheStart) {
     std::string description;
     std::string address;
     {
@@ -103,4 +106,4 @@ TEST(ExternalTarget, a_target_that_is_not_there_is_named_at_the_start) {
 }
 
 } // namespace
-} // namespace test_support
+} // namespace talvor::podsim

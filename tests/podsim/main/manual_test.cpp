@@ -4,15 +4,18 @@
 
 #include <gtest/gtest.h>
 
-namespace test_support {
+namespace talvor::podsim {
 namespace {
 
-TEST(Manual, every_command_in_a_box_works_and_prints_what_the_page_shows) {
+using test_support::built_program;
+using test_support::run_program;
+
+TEST(ManualTest, EveryCommandInABoxWorksAndPrintsWhatThePageShows) {
     if (run_program({built_program("talvor-podsim"), "--private", "true"}).status != 0) {
         GTEST_SKIP() << "namespaces are not allowed here";
     }
-    run_boxes_of(SOURCE_FOLDER "/docs/podsim.md", 6);
+    test_support::run_boxes_of(SOURCE_FOLDER "/docs/podsim.md", 6);
 }
 
 } // namespace
-} // namespace test_support
+} // namespace talvor::podsim

@@ -9,9 +9,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-namespace test_support {
+namespace talvor::podsim {
 namespace {
 
+using test_support::built_program;
+using test_support::PodsimProcess;
+using test_support::ProgramResult;
+using test_support::run_program;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -32,13 +36,14 @@ bool namespaces_allowed() {
         GTEST_SKIP() << "namespaces are not allowed here";                                         \
     }
 
-TEST(Options, help_and_version_go_to_the_standard_output) {
+TEST(OptionsTest, HelpAndVersionGoToTheStandardOutput) {
     const ProgramResult help = podsim({"--help"});
     EXPECT_EQ(help.status, 0);
     EXPECT_EQ(help.errors, "");
-    for (const char* option : {"DESCRIPTION", "--script", "--control", "--strict", "--spin",
-                               "--vcd", "--vcd-bytes", "--vcd-clocks", "--log", "--log-file",
-                               "--ready-file", "--ready-fd", "--private", "ctl", "--version"}) {
+    for (const char* option :
+         {"DESCRIPTION", "--script", "--control", "--strict", "--spin", "--vcd", "--vcd-bytes",
+          "--vcd-clocks", "--log", "--log-file", "--ready-file", "--ready-fd", "--end-with",
+          "--private", "ctl", "--version"}) {
         EXPECT_THAT(help.output, HasSubstr(option));
     }
     const ProgramResult version = podsim({"--version"});
@@ -46,7 +51,7 @@ TEST(Options, help_and_version_go_to_the_standard_output) {
     EXPECT_THAT(version.output, testing::MatchesRegex("talvor-podsim [0-9]+\\.[0-9]+\\.[0-9]+\n"));
 }
 
-TEST(Options, a_wrong_command_line_has_the_exit_status_2) {
+TEST(OptionsTest, AWrongCommandLineHasTheExitStatus2) {
     for (const std::vector<std::string>& wrong : {std::vector<std::string>{"--unknown"},
                                                   {"--spin", "-1"},
                                                   {"--spin", "1000001"},
@@ -56,7 +61,9 @@ TEST(Options, a_wrong_command_line_has_the_exit_status_2) {
                                                   {"--private", "--"},
                                                   {"ctl", "status"},
                                                   {"ctl", "--control", "/x"},
-                                                  {"--ready-fd", "-1"}}) {
+                                                  {"--ready-fd", "-1"},
+                                                  {"--end-with", "0"},
+                                                  {"--end-with", "x"}}) {
         unsetenv("TALVOR_PODSIM_CONTROL");
         const ProgramResult result = podsim(wrong);
         EXPECT_EQ(result.status, 2) << testing::PrintToString(wrong);
@@ -65,13 +72,12 @@ TEST(Options, a_wrong_command_line_has_the_exit_status_2) {
     }
 }
 
-TEST(Options, what_cannot_be_done_is_named_with_the_exit_status_1) {
+TEST(OptionsTest, WhatCannotBeDoneIsNamedWithTheExitStatus1) {
     const struct {
         std::vector<std::string> arguments;
         std::string errors;
     } cases[] = {
-        {{"/nowhere/pods.toml"},
-         "reading the description /nowhere/pods.toml: No such file or directory"},
+        {{"/nowhere/pods.toml"}, "/nowhere/pods.toml: cannot be read: No such file or directory"},
         {{"--script", "/nowhere/s"}, "reading the script /nowhere/s: No such file or directory"},
         {{"--log-file", "/nowhere/log"}, "writing the log /nowhere/log: No such file or directory"},
         {{"--vcd", "/nowhere/t.vcd"},
@@ -89,7 +95,7 @@ TEST(Options, what_cannot_be_done_is_named_with_the_exit_status_1) {
     }
 }
 
-TEST(Options, a_ready_file_that_cannot_be_made_ends_the_simulator) {
+TEST(OptionsTest, AReadyFileThatCannotBeMadeEndsTheSimulator) {
     const ProgramResult result = podsim({"--ready-file", "/nowhere/ready"});
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.errors,
@@ -97,14 +103,14 @@ TEST(Options, a_ready_file_that_cannot_be_made_ends_the_simulator) {
     EXPECT_TRUE(std::filesystem::is_empty("/dev/shm"));
 }
 
-TEST(Options, the_ready_line_names_the_pods) {
+TEST(OptionsTest, TheReadyLineNamesThePods) {
     PodsimProcess process("[[pod]]\nserial = 7\nrevision = 0x0302\n[[pod]]\nserial = 9\n");
     std::string line;
     std::getline(std::ifstream(process.directory() + "/output") >> std::ws, line);
     EXPECT_EQ(line, "ready, 2 pods: 7 (revision 3.2), 9 (revision 2.0)");
 }
 
-TEST(Options, the_ready_file_is_there_while_the_pods_are_served) {
+TEST(OptionsTest, TheReadyFileIsThereWhileThePodsAreServed) {
     const std::string file =
         std::filesystem::temp_directory_path() / ("talvor-ready-" + std::to_string(getpid()));
     PodsimProcess process("", {"--ready-file", file});
@@ -115,7 +121,7 @@ TEST(Options, the_ready_file_is_there_while_the_pods_are_served) {
     EXPECT_FALSE(std::filesystem::exists(file));
 }
 
-TEST(Options, a_private_command_gives_its_exit_status_and_has_the_output_to_itself) {
+TEST(OptionsTest, APrivateCommandGivesItsExitStatusAndHasTheOutputToItself) {
     SKIP_WITHOUT_NAMESPACES();
     const ProgramResult result =
         podsim({"--private", "sh", "-c", "echo $0-$1; exit 7", "--private", "--"});
@@ -127,7 +133,7 @@ TEST(Options, a_private_command_gives_its_exit_status_and_has_the_output_to_itse
     EXPECT_EQ(podsim({"--private", "sh", "-c", "kill -9 $$"}).status, 137);
 }
 
-TEST(Options, a_private_command_that_cannot_be_run_is_named) {
+TEST(OptionsTest, APrivateCommandThatCannotBeRunIsNamed) {
     SKIP_WITHOUT_NAMESPACES();
     const ProgramResult missing = podsim({"--private", "/nowhere/program"});
     EXPECT_EQ(missing.status, 127);
@@ -136,7 +142,7 @@ TEST(Options, a_private_command_that_cannot_be_run_is_named) {
     EXPECT_EQ(folder.status, 126);
 }
 
-TEST(Options, a_private_command_sees_the_pods_and_nobody_else_does) {
+TEST(OptionsTest, APrivateCommandSeesThePodsAndNobodyElseDoes) {
     SKIP_WITHOUT_NAMESPACES();
     PodsimProcess outer; // a live proxy of the machine is not disturbed
     const ProgramResult result =
@@ -147,7 +153,7 @@ TEST(Options, a_private_command_sees_the_pods_and_nobody_else_does) {
     EXPECT_EQ(outer.ctl("status").find("error"), std::string::npos);
 }
 
-TEST(Options, a_private_command_is_told_the_control_socket_and_gets_the_signals) {
+TEST(OptionsTest, APrivateCommandIsToldTheControlSocketAndGetsTheSignals) {
     SKIP_WITHOUT_NAMESPACES();
     const std::string socket = std::filesystem::temp_directory_path() /
                                ("talvor-private-" + std::to_string(getpid()) + ".sock");
@@ -163,4 +169,4 @@ TEST(Options, a_private_command_is_told_the_control_socket_and_gets_the_signals)
 }
 
 } // namespace
-} // namespace test_support
+} // namespace talvor::podsim

@@ -1,5 +1,4 @@
 #include "podsim/model/bit_ring.h"
-
 #include "podsim/model/bits.h"
 #include "podsim/model/fifo.h"
 #include "podsim/model/return_path.h"
@@ -10,31 +9,30 @@
 #include <random>
 #include <vector>
 
+namespace talvor::podsim {
 namespace {
 
-using namespace podsim;
-
-TEST(BitRing, BeginsAtItsLevel) {
+TEST(BitRingTest, BeginsAtItsLevel) {
     EXPECT_EQ(BitRing(10).read(3), 0U);
-    EXPECT_EQ(BitRing(10, true).read(3), ~std::uint64_t{0});
+    EXPECT_EQ(BitRing(10, true).read(3), ~uint64_t{0});
 }
 
 // A queue of every length, filled and emptied by pieces of every size.
-TEST(BitRing, KeepsWhatStandsBetweenReaderAndWriter) {
+TEST(BitRingTest, KeepsWhatStandsBetweenReaderAndWriter) {
     std::mt19937_64 random(1);
-    for (std::uint64_t capacity = 0; capacity < 400; capacity += 7) {
+    for (uint64_t capacity = 0; capacity < 400; capacity += 7) {
         BitRing ring(capacity);
         std::deque<bool> expected(capacity, false);
-        std::uint64_t head = random() % 1000;
-        for (std::uint64_t done = 0; done < capacity; done += 50) {
+        uint64_t head = random() % 1000;
+        for (uint64_t done = 0; done < capacity; done += 50) {
             ring.write(head + done, 0,
-                       static_cast<unsigned>(std::min<std::uint64_t>(50, capacity - done)));
+                       static_cast<unsigned>(std::min<uint64_t>(50, capacity - done)));
         }
         for (int step = 0; step < 300; ++step) {
             const auto count = static_cast<unsigned>(1 + random() % 64);
-            const std::uint64_t in = random() & low_mask(count);
+            const uint64_t in = random() & low_mask(count);
             ring.write(head + capacity, in, count);
-            const std::uint64_t out = ring.read(head) & low_mask(count);
+            const uint64_t out = ring.read(head) & low_mask(count);
             head += count;
             for (unsigned i = 0; i < count; ++i) {
                 expected.push_back(((in >> i) & 1) != 0);
@@ -45,28 +43,28 @@ TEST(BitRing, KeepsWhatStandsBetweenReaderAndWriter) {
     }
 }
 
-TEST(Bits, FieldsAreReadAndReplaced) {
+TEST(BitsTest, FieldsAreReadAndReplaced) {
     std::mt19937_64 random(2);
-    std::vector<std::uint64_t> words(3);
+    std::vector<uint64_t> words(3);
     std::vector<bool> plain(192);
     for (int step = 0; step < 2000; ++step) {
         const auto count = static_cast<unsigned>(random() % 65);
-        const std::size_t position = random() % (192 - count + 1);
-        const std::uint64_t value = random();
+        const size_t position = random() % (192 - count + 1);
+        const uint64_t value = random();
         if (count != 0 || position < 192) {
             put_bits(words, position, count, value);
         }
         for (unsigned i = 0; i < count; ++i) {
             plain[position + i] = ((value >> i) & 1) != 0;
         }
-        for (std::size_t i = 0; i < 192; ++i) {
+        for (size_t i = 0; i < 192; ++i) {
             ASSERT_EQ(get_bits(words, i, 1) != 0, plain[i]);
         }
         ASSERT_EQ(get_bits(words, position, count), value & low_mask(count));
     }
 }
 
-TEST(Fifo, IsFirstInFirstOut) {
+TEST(FifoTest, IsFirstInFirstOut) {
     Fifo<int, 3> fifo;
     EXPECT_TRUE(fifo.empty());
     for (int round = 0; round < 5; ++round) {
@@ -87,7 +85,7 @@ TEST(Fifo, IsFirstInFirstOut) {
     EXPECT_TRUE(fifo.empty());
 }
 
-TEST(ReturnPath, DelayIsNeverBelowZero) {
+TEST(ReturnPathTest, DelayIsNeverBelowZero) {
     EXPECT_EQ(return_delay(16, 3, 0, 3), 16U);
     EXPECT_EQ(return_delay(16, 3, 0, 0), 19U);
     EXPECT_EQ(return_delay(16, 3, 1, 3), 17U);
@@ -96,26 +94,26 @@ TEST(ReturnPath, DelayIsNeverBelowZero) {
     EXPECT_EQ(return_delay(16, 3, 0, 31), 0U);
 }
 
-TEST(ReturnPath, HoldsOnesBeforeAnythingWasShifted) {
+TEST(ReturnPathTest, HoldsOnesBeforeAnythingWasShifted) {
     const ReturnPath path;
-    EXPECT_EQ(path.read(path.position() - 64, 64), ~std::uint64_t{0});
+    EXPECT_EQ(path.read(path.position() - 64, 64), ~uint64_t{0});
     EXPECT_EQ(path.read(path.position() - ReturnPath::kKeptBits, 5), 0x1FU);
 }
 
-TEST(ReturnPath, LongRunsKeepTheirEnd) {
+TEST(ReturnPathTest, LongRunsKeepTheirEnd) {
     std::mt19937_64 random(4);
-    for (const std::uint64_t count : {1U, 64U, 65U, 1151U, 1152U, 1153U, 5000U}) {
+    for (const uint64_t count : {1U, 64U, 65U, 1151U, 1152U, 1153U, 5000U}) {
         ReturnPath by_block;
         ReturnPath by_bit;
-        std::vector<std::uint64_t> bits(words_for(count));
-        for (std::uint64_t& word : bits) {
+        std::vector<uint64_t> bits(words_for(count));
+        for (uint64_t& word : bits) {
             word = random();
         }
         by_block.push(bits, count);
-        for (std::uint64_t i = 0; i < count; ++i) {
+        for (uint64_t i = 0; i < count; ++i) {
             by_bit.push(get_bits(bits, i, 1), 1);
         }
-        for (std::uint64_t back = 1; back <= ReturnPath::kKeptBits; ++back) {
+        for (uint64_t back = 1; back <= ReturnPath::kKeptBits; ++back) {
             ASSERT_EQ(by_block.read(by_block.position() - back, 1),
                       by_bit.read(by_bit.position() - back, 1))
                 << count << " " << back;
@@ -124,3 +122,4 @@ TEST(ReturnPath, LongRunsKeepTheirEnd) {
 }
 
 } // namespace
+} // namespace talvor::podsim

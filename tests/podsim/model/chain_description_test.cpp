@@ -6,9 +6,8 @@
 #include <string>
 #include <vector>
 
+namespace talvor::podsim {
 namespace {
-
-using namespace podsim;
 
 ChainDescription good() {
     DeviceDescription a;
@@ -18,7 +17,7 @@ ChainDescription good() {
     a.idcode_instruction = 2;
     a.registers = {
         {"constant", {3}, ConstantRegister{5, {0x1F}}},
-        {"scratch", {4}, ScratchRegister{64, {~std::uint64_t{0}}}},
+        {"scratch", {4}, ScratchRegister{64, {~uint64_t{0}}}},
         {"counter", {5}, CounterRegister{1}},
         {"memory", {6}, MemoryRegister{2, 64, 4}},
         {"boundary", {}, BoundaryRegister{0, 1, {{"o", true, false}, {"i", false, false}}}},
@@ -32,7 +31,7 @@ struct Case {
 };
 
 template <class T>
-T& kind(ChainDescription& chain, std::size_t index) {
+T& kind(ChainDescription& chain, size_t index) {
     return std::get<T>(chain.devices[1].registers[index].kind);
 }
 
@@ -92,8 +91,8 @@ const std::vector<Case> kCases{
     {[](auto& c) { c.nets.push_back(c.nets[0]); }, "to"},
 };
 
-TEST(ChainDescription, NamesTheFieldThatIsWrong) {
-    for (std::size_t i = 0; i < kCases.size(); ++i) {
+TEST(ChainDescriptionTest, NamesTheFieldThatIsWrong) {
+    for (size_t i = 0; i < kCases.size(); ++i) {
         ChainDescription chain = good();
         kCases[i].change(chain);
         const auto error = check(chain);
@@ -102,7 +101,7 @@ TEST(ChainDescription, NamesTheFieldThatIsWrong) {
     }
 }
 
-TEST(ChainDescription, SaysWhereTheErrorIs) {
+TEST(ChainDescriptionTest, SaysWhereTheErrorIs) {
     ChainDescription chain = good();
     kind<MemoryRegister>(chain, 3).words = 5;
     const auto error = check(chain);
@@ -113,12 +112,13 @@ TEST(ChainDescription, SaysWhereTheErrorIs) {
     EXPECT_EQ(error->expected, "from 1 to 4");
 }
 
-TEST(ChainDescription, RegisterBits) {
+TEST(ChainDescriptionTest, RegisterBits) {
     const ChainDescription chain = good();
-    const std::vector<std::uint64_t> expected{5, 64, 1, 68, 2};
-    for (std::size_t i = 0; i < expected.size(); ++i) {
+    const std::vector<uint64_t> expected{5, 64, 1, 68, 2};
+    for (size_t i = 0; i < expected.size(); ++i) {
         EXPECT_EQ(register_bits(chain.devices[0].registers[i]), expected[i]);
     }
 }
 
 } // namespace
+} // namespace talvor::podsim

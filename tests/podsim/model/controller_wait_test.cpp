@@ -1,16 +1,16 @@
-#include "podsim/model/controller.h"
-
 #include "host.h"
+#include "podsim/model/controller.h"
 
 #include <gtest/gtest.h>
 
+namespace talvor::podsim {
 namespace {
 
 using namespace host;
 
 constexpr unsigned kIrPath = TBC_STATE_IR_PATH;
 
-class WaitTest : public StrictPod {};
+class WaitTest : public StrictPodTest {};
 
 TEST_F(WaitTest, WaitsRunTheScanJustAsFarAsNeeded) {
     pod.go_to(0, TBC_STATE_SHIFT_DR);
@@ -125,9 +125,9 @@ TEST_F(HostWaitsTest, PureReceiveDoesNotHideTheMissingWait) {
     EXPECT_EQ(pod.read_failure(22), "read of the receive buffer without a wait");
 }
 
-TEST(Waits, WhoMustWaitDependsOnThePod) {
+TEST(WaitsTest, WhoMustWaitDependsOnThePod) {
     struct Case {
-        std::uint16_t revision;
+        uint16_t revision;
         unsigned timing;
         bool by_itself;
     };
@@ -170,7 +170,7 @@ TEST_F(WaitTest, StrictModeFailsWordsThatNobodyTakes) {
               "operation started while another is in progress");
 }
 
-TEST(Waits, WithoutStrictModeMistakesAreWarnings) {
+TEST(WaitsTest, WithoutStrictModeMistakesAreWarnings) {
     ControllerSettings settings;
     settings.revision = POD_REVISION_1;
     Bench pod(scratch_chain(64), settings);
@@ -197,10 +197,10 @@ TEST_F(HostWaitsTest, EndOfABatchLetsTheScanRunOn) {
     pod.launch(TBC_STATE_IDLE, TBC_SCAN_BOTH, 47);
     pod.write(23, 0);
     pod.write(23, 0);
-    ASSERT_FALSE(pod.controller.settle().failed());
+    ASSERT_TRUE(pod.controller.settle());
     pod.read(22);
     pod.write(23, 0);
-    ASSERT_FALSE(pod.controller.settle().failed());
+    ASSERT_TRUE(pod.controller.settle());
     EXPECT_FALSE(pod.controller.busy());
     pod.read(22);
     pod.read(22);
@@ -221,7 +221,7 @@ TEST_F(WaitTest, EmptyWordInTheMiddleOfAScanDropsWhatHasCome) {
     pod.write(23, 0);
     pod.wait(SHM_WAIT_READ_MANY); // the pipeline and 1
     pod.write(10, TBC_CONTROL_EMPTY);
-    for (std::uint16_t expected = 2; expected <= 4; ++expected) {
+    for (uint16_t expected = 2; expected <= 4; ++expected) {
         pod.write(23, 0);
         pod.wait(SHM_WAIT_READ_ONE);
         EXPECT_EQ(pod.read(22), expected);
@@ -232,7 +232,7 @@ TEST_F(WaitTest, AttachAbandonsWhatAnEarlierHostLeft) {
     pod.write(4, 0x83);
     pod.launch(TBC_STATE_IDLE, TBC_SCAN_BOTH, 47);
     pod.write(23, 0);
-    ASSERT_FALSE(pod.controller.attach().failed());
+    ASSERT_TRUE(pod.controller.attach());
     EXPECT_FALSE(pod.controller.busy());
     pod.wait(SHM_WAIT_DONE);
     EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 64, true).size(), 4U);
@@ -255,8 +255,8 @@ TEST_F(WaitTest, ResetFreesAControllerThatLacksData) {
         pod.write(23, 0xAAAA);
         EXPECT_NE(pod.wait_failure(SHM_WAIT_DONE), "");
         if (support) {
-            ASSERT_FALSE(pod.controller.write_support(SUPPORT_RESET).failed());
-            ASSERT_FALSE(pod.controller.write_support(0).failed());
+            ASSERT_TRUE(pod.controller.write_support(SUPPORT_RESET));
+            ASSERT_TRUE(pod.controller.write_support(0));
         } else {
             pod.write(10, TBC_CONTROL_RESET);
         }
@@ -277,3 +277,4 @@ TEST_F(WaitTest, StopEndsScansAndWaits) {
 }
 
 } // namespace
+} // namespace talvor::podsim

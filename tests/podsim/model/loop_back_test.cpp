@@ -1,14 +1,14 @@
-#include "podsim/model/loop_back.h"
-
 #include "host.h"
+#include "podsim/model/loop_back.h"
 
 #include <gtest/gtest.h>
 
+namespace talvor::podsim {
 namespace {
 
 using namespace host;
 
-class LoopBackTest : public StrictPod {};
+class LoopBackTest : public StrictPodTest {};
 
 struct LoopCase {
     LoopFault fault;
@@ -28,7 +28,7 @@ TEST_F(LoopBackTest, LoopBackReversesWordsAndShowsItsFault) {
     for (const LoopCase& each : kLoopCases) {
         Faults faults;
         faults.loopback = each.fault;
-        ASSERT_FALSE(pod.controller.set_faults(faults).failed());
+        ASSERT_TRUE(pod.controller.set_faults(faults));
         pod.write(10, TBC_CONTROL_EMPTY);
         pod.write(1, TBC_COMMAND_LOOPBACK);
         for (const unsigned word : {0xC35AU, 0x3CA5U, 0xF0F0U, 0xA53CU, 0x5AC3U}) {
@@ -62,7 +62,7 @@ TEST_F(LoopBackTest, EmptyLoopBackReadsOnesAndNeedsNoWait) {
 
 TEST_F(LoopBackTest, LoopBackOverflowIsAMistake) {
     pod.write(1, TBC_COMMAND_LOOPBACK);
-    for (std::size_t i = 0; i < LoopBack::kDepth; ++i) {
+    for (size_t i = 0; i < LoopBack::kDepth; ++i) {
         pod.write(23, 0);
     }
     EXPECT_EQ(pod.write_failure(23, 0), "word sent into a full loop-back path, dropped");
@@ -76,3 +76,4 @@ TEST_F(LoopBackTest, ResetOfTheControllerLeavesIt) {
 }
 
 } // namespace
+} // namespace talvor::podsim

@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <vector>
 
+namespace talvor::podsim {
 namespace {
-
-using namespace podsim;
 
 constexpr TapState kEnds[] = {TapState::TestLogicReset, TapState::TestLogicReset,
                               TapState::RunTestIdle,    TapState::RunTestIdle,
@@ -24,37 +23,37 @@ std::vector<TapState> states_on(TapState from, TmsPath path) {
     return states;
 }
 
-TEST(Operation, StateCodes) {
-    for (std::uint16_t code = 0; code < 8; ++code) {
+TEST(OperationTest, StateCodes) {
+    for (uint16_t code = 0; code < 8; ++code) {
         EXPECT_EQ(state_of(code), kEnds[code]);
         EXPECT_EQ(state_of(code | TBC_STATE_IR_PATH | TBC_TRANSIT_SCAN), kEnds[code]);
     }
-    const std::uint16_t read[] = {1, 1, 3, 3, 4, 5, 6, 7};
-    for (std::uint16_t code = 0; code < 8; ++code) {
+    const uint16_t read[] = {1, 1, 3, 3, 4, 5, 6, 7};
+    for (uint16_t code = 0; code < 8; ++code) {
         EXPECT_EQ(code_of(kEnds[code]), read[code]);
     }
 }
 
-TEST(Operation, BothTransitBitsMakeAScan) {
+TEST(OperationTest, BothTransitBitsMakeAScan) {
     EXPECT_TRUE(is_scan(TBC_TRANSIT_SCAN | TBC_STATE_IDLE));
     EXPECT_FALSE(is_scan(TBC_TRANSIT_VIA_CAPTURE));
     EXPECT_FALSE(is_scan(TBC_TRANSIT_VIA_IDLE));
     EXPECT_FALSE(is_scan(0));
 }
 
-TEST(Operation, EveryGoToEndsWhereItShould) {
+TEST(OperationTest, EveryGoToEndsWhereItShould) {
     for (const TapState from : kEnds) {
-        for (std::uint16_t code = 0; code < 8; ++code) {
+        for (uint16_t code = 0; code < 8; ++code) {
             for (const int transit :
                  {TBC_TRANSIT_QUICKEST, TBC_TRANSIT_VIA_CAPTURE, TBC_TRANSIT_VIA_IDLE, 0x2000}) {
-                const auto operation = static_cast<std::uint16_t>(transit | code);
+                const auto operation = static_cast<uint16_t>(transit | code);
                 EXPECT_EQ(walk(from, go_to_path(from, operation)), kEnds[code]);
             }
         }
     }
 }
 
-TEST(Operation, ViaCapturePassesThePathsCaptureState) {
+TEST(OperationTest, ViaCapturePassesThePathsCaptureState) {
     for (const TapState from : kEnds) {
         const auto dr = states_on(from, go_to_path(from, 0x1000 | TBC_STATE_PAUSE_DR));
         EXPECT_EQ(std::ranges::count(dr, TapState::CaptureDr), 1) << name_of(from);
@@ -64,13 +63,13 @@ TEST(Operation, ViaCapturePassesThePathsCaptureState) {
     }
 }
 
-TEST(Operation, ViaIdleSpendsTheClocksOfItsField) {
+TEST(OperationTest, ViaIdleSpendsTheClocksOfItsField) {
     for (unsigned clocks = 0; clocks < 8; ++clocks) {
-        const auto operation =
-            static_cast<std::uint16_t>(0x2000 | clocks << 5 | TBC_STATE_PAUSE_DR);
+        const auto operation = static_cast<uint16_t>(0x2000 | clocks << 5 | TBC_STATE_PAUSE_DR);
         const auto states = states_on(TapState::PauseIr, go_to_path(TapState::PauseIr, operation));
         EXPECT_EQ(std::ranges::count(states, TapState::RunTestIdle), 1 + static_cast<int>(clocks));
     }
 }
 
 } // namespace
+} // namespace talvor::podsim

@@ -8,13 +8,14 @@
 #include <random>
 #include <vector>
 
+namespace talvor::podsim {
 namespace {
 
 using namespace host;
 
 class RandomSession {
 public:
-    explicit RandomSession(std::uint64_t seed)
+    explicit RandomSession(uint64_t seed)
         : random_(seed), description_(reference::random_chain(random_)), plain_(description_),
           pod_(description_, settings()) {
         pod_.host_waits = (random_() & 1) != 0;
@@ -67,24 +68,24 @@ private:
         return shifted;
     }
 
-    void expect_words(const Words& got, const std::vector<bool>& shifted, std::size_t first,
-                      std::uint64_t count) {
+    void expect_words(const Words& got, const std::vector<bool>& shifted, size_t first,
+                      uint64_t count) {
         ASSERT_EQ(got.size(), (count + 15) / 16);
-        for (std::uint64_t i = 0; i < got.size() * 16; ++i) {
+        for (uint64_t i = 0; i < got.size() * 16; ++i) {
             const bool expected = i < count && shifted[first + i];
             ASSERT_EQ(((got[i / 16] >> (i % 16)) & 1) != 0, expected)
                 << "bit " << i << " of " << count;
         }
     }
 
-    void expect_sent(const Words& out, std::uint64_t first, std::uint64_t count) {
-        std::uint64_t shift = 0;
+    void expect_sent(const Words& out, uint64_t first, uint64_t count) {
+        uint64_t shift = 0;
         for (const Recorder::Edge& edge : pod_.recorder.seen) {
             if (!is_shift(edge.state)) {
                 continue;
             }
             if (shift >= first && shift < first + count) {
-                const std::uint64_t i = shift - first;
+                const uint64_t i = shift - first;
                 ASSERT_EQ(edge.tdi, ((out[i / 16] >> (i % 16)) & 1) != 0) << "bit " << i;
             }
             ++shift;
@@ -96,9 +97,9 @@ private:
         const unsigned path = (random_() & 1) != 0 ? TBC_STATE_IR_PATH : 0U;
         const unsigned pause = path | (path != 0 ? TBC_STATE_PAUSE_IR : TBC_STATE_PAUSE_DR);
         const unsigned end = path | random_code();
-        const std::uint64_t count = 1 + random_() % (random_() % 3 == 0 ? 400 : 40);
-        const std::uint64_t before = random_() % 2 == 0 ? 0 : 1 + random_() % 30;
-        const std::uint64_t after = random_() % 2 == 0 ? 0 : 1 + random_() % 30;
+        const uint64_t count = 1 + random_() % (random_() % 3 == 0 ? 400 : 40);
+        const uint64_t before = random_() % 2 == 0 ? 0 : 1 + random_() % 30;
+        const uint64_t after = random_() % 2 == 0 ? 0 : 1 + random_() % 30;
         const bool adjust = pipelined_;
         if (before != 0) {
             pod_.scan_fixed(pause, before, true, adjust);
@@ -106,15 +107,15 @@ private:
         const TapState shift_state = path != 0 ? TapState::ShiftIr : TapState::ShiftDr;
         // The way out of the other path's Shift state shifts a bit as well.
         const TapState start = plain_.state();
-        const std::uint64_t stray = is_shift(start) && start != shift_state ? 1 : 0;
-        const std::uint64_t lead = stray + (before != 0 && adjust ? before + 16 : before);
+        const uint64_t stray = is_shift(start) && start != shift_state ? 1 : 0;
+        const uint64_t lead = stray + (before != 0 && adjust ? before + 16 : before);
         const bool adjust_main = adjust && before == 0;
         Words out((count + 15) / 16);
-        for (std::uint16_t& word : out) {
-            word = static_cast<std::uint16_t>(random_());
+        for (uint16_t& word : out) {
+            word = static_cast<uint16_t>(random_());
         }
         const unsigned main_end = after != 0 ? pause : end;
-        const std::uint64_t kind = random_() % 3;
+        const uint64_t kind = random_() % 3;
         Words got;
         if (kind == 0) {
             got = pod_.scan_both(main_end, count, out, adjust_main);
@@ -146,22 +147,22 @@ private:
 
 // What a host does, with and without somebody who watches: the words must be the same, and so must
 // what is left in the chain and in virtual time.
-TEST(RandomScans, WatchingChangesNothing) {
-    for (std::uint64_t seed = 1; seed <= 200; ++seed) {
+TEST(RandomScansTest, WatchingChangesNothing) {
+    for (uint64_t seed = 1; seed <= 200; ++seed) {
         std::mt19937_64 random(seed);
         const ChainDescription description = reference::random_chain(random);
         Bench watched(description, strict_settings());
         Bench alone(description, strict_settings());
         alone.controller.observe(nullptr);
         for (int i = 0; i < 30; ++i) {
-            const std::uint64_t count = 1 + random() % 300;
+            const uint64_t count = 1 + random() % 300;
             const unsigned path = (random() & 1) != 0 ? TBC_STATE_IR_PATH : 0U;
             const unsigned end = path | (random() % 2 != 0 ? TBC_STATE_IDLE : TBC_STATE_SHIFT_DR);
             Words out((count + 15) / 16);
-            for (std::uint16_t& word : out) {
-                word = static_cast<std::uint16_t>(random());
+            for (uint16_t& word : out) {
+                word = static_cast<uint16_t>(random());
             }
-            const std::uint64_t kind = random() % 4;
+            const uint64_t kind = random() % 4;
             Words got[2];
             for (Bench* pod : {&watched, &alone}) {
                 Words& words = got[pod == &alone ? 1 : 0];
@@ -174,7 +175,7 @@ TEST(RandomScans, WatchingChangesNothing) {
                 } else {
                     // Cut off in the middle, with words in every buffer.
                     pod->launch(end, TBC_SCAN_BOTH, count + 63);
-                    for (std::uint16_t word = 1; word <= 4; ++word) {
+                    for (uint16_t word = 1; word <= 4; ++word) {
                         pod->wait(SHM_WAIT_WRITE_ONE);
                         pod->write(TBC_PORT_SEND, word);
                     }
@@ -189,14 +190,14 @@ TEST(RandomScans, WatchingChangesNothing) {
         alone.wait(SHM_WAIT_DONE);
         EXPECT_EQ(watched.controller.time_ns(), alone.controller.time_ns());
         EXPECT_EQ(watched.chain.state(), alone.chain.state());
-        for (std::size_t d = 0; d < alone.chain.size(); ++d) {
+        for (size_t d = 0; d < alone.chain.size(); ++d) {
             EXPECT_EQ(watched.chain.device(d).instruction(), alone.chain.device(d).instruction());
         }
     }
 }
 
-TEST(RandomScans, MatchAPlainChain) {
-    for (std::uint64_t seed = 1; seed <= 300; ++seed) {
+TEST(RandomScansTest, MatchAPlainChain) {
+    for (uint64_t seed = 1; seed <= 300; ++seed) {
         RandomSession session(seed);
         session.run(30);
         ASSERT_FALSE(HasFailure()) << "seed " << seed;
@@ -204,3 +205,4 @@ TEST(RandomScans, MatchAPlainChain) {
 }
 
 } // namespace
+} // namespace talvor::podsim

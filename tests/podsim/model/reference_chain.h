@@ -1,8 +1,8 @@
 // A chain of TAPs written the plain way, bit by bit and cell by cell, to compare the model with.
 #pragma once
 
+#include "common/tap_state.h"
 #include "podsim/model/chain_description.h"
-#include "podsim/model/tap_state.h"
 
 #include <cstdint>
 #include <deque>
@@ -12,30 +12,29 @@
 #include <utility>
 #include <vector>
 
-namespace reference {
+namespace talvor::podsim::reference {
 
-using podsim::TapState;
 using Bits = std::deque<bool>; // the bit nearest TDO first
 
-inline Bits bits_of(const std::vector<std::uint64_t>& words, std::uint64_t count) {
+inline Bits bits_of(const std::vector<uint64_t>& words, uint64_t count) {
     Bits bits;
-    for (std::uint64_t i = 0; i < count; ++i) {
+    for (uint64_t i = 0; i < count; ++i) {
         bits.push_back(i / 64 < words.size() && ((words[i / 64] >> (i % 64)) & 1) != 0);
     }
     return bits;
 }
 
-inline std::uint64_t number(const Bits& bits, std::size_t first, std::size_t count) {
-    std::uint64_t value = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-        value |= std::uint64_t{bits[first + i]} << i;
+inline uint64_t number(const Bits& bits, size_t first, size_t count) {
+    uint64_t value = 0;
+    for (size_t i = 0; i < count; ++i) {
+        value |= uint64_t{bits[first + i]} << i;
     }
     return value;
 }
 
 class Device {
 public:
-    explicit Device(const podsim::DeviceDescription& description) : d_(description) { power_on(); }
+    explicit Device(const DeviceDescription& description) : d_(description) { power_on(); }
 
     void power_on() {
         scratch_.clear();
@@ -69,30 +68,31 @@ public:
         if (chosen < 0) {
             return;
         }
-        const auto& r = d_.registers[static_cast<std::size_t>(chosen)];
-        if (std::holds_alternative<podsim::ScratchRegister>(r.kind)) {
+        const auto& r = d_.registers[static_cast<size_t>(chosen)];
+        if (std::holds_alternative<ScratchRegister>(r.kind)) {
             scratch_[chosen] = shifter_;
-        } else if (std::holds_alternative<podsim::CounterRegister>(r.kind)) {
+        } else if (std::holds_alternative<CounterRegister>(r.kind)) {
             ++updates_[chosen];
-        } else if (const auto* m = std::get_if<podsim::MemoryRegister>(&r.kind)) {
+        } else if (const auto* m = std::get_if<MemoryRegister>(&r.kind)) {
             access(chosen, *m);
-        } else if (std::holds_alternative<podsim::BoundaryRegister>(r.kind)) {
+        } else if (std::holds_alternative<BoundaryRegister>(r.kind)) {
             latch_ = shifter_;
         }
     }
 
-    std::uint64_t instruction() const { return instruction_; }
+    // What the register between TDI and TDO gives next.
+    bool output() const { return shifter_.front(); }
+    uint64_t instruction() const { return instruction_; }
 
 private:
     struct MemoryState {
-        std::uint64_t answer = 0;
-        std::uint64_t data = 0;
-        std::uint64_t address = 0;
+        uint64_t answer = 0;
+        uint64_t data = 0;
+        uint64_t address = 0;
     };
 
-    std::uint64_t all_ones() const {
-        return d_.instruction_bits == 64 ? ~std::uint64_t{0}
-                                         : (std::uint64_t{1} << d_.instruction_bits) - 1;
+    uint64_t all_ones() const {
+        return d_.instruction_bits == 64 ? ~uint64_t{0} : (uint64_t{1} << d_.instruction_bits) - 1;
     }
 
     // -1: BYPASS, -2: IDCODE, else the index of the register.
@@ -100,15 +100,15 @@ private:
         if (d_.idcode && instruction_ == d_.idcode_instruction) {
             return -2;
         }
-        for (std::size_t i = 0; i < d_.registers.size(); ++i) {
+        for (size_t i = 0; i < d_.registers.size(); ++i) {
             const auto& r = d_.registers[i];
-            if (const auto* b = std::get_if<podsim::BoundaryRegister>(&r.kind)) {
+            if (const auto* b = std::get_if<BoundaryRegister>(&r.kind)) {
                 if (instruction_ == b->extest || instruction_ == b->sample) {
                     return static_cast<int>(i);
                 }
                 continue;
             }
-            for (const std::uint64_t code : r.instructions) {
+            for (const uint64_t code : r.instructions) {
                 if (code == instruction_) {
                     return static_cast<int>(i);
                 }
@@ -125,17 +125,17 @@ private:
         if (chosen == -2) {
             return bits_of({*d_.idcode}, 32);
         }
-        const auto& r = d_.registers[static_cast<std::size_t>(chosen)];
-        if (const auto* c = std::get_if<podsim::ConstantRegister>(&r.kind)) {
+        const auto& r = d_.registers[static_cast<size_t>(chosen)];
+        if (const auto* c = std::get_if<ConstantRegister>(&r.kind)) {
             return bits_of(c->value, c->bits);
         }
-        if (const auto* s = std::get_if<podsim::ScratchRegister>(&r.kind)) {
+        if (const auto* s = std::get_if<ScratchRegister>(&r.kind)) {
             return scratch_.contains(chosen) ? scratch_[chosen] : bits_of(s->value, s->bits);
         }
-        if (const auto* c = std::get_if<podsim::CounterRegister>(&r.kind)) {
+        if (const auto* c = std::get_if<CounterRegister>(&r.kind)) {
             return bits_of({updates_[chosen]}, c->bits);
         }
-        if (const auto* m = std::get_if<podsim::MemoryRegister>(&r.kind)) {
+        if (const auto* m = std::get_if<MemoryRegister>(&r.kind)) {
             const MemoryState& state = memory_state_[chosen];
             Bits bits = bits_of({state.answer}, 2);
             for (const bool bit : bits_of({state.data}, m->data_bits)) {
@@ -146,17 +146,17 @@ private:
             }
             return bits;
         }
-        const auto& b = std::get<podsim::BoundaryRegister>(r.kind);
+        const auto& b = std::get<BoundaryRegister>(r.kind);
         Bits bits;
-        for (std::size_t pin = 0; pin < b.pins.size(); ++pin) {
+        for (size_t pin = 0; pin < b.pins.size(); ++pin) {
             const bool driven = b.pins[pin].output && instruction_ == b.extest;
             bits.push_back(driven ? (pin < latch_.size() && latch_[pin]) : b.pins[pin].level);
         }
         return bits;
     }
 
-    void access(int chosen, const podsim::MemoryRegister& m) {
-        const std::uint64_t operation = number(shifter_, 0, 2);
+    void access(int chosen, const MemoryRegister& m) {
+        const uint64_t operation = number(shifter_, 0, 2);
         if (operation == 0) {
             return;
         }
@@ -174,19 +174,19 @@ private:
         state.data = word;
     }
 
-    podsim::DeviceDescription d_;
-    std::uint64_t instruction_ = 0;
+    DeviceDescription d_;
+    uint64_t instruction_ = 0;
     Bits shifter_{false};
     std::map<int, Bits> scratch_;
-    std::map<int, std::uint64_t> updates_;
-    std::map<std::pair<int, std::uint64_t>, std::uint64_t> ram_;
+    std::map<int, uint64_t> updates_;
+    std::map<std::pair<int, uint64_t>, uint64_t> ram_;
     std::map<int, MemoryState> memory_state_;
     Bits latch_;
 };
 
 class Chain {
 public:
-    explicit Chain(const podsim::ChainDescription& description) {
+    explicit Chain(const ChainDescription& description) {
         for (const auto& each : description.devices) {
             devices_.emplace_back(each);
         }
@@ -206,7 +206,7 @@ public:
                 device.capture(state_ == TapState::CaptureIr);
             }
         }
-        state_ = podsim::next_state(state_, tms);
+        state_ = next_state(state_, tms);
         if (state_ == TapState::UpdateDr || state_ == TapState::UpdateIr) {
             for (Device& device : devices_) {
                 device.update(state_ == TapState::UpdateIr);
@@ -231,8 +231,10 @@ public:
         }
     }
 
+    // The level of TDO now, ones where it is not driven. The chain is not empty.
+    bool tdo() const { return !is_shift(state_) || devices_.back().output(); }
     TapState state() const { return state_; }
-    const Device& device(std::size_t index) const { return devices_[index]; }
+    const Device& device(size_t index) const { return devices_[index]; }
 
 private:
     TapState state_ = TapState::TestLogicReset;
@@ -240,32 +242,32 @@ private:
 };
 
 // A chain of up to six devices with short instructions, so that a random walk meets each register.
-inline podsim::ChainDescription random_chain(std::mt19937_64& random) {
-    const auto up_to = [&random](std::uint64_t limit) { return random() % (limit + 1); };
-    podsim::ChainDescription chain;
-    const std::uint64_t count = up_to(6);
-    for (std::uint64_t i = 0; i < count; ++i) {
-        podsim::DeviceDescription device;
+inline ChainDescription random_chain(std::mt19937_64& random) {
+    const auto up_to = [&random](uint64_t limit) { return random() % (limit + 1); };
+    ChainDescription chain;
+    const uint64_t count = up_to(6);
+    for (uint64_t i = 0; i < count; ++i) {
+        DeviceDescription device;
         device.name = "device " + std::to_string(i);
         device.instruction_bits = static_cast<unsigned>(3 + up_to(3));
         device.instruction_capture = up_to(1) * 4 + 1;
-        std::uint64_t next = 0;
+        uint64_t next = 0;
         if (up_to(2) != 0) {
-            device.idcode = static_cast<std::uint32_t>(random() | 1);
+            device.idcode = static_cast<uint32_t>(random() | 1);
             device.idcode_instruction = next++;
         }
         const auto add = [&](auto kind) {
             device.registers.push_back({"register", {next++}, std::move(kind)});
         };
-        add(podsim::ConstantRegister{70, {random(), random() & 0x3F}});
-        add(podsim::ScratchRegister{1 + up_to(200), {1}});
+        add(ConstantRegister{70, {random(), random() & 0x3F}});
+        add(ScratchRegister{1 + up_to(200), {1}});
         device.registers.back().instructions.push_back(next++);
-        add(podsim::CounterRegister{1 + up_to(69)});
+        add(CounterRegister{1 + up_to(69)});
         if (up_to(1) != 0) {
-            add(podsim::MemoryRegister{3, static_cast<unsigned>(1 + up_to(63)), 1 + up_to(7)});
+            add(MemoryRegister{3, static_cast<unsigned>(1 + up_to(63)), 1 + up_to(7)});
         } else {
-            podsim::BoundaryRegister boundary{next, next + 1, {}};
-            for (std::uint64_t pin = 0; pin <= up_to(5); ++pin) {
+            BoundaryRegister boundary{next, next + 1, {}};
+            for (uint64_t pin = 0; pin <= up_to(5); ++pin) {
                 boundary.pins.push_back({"pin", up_to(1) != 0, up_to(1) != 0});
             }
             add(boundary);
@@ -275,4 +277,4 @@ inline podsim::ChainDescription random_chain(std::mt19937_64& random) {
     return chain;
 }
 
-} // namespace reference
+} // namespace talvor::podsim::reference

@@ -1,20 +1,20 @@
-#include "podsim/model/scan_engine.h"
-
 #include "host.h"
+#include "podsim/model/scan_engine.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
+namespace talvor::podsim {
 namespace {
 
 using namespace host;
 
 constexpr unsigned kIrPath = TBC_STATE_IR_PATH;
 
-class ScanEngineTest : public StrictPod {};
+class StrictScanEngineTest : public StrictPodTest {};
 
-TEST_F(ScanEngineTest, AdjustedScanReturnsWhatWasCaptured) {
+TEST_F(StrictScanEngineTest, AdjustedScanReturnsWhatWasCaptured) {
     EXPECT_EQ(pod.scan_both(TBC_STATE_IDLE, 32, {0, 0}, true), (Words{0x1477, 0x2BA0}));
     EXPECT_EQ(pod.scan_receive(TBC_STATE_PAUSE_DR, 32, true), (Words{0x1477, 0x2BA0}));
     EXPECT_EQ(pod.scan_both(kIrPath | TBC_STATE_IDLE, 4, {0xE}, true), (Words{1}));
@@ -23,12 +23,12 @@ TEST_F(ScanEngineTest, AdjustedScanReturnsWhatWasCaptured) {
     EXPECT_TRUE(pod.warnings.empty());
 }
 
-TEST_F(ScanEngineTest, UnadjustedScanBeginsWithThePipeline) {
+TEST_F(StrictScanEngineTest, UnadjustedScanBeginsWithThePipeline) {
     pod.scan_fixed(TBC_STATE_IDLE, 64, false); // IDCODE and zeros: the last 16 are zeros
     EXPECT_EQ(pod.scan_both(TBC_STATE_IDLE, 32, {0, 0}, false), (Words{0, 0x1477}));
 }
 
-TEST_F(ScanEngineTest, ScanPathsLeadThroughShiftToTheEnd) {
+TEST_F(StrictScanEngineTest, ScanPathsLeadThroughShiftToTheEnd) {
     pod.go_to(0, TBC_STATE_RESET);
     pod.recorder.tms();
     pod.scan_send(kIrPath | TBC_STATE_PAUSE_IR, 4, {3});
@@ -62,7 +62,7 @@ TEST_F(ScanEngineTest, ScanPathsLeadThroughShiftToTheEnd) {
     EXPECT_EQ(pod.read(18), 4U);
 }
 
-TEST_F(ScanEngineTest, PauseContinuesAScanWithoutCapture) {
+TEST_F(StrictScanEngineTest, PauseContinuesAScanWithoutCapture) {
     pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
     pod.scan_send(TBC_STATE_IDLE, 64, {0x1111, 0x2222, 0x3333, 0x4444});
     // Sixteen more ones for the adjustment, then the rest unadjusted.
@@ -74,7 +74,7 @@ TEST_F(ScanEngineTest, PauseContinuesAScanWithoutCapture) {
     EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 64, true), (Words{0xFFFF, 0xAAFF, 0xBBAA, 0xCCBB}));
 }
 
-TEST_F(ScanEngineTest, FixedScansSendTheirLevelToTheEnd) {
+TEST_F(StrictScanEngineTest, FixedScansSendTheirLevelToTheEnd) {
     pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
     pod.scan_fixed(TBC_STATE_IDLE, 64, true);
     EXPECT_EQ(pod.read(18), 3U); // nothing had to be waited for
@@ -84,15 +84,15 @@ TEST_F(ScanEngineTest, FixedScansSendTheirLevelToTheEnd) {
     EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 64, true), (Words{0, 0, 0, 0}));
 }
 
-TEST_F(ScanEngineTest, LargeFixedScanClocksEveryBit) {
+TEST_F(StrictScanEngineTest, LargeFixedScanClocksEveryBit) {
     pod.controller.observe(nullptr);
-    const std::uint64_t before = pod.controller.time_ns();
+    const uint64_t before = pod.controller.time_ns();
     pod.scan_fixed(TBC_STATE_IDLE, 1'000'001, true);
     // Path in (0100), the bits, path out (10), at the power-on period.
     EXPECT_EQ(pod.controller.time_ns() - before, (4 + 1'000'001 + 2) * 30U);
 }
 
-TEST(ScanEngine, LinkDelayOffByDShiftsTheStream) {
+TEST(ScanEngineTest, LinkDelayOffByDShiftsTheStream) {
     for (const unsigned cable : {0U, 1U, 3U, 8U}) {
         for (unsigned link = 0; link <= LINK_DELAY_MAXIMUM; ++link) {
             ControllerSettings settings = strict_settings();
@@ -101,10 +101,10 @@ TEST(ScanEngine, LinkDelayOffByDShiftsTheStream) {
             pod.program_link_delay(link);
             pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
             const Words got = pod.scan_both(TBC_STATE_IDLE, 32, {0, 0}, true);
-            const std::uint64_t stream = got[0] | std::uint64_t{got[1]} << 16;
+            const uint64_t stream = got[0] | uint64_t{got[1]} << 16;
             // The whole delay of pipeline, cable and link is never below 0.
             const int early = std::min(static_cast<int>(link) - static_cast<int>(cable), 16);
-            const std::uint64_t value = 0x8877'6655'4433'2211;
+            const uint64_t value = 0x8877'6655'4433'2211;
             if (early >= 0) {
                 EXPECT_EQ(stream, (value >> early) & 0xFFFF'FFFF) << cable << " " << link;
             } else {
@@ -116,15 +116,15 @@ TEST(ScanEngine, LinkDelayOffByDShiftsTheStream) {
     }
 }
 
-TEST(ScanEngine, WithoutLinkDelayDataComesLateByTheCable) {
+TEST(ScanEngineTest, WithoutLinkDelayDataComesLateByTheCable) {
     Bench pod(scratch_chain(8), strict_settings());
     pod.config = 0;
     // Three bits of the leading word's pipeline, then IDCODE.
     const Words got = pod.scan_both(TBC_STATE_IDLE, 32, {0, 0}, true);
-    EXPECT_EQ((got[0] | std::uint32_t{got[1]} << 16) >> 3, 0x2BA01477U & 0x1FFF'FFFF);
+    EXPECT_EQ((got[0] | uint32_t{got[1]} << 16) >> 3, 0x2BA01477U & 0x1FFF'FFFF);
 }
 
-TEST(ScanEngine, PodWithoutPipelineServesUnadjustedScans) {
+TEST(ScanEngineTest, PodWithoutPipelineServesUnadjustedScans) {
     ControllerSettings settings = strict_settings();
     settings.return_pipeline_bits = 0;
     Bench pod(scratch_chain(8), settings);
@@ -133,7 +133,7 @@ TEST(ScanEngine, PodWithoutPipelineServesUnadjustedScans) {
     EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 32, false), (Words{0x1477, 0x2BA0}));
 }
 
-TEST(ScanEngine, ReturnPathKeepsItsContentBetweenScans) {
+TEST(ScanEngineTest, ReturnPathKeepsItsContentBetweenScans) {
     ControllerSettings settings = strict_settings();
     settings.return_pipeline_bits = 100;
     Bench pod(scratch_chain(8), settings);
@@ -147,7 +147,7 @@ TEST(ScanEngine, ReturnPathKeepsItsContentBetweenScans) {
     EXPECT_EQ(got, expected);
 }
 
-TEST(ScanEngine, BitShiftedOnTheWayOutEntersTheReturnPath) {
+TEST(ScanEngineTest, BitShiftedOnTheWayOutEntersTheReturnPath) {
     Bench pod(scratch_chain(8), strict_settings());
     pod.scan_fixed(TBC_STATE_SHIFT_DR, 31, false); // IDCODE save its last bit, a 0
     pod.go_to(0, TBC_STATE_IDLE);
@@ -155,7 +155,7 @@ TEST(ScanEngine, BitShiftedOnTheWayOutEntersTheReturnPath) {
     EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 16, false), (Words{0x2BA0}));
 }
 
-TEST(ScanEngine, FastClockMakesASlowTargetLate) {
+TEST(ScanEngineTest, FastClockMakesASlowTargetLate) {
     ControllerSettings settings = strict_settings();
     settings.max_tck_hz = 10'000'000;
     Bench pod(scratch_chain(8), settings);
@@ -168,3 +168,4 @@ TEST(ScanEngine, FastClockMakesASlowTargetLate) {
 }
 
 } // namespace
+} // namespace talvor::podsim

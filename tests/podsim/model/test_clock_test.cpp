@@ -2,18 +2,17 @@
 
 #include <gtest/gtest.h>
 
+namespace talvor::podsim {
 namespace {
 
-using namespace podsim;
-
 struct Case {
-    std::uint16_t revision;
-    std::uint16_t pod_clock;
-    std::uint64_t period_ns;
-    std::uint32_t hz;
+    uint16_t revision;
+    uint16_t pod_clock;
+    uint64_t period_ns;
+    uint32_t hz;
 };
 
-TEST(TestClock, FollowsThePodClockRegister) {
+TEST(TestClockTest, FollowsThePodClockRegister) {
     const Case cases[] = {
         // Generation 1 adds two to the field and knows no exponent.
         {0x0100, 0x0000, 20, 50'000'000},
@@ -29,10 +28,11 @@ TEST(TestClock, FollowsThePodClockRegister) {
         {0x0200, 0x8F77, 100, 10'000'000},
     };
     for (const Case& each : cases) {
-        const std::uint64_t period = tck_period_ns(each.revision, each.pod_clock);
+        const uint64_t period = tck_period_ns(each.revision, each.pod_clock);
         EXPECT_EQ(period, each.period_ns) << each.pod_clock;
         EXPECT_EQ(frequency_hz(period), each.hz);
     }
 }
 
 } // namespace
+} // namespace talvor::podsim

@@ -1,15 +1,16 @@
-#include "podsim/pod/simulated_pod.h"
-
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 #include "podsim/model/chain.h"
+#include "podsim/pod/simulated_pod.h"
+#include "tests/podsim/reason.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
 #include <thread>
 
-namespace podsim::pod {
+namespace talvor::podsim::pod {
 namespace {
 
 using testing::ElementsAre;
@@ -28,21 +29,21 @@ protected:
     }
 
     // Executes a batch in the notation; reads are counted. The status.
-    std::int32_t run(const std::string& lines) {
+    int32_t run(const std::string& lines) {
         const auto body = notation::parse("reserved; marker;" + lines);
         EXPECT_TRUE(body) << lines;
-        words_ = body.value_or(std::vector<std::uint16_t>{});
-        std::uint32_t reads = 0;
+        words_ = body.value_or(std::vector<uint16_t>{});
+        uint32_t reads = 0;
         for (const notation::Item& item : notation::items(words_)) {
             reads += item.kind == notation::Kind::Read ? 1 : 0;
         }
-        const batch::Batch batch{{static_cast<std::uint32_t>(words_.size()), 0, 1, reads, reads},
+        const batch::Batch batch{{static_cast<uint32_t>(words_.size()), 0, 1, reads, reads},
                                  words_};
         in_.assign(100, 0xEEEE);
         outcome_ = pod_->execute(batch, in_);
         return batch::status_of(outcome_);
     }
-    std::string reason() const { return outcome_.failure ? outcome_.failure->reason : ""; }
+    std::string reason() const { return outcome_.error ? outcome_.error->reason : ""; }
     Status trouble(const std::function<void(Troubles&)>& change) {
         return pod_->change([&](Faults&, Troubles& troubles) { change(troubles); });
     }
@@ -57,12 +58,12 @@ protected:
     std::FILE* file_ = std::tmpfile();
     Log log_{file_};
     std::unique_ptr<SimulatedPod> pod_;
-    std::vector<std::uint16_t> words_;
-    std::vector<std::uint16_t> in_;
+    std::vector<uint16_t> words_;
+    std::vector<uint16_t> in_;
     batch::Outcome outcome_;
 };
 
-TEST_F(SimulatedPodTest, executes_batches_on_its_controller) {
+TEST_F(SimulatedPodTest, ExecutesBatchesOnItsController) {
     EXPECT_EQ(run("write 12 1234; read 12; read 17"), 4);
     EXPECT_EQ(in_[0], 0x1234);
     EXPECT_EQ(in_[1] & 0x8003, 0x8003);
@@ -72,7 +73,7 @@ TEST_F(SimulatedPodTest, executes_batches_on_its_controller) {
     EXPECT_THAT(logged(), IsEmpty());
 }
 
-TEST_F(SimulatedPodTest, a_broken_batch_is_logged_with_its_offending_word) {
+TEST_F(SimulatedPodTest, ABrokenBatchIsLoggedWithItsOffendingWord) {
     EXPECT_LT(run("write 12 1; control 9999; write 12 2"), 0);
     EXPECT_EQ(logged(), "pod 42: batch 1 failed at word 4 (control 9999): an unknown control "
                         "word\n");
@@ -81,8 +82,8 @@ TEST_F(SimulatedPodTest, a_broken_batch_is_logged_with_its_offending_word) {
     EXPECT_EQ(report().failed_batches, 1U);
 }
 
-TEST_F(SimulatedPodTest, fails_the_next_batches_and_no_more) {
-    ASSERT_FALSE(trouble([](Troubles& troubles) { troubles.fail = 2; }).failed());
+TEST_F(SimulatedPodTest, FailsTheNextBatchesAndNoMore) {
+    ASSERT_TRUE(trouble([](Troubles& troubles) { troubles.fail = 2; }));
     EXPECT_LT(run("write 12 1"), 0);
     EXPECT_LT(run("write 12 1"), 0);
     EXPECT_EQ(run("read 12"), 2);
@@ -91,38 +92,40 @@ TEST_F(SimulatedPodTest, fails_the_next_batches_and_no_more) {
     EXPECT_THAT(logged(), HasSubstr("pod 42: batch 1 failed: failed on request\n"));
 }
 
-TEST_F(SimulatedPodTest, refuses_the_next_support_register_writes_and_no_more) {
-    ASSERT_FALSE(trouble([](Troubles& troubles) { troubles.refuse = 1; }).failed());
-    EXPECT_TRUE(pod_->write_support(SUPPORT_RESET).failed());
+TEST_F(SimulatedPodTest, RefusesTheNextSupportRegisterWritesAndNoMore) {
+    ASSERT_TRUE(trouble([](Troubles& troubles) { troubles.refuse = 1; }));
+    EXPECT_FALSE(pod_->write_support(SUPPORT_RESET));
     EXPECT_FALSE(report().target_reset);
-    EXPECT_FALSE(pod_->write_support(SUPPORT_RESET).failed());
+    EXPECT_TRUE(pod_->write_support(SUPPORT_RESET));
     EXPECT_TRUE(report().target_reset);
     EXPECT_EQ(run("read 31"), 2);
     EXPECT_EQ(in_[0] & SUPPORT_RESET, SUPPORT_RESET);
 }
 
-TEST_F(SimulatedPodTest, an_unplugged_pod_fails_everything) {
-    ASSERT_FALSE(trouble([](Troubles& troubles) {
-                     troubles.plugged = false;
-                     troubles.fail = 1;
-                 }).failed());
+TEST_F(SimulatedPodTest, AnUnpluggedPodFailsEverything) {
+    ASSERT_TRUE(trouble([](Troubles& troubles) {
+        troubles.plugged = false;
+        troubles.fail = 1;
+    }));
     EXPECT_LT(run("read 16"), 0);
     EXPECT_EQ(reason(), "the pod is unplugged");
-    EXPECT_EQ(pod_->write_support(0).reason(), "the pod is unplugged");
-    ASSERT_FALSE(trouble([](Troubles& troubles) { troubles.plugged = true; }).failed());
+    EXPECT_EQ(reason_of(pod_->write_support(0)), "the pod is unplugged");
+    ASSERT_TRUE(trouble([](Troubles& troubles) { troubles.plugged = true; }));
     EXPECT_LT(run("read 16"), 0); // the failure asked for is still due
     EXPECT_EQ(run("read 16"), 2);
 }
 
-TEST_F(SimulatedPodTest, a_latency_delays_each_batch_and_a_stop_ends_it) {
-    ASSERT_FALSE(trouble([](Troubles& troubles) { troubles.latency_us = 20'000; }).failed());
+TEST_F(SimulatedPodTest, ALatencyDelaysEachBatchAndAStopEndsIt) {
+    ASSERT_TRUE(trouble([](Troubles& troubles) { troubles.latency_us = 20'000; }));
     auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(run("read 16"), 2);
     EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
 
-    ASSERT_FALSE(trouble([](Troubles& troubles) { troubles.latency_us = 3'600'000'000; }).failed());
+    ASSERT_TRUE(trouble([](Troubles& troubles) { troubles.latency_us = 3'600'000'000; }));
     std::thread stopper([this] {
-        std::this_thread::sleep_for(20ms);
+        while (report().batches < 2) { // until the batch has begun
+            std::this_thread::sleep_for(1ms);
+        }
         pod_->request_stop();
     });
     start = std::chrono::steady_clock::now();
@@ -132,14 +135,14 @@ TEST_F(SimulatedPodTest, a_latency_delays_each_batch_and_a_stop_ends_it) {
     stopper.join();
 }
 
-TEST_F(SimulatedPodTest, faults_of_the_controller_reach_it) {
-    ASSERT_FALSE(pod_->change([](Faults& faults, Troubles&) { faults.emu.emu1 = false; }).failed());
+TEST_F(SimulatedPodTest, FaultsOfTheControllerReachIt) {
+    ASSERT_TRUE(pod_->change([](Faults& faults, Troubles&) { faults.emu.emu1 = false; }));
     EXPECT_EQ(run("read 17"), 2);
     EXPECT_EQ(in_[0] & (TBC_STATUS1_EMU1 | TBC_STATUS1_EMU0), TBC_STATUS1_EMU0);
     EXPECT_FALSE(report().faults.emu.emu1);
 }
 
-TEST_F(SimulatedPodTest, scheduled_actions_come_just_before_their_batch_in_the_order_given) {
+TEST_F(SimulatedPodTest, ScheduledActionsComeJustBeforeTheirBatchInTheOrderGiven) {
     std::vector<std::string> seen;
     const auto note_batches = [&](std::string name) {
         return [&, name] { seen.push_back(name + " at " + std::to_string(report().batches)); };
@@ -147,9 +150,8 @@ TEST_F(SimulatedPodTest, scheduled_actions_come_just_before_their_batch_in_the_o
     pod_->schedule(3, note_batches("third"));
     pod_->schedule(1, note_batches("first"));
     pod_->schedule(3, note_batches("also third"));
-    pod_->schedule(2, [this] {
-        EXPECT_FALSE(trouble([](Troubles& troubles) { troubles.fail = 1; }).failed());
-    });
+    pod_->schedule(2,
+                   [this] { EXPECT_TRUE(trouble([](Troubles& troubles) { troubles.fail = 1; })); });
     EXPECT_EQ(run("read 16"), 2);
     EXPECT_LT(run("read 16"), 0);
     EXPECT_EQ(run("read 16"), 2);
@@ -157,7 +159,7 @@ TEST_F(SimulatedPodTest, scheduled_actions_come_just_before_their_batch_in_the_o
     EXPECT_THAT(seen, ElementsAre("first at 1", "third at 3", "also third at 3"));
 }
 
-TEST_F(SimulatedPodTest, remembers_whether_a_host_is_attached) {
+TEST_F(SimulatedPodTest, RemembersWhetherAHostIsAttached) {
     EXPECT_FALSE(report().attached);
     pod_->attach();
     EXPECT_TRUE(report().attached);
@@ -168,7 +170,7 @@ TEST_F(SimulatedPodTest, remembers_whether_a_host_is_attached) {
     EXPECT_FALSE(report().attached);
 }
 
-TEST_F(SimulatedPodTest, logs_each_batch_in_the_notation_when_asked_to) {
+TEST_F(SimulatedPodTest, LogsEachBatchInTheNotationWhenAskedTo) {
     make({.serial = 7, .controller = {}, .log_batches = true});
     EXPECT_EQ(run("write 12 1234; read 12; wait done"), 2);
     EXPECT_LT(run("write 12 ?"), 0);
@@ -181,7 +183,7 @@ TEST_F(SimulatedPodTest, logs_each_batch_in_the_notation_when_asked_to) {
                         "value\n");
 }
 
-TEST_F(SimulatedPodTest, a_hosts_mistake_is_a_warning_or_with_strict_a_failure) {
+TEST_F(SimulatedPodTest, AHostsMistakeIsAWarningOrWithStrictAFailure) {
     EXPECT_EQ(run("write 23 1234"), 0);
     EXPECT_EQ(report().warnings, 1U);
     EXPECT_THAT(logged(), HasSubstr("pod 42: warning: "));
@@ -192,25 +194,33 @@ TEST_F(SimulatedPodTest, a_hosts_mistake_is_a_warning_or_with_strict_a_failure) 
     EXPECT_EQ(report().warnings, 0U);
 }
 
-TEST_F(SimulatedPodTest, an_operator_waits_for_a_running_batch_only_so_long) {
+TEST_F(SimulatedPodTest, AnOperatorWaitsForARunningBatchOnlySoLong) {
     // The action runs while no lock is held, so the batch is held up by the target instead.
+    static std::atomic<bool> moving;
+    static std::atomic<bool> go_on;
+    moving = go_on = false;
     class SlowTarget : public Chain {
     public:
         using Chain::Chain;
-        Status move(std::uint64_t tms, unsigned count, bool tdi) override {
-            std::this_thread::sleep_for(SimulatedPod::patience() + 500ms);
+        Status move(uint64_t tms, unsigned count, bool tdi) override {
+            moving = true;
+            go_on.wait(false);
             return Chain::move(tms, count, tdi);
         }
     };
     pod_ = std::make_unique<SimulatedPod>(Settings{.serial = 42, .controller = {}},
                                           std::make_unique<SlowTarget>(ChainDescription{}), log_);
     std::thread worker([this] { run("write 11 0002; write 10 4080; wait done"); });
-    std::this_thread::sleep_for(50ms);
-    EXPECT_EQ(pod_->report().reason(), "pod 42 is in the middle of a batch; try again");
+    while (!moving) {
+        std::this_thread::sleep_for(1ms);
+    }
+    EXPECT_EQ(reason_of(pod_->report()), "pod 42 is in the middle of a batch; try again");
+    go_on = true;
+    go_on.notify_all();
     worker.join();
-    EXPECT_FALSE(pod_->report().failed());
+    EXPECT_TRUE(pod_->report());
     EXPECT_EQ(report().tap_state, TapState::RunTestIdle);
 }
 
 } // namespace
-} // namespace podsim::pod
+} // namespace talvor::podsim::pod

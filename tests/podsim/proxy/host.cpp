@@ -1,6 +1,6 @@
 #include "host.h"
 
-#include "podsim/batch/notation.h"
+#include "common/notation.h"
 
 #include <gtest/gtest.h>
 
@@ -13,13 +13,13 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 namespace {
 
-std::string formatted(const char* format, std::uint32_t serial) {
-    char name[SHM_SEM_NAME_SIZE];
-    std::snprintf(name, sizeof(name), format, static_cast<unsigned long>(serial));
-    return name;
+// A serial number as it stands in the names of a pod's objects.
+std::string digits_of(uint32_t serial) {
+    const std::string digits = std::to_string(serial);
+    return std::string(digits.size() < 6 ? 6 - digits.size() : 0, '0') + digits;
 }
 
 } // namespace
@@ -54,15 +54,15 @@ std::vector<std::string> shm_objects() {
     return names;
 }
 
-Host::Host(std::uint32_t serial) {
-    const int fd = shm_open(formatted(SHM_POD_BLOCK_FORMAT, serial).c_str(), O_RDWR, 0);
+Host::Host(uint32_t serial) {
+    const int fd = shm_open(("/talvor_lcl_shm_" + digits_of(serial)).c_str(), O_RDWR, 0);
     EXPECT_GE(fd, 0);
     block_ = static_cast<lcl_shm*>(
         mmap(nullptr, sizeof(lcl_shm), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0));
     EXPECT_NE(block_, MAP_FAILED);
     close(fd);
-    start_ = sem_open(formatted(SHM_START_SEM_FORMAT, serial).c_str(), 0);
-    complete_ = sem_open(formatted(SHM_COMPLETE_SEM_FORMAT, serial).c_str(), 0);
+    start_ = sem_open(("talvor_lcl_s_s_" + digits_of(serial)).c_str(), 0);
+    complete_ = sem_open(("talvor_lcl_s_c_" + digits_of(serial)).c_str(), 0);
     EXPECT_NE(start_, SEM_FAILED);
     EXPECT_NE(complete_, SEM_FAILED);
 }
@@ -80,11 +80,11 @@ bool Host::take_complete() {
     return sem_timedwait(complete_, &deadline) == 0;
 }
 
-std::int32_t Host::exchange(std::uint32_t command) {
+int32_t Host::exchange(uint32_t command) {
     block_->cmd = command;
-    block_->status = std::numeric_limits<std::int32_t>::min();
+    block_->status = std::numeric_limits<int32_t>::min();
     post_start();
-    return take_complete() ? block_->status : std::numeric_limits<std::int32_t>::min();
+    return take_complete() ? block_->status : std::numeric_limits<int32_t>::min();
 }
 
 void Host::queue(const char* lines) {
@@ -96,9 +96,9 @@ void Host::queue(const char* lines) {
             ++block_->rdCntrLcl;
         }
     }
-    for (const std::uint16_t word : words.value_or(std::vector<std::uint16_t>{})) {
+    for (const uint16_t word : words.value_or(std::vector<uint16_t>{})) {
         block_->tbcOMblock[block_->tbcMblockPtr++] = word;
     }
 }
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

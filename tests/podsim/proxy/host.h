@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 
 // A private copy of the device table; max_instances is 0 when there is none.
 gbl_shm read_table();
@@ -22,7 +22,7 @@ std::vector<std::string> shm_objects();
 class Host {
 public:
     // Opens the objects of the pod with this serial number. A missing object fails the test.
-    explicit Host(std::uint32_t serial);
+    explicit Host(uint32_t serial);
     Host(const Host&) = delete;
     Host& operator=(const Host&) = delete;
     ~Host();
@@ -32,7 +32,7 @@ public:
     // Waits for an answer; false after ten seconds.
     bool take_complete();
     // One exchange; the status, or INT32_MIN when no answer came.
-    std::int32_t exchange(std::uint32_t command);
+    int32_t exchange(uint32_t command);
     // Queues the words of a text in the batch notation; reads are counted.
     void queue(const char* lines);
 
@@ -42,4 +42,4 @@ private:
     sem_t* complete_ = nullptr;
 };
 
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

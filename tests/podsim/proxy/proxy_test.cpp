@@ -1,8 +1,7 @@
-#include "podsim/proxy/proxy.h"
-
 #include "host.h"
-
 #include "podsim/proxy/ownership.h"
+#include "podsim/proxy/proxy.h"
+#include "tests/podsim/reason.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -10,6 +9,7 @@
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <limits>
 #include <sys/mman.h>
@@ -19,7 +19,7 @@
 #include <thread>
 #include <unistd.h>
 
-namespace podsim::proxy {
+namespace talvor::podsim::proxy {
 namespace {
 
 using testing::ElementsAre;
@@ -27,7 +27,7 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
 
-constexpr const char* table_path = "/dev/shm/talvor_proxy_gbl_shm_object";
+constexpr const char* kTablePath = "/dev/shm/talvor_proxy_gbl_shm_object";
 
 // Answers every read with its port number plus 0x1000, and counts what it is asked. A write of
 // port 3 runs until the batch is stopped.
@@ -35,11 +35,11 @@ class Echo : public Backend {
 public:
     void attach() override { ++attached; }
     void detach() override { ++detached; }
-    Status write_support(std::uint16_t value) override {
+    Status write_support(uint16_t value) override {
         support = value;
-        return value == 0xDEAD ? Status::failure("no") : Status();
+        return value == 0xDEAD ? failure("no") : Status();
     }
-    batch::Outcome execute(const batch::Batch& batch, std::span<std::uint16_t> in) override {
+    batch::Outcome execute(const batch::Batch& batch, std::span<uint16_t> in) override {
         ++executed;
         return batch::execute(batch, in, *this, stop);
     }
@@ -53,7 +53,7 @@ public:
         return notes;
     }
 
-    Status write(std::uint16_t port, std::uint16_t) {
+    bool write(uint16_t port, uint16_t) {
         if (port == 3) {
             running = true;
             while (deaf || !stop) {
@@ -66,22 +66,24 @@ public:
                 std::this_thread::sleep_for(1ms);
             }
         }
-        return {};
+        return true;
     }
-    ReadResult read(std::uint16_t port) { return {static_cast<std::uint16_t>(0x1000 + port), {}}; }
-    Status wait(std::uint16_t) { return {}; }
+    std::optional<uint16_t> read(uint16_t port) { return static_cast<uint16_t>(0x1000 + port); }
+    bool wait(uint16_t) { return true; }
+    const Error& word_error() const { return no_error; }
     Status settle() { return {}; }
 
     std::atomic<int> attached{0}, detached{0}, executed{0}, support{-1};
     std::atomic<bool> stop{false}, running{false}, go_on{false}, deaf{false};
     std::mutex mutex;
     std::vector<std::string> notes;
+    Error no_error;
 };
 
 std::unique_ptr<Proxy> start(std::vector<Pod> pods, Options options = {}) {
     auto proxy = Proxy::start(std::move(pods), options);
-    EXPECT_FALSE(proxy.failed()) << proxy.reason();
-    return proxy.failed() ? nullptr : std::move(proxy.value());
+    EXPECT_TRUE(proxy) << reason_of(proxy);
+    return proxy ? *std::move(proxy) : nullptr;
 }
 
 void wait_until(const std::atomic<bool>& flag) {
@@ -89,6 +91,11 @@ void wait_until(const std::atomic<bool>& flag) {
         std::this_thread::sleep_for(1ms);
     }
     EXPECT_TRUE(flag);
+}
+
+// Threads of this process.
+ptrdiff_t threads() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
 }
 
 mode_t mode_of(const std::string& path) {
@@ -103,7 +110,7 @@ off_t size_of(const std::string& path) {
     return file.st_size;
 }
 
-TEST(Proxy, publishes_what_a_host_looks_for) {
+TEST(ProxyTest, PublishesWhatAHostLooksFor) {
     Echo one;
     Echo two;
     umask(077); // the objects are everybody's all the same
@@ -118,7 +125,7 @@ TEST(Proxy, publishes_what_a_host_looks_for) {
     for (const std::string& name : shm_objects()) {
         EXPECT_EQ(mode_of("/dev/shm/" + name), 0666U) << name;
     }
-    EXPECT_EQ(size_of(table_path), 10'244);
+    EXPECT_EQ(size_of(kTablePath), 10'244);
     EXPECT_EQ(size_of("/dev/shm/talvor_lcl_shm_000042"), 524'328);
     EXPECT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 1);
     EXPECT_EQ(posts_of("talvor_lcl_s_s_000042"), 0);
@@ -139,7 +146,7 @@ TEST(Proxy, publishes_what_a_host_looks_for) {
     EXPECT_EQ(host.block().devRev, 0x0302U);
 }
 
-TEST(Proxy, serves_the_four_commands) {
+TEST(ProxyTest, ServesTheFourCommands) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     Host host(42);
@@ -168,7 +175,7 @@ TEST(Proxy, serves_the_four_commands) {
     EXPECT_THAT(pod.notes_now(), IsEmpty());
 }
 
-TEST(Proxy, an_unknown_command_fails_and_leaves_the_batch) {
+TEST(ProxyTest, AnUnknownCommandFailsAndLeavesTheBatch) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     Host host(42);
@@ -180,7 +187,7 @@ TEST(Proxy, an_unknown_command_fails_and_leaves_the_batch) {
     EXPECT_THAT(pod.notes_now(), ElementsAre("an unknown command", "an unknown command"));
 }
 
-TEST(Proxy, a_failed_batch_is_emptied_too_and_the_next_one_works) {
+TEST(ProxyTest, AFailedBatchIsEmptiedTooAndTheNextOneWorks) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     Host host(42);
@@ -201,7 +208,7 @@ TEST(Proxy, a_failed_batch_is_emptied_too_and_the_next_one_works) {
     EXPECT_EQ(host.block().tbcMblockPtr, 2U);
 }
 
-TEST(Proxy, a_hundred_starts_and_stops_leave_nothing_behind) {
+TEST(ProxyTest, AHundredStartsAndStopsLeaveNothingBehind) {
     for (int cycle = 0; cycle < 100; ++cycle) {
         Echo one;
         Echo two;
@@ -213,32 +220,33 @@ TEST(Proxy, a_hundred_starts_and_stops_leave_nothing_behind) {
     }
 }
 
-TEST(Proxy, refuses_to_disturb_a_live_one) {
+TEST(ProxyTest, RefusesToDisturbALiveOne) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     const auto before = shm_objects();
     Echo other;
     const auto second = Proxy::start({{{43, 0x0200, 0, 0}, &other}}, {});
-    ASSERT_TRUE(second.failed());
-    EXPECT_EQ(second.reason(), "a pod proxy already serves this machine (process " +
-                                   std::to_string(getpid()) + "); stop it first, or use --private");
+    ASSERT_FALSE(second);
+    EXPECT_EQ(reason_of(second), "a pod proxy already serves this machine (process " +
+                                     std::to_string(getpid()) +
+                                     "); stop it first, or use --private");
     EXPECT_EQ(shm_objects(), before);
     Host host(42);
     EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
 }
 
-TEST(Proxy, two_pods_need_two_serial_numbers_and_no_more_than_128_fit) {
+TEST(ProxyTest, TwoPodsNeedTwoSerialNumbersAndNoMoreThan128Fit) {
     Echo pod;
     const auto twice = Proxy::start({{{42, 0, 0, 0}, &pod}, {{42, 0, 0, 0}, &pod}}, {});
-    ASSERT_TRUE(twice.failed());
-    EXPECT_EQ(twice.reason(), "two pods with the serial number 42");
+    ASSERT_FALSE(twice);
+    EXPECT_EQ(reason_of(twice), "two pods with the serial number 42");
     std::vector<Pod> many;
-    for (std::uint32_t serial = 0; serial < 129; ++serial) {
+    for (uint32_t serial = 0; serial < 129; ++serial) {
         many.push_back({{serial, 0, 0, 0}, &pod});
     }
     const auto full = Proxy::start(many, {});
-    ASSERT_TRUE(full.failed());
-    EXPECT_EQ(full.reason(), "129 pods: the device table has room for 128");
+    ASSERT_FALSE(full);
+    EXPECT_EQ(reason_of(full), "129 pods: the device table has room for 128");
     EXPECT_THAT(shm_objects(), IsEmpty());
     many.pop_back();
     const auto proxy = start(many);
@@ -263,7 +271,7 @@ void leave_stale_objects() {
     ASSERT_TRUE(WIFSIGNALED(status));
 }
 
-TEST(Proxy, takes_over_what_a_dead_one_left) {
+TEST(ProxyTest, TakesOverWhatADeadOneLeft) {
     leave_stale_objects();
     ASSERT_EQ(shm_objects().size(), 9U);
     ASSERT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 0);
@@ -281,7 +289,7 @@ TEST(Proxy, takes_over_what_a_dead_one_left) {
     EXPECT_THAT(shm_objects(), IsEmpty());
 }
 
-TEST(Proxy, opens_semaphores_that_stand_there_and_empties_them) {
+TEST(ProxyTest, OpensSemaphoresThatStandThereAndEmptiesThem) {
     sem_t* start_semaphore = sem_open("talvor_lcl_s_s_000042", O_CREAT, 0666, 3);
     sem_t* complete = sem_open("talvor_lcl_s_c_000042", O_CREAT, 0666, 2);
     ASSERT_NE(start_semaphore, SEM_FAILED);
@@ -301,7 +309,7 @@ TEST(Proxy, opens_semaphores_that_stand_there_and_empties_them) {
     EXPECT_THAT(shm_objects(), IsEmpty());
 }
 
-TEST(Proxy, replaces_files_that_are_no_semaphores_blocks_or_tables) {
+TEST(ProxyTest, ReplacesFilesThatAreNoSemaphoresBlocksOrTables) {
     for (const char* name : {"sem.talvor_lcl_s_s_000042", "talvor_lcl_shm_000042",
                              "talvor_proxy_gbl_shm_object", "sem.talvor_proxy_gbl_sem_object"}) {
         std::ofstream("/dev/shm/" + std::string(name)) << "x";
@@ -311,12 +319,12 @@ TEST(Proxy, replaces_files_that_are_no_semaphores_blocks_or_tables) {
         const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
         Host host(42);
         EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
-        EXPECT_EQ(size_of(table_path), 10'244);
+        EXPECT_EQ(size_of(kTablePath), 10'244);
     }
     EXPECT_THAT(shm_objects(), IsEmpty());
 }
 
-TEST(Proxy, never_removes_an_object_that_is_not_the_channels) {
+TEST(ProxyTest, NeverRemovesAnObjectThatIsNotTheChannels) {
     // A stale table that names somebody else's memory as a pod's block.
     std::ofstream("/dev/shm/precious") << "x";
     {
@@ -325,7 +333,7 @@ TEST(Proxy, never_removes_an_object_that_is_not_the_channels) {
         table.devs[0].recUsed = 1;
         table.devs[0].devSN = 7;
         std::snprintf(table.devs[0].lcl_shm_name, SHM_POD_NAME_SIZE, "/precious");
-        std::ofstream(table_path, std::ios::binary)
+        std::ofstream(kTablePath, std::ios::binary)
             .write(reinterpret_cast<const char*>(&table), sizeof(table));
     }
     Echo pod;
@@ -334,7 +342,7 @@ TEST(Proxy, never_removes_an_object_that_is_not_the_channels) {
     unlink("/dev/shm/precious");
 }
 
-TEST(Proxy, a_lock_file_without_a_live_owner_is_no_claim) {
+TEST(ProxyTest, ALockFileWithoutALiveOwnerIsNoClaim) {
     std::ofstream(SHM_OWNER_LOCK_PATH) << "1\n";
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
@@ -344,7 +352,7 @@ TEST(Proxy, a_lock_file_without_a_live_owner_is_no_claim) {
     EXPECT_EQ(owner, std::to_string(getpid()));
 }
 
-TEST(Proxy, stops_while_a_batch_runs_and_the_host_gets_a_failure) {
+TEST(ProxyTest, StopsWhileABatchRunsAndTheHostGetsAFailure) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     Host host(42);
@@ -358,7 +366,7 @@ TEST(Proxy, stops_while_a_batch_runs_and_the_host_gets_a_failure) {
     EXPECT_THAT(shm_objects(), IsEmpty());
 }
 
-TEST(Proxy, a_host_that_comes_during_the_stop_gets_a_failure) {
+TEST(ProxyTest, AHostThatComesDuringTheStopGetsAFailure) {
     for (int round = 0; round < 50; ++round) {
         Echo pod;
         const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}},
@@ -373,7 +381,7 @@ TEST(Proxy, a_host_that_comes_during_the_stop_gets_a_failure) {
     }
 }
 
-TEST(Proxy, gives_up_a_pod_that_does_not_stop_and_answers_its_host) {
+TEST(ProxyTest, GivesUpAPodThatDoesNotStopAndAnswersItsHost) {
     static Echo pod; // its thread outlives the test
     pod.deaf = true;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
@@ -387,10 +395,12 @@ TEST(Proxy, gives_up_a_pod_that_does_not_stop_and_answers_its_host) {
     EXPECT_LT(host.block().status, 0);
     EXPECT_THAT(shm_objects(), IsEmpty());
     pod.deaf = false;
-    std::this_thread::sleep_for(50ms); // the thread ends on its own
+    while (threads() > 1) { // the thread ends on its own
+        std::this_thread::sleep_for(1ms);
+    }
 }
 
-TEST(Proxy, an_unplugged_pod_leaves_the_table_and_comes_back) {
+TEST(ProxyTest, AnUnpluggedPodLeavesTheTableAndComesBack) {
     Echo one;
     Echo two;
     const auto proxy = start({{{1, 0x0200, 0, 0}, &one}, {{2, 0x0200, 0, 0}, &two}});
@@ -407,7 +417,7 @@ TEST(Proxy, an_unplugged_pod_leaves_the_table_and_comes_back) {
     EXPECT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 1);
 }
 
-TEST(Proxy, the_table_is_not_changed_while_a_host_holds_the_mutex) {
+TEST(ProxyTest, TheTableIsNotChangedWhileAHostHoldsTheMutex) {
     Echo pod;
     const auto proxy = start({{{1, 0x0200, 0, 0}, &pod}});
     sem_t* mutex = sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
@@ -441,7 +451,7 @@ void host_that_dies_in_a_batch(const char* batch) {
     ASSERT_EQ(waitpid(child, &status, 0), child);
 }
 
-TEST(Proxy, survives_a_host_that_dies_in_the_middle_of_a_batch) {
+TEST(ProxyTest, SurvivesAHostThatDiesInTheMiddleOfABatch) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     for (int death = 0; death < 5; ++death) {
@@ -464,14 +474,16 @@ TEST(Proxy, survives_a_host_that_dies_in_the_middle_of_a_batch) {
     }
 }
 
-TEST(Proxy, a_host_that_comes_while_a_dead_ones_batch_runs_gets_its_own_answer) {
+TEST(ProxyTest, AHostThatComesWhileADeadOnesBatchRunsGetsItsOwnAnswer) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     host_that_dies_in_a_batch("write 4 0; read 16");
     wait_until(pod.running);
     Host host(42);
     std::thread release([&] {
-        std::this_thread::sleep_for(20ms);
+        while (posts_of("talvor_lcl_s_s_000042") == 0) { // until the new host has come
+            std::this_thread::sleep_for(1ms);
+        }
         pod.go_on = true;
     });
     EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
@@ -481,7 +493,7 @@ TEST(Proxy, a_host_that_comes_while_a_dead_ones_batch_runs_gets_its_own_answer) 
     release.join();
 }
 
-TEST(Proxy, an_answer_waits_for_a_host_that_is_only_slow) {
+TEST(ProxyTest, AnAnswerWaitsForAHostThatIsOnlySlow) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
     Host host(42);
@@ -493,7 +505,7 @@ TEST(Proxy, an_answer_waits_for_a_host_that_is_only_slow) {
     EXPECT_THAT(pod.notes_now(), IsEmpty());
 }
 
-TEST(Proxy, an_idle_proxy_uses_no_processor_time) {
+TEST(ProxyTest, AnIdleProxyUsesNoProcessorTime) {
     Echo pod;
     const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}}, {.spin = 10'000us});
     Host host(42);
@@ -512,7 +524,7 @@ TEST(Proxy, an_idle_proxy_uses_no_processor_time) {
     EXPECT_EQ(host.exchange(SHM_CMD_DETACH), 0);
 }
 
-TEST(Proxy, serves_with_every_length_of_spin) {
+TEST(ProxyTest, ServesWithEveryLengthOfSpin) {
     for (const auto spin : {0us, 1us, 1000us}) {
         Echo pod;
         const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}}, {.spin = spin});
@@ -526,4 +538,4 @@ TEST(Proxy, serves_with_every_length_of_spin) {
 }
 
 } // namespace
-} // namespace podsim::proxy
+} // namespace talvor::podsim::proxy

@@ -1,9 +1,8 @@
-#include "podsim/trace/vcd_writer.h"
-
 #include "podsim/model/chain.h"
 #include "podsim/model/controller.h"
-
+#include "podsim/trace/vcd_writer.h"
 #include "shm_structs.h"
+#include "tests/podsim/reason.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -15,7 +14,7 @@
 #include <sstream>
 #include <unistd.h>
 
-namespace podsim::trace {
+namespace talvor::podsim::trace {
 namespace {
 
 using testing::ElementsAre;
@@ -37,7 +36,7 @@ std::string read_file(const std::string& path) {
 
 // A value change: time, name of the signal, new value.
 struct Change {
-    std::uint64_t time;
+    uint64_t time;
     std::string signal;
     std::string value;
     bool operator==(const Change&) const = default;
@@ -50,7 +49,7 @@ std::vector<Change> parse(const std::string& text) {
     std::vector<Change> changes;
     std::istringstream in(text);
     std::string token;
-    std::uint64_t time = 0;
+    uint64_t time = 0;
     while (in >> token) {
         if (token == "$var") {
             std::string type;
@@ -67,7 +66,7 @@ std::vector<Change> parse(const std::string& text) {
             while (in >> token && token != "$end") {
             }
         } else if (token.starts_with('#')) {
-            const std::uint64_t next = std::stoull(token.substr(1));
+            const uint64_t next = std::stoull(token.substr(1));
             EXPECT_TRUE(next > time || changes.empty()) << token;
             time = next;
         } else {
@@ -98,7 +97,7 @@ protected:
     }
     std::unique_ptr<VcdWriter> open(Limits limits = {}) {
         auto writer = VcdWriter::open(trace_path(), "pod_000042", limits, log);
-        EXPECT_FALSE(writer.failed()) << writer.reason();
+        EXPECT_TRUE(writer) << reason_of(writer);
         return std::move(writer.value());
     }
     std::string logged() const {
@@ -114,7 +113,7 @@ protected:
     Log log;
 };
 
-TEST_F(VcdTest, an_empty_trace_declares_every_signal_and_its_level_at_the_start) {
+TEST_F(VcdTest, AnEmptyTraceDeclaresEverySignalAndItsLevelAtTheStart) {
     open().reset();
     EXPECT_EQ(read_file(trace_path()), "$version talvor-podsim $end\n"
                                        "$timescale 1 ns $end\n"
@@ -138,9 +137,9 @@ TEST_F(VcdTest, an_empty_trace_declares_every_signal_and_its_level_at_the_start)
                                        "$end\n");
 }
 
-TEST_F(VcdTest, a_run_shows_real_pulses_of_tck_and_the_state_after_each_rise) {
+TEST_F(VcdTest, ARunShowsRealPulsesOfTckAndTheStateAfterEachRise) {
     auto writer = open();
-    const std::uint64_t tms = 0b10; // to Run-Test/Idle, then to Select-DR-Scan
+    const uint64_t tms = 0b10; // to Run-Test/Idle, then to Select-DR-Scan
     EdgeRun run{.start_ns = 100, .period_ns = 40, .count = 2, .from = TapState::TestLogicReset};
     run.tms = std::span(&tms, 1);
     run.constant_tdi = false;
@@ -154,10 +153,10 @@ TEST_F(VcdTest, a_run_shows_real_pulses_of_tck_and_the_state_after_each_rise) {
                                               "#180\n0!\n");
 }
 
-TEST_F(VcdTest, tdo_is_shown_in_the_shift_states_only_and_unknown_when_nobody_looked) {
+TEST_F(VcdTest, TdoIsShownInTheShiftStatesOnlyAndUnknownWhenNobodyLooked) {
     auto writer = open();
-    const std::uint64_t tdi = 0b01;
-    const std::uint64_t tdo = 0b10;
+    const uint64_t tdi = 0b01;
+    const uint64_t tdo = 0b10;
     EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 2, .from = TapState::ShiftDr};
     run.tdi = std::span(&tdi, 1);
     run.tdo = std::span(&tdo, 1);
@@ -177,7 +176,7 @@ TEST_F(VcdTest, tdo_is_shown_in_the_shift_states_only_and_unknown_when_nobody_lo
                                             {60, "tdo", "x"}}));
 }
 
-TEST_F(VcdTest, pins_change_at_their_time) {
+TEST_F(VcdTest, PinsChangeAtTheirTime) {
     auto writer = open();
     writer->target_reset(10, true);
     writer->target_reset(30, false);
@@ -197,7 +196,7 @@ TEST_F(VcdTest, pins_change_at_their_time) {
                                             {70, "trstn", "1"}}));
 }
 
-TEST_F(VcdTest, a_limit_of_clocks_ends_the_trace_there) {
+TEST_F(VcdTest, ALimitOfClocksEndsTheTraceThere) {
     auto writer = open({.bytes = 0, .clocks = 3});
     EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 10, .from = TapState::RunTestIdle};
     writer->edges(run);
@@ -215,7 +214,7 @@ TEST_F(VcdTest, a_limit_of_clocks_ends_the_trace_there) {
     EXPECT_EQ(logged(), "the trace " + trace_path() + " ends: 3 test clocks\n");
 }
 
-TEST_F(VcdTest, a_limit_of_bytes_ends_the_trace_at_a_whole_line) {
+TEST_F(VcdTest, ALimitOfBytesEndsTheTraceAtAWholeLine) {
     auto writer = open({.bytes = 5'000, .clocks = 0});
     EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 1'000'000, .from = TapState::RunTestIdle};
     writer->edges(run);
@@ -223,29 +222,29 @@ TEST_F(VcdTest, a_limit_of_bytes_ends_the_trace_at_a_whole_line) {
     writer->edges(run);
     writer.reset();
     const std::string text = read_file(trace_path());
-    constexpr std::string_view closing = "$comment The trace ends here: 5000 bytes. $end\n";
-    EXPECT_THAT(text, EndsWith(std::string("\n").append(closing)));
-    EXPECT_LE(text.size(), 5'000U + closing.size());
+    constexpr std::string_view kClosing = "$comment The trace ends here: 5000 bytes. $end\n";
+    EXPECT_THAT(text, EndsWith(std::string("\n").append(kClosing)));
+    EXPECT_LE(text.size(), 5'000U + kClosing.size());
     EXPECT_GT(text.size(), 4'900U);
     parse(text);
 }
 
-TEST_F(VcdTest, a_file_that_cannot_be_made_is_named) {
+TEST_F(VcdTest, AFileThatCannotBeMadeIsNamed) {
     const auto writer = VcdWriter::open("/nowhere/trace.vcd", "pod", {}, log);
-    ASSERT_TRUE(writer.failed());
-    EXPECT_EQ(writer.reason(), "writing the trace /nowhere/trace.vcd: No such file or directory");
+    ASSERT_FALSE(writer);
+    EXPECT_EQ(reason_of(writer), "writing the trace /nowhere/trace.vcd: No such file or directory");
 }
 
-TEST_F(VcdTest, a_disk_that_is_full_ends_the_trace_with_a_word) {
+TEST_F(VcdTest, ADiskThatIsFullEndsTheTraceWithAWord) {
     auto writer = VcdWriter::open("/dev/full", "pod", {.bytes = 0, .clocks = 0}, log);
-    ASSERT_FALSE(writer.failed());
+    ASSERT_TRUE(writer);
     EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 100'000, .from = TapState::RunTestIdle};
     writer.value()->edges(run);
     EXPECT_EQ(logged(), "the trace /dev/full ends: it cannot be written\n");
 }
 
 // A controller whose every operation is traced, and the dump checked against IEEE 1149.1.
-TEST_F(VcdTest, the_trace_of_a_controller_follows_the_standard) {
+TEST_F(VcdTest, TheTraceOfAControllerFollowsTheStandard) {
     auto writer = open();
     DeviceDescription device;
     device.name = "cpu";
@@ -254,20 +253,20 @@ TEST_F(VcdTest, the_trace_of_a_controller_follows_the_standard) {
     Chain chain({.devices = {device}, .nets = {}});
     Controller controller({.return_pipeline_bits = 0, .cable_delay_bits = 0}, chain);
     controller.observe(writer.get());
-    const auto operate = [&](std::uint16_t operation, std::uint16_t count) {
-        ASSERT_FALSE(controller.write(TBC_PORT_COUNT_LOW, count).failed());
-        ASSERT_FALSE(controller.write(TBC_PORT_COUNT_HIGH, 0).failed());
-        ASSERT_FALSE(controller.write(TBC_PORT_OPERATION, operation).failed());
-        ASSERT_FALSE(controller.write(TBC_PORT_CONTROL, TBC_CONTROL_RUN).failed());
-        ASSERT_FALSE(controller.wait(SHM_WAIT_DONE).failed());
+    const auto operate = [&](uint16_t operation, uint16_t count) {
+        ASSERT_TRUE(controller.write(TBC_PORT_COUNT_LOW, count));
+        ASSERT_TRUE(controller.write(TBC_PORT_COUNT_HIGH, 0));
+        ASSERT_TRUE(controller.write(TBC_PORT_OPERATION, operation));
+        ASSERT_TRUE(controller.write(TBC_PORT_CONTROL, TBC_CONTROL_RUN));
+        ASSERT_TRUE(controller.wait(SHM_WAIT_DONE));
     };
     operate(TBC_STATE_RESET, 0);
     operate(TBC_STATE_IDLE, 0);
-    ASSERT_FALSE(controller.write(TBC_PORT_CONFIG, TBC_OPTION_ONES).failed());
+    ASSERT_TRUE(controller.write(TBC_PORT_CONFIG, TBC_OPTION_ONES));
     operate(TBC_TRANSIT_SCAN | TBC_STATE_IDLE, 31);
     operate(TBC_TRANSIT_SCAN | TBC_STATE_IR_PATH | TBC_STATE_PAUSE_IR, 3);
     operate(TBC_TRANSIT_VIA_CAPTURE | TBC_STATE_PAUSE_DR, 0);
-    ASSERT_FALSE(controller.write_support(SUPPORT_RESET).failed());
+    ASSERT_TRUE(controller.write_support(SUPPORT_RESET));
     writer.reset();
 
     // Replay: TMS at each rise moves a reference state machine.
@@ -305,4 +304,4 @@ TEST_F(VcdTest, the_trace_of_a_controller_follows_the_standard) {
 }
 
 } // namespace
-} // namespace podsim::trace
+} // namespace talvor::podsim::trace

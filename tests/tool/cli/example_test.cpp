@@ -1,7 +1,7 @@
 // The example program that is made of the tool's pieces.
-#include <gtest/gtest.h>
-
 #include "program.h"
+
+#include <gtest/gtest.h>
 
 namespace talvor::cli {
 namespace {

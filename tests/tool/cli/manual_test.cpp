@@ -1,9 +1,9 @@
 // The manual's commands do what it shows, and nothing is missing from the pages.
-#include <gtest/gtest.h>
-
-#include "commands/app.h"
 #include "program.h"
 #include "support/manual.h"
+#include "tool/commands/app.h"
+
+#include <gtest/gtest.h>
 
 namespace talvor::cli {
 namespace {
@@ -14,36 +14,32 @@ TEST(Manual, ShowsWhatTheProgramDoes) {
 
 // Every command and option by its name, as `written` puts it.
 template <typename Written>
-void expect_all_named(const CLI::App& app, const std::string& page, Written written) {
-    for (const CLI::Option* option : app.get_options()) {
-        for (const std::string& name : option->get_lnames()) {
-            if (!option->get_group().empty() && name != "help") {
-                EXPECT_NE(page.find(written("--" + name)), std::string::npos)
-                    << app.get_name() << " --" << name;
-            }
+void expect_all_named(const Command& command, const std::string& page, Written written) {
+    for (const std::string& name : command.option_names()) {
+        if (name != "--help") {
+            EXPECT_NE(page.find(written(name)), std::string::npos) << command.name() << " " << name;
         }
     }
-    for (const CLI::App* command : app.get_subcommands({})) {
-        EXPECT_NE(page.find(written(command->get_name())), std::string::npos)
-            << command->get_name();
-        expect_all_named(*command, page, written);
+    for (const Command& inner : command.commands()) {
+        EXPECT_NE(page.find(written(inner.name())), std::string::npos) << inner.name();
+        expect_all_named(inner, page, written);
     }
 }
 
 TEST(Pages, NameEveryCommandAndOption) {
-    Context context;
-    CLI::App app("", "talvor");
-    CommandSet commands(app);
-    build_command_line(app, commands, context.options);
-    expect_all_named(app, read_file(source_file("docs/talvor.md")),
+    CommonOptions options;
+    CommandLine line("talvor", "");
+    build_command_line(line, options);
+    expect_all_named(line.program(), read_file(source_file("docs/talvor.md")),
                      [](const std::string& name) { return name; });
-    expect_all_named(app, read_file(source_file("docs/talvor.1")), [](const std::string& name) {
-        std::string escaped;
-        for (const char letter : name) {
-            escaped += letter == '-' ? "\\-" : std::string(1, letter);
-        }
-        return escaped;
-    });
+    expect_all_named(line.program(), read_file(source_file("docs/talvor.1")),
+                     [](const std::string& name) {
+                         std::string escaped;
+                         for (const char letter : name) {
+                             escaped += letter == '-' ? "\\-" : std::string(1, letter);
+                         }
+                         return escaped;
+                     });
 }
 
 TEST(Demonstration, PlaysItsFileInEveryWay) {

@@ -1,9 +1,8 @@
 // What a user sees of a pod: the chain, scans, states, registers, status.
-#include <gtest/gtest.h>
-
-#include <nlohmann/json.hpp>
-
 #include "program.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 
 namespace talvor::cli {
 namespace {
@@ -164,6 +163,18 @@ TEST(Status, ShowsPodAndPins) {
   EMU0, EMU1    1, 1
   TAP           Test-Logic-Reset
 )");
+}
+
+// Major and minor are hexadecimal, as the pod's maker writes them.
+TEST(Status, ShowsTheRevisionInHexadecimal) {
+    const std::string description =
+        file_with("revision.toml", "[[pod]]\nserial = 1\nrevision = 0x0210\n[[pod.tap]]\n"
+                                   "name = \"a\"\nir_length = 4\n");
+    const Outcome status = talvor({"--simulate", description, "status"});
+    EXPECT_EQ(status.status, 0) << status.err;
+    EXPECT_TRUE(status.out.starts_with("  pod           serial 1, revision 2.10\n")) << status.out;
+    const Outcome info = talvor({"--simulate", description, "info", "--json"});
+    EXPECT_EQ(nlohmann::json::parse(info.out).at("pods").at(0).at("revision"), "2.10");
 }
 
 TEST(Status, IsWatched) {

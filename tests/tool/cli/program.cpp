@@ -1,28 +1,17 @@
 #include "program.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <sstream>
+#include "common/toml.h"
 
-#include <gtest/gtest.h>
+#include <chrono>
+#include <csignal>
+#include <fstream>
+#include <thread>
 
 namespace talvor::cli {
 namespace {
 
-// The files of a run, gone when it ends.
-class Folder {
-public:
-    Folder() { EXPECT_NE(mkdtemp(path_.data()), nullptr); }
-    ~Folder() { std::filesystem::remove_all(path_); }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-
-    [[nodiscard]] const std::string& path() const { return path_; }
-
-private:
-    std::string path_ = testing::TempDir() + "talvor-cli-XXXXXX";
-};
+// How long a condition may take on a machine that has much else to do.
+constexpr std::chrono::seconds kPatience{60};
 
 } // namespace
 
@@ -37,12 +26,43 @@ Outcome simulated(std::vector<std::string> arguments, const std::string& input) 
     return talvor(std::move(arguments), input);
 }
 
+bool await(const std::function<bool()>& condition) {
+    const auto deadline = std::chrono::steady_clock::now() + kPatience;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+Running::Running(std::vector<std::string> arguments)
+    : out_(TemporaryFile::create().value()), err_(TemporaryFile::create().value()),
+      process_(start(std::move(arguments), out_.descriptor(), err_.descriptor())) {}
+
+ChildProcess Running::start(std::vector<std::string> arguments, int out, int err) {
+    arguments.insert(arguments.begin(), test_support::built_program("talvor"));
+    SpawnOptions options;
+    options.arguments = std::move(arguments);
+    options.output = out;
+    options.errors = err;
+    return ChildProcess::spawn(options).value();
+}
+
+Running::~Running() {
+    if (process_.running()) {
+        process_.signal(SIGKILL);
+        process_.wait();
+    }
+}
+
 std::string five() {
-    return read_file(source_file("tool/session/built_in.toml"));
+    return read_file(source_file("host/simulator/built_in.toml"));
 }
 
 std::string file_with(const std::string& name, const std::string& text) {
-    static const Folder folder;
+    static const TemporaryFolder folder = TemporaryFolder::create().value();
     const std::string path = folder.path() + "/" + name;
     std::ofstream(path, std::ios::binary | std::ios::trunc) << text;
     return path;
@@ -53,9 +73,7 @@ std::string source_file(const std::string& name) {
 }
 
 std::string read_file(const std::string& path) {
-    std::ostringstream text;
-    text << std::ifstream(path, std::ios::binary).rdbuf();
-    return text.str();
+    return read_text_file(path).value();
 }
 
 } // namespace talvor::cli

@@ -1,14 +1,13 @@
 // SVF files on a simulated pod: what they say, and what is said about them.
-#include <random>
-
-#include <gtest/gtest.h>
+#include "host/jtag/bits.h"
+#include "host/waveform/vcd.h"
+#include "program.h"
 
 #include <fmt/format.h>
+#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
-#include "jtag/bits.h"
-#include "program.h"
-#include "waveform/vcd.h"
+#include <random>
 
 namespace talvor::cli {
 namespace {
@@ -49,7 +48,7 @@ TEST(Svf, PlaysAFileAndSumsItUp) {
 TEST(Svf, ReadsTheStandardInput) {
     const Outcome outcome = simulated({"svf", "-"}, "STATE RESET;\nSIR 33 TDI (1FFFFFFFF);\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_NE(outcome.out.find("2 statements, 1 scans of 33 bits"), std::string::npos)
+    EXPECT_NE(outcome.out.find("2 statements, 1 scan of 33 bits"), std::string::npos)
         << outcome.out;
 }
 
@@ -132,7 +131,7 @@ TEST(Svf, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
         EXPECT_NE(outcome.err.find("3"), std::string::npos) << outcome.err;
         EXPECT_NE(outcome.err.find(one.text), std::string::npos) << outcome.err;
         const auto seen = waveform::read_vcd_file(trace);
-        ASSERT_TRUE(seen.ok());
+        ASSERT_TRUE(seen);
         EXPECT_TRUE(waveform::shift_runs(*seen).empty()) << one.statement;
     }
 }
@@ -140,7 +139,7 @@ TEST(Svf, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
 // Clocks that a trace has in Run-Test/Idle.
 uint64_t idle_clocks(const std::string& vcd) {
     const auto seen = waveform::read_vcd_file(vcd);
-    EXPECT_TRUE(seen.ok());
+    EXPECT_TRUE(seen);
     uint64_t clocks = 0;
     for (const waveform::Sample& sample : seen->samples) {
         clocks += sample.state == TapState::RunTestIdle && !sample.tms ? 1 : 0;

@@ -1,10 +1,10 @@
 // What the target saw, drawn.
-#include <filesystem>
+#include "host/waveform/vcd.h"
+#include "program.h"
 
 #include <gtest/gtest.h>
 
-#include "program.h"
-#include "waveform/vcd.h"
+#include <filesystem>
 
 namespace talvor::cli {
 namespace {
@@ -56,14 +56,30 @@ TEST(Trace, LeavesADocumentAlone) {
 
 TEST(Trace, LeavesNothingBehind) {
     // A folder of this test's own: others run beside it.
-    std::string folder = std::filesystem::temp_directory_path() / "talvor-trace-XXXXXX";
-    ASSERT_NE(mkdtemp(folder.data()), nullptr);
-    setenv("TMPDIR", folder.c_str(), 1);
+    const TemporaryFolder folder = TemporaryFolder::create().value();
+    setenv("TMPDIR", folder.path().c_str(), 1);
     EXPECT_EQ(talvor({"trace", "chain"}).status, 0);
     unsetenv("TMPDIR");
-    EXPECT_TRUE(std::filesystem::is_empty(folder));
-    std::filesystem::remove_all(folder);
+    EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
     EXPECT_TRUE(std::filesystem::is_empty("/dev/shm"));
+}
+
+TEST(Trace, WithoutRoomForTheWaveformSaysWhatToSet) {
+    setenv("TMPDIR", "/nonexistent", 1);
+    const Outcome outcome = talvor({"trace", "chain"});
+    unsetenv("TMPDIR");
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_TRUE(outcome.err.starts_with("talvor: making the temporary file /nonexistent/talvor-"))
+        << outcome.err;
+    EXPECT_TRUE(outcome.err.ends_with(": No such file or directory\n  next: set TMPDIR\n"))
+        << outcome.err;
+}
+
+TEST(Trace, ShowsTheHelpOfItsCommand) {
+    const Outcome outcome = talvor({"trace", "chain", "--help"});
+    EXPECT_EQ(outcome.status, 0);
+    EXPECT_NE(outcome.out.find("Usage: talvor chain"), std::string::npos) << outcome.out;
+    EXPECT_EQ(outcome.err, "");
 }
 
 // Five TMS ones lead to Test-Logic-Reset from any state, so a reset must have them.
@@ -73,7 +89,7 @@ TEST(Reset, OfTheTapHasFiveOnesInARow) {
                                     file_with("reset.svf", "STATE IDLE;\nSTATE RESET;\n")});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     const auto seen = waveform::read_vcd_file(vcd);
-    ASSERT_TRUE(seen.ok());
+    ASSERT_TRUE(seen);
     size_t ones = 0;
     size_t longest = 0;
     bool left_reset = false;

@@ -1,14 +1,11 @@
 // What a user is told when something between the proxy and the target is wrong.
-#include <chrono>
-#include <csignal>
-#include <filesystem>
-#include <thread>
+#include "program.h"
 
 #include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
 
-#include "program.h"
+#include <csignal>
+#include <filesystem>
 
 namespace talvor::cli {
 namespace {
@@ -19,22 +16,19 @@ void expect_refusal(const Outcome& outcome, const std::string& err) {
     EXPECT_EQ(outcome.err, err);
 }
 
-// Waits until a host has made its controller block: then it is connecting.
-void await_host() {
-    const auto made = [] {
-        for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
-            if (entry.path().filename().string().starts_with("JTI-")) {
-                return true;
-            }
-        }
-        return false;
-    };
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(30);
-    while (!made() && std::chrono::steady_clock::now() < deadline) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+// How many batches the simulator's pod has been handed; counted before it does them.
+uint64_t batches(const PodsimProcess& simulator) {
+    return nlohmann::json::parse(simulator.ctl("status")).at("pods").at(0).at("batches");
 }
+
+// Waits until it has been handed `more` batches.
+[[nodiscard]] bool await_batches(const PodsimProcess& simulator, uint64_t more) {
+    const uint64_t enough = batches(simulator) + more;
+    return await([&] { return batches(simulator) >= enough; });
+}
+
+// More batches than connecting takes: then a host is at work.
+constexpr uint64_t kConnectedBatches = 300;
 
 TEST(NoProxy, IsSaidWithTheNextStep) {
     expect_refusal(talvor({"chain"}),
@@ -155,18 +149,15 @@ TEST(Faults, LeaveJsonADocument) {
 
 TEST(Faults, InTheMiddleOfTheWorkAreDiagnosed) {
     const PodsimProcess simulator(five());
-    // The bench runs until the power goes.
-    std::thread switch_off([&simulator] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(500));
-        simulator.ctl("power off");
-        // Batches that still succeed tell the driver.
-        std::this_thread::sleep_for(std::chrono::milliseconds(100));
-        simulator.ctl("fail 1");
-    });
-    const Outcome outcome = talvor({"bench", "--seconds", "3"});
-    switch_off.join();
-    EXPECT_EQ(outcome.status, 1) << outcome.out;
-    EXPECT_NE(outcome.err.find("-180 eJTI_ERROR_NO_POWER"), std::string::npos) << outcome.err;
+    // The bench would run for an hour, but for the power that goes.
+    Running bench({"bench", "--seconds", "1000"});
+    ASSERT_TRUE(await_batches(simulator, kConnectedBatches));
+    simulator.ctl("power off");
+    // Batches that still succeed tell the driver.
+    ASSERT_TRUE(await_batches(simulator, 10));
+    simulator.ctl("fail 1");
+    EXPECT_EQ(bench.wait(), 1) << bench.out();
+    EXPECT_NE(bench.err().find("-180 eJTI_ERROR_NO_POWER"), std::string::npos) << bench.err();
 }
 
 TEST(Chain, WithoutDevicesIsAWire) {
@@ -195,18 +186,14 @@ TEST(DeadProxy, IsToldFromALivingOne) {
 
 TEST(DeadProxy, IsNoticedWhileTheDriverWaitsForIt) {
     PodsimProcess simulator(five());
-    simulator.ctl("latency 30000000");
-    std::thread killer([&simulator] {
-        await_host();
-        simulator.stop(SIGKILL);
-    });
-    const auto start = std::chrono::steady_clock::now();
-    const Outcome outcome = talvor({"chain"});
-    killer.join();
-    EXPECT_EQ(outcome.status, 1);
-    EXPECT_EQ(outcome.err, "talvor: pod proxy: it has ended while a batch was under way\n"
+    simulator.ctl("latency 3600000000");
+    Running chain({"--patience", "0", "chain"});
+    ASSERT_TRUE(await_batches(simulator, 1));
+    simulator.stop(SIGKILL);
+    // The driver itself would wait for ever.
+    EXPECT_EQ(chain.wait(), 1);
+    EXPECT_EQ(chain.err(), "talvor: pod proxy: it has ended while a batch was under way\n"
                            "  next: start the proxy again, then run 'talvor doctor'\n");
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(25));
     // The next proxy clears the ground for other tests.
     const PodsimProcess again(five());
 }
@@ -243,10 +230,11 @@ TEST(OtherHosts, ThatEndedWithoutDisconnectingAreNoticed) {
 
 TEST(OtherHosts, ThatAreConnectedAreNamed) {
     const PodsimProcess simulator(five());
-    std::thread other([] { (void)talvor({"status", "--watch", "0.2", "--count", "15"}); });
-    await_host();
+    Running other({"status", "--watch", "0.2"});
+    ASSERT_TRUE(await([&other] { return !other.out().empty(); })) << other.err();
     const Outcome doctor = talvor({"doctor"});
-    other.join();
+    other.signal(SIGINT);
+    EXPECT_EQ(other.wait(), 128 + SIGINT);
     EXPECT_EQ(doctor.status, 0) << doctor.err;
     EXPECT_NE(doctor.out.find("note   other hosts  connected, too: process "), std::string::npos)
         << doctor.out;
@@ -287,10 +275,10 @@ TEST(ExtendedController, CannotBeConnected) {
 
 TEST(Interrupt, DisconnectsFirst) {
     const PodsimProcess simulator(five());
-    const auto stopped = test_support::run_program(
-        {"timeout", "--foreground", "--preserve-status", "-s", "INT", "0.7",
-         test_support::built_program("talvor"), "status", "--watch", "0.1"});
-    EXPECT_EQ(stopped.status, 128 + SIGINT);
+    Running status({"status", "--watch", "0.1"});
+    ASSERT_TRUE(await([&status] { return !status.out().empty(); })) << status.err();
+    status.signal(SIGINT);
+    EXPECT_EQ(status.wait(), 128 + SIGINT);
     const Outcome doctor = talvor({"doctor"});
     EXPECT_EQ(doctor.status, 0) << doctor.out;
     EXPECT_NE(doctor.out.find("ok     other hosts  none is connected\n"), std::string::npos)
@@ -303,13 +291,12 @@ TEST(Interrupt, EndsAnSvfFileWithItsReason) {
         text += "RUNTEST 0.01 SEC;\n";
     }
     const PodsimProcess simulator(five());
-    const auto stopped = test_support::run_program(
-        {"timeout", "--foreground", "--preserve-status", "-s", "INT", "1",
-         test_support::built_program("talvor"), "svf", file_with("slow.svf", text)});
-    EXPECT_EQ(stopped.status, 128 + SIGINT);
-    EXPECT_NE(stopped.errors.find("interrupted: stopped at the user's request\n"),
-              std::string::npos)
-        << stopped.errors;
+    Running svf({"svf", "--progress", "always", file_with("slow.svf", text)});
+    ASSERT_TRUE(await([&svf] { return svf.err().find("\rplay ") != std::string::npos; }));
+    svf.signal(SIGINT);
+    EXPECT_EQ(svf.wait(), 128 + SIGINT);
+    EXPECT_NE(svf.err().find("interrupted: stopped at the user's request\n"), std::string::npos)
+        << svf.err();
 }
 
 TEST(Simulator, ABadDescriptionIsItsOwnWords) {

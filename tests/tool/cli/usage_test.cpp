@@ -1,7 +1,7 @@
 // Mistakes on the command line and in files: told before a pod is touched, exit status 2.
-#include <gtest/gtest.h>
-
 #include "program.h"
+
+#include <gtest/gtest.h>
 
 namespace talvor::cli {
 namespace {

@@ -1,4 +1,4 @@
-#include "commands/app.h"
+#include "tool/commands/app.h"
 
 #include <gtest/gtest.h>
 
@@ -17,40 +17,54 @@ TEST(JoinSimulate, TakesADescriptionOnlyWhenItIsOne) {
     EXPECT_EQ(join_simulate({"svf", "--simulate", "a.svf"}), (Words{"svf", "--simulate", "a.svf"}));
 }
 
-TEST(CommandLine, EveryCommandHasADescription) {
-    Context context;
-    CLI::App app("", "talvor");
-    CommandSet commands(app);
-    build_command_line(app, commands, context.options);
-    const auto list = app.get_subcommands({});
+// A command line with what it fills.
+struct Built {
+    Built() { build_command_line(line, options); }
+
+    CommonOptions options;
+    CommandLine line{"talvor", ""};
+};
+
+TEST(BuiltCommandLine, EveryCommandHasADescription) {
+    Built built;
+    const std::vector<Command> list = built.line.program().commands();
     EXPECT_EQ(list.size(), 15U);
-    for (const CLI::App* command : list) {
-        EXPECT_FALSE(command->get_description().empty()) << command->get_name();
+    for (const Command& command : list) {
+        EXPECT_FALSE(command.description().empty()) << command.name();
     }
 }
 
-TEST(CommandLine, CommonOptionsMayStandBeforeAndBehindTheCommand) {
+TEST(BuiltCommandLine, CommonOptionsMayStandBeforeAndBehindTheCommand) {
     for (const Words& words :
          {Words{"--pod", "7", "--json", "chain"}, Words{"chain", "--pod", "7", "--json"}}) {
-        Context context;
-        CLI::App app("", "talvor");
-        CommandSet commands(app);
-        build_command_line(app, commands, context.options);
-        app.parse(Words(words.rbegin(), words.rend()));
-        EXPECT_EQ(context.options.pod, 7U);
-        EXPECT_TRUE(context.options.json);
-        EXPECT_TRUE(commands.chosen());
+        Built built;
+        ASSERT_EQ(built.line.parse(words), CommandLine::Outcome::Chosen);
+        EXPECT_EQ(built.options.pod, 7U);
+        EXPECT_TRUE(built.options.json);
+        EXPECT_TRUE(built.line.chosen());
     }
 }
 
-TEST(CommandLine, InstructionLengthsAreAList) {
-    Context context;
-    CLI::App app("", "talvor");
-    CommandSet commands(app);
-    build_command_line(app, commands, context.options);
-    const Words words{"--ir-lengths", "4,5,8", "chain"};
-    app.parse(Words(words.rbegin(), words.rend()));
-    EXPECT_EQ(context.options.instruction_lengths, (std::vector<uint32_t>{4, 5, 8}));
+TEST(BuiltCommandLine, InstructionLengthsAreAList) {
+    Built built;
+    ASSERT_EQ(built.line.parse({"--ir-lengths", "4,5,8", "chain"}), CommandLine::Outcome::Chosen);
+    EXPECT_EQ(built.options.instruction_lengths, (std::vector<uint32_t>{4, 5, 8}));
+}
+
+TEST(BuiltCommandLine, InstructionLengthsThatAreNoneAreRefused) {
+    Built built;
+    const auto outcome = built.line.parse({"--ir-lengths", "4,x", "chain"});
+    ASSERT_FALSE(outcome);
+    EXPECT_EQ(headline(outcome.error()),
+              "--ir-lengths: 4,x: expected lengths from 2 to 65536, as in 4,5,8");
+}
+
+TEST(BuiltCommandLine, ADescriptionMeansASimulatedPod) {
+    Built built;
+    ASSERT_EQ(built.line.parse({"--simulate-description", "x.toml", "chain"}),
+              CommandLine::Outcome::Chosen);
+    EXPECT_TRUE(built.options.simulate);
+    EXPECT_EQ(built.options.description, "x.toml");
 }
 
 } // namespace

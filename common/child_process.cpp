@@ -1,0 +1,117 @@
+#include "common/child_process.h"
+
+#include <fmt/format.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace talvor {
+namespace {
+
+constexpr int kKilledBySignal = 128; // as shells report it
+
+// What posix_spawn wants in records of its own.
+class Attributes {
+public:
+    explicit Attributes(const SpawnOptions& options) {
+        posix_spawnattr_init(&attributes_);
+        posix_spawn_file_actions_init(&actions_);
+        sigset_t none;
+        sigemptyset(&none);
+        sigset_t defaults;
+        sigemptyset(&defaults);
+        sigaddset(&defaults, SIGPIPE);
+        sigaddset(&defaults, SIGIO);
+        posix_spawnattr_setsigmask(&attributes_, &none);
+        posix_spawnattr_setsigdefault(&attributes_, &defaults);
+        int flags = POSIX_SPAWN_SETSIGMASK | POSIX_SPAWN_SETSIGDEF;
+        if (options.own_group) {
+            posix_spawnattr_setpgroup(&attributes_, 0);
+            flags |= POSIX_SPAWN_SETPGROUP;
+        }
+        posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));
+        if (options.output) {
+            posix_spawn_file_actions_adddup2(&actions_, *options.output, STDOUT_FILENO);
+        }
+        if (options.errors) {
+            posix_spawn_file_actions_adddup2(&actions_, *options.errors, STDERR_FILENO);
+        }
+    }
+    ~Attributes() {
+        posix_spawn_file_actions_destroy(&actions_);
+        posix_spawnattr_destroy(&attributes_);
+    }
+    Attributes(const Attributes&) = delete;
+    Attributes& operator=(const Attributes&) = delete;
+
+    [[nodiscard]] const posix_spawnattr_t* attributes() const noexcept { return &attributes_; }
+    [[nodiscard]] const posix_spawn_file_actions_t* actions() const noexcept { return &actions_; }
+
+private:
+    posix_spawnattr_t attributes_{};
+    posix_spawn_file_actions_t actions_{};
+};
+
+} // namespace
+
+bool ChildEnd::succeeded() const noexcept {
+    return WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
+}
+
+int ChildEnd::shell_status() const noexcept {
+    return WIFEXITED(status_) ? WEXITSTATUS(status_) : kKilledBySignal + WTERMSIG(status_);
+}
+
+std::string ChildEnd::text() const {
+    if (WIFSIGNALED(status_)) {
+        return fmt::format("was ended by signal {} ({})", WTERMSIG(status_),
+                           strsignal(WTERMSIG(status_)));
+    }
+    return fmt::format("ended with status {}", WEXITSTATUS(status_));
+}
+
+Result<ChildProcess> ChildProcess::spawn(const SpawnOptions& options) {
+    std::vector<char*> arguments;
+    for (const std::string& argument : options.arguments) {
+        arguments.push_back(const_cast<char*>(argument.c_str()));
+    }
+    arguments.push_back(nullptr);
+    const Attributes attributes(options);
+    pid_t child = 0;
+    const int error = posix_spawnp(&child, arguments.front(), attributes.actions(),
+                                   attributes.attributes(), arguments.data(), environ);
+    if (error != 0) {
+        errno = error;
+        return system_failure("running " + options.arguments.front());
+    }
+    return ChildProcess(child);
+}
+
+void ChildProcess::signal(int number) const noexcept {
+    if (pid_ >= 0) {
+        kill(pid_, number);
+    }
+}
+
+std::optional<ChildEnd> ChildProcess::poll() {
+    int status = 0;
+    if (waitpid(pid_, &status, WNOHANG) != pid_) {
+        return std::nullopt;
+    }
+    pid_ = -1;
+    return ChildEnd(status);
+}
+
+ChildEnd ChildProcess::wait() {
+    const pid_t child = std::exchange(pid_, -1);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return ChildEnd(status);
+}
+
+} // namespace talvor

@@ -1,0 +1,17 @@
+// Small texts that every program writes the same way.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace talvor {
+
+// "1 statement", "2 statements"; `plural` where an "s" behind the noun is not enough.
+[[nodiscard]] std::string count_text(uint64_t count, std::string_view noun,
+                                     std::string_view plural = {});
+
+// A pod's revision as its maker writes it, major and minor in hexadecimal: "2.10" for 0x0210.
+[[nodiscard]] std::string revision_text(uint16_t revision);
+
+} // namespace talvor

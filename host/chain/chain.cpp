@@ -1,0 +1,254 @@
+#include "host/chain/chain.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include <algorithm>
+#include <array>
+#include <numeric>
+#include <random>
+
+namespace talvor {
+namespace {
+
+// What is sent into the chain to see where it comes out: no shifted copy of it fits over itself.
+constexpr uint64_t kMarker = 0x4D2B1E35;
+constexpr size_t kMarkerBits = 32;
+constexpr size_t kIdCodeBits = 32;
+// Bits of the scans that look for the end of the chain, until one of them is enough.
+constexpr std::array<size_t, 3> kSearchBits{2048, 32768, 524288};
+
+// The position from which on `received` is the marker and then ones, or nothing.
+std::optional<size_t> find_marker(const Bits& received) {
+    for (size_t at = 0; at + kMarkerBits <= received.size(); ++at) {
+        if (received.to_uint(at, kMarkerBits) == kMarker) {
+            const size_t rest = at + kMarkerBits;
+            if (received.slice(rest, received.size() - rest).all_ones()) {
+                return at;
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+// The length of the tail of equal bits.
+size_t constant_tail(const Bits& received) {
+    const bool last = received[received.size() - 1];
+    size_t count = 0;
+    while (count < received.size() && received[received.size() - 1 - count] == last) {
+        ++count;
+    }
+    return count;
+}
+
+Failure stuck_error(bool level) {
+    if (level) {
+        return target_error("TDO",
+                            "reads ones only: the line is open, stuck high, or no device "
+                            "drives it",
+                            "check that the target is powered, that the cable is plugged in, and "
+                            "that TRSTn of the target is not held low");
+    }
+    return target_error("TDO", "reads zeros only: the line is shorted to ground or stuck low",
+                        "check the target's supply and the TDO line");
+}
+
+// What is wrong with a chain that never gives the marker back.
+Failure broken_error(const char* path, const Bits& received) {
+    const size_t tail = constant_tail(received);
+    if (tail == received.size()) {
+        return stuck_error(received[0]);
+    }
+    if (tail >= received.size() / 2) {
+        return target_error(
+            "chain",
+            fmt::format("the {} path is broken: after {} bits TDO reads {} only, and nothing that "
+                        "goes in at TDI comes out",
+                        path, received.size() - tail,
+                        received[received.size() - 1] ? "ones" : "zeros"),
+            "the devices nearest TDO answer; look at the line between them and the next one");
+    }
+    return target_error("chain",
+                        fmt::format("what goes in at TDI comes out of the {} path changed", path),
+                        "the test clock may be too fast or the link delay wrong: try 'talvor tclk "
+                        "search' and 'talvor link find'");
+}
+
+// Scans marker and ones through a path; answers what stood in it before.
+Result<Bits> measure(JtagPort& port, ScanPath path) {
+    const char* path_name = path == ScanPath::Ir ? "instruction" : "data";
+    Bits received;
+    for (const size_t length : kSearchBits) {
+        Bits out = Bits::from_uint(kMarker, kMarkerBits);
+        out.append(Bits::ones(length - kMarkerBits));
+        TRY(port.scan({path, &out, &received, StableState::Idle}));
+        if (const auto at = find_marker(received)) {
+            return received.slice(0, *at);
+        }
+        if (constant_tail(received) == received.size()) {
+            break;
+        }
+        // The path is longer, or broken. Capture again.
+    }
+    return broken_error(path_name, received);
+}
+
+// Instruction lengths, nearest TDO first, or an error; empty when they are ambiguous.
+Result<std::vector<uint32_t>> instruction_lengths(const Bits& capture, size_t devices,
+                                                  std::span<const uint32_t> given) {
+    if (!given.empty()) {
+        const size_t total = std::accumulate(given.begin(), given.end(), size_t{0});
+        if (given.size() != devices || total != capture.size()) {
+            return target_error(
+                "instruction lengths",
+                fmt::format(
+                    "{} lengths with {} bits in all are given, but the chain has {} devices "
+                    "and {} instruction bits",
+                    given.size(), total, devices, capture.size()),
+                "correct --ir-lengths, or the [[device]] tables of the board file");
+        }
+        return std::vector<uint32_t>(given.rbegin(), given.rend());
+    }
+    std::vector<size_t> starts = possible_starts(capture);
+    if (starts.size() != devices || starts.empty() || starts.front() != 0) {
+        return std::vector<uint32_t>{};
+    }
+    starts.push_back(capture.size());
+    std::vector<uint32_t> lengths;
+    for (size_t i = 0; i < devices; ++i) {
+        lengths.push_back(static_cast<uint32_t>(starts[i + 1] - starts[i]));
+    }
+    return lengths;
+}
+
+// A capture that does not begin with 1 and 0 cannot be one (IEEE 1149.1, 7.1.1).
+Status check_first_bits(const Bits& capture, size_t devices) {
+    if (capture.size() >= 2 * devices && capture[0] && !capture[1]) {
+        return {};
+    }
+    return target_error(
+        "chain",
+        fmt::format("the instruction capture {} does not end in binary 01", capture.to_hex()),
+        "the answer may be shifted: try 'talvor link find'");
+}
+
+// Whether the data path holds after a reset what it held before.
+Status check_idcodes(JtagPort& port, const Chain& chain) {
+    const Bits out = Bits::ones(chain.data_capture.size());
+    Bits in;
+    TRY(port.scan({ScanPath::Dr, &out, &in, StableState::Idle}));
+    if (in == chain.data_capture) {
+        return {};
+    }
+    return target_error("chain", fmt::format("IDCODEs read {} instead of {}", in.to_hex(),
+                                             chain.data_capture.to_hex()));
+}
+
+// Ones into every instruction register. They are more than needed: were the answer late, the next
+// scan would begin with ones, where BYPASS gives zeros.
+Status select_bypass(JtagPort& port, const Chain& chain) {
+    const Bits out = Bits::ones(chain.instruction_bits() + kMarkerBits);
+    Bits in;
+    TRY(port.scan({ScanPath::Ir, &out, &in, StableState::Idle}));
+    return check_first_bits(in, chain.devices.size());
+}
+
+// Random bits, with a last word of ones.
+Bits random_pattern(size_t length_bits, uint64_t seed) {
+    std::mt19937_64 random(seed);
+    Bits pattern = Bits::ones(length_bits);
+    for (size_t i = 0; i + 1 < pattern.words().size(); ++i) {
+        pattern.words()[i] = static_cast<uint16_t>(random());
+    }
+    return pattern;
+}
+
+// BYPASS captures 0 and delays by one bit a device (IEEE 1149.1, 10.1.1).
+Status check_bypass(JtagPort& port, size_t devices, size_t pattern_bits, uint64_t seed) {
+    const Bits out = random_pattern(pattern_bits + devices, seed);
+    Bits in;
+    TRY(port.scan({ScanPath::Dr, &out, &in, StableState::Idle}));
+    Bits expected(devices);
+    expected.append(out.slice(0, pattern_bits));
+    if (in == expected) {
+        return {};
+    }
+    in ^= expected;
+    return target_error("chain", fmt::format("{} of {} bits came back wrong through BYPASS",
+                                             in.count_ones(), pattern_bits + devices));
+}
+
+} // namespace
+
+std::vector<size_t> possible_starts(const Bits& capture) {
+    std::vector<size_t> starts;
+    for (size_t i = 0; i + 1 < capture.size(); ++i) {
+        if (capture[i] && !capture[i + 1]) {
+            starts.push_back(i);
+        }
+    }
+    return starts;
+}
+
+Result<std::vector<std::optional<IdCode>>> split_data_capture(const Bits& capture) {
+    std::vector<std::optional<IdCode>> codes;
+    for (size_t at = 0; at < capture.size();) {
+        if (!capture[at]) {
+            codes.emplace_back(std::nullopt);
+            ++at;
+            continue;
+        }
+        if (capture.size() - at < kIdCodeBits) {
+            return target_error(
+                "chain",
+                fmt::format("device {} from TDO begins like an IDCODE, but only {} bits are left",
+                            codes.size() + 1, capture.size() - at),
+                "the answer may be shifted: try 'talvor link find'");
+        }
+        codes.emplace_back(IdCode{static_cast<uint32_t>(capture.to_uint(at, kIdCodeBits))});
+        at += kIdCodeBits;
+    }
+    return codes;
+}
+
+Result<Chain> discover_chain(JtagPort& port, std::span<const uint32_t> given_lengths) {
+    TRY(port.reset_tap());
+    Chain chain;
+    chain.data_capture = TRY(measure(port, ScanPath::Dr));
+    const auto codes = TRY(split_data_capture(chain.data_capture));
+    if (codes.empty()) {
+        return target_error("chain", "there is no device: TDI is connected straight to TDO",
+                            "check the target's connector, and jumpers that bypass its devices");
+    }
+    chain.instruction_capture = TRY(measure(port, ScanPath::Ir));
+    TRY(check_first_bits(chain.instruction_capture, codes.size()));
+    const auto lengths =
+        TRY(instruction_lengths(chain.instruction_capture, codes.size(), given_lengths));
+    chain.lengths_known = !lengths.empty();
+    for (size_t i = codes.size(); i-- > 0;) {
+        chain.devices.push_back(ChainDevice{"", codes[i], chain.lengths_known ? lengths[i] : 0});
+    }
+    return chain;
+}
+
+Status check_chain(JtagPort& port, const Chain& chain, size_t pattern_bits, uint64_t seed) {
+    TRY(port.reset_tap());
+    TRY(check_idcodes(port, chain));
+    TRY(select_bypass(port, chain));
+    return check_bypass(port, chain.devices.size(), pattern_bits, seed);
+}
+
+ScanSurroundings surroundings(const Chain& chain, size_t index, ScanPath path) {
+    ScanSurroundings bits;
+    for (size_t i = 0; i < chain.devices.size(); ++i) {
+        const size_t length = path == ScanPath::Ir ? chain.devices[i].instruction_bits : 1;
+        if (i < index) {
+            bits.after += length;
+        } else if (i > index) {
+            bits.before += length;
+        }
+    }
+    return bits;
+}
+
+} // namespace talvor

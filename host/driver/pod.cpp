@@ -1,0 +1,173 @@
+#include "host/driver/pod.h"
+
+#include "common/file_descriptor.h"
+#include "host/driver/error_text.h"
+
+#include <fmt/format.h>
+
+#include <atomic>
+#include <cstdio>
+#include <unistd.h>
+
+namespace talvor {
+namespace {
+
+// The program's own standard output while the driver has another one; -1 otherwise.
+std::atomic<int> g_own_standard_output{-1};
+
+// While it lives, what is printed goes to the standard error: the driver prints the words of a
+// failed loop-back test on the standard output, where they would stand within a document.
+class PrintToStandardError {
+public:
+    PrintToStandardError() {
+        std::fflush(stdout);
+        saved_ = FileDescriptor(dup(STDOUT_FILENO));
+        if (saved_.is_open()) {
+            g_own_standard_output = saved_.get();
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+        }
+    }
+    ~PrintToStandardError() {
+        std::fflush(stdout);
+        if (saved_.is_open()) {
+            g_own_standard_output = -1;
+            dup2(saved_.get(), STDOUT_FILENO);
+        }
+    }
+    PrintToStandardError(const PrintToStandardError&) = delete;
+    PrintToStandardError& operator=(const PrintToStandardError&) = delete;
+
+private:
+    FileDescriptor saved_;
+};
+
+} // namespace
+
+void take_standard_output_back() {
+    if (const int saved = g_own_standard_output; saved >= 0) {
+        dup2(saved, STDOUT_FILENO);
+    }
+}
+
+Result<std::unique_ptr<Pod>> Pod::open(const Library& library, ProxyWatch& watch, std::string board,
+                                       KeyStore keys) {
+    std::unique_ptr<Pod> pod(new Pod(library, watch, std::move(board)));
+    TRY(pod->connect(std::move(keys)));
+    return pod;
+}
+
+Pod::~Pod() {
+    release();
+}
+
+Status Pod::reconnect(KeyStore keys) {
+    if (Status status = disconnect(); !status) {
+        release();
+        return status;
+    }
+    return connect(std::move(keys));
+}
+
+Status Pod::connect(KeyStore keys) {
+    configuration_ = std::make_unique<Configuration>(std::move(keys));
+    JSC_Parameter parameter{};
+    parameter.validParameters = true;
+    parameter.clientRecipe = JSC_RECIPE_LONG_INIT | JSC_RECIPE_RESET_LOG;
+    parameter.jtiClientType = eJTI_CLIENT_ANONYMOUS;
+    parameter.pCfgInterface = configuration_->table();
+    parameter.cfgHandle = configuration_->handle();
+
+    const PrintToStandardError printing;
+    JTI_Error code = 0;
+    {
+        const ProxyWatch::Call under_way(watch_);
+        code = library_.create_handle(&handle_, &parameter);
+    }
+    if (code != 0) {
+        Failure failed = creation_error(code);
+        release();
+        return failed;
+    }
+    if (code = call(&JSC_Interface::Connect, &first_); code != 0) {
+        // Connecting has diagnosed the code already.
+        release();
+        return connection_error(code);
+    }
+    connected_ = true;
+    return {};
+}
+
+Status Pod::disconnect() {
+    if (connected_) {
+        connected_ = false;
+        bool last = false;
+        TRY(run("disconnecting the pod", &JSC_Interface::Disconnect, &last));
+    }
+    if (handle_ != nullptr) {
+        const ProxyWatch::Call under_way(watch_);
+        if (const JTI_Error code = library_.delete_handle(&handle_); code != 0) {
+            return library_error("closing the pod", code);
+        }
+    }
+    return {};
+}
+
+void Pod::release() noexcept {
+    if (Status status = disconnect(); status || handle_ == nullptr) {
+        return;
+    }
+    library_.abandon_handle(std::exchange(handle_, nullptr));
+}
+
+Status Pod::flush() {
+    uint16_t none = 0;
+    return run("sending queued work", &JSC_Interface::RegisterRead, false, false, 0U, 0U, &none);
+}
+
+Failure Pod::diagnose(std::string thing, JTI_Error code) {
+    const JTI_Error better = call(&JSC_Interface::Diagnose, code);
+    return library_error(std::move(thing), better != 0 ? better : code);
+}
+
+// A connect has few arguments that could be wrong: refusing one stands for something else.
+Failure Pod::connection_error(JTI_Error code) {
+    Failure failed = library_error("connecting the pod", code);
+    if (code == eJTI_ERROR_BAD_ARGUMENT) {
+        failed.value().reason = fmt::format(
+            "its controller is of the extended kind, which the driver does not connect ({})",
+            code_label(code));
+        failed.value().next_step =
+            "use a pod with a basic controller, or one with dual-port memory";
+    }
+    return failed;
+}
+
+Failure Pod::creation_error(JTI_Error code) const {
+    const CodeText* text = find_code(code);
+    if (text == nullptr || text->kind != ErrorKind::BadFile) {
+        return library_error("opening the pod", code);
+    }
+    const std::string& name = configuration_->last_key();
+    const Key* key = configuration_->keys().find(name);
+    if (key == nullptr) {
+        return library_error(fmt::format("{}: {}", board_, name), code);
+    }
+    const std::string where = key->line == 0 ? board_ : fmt::format("{}:{}", board_, key->line);
+    return library_error(fmt::format("{}: {} = {}", where, key->name, key->text), code);
+}
+
+std::vector<uint16_t>& Pod::receive_buffer(size_t words) {
+    if (buffers_.empty()) {
+        buffers_.emplace_back();
+    }
+    if (buffers_.back().size() < words) {
+        buffers_.back().resize(words);
+    }
+    return buffers_.back();
+}
+
+void Pod::retire_receive_buffer() {
+    buffers_.emplace_back();
+}
+
+} // namespace talvor

@@ -1,0 +1,76 @@
+// Everything between a board file and a connected pod, in the order in which it comes to be.
+#pragma once
+
+#include "common/result.h"
+#include "host/chain/chain.h"
+#include "host/driver/device_table.h"
+#include "host/driver/library.h"
+#include "host/driver/pod.h"
+#include "host/driver/proxy_watch.h"
+#include "host/session/board_file.h"
+#include "host/session/pod_port.h"
+
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace talvor {
+
+struct SessionOptions {
+    std::optional<std::string> board;          // a board file; without one the pod's own defaults
+    std::optional<std::string> library;        // before the board file's
+    std::optional<uint32_t> serial;            // before the board file's
+    std::optional<int32_t> link_delay;         // test clocks, before the board file's
+    std::optional<double> max_hertz;           // test clock at most, before the board file's
+    std::vector<uint32_t> instruction_lengths; // nearest TDI first, before the board file's
+    std::chrono::milliseconds patience{60000}; // see ProxyWatch
+    ProxyWatch::LostHandler lost;              // must be given
+};
+
+// The board file of `options`, or an empty board.
+[[nodiscard]] Result<Board> load_board(const SessionOptions& options);
+
+// Chooses the pod and fills in what the board does not say: serial number, generation, a name for
+// the controller block; then what `options` override. Errors: no pod with that serial number; the
+// generation in the board file and the pod's revision are at odds; the pod's block is damaged; no
+// test clock that slow.
+[[nodiscard]] Result<PodRecord> complete_board(Board& board, const DeviceTable& table,
+                                               const SessionOptions& options);
+
+// The device table of a living proxy, or an error that says what is wrong with the proxy.
+[[nodiscard]] Result<DeviceTable> living_proxy();
+
+// The generation (KELM.POD_EMUVERSION) of a completed board.
+[[nodiscard]] uint32_t generation(const Board& board);
+
+class Session {
+public:
+    [[nodiscard]] static Result<std::unique_ptr<Session>> open(const SessionOptions& options);
+
+    [[nodiscard]] const Board& board() const noexcept { return board_; }
+    [[nodiscard]] const Library& library() const noexcept { return library_; }
+    [[nodiscard]] const PodRecord& record() const noexcept { return record_; }
+    [[nodiscard]] Pod& pod() noexcept { return *pod_; }
+    [[nodiscard]] PodPort& port() noexcept { return *port_; }
+
+    // Finds the chain, with the lengths and names that options and board file give.
+    [[nodiscard]] Result<Chain> discover();
+
+private:
+    Session(const SessionOptions& options, Board board, Library library, PodRecord record);
+
+    [[nodiscard]] Status connect();
+
+    std::vector<uint32_t> instruction_lengths_;
+    Board board_;
+    Library library_;
+    PodRecord record_;
+    ProxyWatch watch_;
+    std::unique_ptr<Pod> pod_;
+    std::optional<PodPort> port_;
+};
+
+} // namespace talvor

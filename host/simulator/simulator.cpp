@@ -1,0 +1,157 @@
+#include "host/simulator/simulator.h"
+
+#include "common/private_shm.h"
+#include "host/simulator/built_in_description.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <sys/mman.h>
+#include <system_error>
+#include <thread>
+#include <unistd.h>
+
+namespace talvor {
+namespace {
+
+constexpr const char* kProgram = "talvor-podsim";
+constexpr const char* kProgramVariable = "TALVOR_PODSIM";
+// In the /dev/shm that only this process and its children see.
+constexpr const char* kReadyFile = "/dev/shm/talvor_ready";
+constexpr std::chrono::seconds kStartPatience{20};
+constexpr std::chrono::milliseconds kLookEvery{2};
+constexpr size_t kLastWords = 2000;
+
+Failure simulator_error(std::string reason, std::string next_step = {}) {
+    return pod_error("simulator", std::move(reason), std::move(next_step));
+}
+
+std::string find_program(const std::optional<std::string>& chosen) {
+    if (chosen) {
+        return *chosen;
+    }
+    if (const char* variable = std::getenv(kProgramVariable);
+        variable != nullptr && *variable != '\0') {
+        return variable;
+    }
+    std::error_code error;
+    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
+    if (const auto beside = self.parent_path() / kProgram;
+        !error && std::filesystem::exists(beside, error)) {
+        return beside.string();
+    }
+    return kProgram;
+}
+
+// A file in memory with `text`, open for a child to read.
+Result<FileDescriptor> memory_file(const char* name, std::string_view text) {
+    FileDescriptor file(memfd_create(name, 0));
+    if (!file.is_open() ||
+        write(file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
+        lseek(file.get(), 0, SEEK_SET) != 0) {
+        return simulator_error(std::strerror(errno));
+    }
+    return file;
+}
+
+// Starts it: `words` takes what it says.
+Result<ChildProcess> spawn(const SimulatorOptions& options, const std::string& description,
+                           int words) {
+    SpawnOptions child;
+    // It ends with this program, however that ends; a Ctrl-C at the terminal is ours alone.
+    child.arguments = {find_program(options.program), "--end-with", fmt::format("{}", getpid()),
+                       "--ready-file", kReadyFile};
+    child.own_group = true;
+    if (options.vcd) {
+        child.arguments.insert(child.arguments.end(), {"--vcd", *options.vcd});
+    }
+    child.arguments.push_back(description);
+    child.output = words;
+    child.errors = words;
+    Result<ChildProcess> process = ChildProcess::spawn(child);
+    if (!process) {
+        return simulator_error(
+            fmt::format("{}: {}", child.arguments.front(), std::strerror(errno)));
+    }
+    return process;
+}
+
+} // namespace
+
+std::string_view built_in_description() noexcept {
+    return kBuiltInDescription;
+}
+
+Result<Simulator> Simulator::start(const SimulatorOptions& options) {
+    if (const Status privacy = enter_private_shm(); !privacy) {
+        return simulator_error(privacy.error().reason,
+                               "start talvor-podsim yourself and leave --simulate away");
+    }
+    const FileDescriptor built_in = TRY(memory_file("built-in.toml", built_in_description()));
+    FileDescriptor words = TRY(memory_file("podsim.log", ""));
+    const std::string description = options.description.empty()
+                                        ? fmt::format("/proc/self/fd/{}", built_in.get())
+                                        : options.description;
+    ChildProcess process = TRY(spawn(options, description, words.get()));
+    Simulator simulator(std::move(process), std::move(words));
+    TRY(simulator.wait_until_ready(options));
+    return simulator;
+}
+
+Status Simulator::wait_until_ready(const SimulatorOptions& options) {
+    const auto deadline = std::chrono::steady_clock::now() + kStartPatience;
+    while (access(kReadyFile, F_OK) != 0) {
+        if (const std::optional<ChildEnd> end = process_.poll()) {
+            return early_end(*end, options);
+        }
+        if (std::chrono::steady_clock::now() > deadline) {
+            return simulator_error("it does not get ready",
+                                   "run talvor-podsim by itself to see why");
+        }
+        std::this_thread::sleep_for(kLookEvery);
+    }
+    unlink(kReadyFile);
+    return {};
+}
+
+Failure Simulator::early_end(const ChildEnd& end, const SimulatorOptions& options) const {
+    const std::string said = last_words();
+    if (said.empty()) {
+        return simulator_error(find_program(options.program) + " " + end.text());
+    }
+    // What it says about a description names the file.
+    const bool bad_file =
+        !options.description.empty() && said.find(options.description) != std::string::npos;
+    return bad_file ? file_error("simulator", said) : simulator_error(said);
+}
+
+Simulator::~Simulator() {
+    (void)stop();
+}
+
+Status Simulator::stop() {
+    if (!process_.running()) {
+        return {};
+    }
+    process_.signal(SIGTERM);
+    const ChildEnd end = process_.wait();
+    return end.succeeded() ? Status() : simulator_error(std::string(kProgram) + " " + end.text());
+}
+
+std::string Simulator::last_words() const {
+    const off_t size = lseek(words_.get(), 0, SEEK_END);
+    const off_t from = std::max<off_t>(0, size - static_cast<off_t>(kLastWords));
+    std::string text(static_cast<size_t>(std::max<off_t>(0, size - from)), '\0');
+    const ssize_t got = pread(words_.get(), text.data(), text.size(), from);
+    text.resize(static_cast<size_t>(std::max<ssize_t>(0, got)));
+    text.erase(text.find_last_not_of('\n') + 1);
+    return text;
+}
+
+} // namespace talvor

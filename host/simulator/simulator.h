@@ -1,0 +1,51 @@
+// A simulated pod of this program's own, for as long as a command runs.
+#pragma once
+
+#include "common/child_process.h"
+#include "common/file_descriptor.h"
+#include "common/result.h"
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace talvor {
+
+struct SimulatorOptions {
+    std::string description;        // a description file; "" is the built-in chain of five
+    std::optional<std::string> vcd; // where the waveform goes
+    std::optional<std::string>
+        program; // talvor-podsim; else $TALVOR_PODSIM, beside this program, PATH
+};
+
+// The description file of the built-in chain of five.
+[[nodiscard]] std::string_view built_in_description() noexcept;
+
+class Simulator {
+public:
+    // Moves this process into a /dev/shm of its own, starts talvor-podsim there and waits until it
+    // serves. Only while the process has one thread. Errors (ErrorKind::BadFile): a bad
+    // description, in the simulator's words. (ErrorKind::Pod): the rest.
+    [[nodiscard]] static Result<Simulator> start(const SimulatorOptions& options);
+    ~Simulator();
+    Simulator(Simulator&&) = default;
+    Simulator& operator=(Simulator&&) = delete;
+
+    // Ends it and waits until it has: then its waveform is complete.
+    [[nodiscard]] Status stop();
+    // The last lines of what it has said, "" when nothing.
+    [[nodiscard]] std::string last_words() const;
+
+private:
+    Simulator(ChildProcess process, FileDescriptor words)
+        : process_(std::move(process)), words_(std::move(words)) {}
+
+    [[nodiscard]] Status wait_until_ready(const SimulatorOptions& options);
+    // The error of a simulator that has ended before it was ready.
+    [[nodiscard]] Failure early_end(const ChildEnd& end, const SimulatorOptions& options) const;
+
+    ChildProcess process_;
+    FileDescriptor words_; // what it says
+};
+
+} // namespace talvor

@@ -1,0 +1,157 @@
+#include "host/svf/hex.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
+
+namespace talvor::svf {
+
+namespace {
+
+constexpr uint8_t kNoDigit = 0xFF;
+
+constexpr std::array<uint8_t, 256> kDigits = [] {
+    std::array<uint8_t, 256> values{};
+    values.fill(kNoDigit);
+    for (unsigned i = 0; i < 10; ++i) {
+        values['0' + i] = static_cast<uint8_t>(i);
+    }
+    for (unsigned i = 0; i < 6; ++i) {
+        values['A' + i] = static_cast<uint8_t>(10 + i);
+        values['a' + i] = static_cast<uint8_t>(10 + i);
+    }
+    return values;
+}();
+
+constexpr uint64_t each_byte(uint64_t value) {
+    return value * 0x0101010101010101U;
+}
+
+// Eight characters at once. The first one is in the lowest byte of `text`.
+// Every byte lies below 0x80 when it is added to, so no sum carries into its neighbour; bit 7 of a
+// sum tells whether the byte reached the bound.
+constexpr bool are_digits(uint64_t text) {
+    const uint64_t lower = text | each_byte(0x20);
+    const uint64_t decimal = (text + each_byte(0x80 - '0')) & ~(text + each_byte(0x7F - '9'));
+    const uint64_t letter = (lower + each_byte(0x80 - 'a')) & ~(lower + each_byte(0x7F - 'f'));
+    return (text & each_byte(0x80)) == 0 &&
+           ((decimal | letter) & each_byte(0x80)) == each_byte(0x80);
+}
+
+// The number that eight digits write.
+constexpr uint64_t eight_digits(uint64_t text) {
+    const uint64_t letters = (text >> 6) & each_byte(1);
+    uint64_t value = (text & each_byte(0x0F)) + letters * 9;
+    value = ((value << 4) | (value >> 8)) & 0x00FF00FF00FF00FFU;
+    value = ((value << 8) | (value >> 16)) & 0x0000FFFF0000FFFFU;
+    return ((value << 16) | (value >> 32)) & 0xFFFFFFFFU;
+}
+
+uint64_t load_eight(const char* from) {
+    static_assert(std::endian::native == std::endian::little);
+    uint64_t text = 0;
+    std::memcpy(&text, from, sizeof text);
+    return text;
+}
+
+static_assert(are_digits(0x6665646362613938U) && eight_digits(0x6665646362613938U) == 0x89ABCDEFU);
+static_assert(!are_digits(0x3030303030303A30U) && !are_digits(0x3030303030301030U));
+
+} // namespace
+
+bool HexReader::is_digit(int c) noexcept {
+    return c >= 0 && kDigits[static_cast<size_t>(c)] != kNoDigit;
+}
+
+void HexReader::begin(size_t length_bits) {
+    length_bits_ = length_bits;
+    max_digits_ = length_bits / 4 + (length_bits % 4 != 0 ? 1 : 0);
+    digits_ = 0;
+    top_digit_ = 0;
+    has_digits_ = false;
+    overflow_ = false;
+    partial_ = 0;
+    partial_digits_ = 0;
+    words_.clear();
+}
+
+const char* HexReader::feed(const char* from, const char* end) {
+    const char* const start = from;
+    if (digits_ == 0) {
+        while (from != end && *from == '0') {
+            ++from;
+        }
+    }
+    while (true) {
+        // A value starts and ends digit by digit; between, words are taken whole.
+        if (digits_ != 0) {
+            for (; end - from >= 16; from += 16) {
+                const uint64_t high = load_eight(from);
+                const uint64_t low = load_eight(from + 8);
+                if (!are_digits(high) || !are_digits(low)) {
+                    break;
+                }
+                take_sixteen((eight_digits(high) << 32) | eight_digits(low));
+            }
+        }
+        const uint8_t value = from == end ? kNoDigit : kDigits[static_cast<unsigned char>(*from)];
+        if (value == kNoDigit) {
+            break;
+        }
+        take_digit(value);
+        ++from;
+    }
+    has_digits_ = has_digits_ || from != start;
+    return from;
+}
+
+void HexReader::take_digit(uint64_t value) {
+    if (digits_ == max_digits_) {
+        overflow_ = true;
+        return;
+    }
+    if (digits_ == 0) {
+        top_digit_ = static_cast<unsigned>(value);
+    }
+    ++digits_;
+    partial_ = (partial_ << 4) | value;
+    if (++partial_digits_ == 16) {
+        words_.push_back(partial_);
+        partial_ = 0;
+        partial_digits_ = 0;
+    }
+}
+
+void HexReader::take_sixteen(uint64_t value) {
+    if (max_digits_ - digits_ < 16) {
+        overflow_ = true;
+        return;
+    }
+    digits_ += 16;
+    if (partial_digits_ == 0) {
+        words_.push_back(value);
+        return;
+    }
+    const unsigned held_bits = partial_digits_ * 4;
+    words_.push_back((partial_ << (64 - held_bits)) | (value >> held_bits));
+    partial_ = value & ((uint64_t{1} << held_bits) - 1);
+}
+
+bool HexReader::too_wide() const noexcept {
+    if (overflow_) {
+        return true;
+    }
+    return digits_ != 0 &&
+           (digits_ - 1) * 4 + static_cast<size_t>(std::bit_width(top_digit_)) > length_bits_;
+}
+
+void HexReader::finish(Bits& bits) {
+    unsigned tail_digits = 16;
+    if (partial_digits_ != 0) {
+        words_.push_back(partial_);
+        tail_digits = partial_digits_;
+    }
+    bits.assign_big_endian(words_, tail_digits, length_bits_);
+}
+
+} // namespace talvor::svf

@@ -1,0 +1,206 @@
+#include "host/svf/lexer.h"
+
+#include <fmt/format.h>
+
+namespace talvor::svf {
+
+namespace {
+
+constexpr bool is_blank(int c) noexcept {
+    return c == ' ' || (c >= '\t' && c <= '\r');
+}
+
+// The capital of each character that a word may hold, and 0 for all others.
+constexpr std::array<char, 256> kWordCharacters = [] {
+    std::array<char, 256> capitals{};
+    for (const char c : std::string_view("0123456789.+-_ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
+        capitals[static_cast<size_t>(c)] = c;
+    }
+    for (char c = 'a'; c <= 'z'; ++c) {
+        capitals[static_cast<size_t>(c)] = static_cast<char>(c - 'a' + 'A');
+    }
+    return capitals;
+}();
+
+constexpr char word_character(int c) noexcept {
+    return c < 0 ? '\0' : kWordCharacters[static_cast<size_t>(c)];
+}
+
+constexpr bool is_word_character(int c) noexcept {
+    return word_character(c) != '\0';
+}
+
+} // namespace
+
+int Lexer::peek() {
+    if (at_ == end_ && !refill()) {
+        return source_status_ ? kEnd : kFailed;
+    }
+    return static_cast<unsigned char>(*at_);
+}
+
+bool Lexer::refill() {
+    if (!source_status_) {
+        return false;
+    }
+    if (begin_ != nullptr && chunk_hook_ && !chunk_hook_()) {
+        source_status_ = usage_error(source_.name(), "stopped on request");
+        return false;
+    }
+    const auto chunk = source_.next_chunk();
+    if (!chunk) {
+        source_status_ = Failure(chunk.error());
+        return false;
+    }
+    bytes_before_ += static_cast<uint64_t>(end_ - begin_);
+    begin_ = at_ = chunk->data();
+    end_ = begin_ + chunk->size();
+    return at_ != end_;
+}
+
+void Lexer::skip_comment() {
+    for (int c = peek(); c >= 0 && c != '\n'; c = peek()) {
+        ++at_;
+    }
+}
+
+// The next character that is neither blank nor comment; it is not taken. A single '/' is answered
+// although it is taken already: nothing but an error can follow.
+int Lexer::skip_blanks() {
+    while (true) {
+        const int c = peek();
+        if (is_blank(c)) {
+            line_ += c == '\n' ? 1 : 0;
+            ++at_;
+        } else if (c == '!') {
+            skip_comment();
+        } else if (c == '/') {
+            ++at_;
+            if (peek() != '/') {
+                return '/';
+            }
+            skip_comment();
+        } else {
+            return c;
+        }
+    }
+}
+
+Failure Lexer::error(uint64_t line, std::string reason, std::string next_step) const {
+    return file_error(fmt::format("{}:{}", source_.name(), line), std::move(reason),
+                      std::move(next_step));
+}
+
+Failure Lexer::bad_character(int c) const {
+    if (c > ' ' && c < 0x7F) {
+        return error(line_, fmt::format("'{}' means nothing here", static_cast<char>(c)));
+    }
+    return error(line_, fmt::format("a byte of 0x{:02X} means nothing here", c),
+                 "check that this is an SVF file: a text, not a programmed image");
+}
+
+Token Lexer::failed(Failure failure) {
+    failure_ = std::move(failure);
+    return Token{Token::Kind::Failed, {}, line_};
+}
+
+Token Lexer::read_word(uint64_t line) {
+    size_t length = 0;
+    for (int c = peek(); is_word_character(c); c = peek()) {
+        if (length == kMaxWord) {
+            return failed(error(line, fmt::format("a word longer than {} characters", kMaxWord)));
+        }
+        word_[length++] = word_character(c);
+        ++at_;
+    }
+    return Token{Token::Kind::Word, std::string_view(word_.data(), length), line};
+}
+
+Token Lexer::next() {
+    const int c = skip_blanks();
+    const uint64_t line = line_;
+    switch (c) {
+    case kFailed:
+        return failed(Failure(source_status_.error()));
+    case kEnd:
+        return Token{Token::Kind::End, {}, line};
+    case '(':
+        ++at_;
+        return Token{Token::Kind::Open, "(", line};
+    case ')':
+        ++at_;
+        return Token{Token::Kind::Close, ")", line};
+    case ';':
+        ++at_;
+        return Token{Token::Kind::Semicolon, ";", line};
+    default:
+        return is_word_character(c) ? read_word(line) : failed(bad_character(c));
+    }
+}
+
+Failure Lexer::bad_hex(int c, uint64_t first_line, const std::string& what) const {
+    if (c == kFailed) {
+        return Failure(source_status_.error());
+    }
+    if (c == kEnd) {
+        return error(first_line, fmt::format("the file ends inside the value of {}", what),
+                     "the file may be cut short");
+    }
+    if (c == ';') {
+        return error(line_, fmt::format("the value of {} has no closing parenthesis", what));
+    }
+    if (!is_word_character(c)) {
+        return bad_character(c);
+    }
+    return error(line_, fmt::format("'{}' is no hexadecimal digit, in the value of {}",
+                                    static_cast<char>(c), what));
+}
+
+Status Lexer::read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
+                       Bits& value) {
+    const auto what = [&] { return fmt::format("{} {}", statement, parameter); };
+    const uint64_t first_line = line_;
+    hex_.begin(length_bits);
+    while (true) {
+        const int c = skip_blanks();
+        if (HexReader::is_digit(c)) {
+            at_ = hex_.feed(at_, end_);
+            continue;
+        }
+        if (c == ')') {
+            ++at_;
+            break;
+        }
+        return bad_hex(c, first_line, what());
+    }
+    if (!hex_.has_digits()) {
+        return error(first_line, fmt::format("the value of {} has no digit", what()));
+    }
+    if (hex_.too_wide()) {
+        return error(first_line,
+                     fmt::format("the value of {} is wider than its {} bits", what(), length_bits));
+    }
+    hex_.finish(value);
+    return {};
+}
+
+Status Lexer::skip_statement() {
+    const uint64_t first_line = line_;
+    while (true) {
+        const int c = skip_blanks();
+        if (c == kFailed) {
+            return Failure(source_status_.error());
+        }
+        if (c == kEnd) {
+            return error(first_line, "the statement does not end with ';'");
+        }
+        if (c != '/') {
+            ++at_;
+        }
+        if (c == ';') {
+            return {};
+        }
+    }
+}
+
+} // namespace talvor::svf

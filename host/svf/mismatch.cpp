@@ -1,0 +1,85 @@
+#include "host/svf/mismatch.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <bit>
+
+namespace talvor::svf {
+
+namespace {
+
+constexpr size_t kShownDigits = 32;
+
+uint16_t difference(const Bits& got, const Bits& expected, const Bits* mask, size_t word) {
+    const unsigned cared = mask == nullptr ? 0xFFFFU : mask->words()[word];
+    return static_cast<uint16_t>((got.words()[word] ^ expected.words()[word]) & cared);
+}
+
+bool differs(const Bits& got, const Bits& expected, const Bits* mask) {
+    const size_t words = got.words().size();
+    unsigned any = 0;
+    if (mask == nullptr) {
+        return !std::ranges::equal(got.words(), expected.words());
+    }
+    for (size_t i = 0; i < words; ++i) {
+        any |= difference(got, expected, mask, i);
+    }
+    return any != 0;
+}
+
+// The digits around `bit`, with dots where some are left out.
+std::string hex_near(const Bits& bits, uint64_t bit) {
+    if (bits.size() <= kShownDigits * 4) {
+        return bits.to_hex();
+    }
+    constexpr size_t kWindow = kShownDigits * 4;
+    const size_t whole = (bits.size() + 3) / 4 * 4;
+    size_t low = bit / 4 * 4;
+    low = low < kWindow / 2 ? 0 : std::min<size_t>(low - kWindow / 2, whole - kWindow);
+    const size_t count = std::min(kWindow, bits.size() - low);
+    return fmt::format("{}{}{}", low + count < bits.size() ? "..." : "",
+                       bits.slice(low, count).to_hex(), low != 0 ? "..." : "");
+}
+
+std::string listed(const Mismatch& mismatch) {
+    std::string text;
+    for (const uint64_t bit : mismatch.first_bits) {
+        text += fmt::format("{}{}", text.empty() ? "" : ", ", bit);
+    }
+    return mismatch.differing_bits > mismatch.first_bits.size() ? text + " ..." : text;
+}
+
+} // namespace
+
+std::optional<Mismatch> compare(const Bits& got, const Bits& expected, const Bits* mask) {
+    if (!differs(got, expected, mask)) {
+        return std::nullopt;
+    }
+    Mismatch mismatch;
+    for (size_t i = 0; i < got.words().size(); ++i) {
+        unsigned word = difference(got, expected, mask, i);
+        mismatch.differing_bits += static_cast<uint64_t>(std::popcount(word));
+        for (; word != 0 && mismatch.first_bits.size() < Mismatch::kMaxFirstBits;
+             word &= word - 1) {
+            mismatch.first_bits.push_back(i * Bits::kWordBits +
+                                          static_cast<uint64_t>(std::countr_zero(word)));
+        }
+    }
+    mismatch.expected = expected;
+    mismatch.got = got;
+    mismatch.mask = mask == nullptr ? Bits::ones(got.size()) : *mask;
+    return mismatch;
+}
+
+Error to_error(const Mismatch& mismatch, std::string_view source_name) {
+    const uint64_t first = mismatch.first_bits.empty() ? 0 : mismatch.first_bits.front();
+    return {ErrorKind::Target, 0, fmt::format("{}:{}", source_name, mismatch.line),
+            fmt::format("{}: {} of {} bits differ, at {}: expected {}, got {}, mask {}",
+                        name(mismatch.kind), mismatch.differing_bits, mismatch.expected.size(),
+                        listed(mismatch), hex_near(mismatch.expected, first),
+                        hex_near(mismatch.got, first), hex_near(mismatch.mask, first)),
+            ""};
+}
+
+} // namespace talvor::svf

@@ -1,0 +1,338 @@
+#include "host/svf/parser.h"
+
+#include "host/svf/keyword.h"
+#include "host/svf/number.h"
+
+#include <fmt/format.h>
+
+#include <array>
+
+namespace talvor::svf {
+
+namespace {
+
+constexpr size_t kMaxPath = 65536; // no file needs as many; it bounds the memory
+constexpr std::string_view kFourStates = "one of RESET, IDLE, DRPAUSE, IRPAUSE";
+
+void forget(ScanText& scan) {
+    scan.length_bits = 0;
+    scan.tdi.given = scan.tdo.given = scan.mask.given = scan.smask.given = false;
+}
+
+bool is_word(const Token& token) noexcept {
+    return token.kind == Token::Kind::Word;
+}
+
+bool is_word(const Token& token, std::string_view text) noexcept {
+    return is_word(token) && token.text == text;
+}
+
+bool is_number(const Token& token) noexcept {
+    return is_word(token) && looks_like_number(token.text);
+}
+
+struct NamedParameter {
+    std::string_view keyword;
+    HexParameter ScanText::*value;
+};
+constexpr std::array kParameters{
+    NamedParameter{"TDI", &ScanText::tdi}, NamedParameter{"TDO", &ScanText::tdo},
+    NamedParameter{"MASK", &ScanText::mask}, NamedParameter{"SMASK", &ScanText::smask}};
+
+const NamedParameter* parameter_of(const Token& token) noexcept {
+    for (const NamedParameter& parameter : kParameters) {
+        if (is_word(token, parameter.keyword)) {
+            return &parameter;
+        }
+    }
+    return nullptr;
+}
+
+} // namespace
+
+Failure Parser::error(const Statement& statement, uint64_t line, std::string_view reason,
+                      std::string next_step) const {
+    return lexer_.error(line, fmt::format("{}: {}", name(statement.kind), reason),
+                        std::move(next_step));
+}
+
+Failure Parser::unexpected(const Statement& statement, const Token& token,
+                           std::string_view wanted) const {
+    return error(statement, token.line, fmt::format("'{}' where {} belongs", token.text, wanted));
+}
+
+Status Parser::advance(const Statement& statement, Token& token) {
+    token = lexer_.next();
+    if (token.kind == Token::Kind::Failed) {
+        return lexer_.failure();
+    }
+    if (token.kind == Token::Kind::End) {
+        return error(statement, statement.line, "the statement does not end with ';'",
+                     "the file may be cut short");
+    }
+    return {};
+}
+
+Status Parser::expect_end(const Statement& statement) {
+    Token token;
+    TRY(advance(statement, token));
+    return token.kind == Token::Kind::Semicolon ? Status() : unexpected(statement, token, "';'");
+}
+
+Result<bool> Parser::next(Statement& statement) {
+    Token token;
+    do {
+        token = lexer_.next();
+        if (token.kind == Token::Kind::Failed) {
+            return lexer_.failure();
+        }
+        if (token.kind == Token::Kind::End) {
+            return false;
+        }
+    } while (token.kind == Token::Kind::Semicolon);
+
+    const std::optional<StatementKind> kind =
+        is_word(token) ? to_statement_kind(token.text) : std::nullopt;
+    if (!kind) {
+        return lexer_.error(token.line, fmt::format("'{}' is no SVF statement", token.text),
+                            "is the ';' of the statement before it missing?");
+    }
+    statement.kind = *kind;
+    statement.line = token.line;
+    TRY(parse_body(statement));
+    return true;
+}
+
+Status Parser::parse_body(Statement& statement) {
+    switch (statement.kind) {
+    case StatementKind::Sdr:
+    case StatementKind::Sir:
+    case StatementKind::Hdr:
+    case StatementKind::Hir:
+    case StatementKind::Tdr:
+    case StatementKind::Tir:
+        return parse_scan(statement);
+    case StatementKind::State:
+        return parse_state(statement);
+    case StatementKind::EndDr:
+    case StatementKind::EndIr:
+        return parse_end_state(statement);
+    case StatementKind::RunTest:
+        return parse_run_test(statement);
+    case StatementKind::Frequency:
+        return parse_frequency(statement);
+    case StatementKind::Trst:
+        return parse_trst(statement);
+    case StatementKind::Pio:
+    case StatementKind::PioMap:
+        break;
+    }
+    return lexer_.skip_statement();
+}
+
+Status Parser::parse_scan(Statement& statement) {
+    forget(statement.scan);
+    Token token;
+    TRY(advance(statement, token));
+    const std::optional<uint64_t> length =
+        is_word(token) ? to_whole(token.text) : std::optional<uint64_t>();
+    if (!length) {
+        return unexpected(statement, token, "the length in bits");
+    }
+    if (*length > limits_.max_length_bits) {
+        return error(statement, token.line,
+                     fmt::format("{} bits are more than the {} that this player takes", *length,
+                                 limits_.max_length_bits));
+    }
+    statement.scan.length_bits = *length;
+    while (true) {
+        TRY(advance(statement, token));
+        if (token.kind == Token::Kind::Semicolon) {
+            return {};
+        }
+        const NamedParameter* parameter = parameter_of(token);
+        if (parameter == nullptr) {
+            return unexpected(statement, token, "TDI, TDO, MASK, SMASK or ';'");
+        }
+        TRY(parse_scan_parameter(statement, statement.scan.*(parameter->value),
+                                 parameter->keyword));
+    }
+}
+
+Status Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter,
+                                    std::string_view keyword) {
+    Token token;
+    TRY(advance(statement, token));
+    if (token.kind != Token::Kind::Open) {
+        return unexpected(statement, token, fmt::format("the '(' of {}", keyword));
+    }
+    if (parameter.given) {
+        return error(statement, token.line, fmt::format("{} stands twice", keyword));
+    }
+    parameter.given = true;
+    return lexer_.read_hex(name(statement.kind), keyword, statement.scan.length_bits,
+                           parameter.value);
+}
+
+Status Parser::parse_state(Statement& statement) {
+    statement.path.clear();
+    Token token;
+    while (true) {
+        TRY(advance(statement, token));
+        if (token.kind == Token::Kind::Semicolon) {
+            break;
+        }
+        const std::optional<TapState> state =
+            is_word(token) ? to_tap_state(token.text) : std::optional<TapState>();
+        if (!state) {
+            return unexpected(statement, token, "a state or ';'");
+        }
+        if (statement.path.size() == kMaxPath) {
+            return error(statement, token.line,
+                         fmt::format("a path of more than {} states", kMaxPath));
+        }
+        statement.path.push_back(*state);
+    }
+    if (statement.path.empty()) {
+        return error(statement, statement.line, "there is no state");
+    }
+    if (!stable_state(statement.path.back())) {
+        return error(statement, token.line,
+                     fmt::format("{} is not stable: a path ends in {}",
+                                 keyword(statement.path.back()), kFourStates));
+    }
+    return {};
+}
+
+Status Parser::parse_end_state(Statement& statement) {
+    Token token;
+    TRY(advance(statement, token));
+    const std::optional<StableState> state =
+        is_word(token) ? to_stable_state(token.text) : std::optional<StableState>();
+    if (!state) {
+        return unexpected(statement, token, kFourStates);
+    }
+    statement.end_state = *state;
+    return expect_end(statement);
+}
+
+Status Parser::parse_seconds(Statement& statement, const Token& number,
+                             std::optional<std::chrono::nanoseconds>& time) {
+    const std::optional<double> seconds =
+        is_number(number) ? to_real(number.text) : std::optional<double>();
+    if (!seconds) {
+        return unexpected(statement, number, "a time");
+    }
+    time = to_time(*seconds);
+    if (!time) {
+        return error(statement, number.line,
+                     fmt::format("{} seconds are no time to wait", number.text));
+    }
+    return {};
+}
+
+// Up to and with the count or, when there is none, the shortest time; then the token behind it.
+Status Parser::parse_run_test_start(Statement& statement, Token& token) {
+    RunTestText& run = statement.run;
+    TRY(advance(statement, token));
+    if (is_word(token) && to_tap_state(token.text)) {
+        run.run_state = to_stable_state(token.text);
+        if (!run.run_state) {
+            return unexpected(statement, token, kFourStates);
+        }
+        TRY(advance(statement, token));
+    }
+    if (!is_number(token)) {
+        return unexpected(statement, token, "a count of clocks or a time");
+    }
+    const std::string number(token.text);
+    const Token value{token.kind, number, token.line};
+    TRY(advance(statement, token));
+    if (is_word(token, "SEC")) {
+        TRY(parse_seconds(statement, value, run.min_time));
+        return advance(statement, token);
+    }
+    if (!is_word(token, "TCK") && !is_word(token, "SCK")) {
+        return unexpected(statement, token, "TCK, SCK or SEC");
+    }
+    run.clock = is_word(token, "TCK") ? ClockLine::Tck : ClockLine::Sck;
+    run.count = to_whole(number);
+    if (!run.count) {
+        return error(statement, value.line, fmt::format("{} is no count of clocks", number));
+    }
+    return advance(statement, token);
+}
+
+// A time behind a count, MAXIMUM and ENDSTATE; `token` is the first of them.
+Status Parser::parse_run_test_rest(Statement& statement, Token& token) {
+    RunTestText& run = statement.run;
+    const auto time = [&](std::optional<std::chrono::nanoseconds>& value) -> Status {
+        TRY(parse_seconds(statement, token, value));
+        TRY(advance(statement, token));
+        return is_word(token, "SEC") ? advance(statement, token)
+                                     : unexpected(statement, token, "SEC");
+    };
+    if (!run.min_time && is_number(token)) {
+        TRY(time(run.min_time));
+    }
+    if (run.min_time && is_word(token, "MAXIMUM")) {
+        const uint64_t line = token.line;
+        TRY(advance(statement, token));
+        TRY(time(run.max_time));
+        if (*run.max_time < *run.min_time) {
+            return error(statement, line, "the maximum time is below the minimum");
+        }
+    }
+    if (is_word(token, "ENDSTATE")) {
+        TRY(advance(statement, token));
+        run.end_state = is_word(token) ? to_stable_state(token.text) : std::nullopt;
+        if (!run.end_state) {
+            return unexpected(statement, token, kFourStates);
+        }
+        return advance(statement, token);
+    }
+    return {};
+}
+
+Status Parser::parse_run_test(Statement& statement) {
+    statement.run = {};
+    Token token;
+    TRY(parse_run_test_start(statement, token));
+    TRY(parse_run_test_rest(statement, token));
+    return token.kind == Token::Kind::Semicolon ? Status() : unexpected(statement, token, "';'");
+}
+
+Status Parser::parse_frequency(Statement& statement) {
+    statement.hertz.reset();
+    Token token;
+    TRY(advance(statement, token));
+    if (token.kind == Token::Kind::Semicolon) {
+        return {};
+    }
+    statement.hertz = is_number(token) ? to_real(token.text) : std::optional<double>();
+    if (!statement.hertz) {
+        return unexpected(statement, token, "a frequency or ';'");
+    }
+    if (*statement.hertz <= 0) {
+        return error(statement, token.line, "the frequency is not above 0");
+    }
+    TRY(advance(statement, token));
+    if (!is_word(token, "HZ")) {
+        return unexpected(statement, token, "HZ");
+    }
+    return expect_end(statement);
+}
+
+Status Parser::parse_trst(Statement& statement) {
+    Token token;
+    TRY(advance(statement, token));
+    const std::optional<TrstMode> mode =
+        is_word(token) ? to_trst_mode(token.text) : std::optional<TrstMode>();
+    if (!mode) {
+        return unexpected(statement, token, "ON, OFF, Z or ABSENT");
+    }
+    statement.trst = *mode;
+    return expect_end(statement);
+}
+
+} // namespace talvor::svf

@@ -1,0 +1,31 @@
+// Reads the value change dumps that the simulated pod writes.
+#pragma once
+
+#include "common/result.h"
+#include "host/waveform/waveform.h"
+
+#include <cstdint>
+#include <istream>
+#include <string>
+
+namespace talvor::waveform {
+
+// Which TCKs of a trace to keep. What is not kept takes no memory.
+struct Window {
+    uint64_t first_tck = 0;
+    uint64_t count = UINT64_MAX;
+};
+
+// Signals, each looked up by its last name whatever scope it stands in: tck, tms, tdi, tdo, one bit
+// each, are needed; trstn, emu0, emu1, treset (one bit) and tap_state (four bits, in the order of
+// TapState) are used when they are there. Without tap_state the state is followed from TMS, from
+// Test-Logic-Reset on. x and z read as 1, as the lines are pulled up; x on tdo means that nobody
+// looked at it. `name` is what errors call
+// the file. Errors (ErrorKind::BadFile): no value change dump, a signal missing, a line that breaks
+// the format.
+[[nodiscard]] Result<Waveform> read_vcd(std::istream& stream, const std::string& name,
+                                        const Window& window = {});
+// The same for a file on disk.
+[[nodiscard]] Result<Waveform> read_vcd_file(const std::string& path, const Window& window = {});
+
+} // namespace talvor::waveform

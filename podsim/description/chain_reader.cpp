@@ -1,0 +1,229 @@
+#include "podsim/description/chain_reader.h"
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace talvor::podsim::description {
+namespace {
+
+constexpr uint64_t kLargestInteger = INT64_MAX;
+
+// ---- registers of a TAP -----------------------------------------------------------------------
+
+uint64_t length_of(const TomlReader& reader, uint64_t fallback) {
+    return reader.integer("length", fallback, 1, kMaxRegisterBits);
+}
+
+ConstantRegister constant_register(const TomlReader& reader) {
+    reader.only({"name", "kind", "instruction", "length", "value"});
+    ConstantRegister constant{.bits = length_of(reader, 32), .value = {}};
+    constant.value = reader.wide("value", constant.bits);
+    return constant;
+}
+
+ScratchRegister scratch_register(const TomlReader& reader) {
+    reader.only({"name", "kind", "instruction", "length", "value"});
+    ScratchRegister scratch{.bits = length_of(reader, 32), .value = {}};
+    scratch.value = reader.wide("value", scratch.bits);
+    return scratch;
+}
+
+CounterRegister counter_register(const TomlReader& reader) {
+    reader.only({"name", "kind", "instruction", "length"});
+    return {.bits = length_of(reader, 32)};
+}
+
+MemoryRegister memory_register(const TomlReader& reader) {
+    reader.only({"name", "kind", "instruction", "address_bits", "data_bits", "words"});
+    MemoryRegister memory;
+    memory.address_bits =
+        static_cast<unsigned>(reader.integer("address_bits", 8, 1, kMaxAddressBits));
+    memory.data_bits = static_cast<unsigned>(reader.integer("data_bits", 32, 1, kMaxDataBits));
+    const uint64_t most = uint64_t{1} << memory.address_bits;
+    memory.words = reader.integer("words", most, 1, most);
+    return memory;
+}
+
+BoundaryRegister boundary_register(const TomlReader& reader, uint64_t largest_instruction) {
+    reader.only({"name", "kind", "extest", "sample", "pin"});
+    reader.require("sample", "the instruction SAMPLE");
+    reader.require("pin", "the pins, written [[" + reader.path() + ".pin]]");
+    BoundaryRegister boundary;
+    boundary.extest = reader.integer("extest", 0, 0, largest_instruction);
+    boundary.sample = reader.integer("sample", 0, 0, largest_instruction);
+    for (const TomlReader& pin : reader.tables("pin")) {
+        pin.only({"name", "output", "level"});
+        pin.require("name", "a text");
+        boundary.pins.push_back(
+            {pin.text("name", ""), pin.boolean("output", false), pin.boolean("level", false)});
+    }
+    return boundary;
+}
+
+RegisterDescription read_register(const TomlReader& reader, uint64_t largest_instruction) {
+    reader.require("name", "a text");
+    reader.require("kind", "constant, scratch, counter, memory or boundary");
+    RegisterDescription description{
+        .name = reader.text("name", ""), .instructions = {}, .kind = {}};
+    const std::string kind = reader.text("kind", "scratch");
+    if (kind == "boundary") {
+        description.kind = boundary_register(reader, largest_instruction);
+        return description;
+    }
+    if (kind == "constant") {
+        description.kind = constant_register(reader);
+    } else if (kind == "scratch") {
+        description.kind = scratch_register(reader);
+    } else if (kind == "counter") {
+        description.kind = counter_register(reader);
+    } else if (kind == "memory") {
+        description.kind = memory_register(reader);
+    } else {
+        reader.error("kind", "expected constant, scratch, counter, memory or boundary, found \"" +
+                                 kind + "\"");
+    }
+    reader.require("instruction", "the instruction that selects the register, or several");
+    description.instructions = reader.integers("instruction", largest_instruction);
+    return description;
+}
+
+// ---- TAPs and nets ----------------------------------------------------------------------------
+
+// All ones, as far as TOML's integers reach.
+uint64_t largest_instruction_of(unsigned bits) {
+    return bits >= 63 ? kLargestInteger : (uint64_t{1} << bits) - 1;
+}
+
+DeviceDescription read_tap(const TomlReader& reader) {
+    reader.only({"name", "ir_length", "ir_capture", "idcode", "idcode_instruction", "register"});
+    reader.require("name", "a text");
+    reader.require("ir_length", "the length of the instruction register in bits");
+    DeviceDescription device;
+    device.name = reader.text("name", "");
+    device.instruction_bits = static_cast<unsigned>(
+        reader.integer("ir_length", 4, kMinInstructionBits, kMaxInstructionBits));
+    const uint64_t largest = largest_instruction_of(device.instruction_bits);
+    device.instruction_capture = reader.integer("ir_capture", 1, 0, largest);
+    if (reader.has("idcode")) {
+        device.idcode = static_cast<uint32_t>(reader.integer("idcode", 1, 0, UINT32_MAX));
+        reader.require("idcode_instruction", "the instruction IDCODE of a TAP with an idcode");
+        device.idcode_instruction = reader.integer("idcode_instruction", 0, 0, largest);
+    } else if (reader.has("idcode_instruction")) {
+        reader.error("idcode_instruction", "expected only with idcode");
+    }
+    for (const TomlReader& one : reader.tables("register")) {
+        device.registers.push_back(read_register(one, largest));
+    }
+    return device;
+}
+
+struct PinPlace {
+    size_t device;
+    size_t pin;
+};
+
+// "tap.pin".
+std::optional<PinPlace> find_pin(const ChainDescription& chain, const std::string& text) {
+    for (size_t device = 0; device < chain.devices.size(); ++device) {
+        for (const RegisterDescription& one : chain.devices[device].registers) {
+            const auto* boundary = std::get_if<BoundaryRegister>(&one.kind);
+            for (size_t pin = 0; boundary != nullptr && pin < boundary->pins.size(); ++pin) {
+                if (chain.devices[device].name + "." + boundary->pins[pin].name == text) {
+                    return PinPlace{device, pin};
+                }
+            }
+        }
+    }
+    return std::nullopt;
+}
+
+PinPlace read_pin(const TomlReader& reader, std::string_view key, const ChainDescription& chain) {
+    reader.require(key, "a pin, written \"tap.pin\"");
+    const std::string text = reader.text(key, "");
+    const auto place = find_pin(chain, text);
+    if (!place) {
+        reader.error(key,
+                     "expected a pin of this chain, written \"tap.pin\", found \"" + text + "\"");
+    }
+    return place.value_or(PinPlace{0, 0});
+}
+
+// The key of the file that stands for a field of the model's description.
+std::string key_of(const DescriptionError& error) {
+    struct Name {
+        std::string_view field;
+        std::string_view key;
+    };
+    static constexpr std::array<Name, 9> kNames{{
+        {"instruction_bits", "ir_length"},
+        {"instruction_capture", "ir_capture"},
+        {"instructions", "instruction"},
+        {"bits", "length"},
+        {"pins", "pin"},
+        {"from_device", "from"},
+        {"from_pin", "from"},
+        {"to_device", "to"},
+        {"to_pin", "to"},
+    }};
+    for (const Name& name : kNames) {
+        if (name.field == error.key) {
+            return std::string(name.key);
+        }
+    }
+    return error.key;
+}
+
+// What the model does not accept, at its place in the file.
+void report(const DescriptionError& found, const std::vector<TomlReader>& taps,
+            const std::vector<TomlReader>& nets) {
+    const std::string text = "expected " + found.expected;
+    if (found.where == DescriptionError::Where::Net) {
+        nets[found.device].error(key_of(found), text);
+    } else if (found.where == DescriptionError::Where::Register) {
+        taps[found.device].tables("register")[found.index].error(key_of(found), text);
+    } else {
+        taps[found.device].error(key_of(found), text);
+    }
+}
+
+void check_names(const ChainDescription& chain, const std::vector<TomlReader>& taps) {
+    for (size_t i = 0; i < chain.devices.size(); ++i) {
+        for (size_t other = 0; other < i; ++other) {
+            if (chain.devices[i].name == chain.devices[other].name) {
+                taps[i].error("name", "expected a name of its own, found \"" +
+                                          chain.devices[i].name + "\" again");
+            }
+        }
+    }
+}
+
+} // namespace
+
+ChainDescription read_chain(const TomlReader& pod, const TomlErrors& errors) {
+    ChainDescription chain;
+    const std::vector<TomlReader> taps = pod.tables("tap");
+    for (const TomlReader& tap : taps) {
+        chain.devices.push_back(read_tap(tap));
+    }
+    check_names(chain, taps);
+    const std::vector<TomlReader> nets = pod.tables("net");
+    for (const TomlReader& net : nets) {
+        net.only({"from", "to"});
+        const PinPlace from = read_pin(net, "from", chain);
+        const PinPlace to = read_pin(net, "to", chain);
+        chain.nets.push_back({from.device, from.pin, to.device, to.pin});
+    }
+    if (errors.any()) {
+        return chain;
+    }
+    if (const auto error = check(chain)) {
+        report(*error, taps, nets);
+    }
+    return chain;
+}
+
+} // namespace talvor::podsim::description

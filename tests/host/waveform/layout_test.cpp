@@ -1,0 +1,94 @@
+#include "host/waveform/layout.h"
+#include "host/waveform/vcd.h"
+#include "tests/host/waveform/trace.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+namespace talvor::waveform {
+namespace {
+
+Waveform wave_of(const Trace& trace) {
+    std::istringstream stream(trace.text());
+    return read_vcd(stream, "t.vcd").value();
+}
+
+TEST(LayoutTest, RowsAreFilledOneAfterTheOther) {
+    const std::vector<Row> rows = lay_out(wave_of(Trace().moves("0000000000")), {4, 0});
+    ASSERT_EQ(rows.size(), 3U);
+    EXPECT_EQ(rows[0].columns.size(), 4U);
+    EXPECT_EQ(rows[2].columns, (std::vector<Column>{{8, 0, false}, {9, 0, false}}));
+    EXPECT_TRUE(lay_out(Waveform(), {}).empty());
+}
+
+TEST(LayoutTest, ALongStayLosesItsMiddle) {
+    const Waveform wave = wave_of(Trace().moves(std::string(62, '0')));
+    // One sample in reset, 61 in idle.
+    EXPECT_EQ(lay_out(wave, {100, 61})[0].columns.size(), 62U);
+    const std::vector<Column> columns = lay_out(wave, {100, 60})[0].columns;
+    ASSERT_EQ(columns.size(), 1 + kDrawnEnds + 1 + kDrawnEnds);
+    EXPECT_EQ(columns[10], (Column{10, 0, false}));
+    EXPECT_EQ(columns[11], (Column{11, 41, false}));
+    EXPECT_EQ(columns[12], (Column{52, 0, false}));
+    EXPECT_EQ(columns.back(), (Column{61, 0, false}));
+    EXPECT_EQ(lay_out(wave, {100, 4})[0].columns.size(), 1U + 2 + 1 + 2);
+    EXPECT_EQ(lay_out(wave, {100, 0})[0].columns.size(), 62U);
+}
+
+TEST(LayoutTest, ARestOfTheClockIsMarked) {
+    const std::vector<Column> columns =
+        lay_out(wave_of(Trace().moves("000").rest(250).moves("000").rest(60).moves("0")),
+                {100, 0})[0]
+            .columns;
+    for (size_t c = 0; c < columns.size(); ++c) {
+        EXPECT_EQ(columns[c].pause_before, c == 3) << c;
+    }
+}
+
+TEST(LayoutTest, ShiftsHaveTheirPlaceInEachRow) {
+    const Waveform wave = wave_of(Trace().moves("0100").shift(0, 0, 8).moves("10"));
+    const std::vector<Row> rows = lay_out(wave, {6, 0});
+    const std::vector<ShiftRun> shifts = shift_runs(wave);
+    ASSERT_EQ(rows.size(), 3U);
+    EXPECT_EQ(shift_places(rows[0], shifts), (std::vector<Place>{{0, 4, 6}}));
+    EXPECT_EQ(shift_places(rows[1], shifts), (std::vector<Place>{{0, 0, 6}}));
+    EXPECT_TRUE(shift_places(rows[2], shifts).empty());
+}
+
+TEST(LayoutTest, StatesChangeInTheMiddleOfColumns) {
+    const Waveform wave = wave_of(Trace().moves("00100"));
+    const std::vector<Row> rows = lay_out(wave, {4, 0});
+    EXPECT_EQ(state_places(rows[0], wave),
+              (std::vector<StatePlace>{{TapState::TestLogicReset, 0, 1},
+                                       {TapState::RunTestIdle, 1, 5},
+                                       {TapState::SelectDrScan, 5, 7},
+                                       {TapState::CaptureDr, 7, 8}}));
+    EXPECT_EQ(state_places(rows[1], wave),
+              (std::vector<StatePlace>{{TapState::CaptureDr, 0, 1}, {TapState::ShiftDr, 1, 2}}));
+}
+
+TEST(LayoutTest, DigitsAreShortenedInTheMiddle) {
+    EXPECT_EQ(shortened("12345678", 8), "12345678");
+    EXPECT_EQ(shortened("123456789", 8), "123..789");
+    EXPECT_EQ(shortened("123456789", 7), "123..89");
+    EXPECT_EQ(shortened("123456789", 2), "..");
+    EXPECT_EQ(shortened("123456789", 4, "…"), "12…9");
+}
+
+TEST(LayoutTest, TheLegendFillsLinesUpToTheWidth) {
+    ShortNames used{};
+    EXPECT_TRUE(legend(used, 2, 80).empty());
+    used[index_of(TapState::ShiftDr)] = true;
+    used[index_of(TapState::RunTestIdle)] = true;
+    const std::string idle = "RTI Run-Test/Idle";
+    const std::string shift = "ShD Shift-DR";
+    EXPECT_EQ(legend(used, 2, idle.size() + 2 + shift.size()),
+              std::vector<std::string>{idle + "  " + shift});
+    EXPECT_EQ(legend(used, 3, idle.size() + 2 + shift.size()),
+              (std::vector<std::string>{idle, shift}));
+    EXPECT_EQ(legend(used, 2, 1), (std::vector<std::string>{idle, shift}));
+}
+
+} // namespace
+} // namespace talvor::waveform

@@ -1,0 +1,156 @@
+#include "host/waveform/vcd.h"
+#include "tests/host/waveform/trace.h"
+
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+
+namespace talvor::waveform {
+namespace {
+
+Result<Waveform> read(const std::string& text, const Window& window = {}) {
+    std::istringstream stream(text);
+    return read_vcd(stream, "t.vcd", window);
+}
+
+std::string message(const std::string& text) {
+    const Result<Waveform> result = read(text);
+    EXPECT_FALSE(result);
+    if (result) {
+        return "";
+    }
+    EXPECT_EQ(result.error().kind, ErrorKind::BadFile);
+    return headline(result.error());
+}
+
+const std::string kHeader = "$timescale 1 ns $end\n$var wire 1 ! tck $end\n"
+                            "$var wire 1 \" tms $end\n$var wire 1 # tdi $end\n"
+                            "$var wire 1 $ tdo $end\n$enddefinitions $end\n";
+
+TEST(VcdTest, OneSampleForEachRisingEdge) {
+    const Result<Waveform> wave =
+        read(Trace().moves("0").moves("1").clock(false, false, true).text());
+    ASSERT_TRUE(wave) << headline(wave.error());
+    EXPECT_EQ(wave->total_tcks, 3U);
+    EXPECT_EQ(wave->first_tck, 0U);
+    EXPECT_EQ(wave->samples,
+              (std::vector<Sample>{{50000, false, true, true, TapState::TestLogicReset},
+                                   {150000, true, true, true, TapState::RunTestIdle},
+                                   {250000, false, false, true, TapState::SelectDrScan}}));
+    EXPECT_TRUE(wave->pin_changes.empty());
+}
+
+TEST(VcdTest, FollowsTheStateFromTmsWhenTheTraceHasNone) {
+    Trace with;
+    Trace without(false);
+    for (Trace* trace : {&with, &without}) {
+        trace->moves("0100").shift(5, 3, 4).moves("10110010").pin('%', false).moves("00");
+    }
+    const Result<Waveform> one = read(with.text());
+    const Result<Waveform> other = read(without.text());
+    ASSERT_TRUE(one && other);
+    EXPECT_EQ(one->samples, other->samples);
+    EXPECT_EQ(one->samples.back().state, TapState::RunTestIdle);
+}
+
+TEST(VcdTest, ValuesThatChangeWithTheEdgeAreNotSampledByIt) {
+    const Result<Waveform> wave = read(kHeader + "#0\n0!\n0\"\n0#\n0$\n#5\n1\"\n1#\n1!\n1$\n");
+    ASSERT_TRUE(wave);
+    EXPECT_EQ(wave->samples,
+              (std::vector<Sample>{{5000, false, false, false, TapState::TestLogicReset}}));
+}
+
+TEST(VcdTest, AClockThatStartsHighHasNoEdgeThere) {
+    const Result<Waveform> wave = read(kHeader + "#0\n1!\n#5\n0!\n#6\n1!\n#7\n1!\n");
+    ASSERT_TRUE(wave);
+    EXPECT_EQ(wave->total_tcks, 1U);
+}
+
+TEST(VcdTest, UnknownLevelsReadAsPulledUp) {
+    const Result<Waveform> wave = read(kHeader + "#0\n0!\nx\"\nz#\nX$\n#5\n1!\n");
+    ASSERT_TRUE(wave);
+    EXPECT_EQ(wave->samples[0], (Sample{5000, true, true, true, TapState::TestLogicReset, false}));
+}
+
+TEST(VcdTest, AnUndrivenTdoIsNoUnknownOne) {
+    const Result<Waveform> wave = read(kHeader + "#0\n0!\nz$\n#5\n1!\n#6\n0!\nx$\n#7\n1!\n");
+    ASSERT_TRUE(wave);
+    EXPECT_TRUE(wave->samples[0].tdo_known);
+    EXPECT_FALSE(wave->samples[1].tdo_known);
+}
+
+TEST(VcdTest, KeepsThePinsBesideThePort) {
+    const Result<Waveform> wave =
+        read(Trace().moves("0").pin('%', false).pin('%', true).moves("00").pin('(', true).text());
+    ASSERT_TRUE(wave);
+    EXPECT_EQ(wave->pins_at_start, (std::array<bool, kPinCount>{true, true, true, false}));
+    EXPECT_EQ(wave->pin_changes, (std::vector<PinChange>{{100000, 1, Pin::TrstN, false},
+                                                         {100000, 1, Pin::TrstN, true},
+                                                         {300000, 3, Pin::TargetReset, true}}));
+}
+
+TEST(VcdTest, AWindowKeepsItsSamplesAndCountsAll) {
+    Trace trace;
+    trace.moves("0").pin('&', false).moves("000").pin('&', true).moves("00").pin('\'', false);
+    const Result<Waveform> wave = read(trace.text(), {2, 3});
+    ASSERT_TRUE(wave);
+    EXPECT_EQ(wave->total_tcks, 6U);
+    EXPECT_EQ(wave->first_tck, 2U);
+    ASSERT_EQ(wave->samples.size(), 3U);
+    EXPECT_EQ(wave->samples[0].time_ps, 250000U);
+    EXPECT_FALSE(wave->pins_at_start[static_cast<size_t>(Pin::Emu0)]);
+    EXPECT_EQ(wave->pin_changes, (std::vector<PinChange>{{400000, 2, Pin::Emu0, true}}));
+}
+
+TEST(VcdTest, AWindowBehindTheEndIsEmpty) {
+    const Result<Waveform> wave = read(Trace().moves("000").text(), {100, 5});
+    ASSERT_TRUE(wave);
+    EXPECT_TRUE(wave->samples.empty());
+    EXPECT_EQ(wave->first_tck, 3U);
+}
+
+TEST(VcdTest, TakesTheTimeScale) {
+    for (const auto& [scale, time_ps] :
+         {std::pair{"10ps", 50U}, {"1 ps", 5U}, {"1us", 5000000U}, {"\n1\nns\n", 5000U}}) {
+        std::string text = kHeader + "#0\n0!\n#5\n1!\n";
+        text.replace(text.find("1 ns"), 4, scale);
+        const Result<Waveform> wave = read(text);
+        ASSERT_TRUE(wave) << scale;
+        EXPECT_EQ(wave->samples[0].time_ps, time_ps) << scale;
+    }
+}
+
+TEST(VcdTest, PassesOverSignalsAndTextsOfOthers) {
+    std::string text = kHeader;
+    text.insert(0, "$comment a b c $end $scope module x $end $var real 64 ? volts $end\n");
+    const Result<Waveform> wave = read(text + "#0 $dumpvars 0! $end r1.5 ? sabc ? b101 ?\n"
+                                              "$comment 1! $end #5 1! 1?\n");
+    ASSERT_TRUE(wave) << headline(wave.error());
+    EXPECT_EQ(wave->total_tcks, 1U);
+}
+
+TEST(VcdTest, NamesWhatIsWrong) {
+    EXPECT_EQ(message(""), "t.vcd: this is no value change dump");
+    EXPECT_EQ(message("SDR 8 TDI (1);"), "t.vcd: this is no value change dump");
+    EXPECT_EQ(message("$date $end $var wire 1 !"), "t.vcd: this is no value change dump");
+    EXPECT_EQ(message("$var wire 1 ! tck $end $enddefinitions $end"),
+              "t.vcd: there is no signal tms");
+    EXPECT_EQ(message("\n$timescale 3 parsec $end"),
+              "t.vcd:2: '3parsec' is no time scale that a trace has");
+    EXPECT_EQ(message("$var wire 1 $end"), "t.vcd:1: a $var without type, size, code and name");
+    EXPECT_EQ(message(kHeader + "#0\n0!\nhello\n"), "t.vcd:9: 'hello' is no change of a value");
+    EXPECT_EQ(message(kHeader + "#0\n#x\n"), "t.vcd:8: '#x' is no time");
+    EXPECT_EQ(message(kHeader + "#5\n#4\n"), "t.vcd:8: the time goes backwards");
+    EXPECT_EQ(message(kHeader + "#5\n$var\n"), "t.vcd:8: '$var' has no place among values");
+}
+
+TEST(VcdTest, AMissingFileIsNamed) {
+    const Result<Waveform> wave = read_vcd_file("/nonexistent/t.vcd");
+    ASSERT_FALSE(wave);
+    EXPECT_EQ(headline(wave.error()),
+              "/nonexistent/t.vcd: cannot open it: No such file or directory");
+}
+
+} // namespace
+} // namespace talvor::waveform

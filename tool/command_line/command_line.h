@@ -1,0 +1,124 @@
+// The command line of a program: its commands, their options and values, what was chosen. It knows
+// none of the commands itself.
+#pragma once
+
+#include "common/result.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI { // NOLINT(readability-identifier-naming): the library names it
+class App;
+class Option;
+} // namespace CLI
+
+namespace talvor {
+
+class Context;
+class CommandLine;
+
+// What a command does with the program's context; the command line only keeps it.
+using Action = std::function<Status(Context&)>;
+// Takes an option's text; its error, "thing: reason", is an error of the command line.
+using TakeText = std::function<Status(const std::string&)>;
+
+// An option or a positional value of a command, named by its command line. What it is told to be
+// stands in the help, too.
+class Option {
+public:
+    explicit Option(CLI::Option& option) noexcept : option_(&option) {}
+
+    Option& required();
+    // What the help calls its value: "FILE".
+    Option& type_name(const std::string& name);
+    // The help shows the value that the variable has now.
+    Option& show_default();
+    // Neither help nor completion know it.
+    Option& hidden();
+
+    // Every other value is an error.
+    Option& range(int32_t least, int32_t most);
+    Option& range(uint32_t least, uint32_t most);
+    Option& positive();
+    Option& not_negative();
+    Option& one_of(const std::vector<std::string>& words);
+
+private:
+    CLI::Option* option_;
+};
+
+// The program or one of its commands; a handle that is copied freely, good as long as its command
+// line. Variables get their values while it parses, and live at least as long.
+class Command {
+public:
+    Command(CLI::App& app, CommandLine& line) noexcept : app_(&app), line_(&line) {}
+
+    // A command of this one. The action is what CommandLine::chosen() gives when it was chosen;
+    // without one a command of its own must follow.
+    Command command(const std::string& name, const std::string& description, Action action);
+
+    // A name that begins with dashes is an option's, every other a positional value's.
+    Option option(const std::string& name, std::string& value, const std::string& description);
+    Option option(const std::string& name, double& value, const std::string& description);
+    Option option(const std::string& name, uint32_t& value, const std::string& description);
+    Option option(const std::string& name, uint64_t& value, const std::string& description);
+    Option option(const std::string& name, std::vector<std::string>& values,
+                  const std::string& description);
+    Option option(const std::string& name, std::optional<std::string>& value,
+                  const std::string& description);
+    Option option(const std::string& name, std::optional<uint32_t>& value,
+                  const std::string& description);
+    Option option(const std::string& name, std::optional<int32_t>& value,
+                  const std::string& description);
+    Option option(const std::string& name, TakeText take, const std::string& description);
+    Option flag(const std::string& name, bool& value, const std::string& description);
+
+    // What the help ends with.
+    void footer(const std::string& text);
+    // The first word that it does not know and all behind it go to `rest`.
+    void take_rest(std::vector<std::string>& rest);
+
+    [[nodiscard]] std::string name() const;
+    [[nodiscard]] std::string description() const;
+    // The long names, with their dashes; hidden ones left out.
+    [[nodiscard]] std::vector<std::string> option_names() const;
+    [[nodiscard]] std::vector<Command> commands() const;
+
+private:
+    CLI::App* app_;
+    CommandLine* line_;
+};
+
+class CommandLine {
+public:
+    CommandLine(const std::string& name, const std::string& description);
+    ~CommandLine();
+    CommandLine(const CommandLine&) = delete;
+    CommandLine& operator=(const CommandLine&) = delete;
+
+    [[nodiscard]] Command program() noexcept { return {*app_, *this}; }
+    // What --version prints.
+    void set_version(const std::string& text);
+
+    enum class Outcome : uint8_t {
+        Chosen,  // chosen() is to be run
+        Printed, // help or version was asked for, and printed
+    };
+    // Parses the words behind the program's name. Errors (ErrorKind::Usage) name the word and the
+    // help that lists what could stand there.
+    [[nodiscard]] Result<Outcome> parse(const std::vector<std::string>& words);
+    // The action of the command that was chosen; empty before.
+    [[nodiscard]] const Action& chosen() const noexcept { return chosen_; }
+
+private:
+    friend class Command;
+
+    std::unique_ptr<CLI::App> app_;
+    Action chosen_;
+};
+
+} // namespace talvor

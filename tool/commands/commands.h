@@ -1,0 +1,32 @@
+// The commands of the program; each of the files beside this one adds one.
+#pragma once
+
+#include "tool/command_line/command_line.h"
+
+#include <memory>
+
+namespace talvor {
+
+// Options of a command live as long as its action, which holds them.
+template <typename T>
+std::shared_ptr<T> command_options() {
+    return std::make_shared<T>();
+}
+
+void add_info(Command& program);
+void add_chain(Command& program);
+void add_ir(Command& program);
+void add_dr(Command& program);
+void add_state(Command& program);
+void add_reset(Command& program);
+void add_status(Command& program);
+void add_link(Command& program);
+void add_reg(Command& program);
+void add_tclk(Command& program);
+void add_svf(Command& program);
+void add_trace(Command& program);
+void add_bench(Command& program);
+void add_doctor(Command& program);
+void add_completion(Command& program);
+
+} // namespace talvor

@@ -1,0 +1,85 @@
+#include "tool/output/json.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <utility>
+
+namespace talvor {
+
+// The same value as the library's own, which knows how to write it.
+struct JsonWriter {
+    using Document = nlohmann::ordered_json;
+
+    static Document document(const Json& json) { return std::visit(JsonWriter(), json.value_); }
+
+    template <typename Scalar>
+    Document operator()(const Scalar& value) const {
+        return value;
+    }
+    Document operator()(const Json::Array& elements) const {
+        Document array = Document::array();
+        for (const Json& element : elements) {
+            array.push_back(document(element));
+        }
+        return array;
+    }
+    Document operator()(const Json::Object& members) const {
+        Document object = Document::object();
+        for (const Json::Member& member : members) {
+            object[member.name] = document(member.value);
+        }
+        return object;
+    }
+};
+
+Json::Json(Value value) noexcept : value_(std::move(value)) {}
+Json::Json(std::nullptr_t) noexcept : value_(nullptr) {}
+Json::Json(bool value) noexcept : value_(value) {}
+Json::Json(double value) noexcept : value_(value) {}
+Json::Json(const char* text) : value_(std::string(text)) {}
+Json::Json(std::string text) noexcept : value_(std::move(text)) {}
+Json::Json(std::string_view text) : value_(std::string(text)) {}
+Json::Json(std::initializer_list<Member> members) : value_(Object(members)) {}
+
+Json Json::array() {
+    return Json(Value(Array()));
+}
+
+Json Json::array(const std::vector<uint64_t>& numbers) {
+    return Json(Value(Array(numbers.begin(), numbers.end())));
+}
+
+Json::Json(const Json& other) = default;
+Json::Json(Json&& other) noexcept = default;
+Json& Json::operator=(const Json& other) = default;
+Json& Json::operator=(Json&& other) noexcept = default;
+Json::~Json() = default;
+
+Json& Json::operator[](std::string_view name) {
+    Object& members = std::get<Object>(value_);
+    const auto found = std::find_if(members.begin(), members.end(),
+                                    [name](const Member& member) { return member.name == name; });
+    return found != members.end() ? found->value
+                                  : members.emplace_back(Member{std::string(name), {}}).value;
+}
+
+void Json::push_back(Json value) {
+    std::get<Array>(value_).push_back(std::move(value));
+}
+
+size_t Json::size() const noexcept {
+    if (const auto* elements = std::get_if<Array>(&value_)) {
+        return elements->size();
+    }
+    const auto* members = std::get_if<Object>(&value_);
+    return members != nullptr ? members->size() : 0;
+}
+
+std::string Json::text() const {
+    constexpr int kIndent = 2;
+    return JsonWriter::document(*this).dump(kIndent, ' ', false,
+                                            JsonWriter::Document::error_handler_t::replace);
+}
+
+} // namespace talvor

@@ -1,0 +1,89 @@
+#include "tool/output/output.h"
+
+#include "host/driver/error_text.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace talvor {
+namespace {
+
+constexpr const char* kProgram = "talvor";
+
+std::string_view kind_name(ErrorKind kind) {
+    switch (kind) {
+    case ErrorKind::Usage:
+        return "usage";
+    case ErrorKind::BadFile:
+        return "bad file";
+    case ErrorKind::Refused:
+        return "refused";
+    case ErrorKind::Pod:
+        return "pod";
+    case ErrorKind::Target:
+        return "target";
+    }
+    return "";
+}
+
+} // namespace
+
+Output::Output() {
+    const bool wanted = colour_wanted();
+    colour_ = wanted && isatty(STDOUT_FILENO) == 1;
+    error_terminal_ = isatty(STDERR_FILENO) == 1;
+    error_colour_ = wanted && error_terminal_;
+}
+
+void Output::write_line(std::string_view text) {
+    fmt::print(stdout, "{}\n", text);
+}
+
+void Output::table(const TextTable& table) const {
+    for (const std::string& text : table.lines()) {
+        line("{}", text);
+    }
+}
+
+void Output::result(const Json& document) const {
+    if (json_) {
+        write_line(document.text());
+    }
+}
+
+void Output::note(std::string_view text) const {
+    std::fflush(stdout);
+    fmt::print(stderr, "{}: {}\n", kProgram, text);
+}
+
+void Output::error(const Error& error) const {
+    if (json_) {
+        write_line(Json{{"error", to_json(error)}}.text());
+    }
+    std::fflush(stdout);
+    const std::string head = fmt::format("{}: {}", kProgram, headline(error));
+    fmt::print(stderr, "{}\n", error_colour_ ? toned(Tone::Bad, head) : head);
+    if (!error.next_step.empty()) {
+        fmt::print(stderr, "  next: {}\n", error.next_step);
+    }
+}
+
+std::string Output::tone(Tone tone, std::string_view text) const {
+    return colour_ ? toned(tone, text) : std::string(text);
+}
+
+Json to_json(const Error& error) {
+    Json json{{"kind", kind_name(error.kind)}, {"thing", error.thing}, {"reason", error.reason}};
+    if (!error.next_step.empty()) {
+        json["next_step"] = error.next_step;
+    }
+    if (error.code != 0) {
+        json["code"] = error.code;
+        if (const CodeText* text = find_code(error.code)) {
+            json["name"] = text->name;
+        }
+    }
+    return json;
+}
+
+} // namespace talvor
