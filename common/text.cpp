@@ -1,5 +1,7 @@
 #include "common/text.h"
 
+#include "hardware/pod_revision.h"
+
 #include <fmt/format.h>
 
 namespace talvor {
@@ -13,7 +15,7 @@ std::string count_text(uint64_t count, std::string_view noun, std::string_view p
 }
 
 std::string revision_text(uint16_t revision) {
-    return fmt::format("{:x}.{:x}", revision >> 8U, revision & 0xFFU);
+    return fmt::format("{:x}.{:x}", pod_revision_major(revision), pod_revision_minor(revision));
 }
 
 } // namespace talvor

@@ -1,5 +1,7 @@
 #include "podsim/description/chain_reader.h"
 
+#include "podsim/model/chain_check.h"
+
 #include <array>
 #include <cstdint>
 #include <optional>

@@ -10,8 +10,6 @@ namespace talvor::podsim::description {
 namespace {
 
 constexpr uint64_t kLargestDelayBits = 64;
-constexpr uint64_t kFirstGeneration = 1;
-constexpr uint64_t kLastGeneration = 4;
 
 struct Kind {
     std::string_view name;
@@ -24,8 +22,7 @@ constexpr std::array<Kind, 3> kKinds{
 uint16_t read_revision(const TomlReader& reader) {
     constexpr uint64_t kMost = 0xFFFF;
     const uint64_t revision = reader.integer("revision", POD_REVISION_2, 0, kMost);
-    const uint64_t generation = revision >> 8U;
-    if (generation < kFirstGeneration || generation > kLastGeneration) {
+    if (!pod_is_generation(pod_revision_major(static_cast<uint32_t>(revision)))) {
         reader.error("revision", "expected the pod's generation, 1 to 4, in the high byte, as in "
                                  "0x0200");
     }

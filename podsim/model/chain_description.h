@@ -85,18 +85,7 @@ struct ChainDescription {
     std::vector<NetDescription> nets;
 };
 
-// What is wrong with a description.
-struct DescriptionError {
-    enum class Where { Device, Register, Net };
-    Where where = Where::Device;
-    size_t device = 0;    // index of the device, or of the net
-    size_t index = 0;     // index of the register in its device
-    std::string key;      // the field's name, as above
-    std::string expected; // what the field must be, as in "at least 2"
-};
-
-// The first error of a description, or nothing.
-std::optional<DescriptionError> check(const ChainDescription& chain);
+inline constexpr unsigned kMemoryOperationBits = 2;
 
 // Bits of a data register.
 uint64_t register_bits(const RegisterDescription& description);

@@ -8,7 +8,7 @@
 namespace talvor::podsim {
 
 bool Controller::waits_by_itself() const {
-    return !is_generation_1(settings_.revision) &&
+    return pod_can_wait_for_buffers(settings_.revision) &&
            (registers_[TBC_PORT_POD_TIMING] & POD_TIMING_HOST_WAITS) == 0;
 }
 

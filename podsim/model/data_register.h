@@ -80,8 +80,6 @@ enum class MemoryOperation : uint8_t {
     Write = 2,   // the data field goes to the addressed word
     Refused = 3, // captured: the last operation was not known or its address past the RAM
 };
-inline constexpr unsigned kMemoryOperationBits = 2;
-
 class MemoryCells : public DataRegister {
 public:
     explicit MemoryCells(const MemoryRegister& description);

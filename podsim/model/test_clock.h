@@ -14,16 +14,12 @@ inline constexpr uint64_t kPredividedPeriodNs = 40; // 25 MHz
 inline constexpr unsigned kDividerOffset1 = 2;
 inline constexpr unsigned kDividerOffset = 3;
 
-constexpr bool is_generation_1(uint16_t revision) {
-    return (revision & POD_REVISION_MAJOR_MASK) <= POD_REVISION_1;
-}
-
 // Period of TCK in nanoseconds, exact: the divider times the base period.
 constexpr uint64_t tck_period_ns(uint16_t revision, uint16_t pod_clock) {
     const uint64_t base =
         (pod_clock & POD_CLOCK_PREDIVIDE) != 0 ? kPredividedPeriodNs : kBasePeriodNs;
     const unsigned divider = pod_clock & POD_CLOCK_DIVIDER_MASK;
-    if (is_generation_1(revision)) {
+    if (!pod_has_clock_exponent(revision)) {
         return base * (divider + kDividerOffset1);
     }
     const unsigned exponent =

@@ -8,7 +8,7 @@ namespace {
 
 using test_support::InstantPod;
 
-TEST(Benchmark, reads_the_counter_and_arms_it_anew_and_reports_nothing) {
+TEST(BenchmarkTest, ReadsTheCounterAndArmsItAnewAndReportsNothing) {
     InstantPod pod;
     pod.control.registerCache[9] = 0x0608;
     pod.give = [](uint16_t port) {
@@ -30,7 +30,7 @@ TEST(Benchmark, reads_the_counter_and_arms_it_anew_and_reports_nothing) {
               "write 9 0660\nwrite 9 0600\nwrite 9 0608\n" + status);
 }
 
-TEST(Benchmark, checks_its_arguments_and_leaves_the_count) {
+TEST(BenchmarkTest, ChecksItsArgumentsAndLeavesTheCount) {
     InstantPod pod;
     uint32_t count = 99;
     EXPECT_EQ(jsc_Benchmark(nullptr, 0, false, &count), -122);
@@ -44,7 +44,7 @@ TEST(Benchmark, checks_its_arguments_and_leaves_the_count) {
     EXPECT_EQ(count, 0U);
 }
 
-TEST(Benchmark, returns_every_failed_flush) {
+TEST(BenchmarkTest, ReturnsEveryFailedFlush) {
     for (unsigned failing = 0; failing < 3; ++failing) {
         InstantPod pod;
         uint32_t count = 99;

@@ -82,7 +82,7 @@ const std::vector<Generation> generations{
     {0x0400, generation4, "write 26 103a\nwrite 27 0000\nwrite 25 000f\n"},
 };
 
-TEST(Connect, sends_what_the_generation_needs) {
+TEST(ConnectTest, SendsWhatTheGenerationNeeds) {
     for (const Generation& generation : generations) {
         for (const uint16_t kind : {uint16_t{1}, uint16_t{3}}) {
             DriverSession session(generation.revision, generation.keys);
@@ -102,7 +102,7 @@ TEST(Connect, sends_what_the_generation_needs) {
     }
 }
 
-TEST(Connect, the_long_initialisation_follows_when_the_client_asks_for_it) {
+TEST(ConnectTest, TheLongInitialisationFollowsWhenTheClientAsksForIt) {
     DriverSession session(POD_REVISION_1, generation1, JSC_RECIPE_LONG_INIT);
     EXPECT_EQ(session.handle.connect(), 0);
     std::vector<std::string> expected = quick_connect("write 26 073b\n");
@@ -112,7 +112,7 @@ TEST(Connect, the_long_initialisation_follows_when_the_client_asks_for_it) {
     EXPECT_EQ(session.control().priorConfig, 0x0083);
 }
 
-TEST(Connect, the_mode_configuration_follows_when_the_client_asks_for_it) {
+TEST(ConnectTest, TheModeConfigurationFollowsWhenTheClientAsksForIt) {
     DriverSession session(POD_REVISION_1, {{"KELM.POD_SLOWCLK", "no"}, {"VEXIL.FASTCLK", "yes"}},
                           JSC_RECIPE_MODE_CONFIG);
     EXPECT_EQ(session.handle.connect(), 0);
@@ -123,7 +123,7 @@ TEST(Connect, the_mode_configuration_follows_when_the_client_asks_for_it) {
     EXPECT_EQ(session.control().timeDependNew.slowMode, session.get()->tbcVariable.slowClock);
 }
 
-TEST(Connect, a_target_reset_that_is_asserted_is_released_and_takes_the_long_start) {
+TEST(ConnectTest, ATargetResetThatIsAssertedIsReleasedAndTakesTheLongStart) {
     unsigned reads = 0;
     DriverSession session(POD_REVISION_1, generation1);
     // Asserted in the three batches before it is looked at.
@@ -139,7 +139,7 @@ TEST(Connect, a_target_reset_that_is_asserted_is_released_and_takes_the_long_sta
     EXPECT_EQ(session.control().priorConfig, 0x0083) << "the long initialisation has run";
 }
 
-TEST(Connect, a_latched_condition_is_cleared_and_takes_the_long_start) {
+TEST(ConnectTest, ALatchedConditionIsClearedAndTakesTheLongStart) {
     unsigned writes = 0;
     DriverSession session(POD_REVISION_2, generation2);
     session.pod().watch_writes([&](uint16_t port, uint16_t) { writes += port == 5; });
@@ -157,7 +157,7 @@ TEST(Connect, a_latched_condition_is_cleared_and_takes_the_long_start) {
     EXPECT_EQ(session.sleeps.delays_us(), (Delays{10000, 10000, 10000, 10000}));
 }
 
-TEST(Connect, a_condition_that_lasts_is_diagnosed) {
+TEST(ConnectTest, AConditionThatLastsIsDiagnosed) {
     DriverSession session(POD_REVISION_1, generation1);
     session.pod().answer_always(TBC_PORT_SUPPORT, 0x00E1);
     EXPECT_EQ(session.handle.connect(), -180);
@@ -166,13 +166,13 @@ TEST(Connect, a_condition_that_lasts_is_diagnosed) {
     EXPECT_EQ(session.get()->pJscControl, nullptr);
 }
 
-TEST(Connect, a_lost_test_clock_is_diagnosed) {
+TEST(ConnectTest, ALostTestClockIsDiagnosed) {
     DriverSession session(POD_REVISION_2, generation2);
     session.pod().answer_always(TBC_PORT_SUPPORT, 0x02E0);
     EXPECT_EQ(session.handle.connect(), -181);
 }
 
-TEST(Connect, later_handles_are_counted_in_and_send_nothing) {
+TEST(ConnectTest, LaterHandlesAreCountedInAndSendNothing) {
     DriverSession session(POD_REVISION_1, generation1);
     ASSERT_EQ(session.connect(), 0);
     DriverHandle second(generation1);
@@ -219,7 +219,7 @@ int connect_in_child() {
     return 0;
 }
 
-TEST(Connect, handles_of_two_processes_share_a_controller) {
+TEST(ConnectTest, HandlesOfTwoProcessesShareAController) {
     DriverSession session(POD_REVISION_1, generation1);
     ASSERT_EQ(session.connect(), 0);
     session.pod().answer(TBC_PORT_RECEIVE, {0x1234, 0x5678});
@@ -240,7 +240,7 @@ TEST(Connect, handles_of_two_processes_share_a_controller) {
     EXPECT_TRUE(session.handle.last);
 }
 
-TEST(Connect, refuses_in_the_wrong_state) {
+TEST(ConnectTest, RefusesInTheWrongState) {
     bool first = false;
     EXPECT_EQ(jsc_Connect(nullptr, &first), -122);
     EXPECT_FALSE(first);
@@ -254,7 +254,7 @@ TEST(Connect, refuses_in_the_wrong_state) {
     EXPECT_EQ(session.handle.connect(), -116) << "connected already";
 }
 
-TEST(Connect, refuses_inconsistent_counters) {
+TEST(ConnectTest, RefusesInconsistentCounters) {
     DriverSession session(POD_REVISION_1, generation1);
     session.control().ctlrHardUsed = 1;
     EXPECT_EQ(session.handle.connect(), -116);
@@ -266,7 +266,7 @@ TEST(Connect, refuses_inconsistent_counters) {
     EXPECT_EQ(session.handle.connect(), 0);
 }
 
-TEST(Connect, refuses_a_handle_without_a_controller_block) {
+TEST(ConnectTest, RefusesAHandleWithoutAControllerBlock) {
     DriverSession session(POD_REVISION_1, generation1);
     session.get()->pJscControl = nullptr;
     EXPECT_EQ(session.handle.connect(), -116);
@@ -288,14 +288,14 @@ void expect_given_up(DriverSession& session) {
     EXPECT_EQ(jsc_QuitHandle(session.get()), -116);
 }
 
-TEST(Connect, refuses_a_pod_of_another_generation) {
+TEST(ConnectTest, RefusesAPodOfAnotherGeneration) {
     DriverSession session(POD_REVISION_1, generation2);
     EXPECT_EQ(session.handle.connect(), -203);
     EXPECT_EQ(session.pod().commands(), Commands{SHM_CMD_ATTACH}) << "nothing was sent";
     expect_given_up(session);
 }
 
-TEST(Connect, refuses_controllers_of_other_kinds) {
+TEST(ConnectTest, RefusesControllersOfOtherKinds) {
     for (const uint16_t kind : Words{0, 4, 5, 12, 13, 15}) {
         DriverSession session(POD_REVISION_1, generation1);
         session.pod().answer_always(TBC_PORT_VERSION, kind);
@@ -304,14 +304,14 @@ TEST(Connect, refuses_controllers_of_other_kinds) {
     }
 }
 
-TEST(Connect, an_extended_controller_is_recognised_and_cannot_be_initialised) {
+TEST(ConnectTest, AnExtendedControllerIsRecognisedAndCannotBeInitialised) {
     DriverSession session(POD_REVISION_1, generation1);
     session.pod().answer_always(TBC_PORT_VERSION, 2);
     EXPECT_EQ(session.handle.connect(), -122);
     expect_given_up(session);
 }
 
-TEST(Connect, a_broken_loop_back_is_reported) {
+TEST(ConnectTest, ABrokenLoopBackIsReported) {
     struct Row {
         Words words;
         int32_t code;
@@ -332,7 +332,7 @@ TEST(Connect, a_broken_loop_back_is_reported) {
     }
 }
 
-TEST(Connect, each_batch_that_fails_is_reported_in_its_way) {
+TEST(ConnectTest, EachBatchThatFailsIsReportedInItsWay) {
     // The eight batches of a quick connect. The first is the set-up. A version that cannot be read
     // is a controller of no kind; the short initialisation, which reads it again to tell the
     // extended kind, goes on as with every other kind.
@@ -357,7 +357,7 @@ TEST(Connect, each_batch_that_fails_is_reported_in_its_way) {
     }
 }
 
-TEST(Connect, a_refused_support_write_is_reported) {
+TEST(ConnectTest, ARefusedSupportWriteIsReported) {
     DriverSession session(POD_REVISION_1, generation1);
     session.pod().answer_always(TBC_PORT_SUPPORT, 0x01E0);
     session.pod().refuse_support_writes(1);
@@ -365,7 +365,7 @@ TEST(Connect, a_refused_support_write_is_reported) {
     expect_given_up(session);
 }
 
-TEST(Connect, answers_when_there_is_no_channel) {
+TEST(ConnectTest, AnswersWhenThereIsNoChannel) {
     const test_support::LeakGuard leaks;
     PodSpec spec;
     spec.block_size = 100;
@@ -376,7 +376,7 @@ TEST(Connect, answers_when_there_is_no_channel) {
     EXPECT_EQ(handle.get()->pJscControl, nullptr);
 }
 
-TEST(Connect, a_failure_leaves_other_handles_on_the_pod_alone) {
+TEST(ConnectTest, AFailureLeavesOtherHandlesOnThePodAlone) {
     DriverSession session(POD_REVISION_1, generation1);
     DriverHandle second(generation1);
     ASSERT_EQ(second.init(), 0);
@@ -389,7 +389,7 @@ TEST(Connect, a_failure_leaves_other_handles_on_the_pod_alone) {
 
 // ---- disconnect --------------------------------------------------------------------------------
 
-TEST(Disconnect, parks_the_controller_with_the_last_handle) {
+TEST(DisconnectTest, ParksTheControllerWithTheLastHandle) {
     for (const uint16_t kind : Words{1, 3}) {
         DriverSession session(POD_REVISION_1, generation1);
         session.pod().answer_always(TBC_PORT_VERSION, kind);
@@ -407,7 +407,7 @@ TEST(Disconnect, parks_the_controller_with_the_last_handle) {
     }
 }
 
-TEST(Disconnect, can_be_followed_by_a_connect) {
+TEST(DisconnectTest, CanBeFollowedByAConnect) {
     DriverSession session(POD_REVISION_1, generation1);
     ASSERT_EQ(session.connect(), 0);
     ASSERT_EQ(session.handle.disconnect(), 0);
@@ -415,7 +415,7 @@ TEST(Disconnect, can_be_followed_by_a_connect) {
     EXPECT_TRUE(session.handle.first);
 }
 
-TEST(Disconnect, refuses_in_the_wrong_state) {
+TEST(DisconnectTest, RefusesInTheWrongState) {
     bool last = false;
     EXPECT_EQ(jsc_Disconnect(nullptr, &last), -122);
     DriverSession session(POD_REVISION_1, generation1);
@@ -428,7 +428,7 @@ TEST(Disconnect, refuses_in_the_wrong_state) {
     EXPECT_TRUE(session.get()->ctlrHardOpen);
 }
 
-TEST(Disconnect, refuses_inconsistent_counters) {
+TEST(DisconnectTest, RefusesInconsistentCounters) {
     struct Row {
         uint32_t soft;
         uint32_t hard;
@@ -444,7 +444,7 @@ TEST(Disconnect, refuses_inconsistent_counters) {
     }
 }
 
-TEST(Disconnect, a_failure_is_diagnosed_and_the_block_is_given_up) {
+TEST(DisconnectTest, AFailureIsDiagnosedAndTheBlockIsGivenUp) {
     DriverSession session(POD_REVISION_1, generation1);
     ASSERT_EQ(session.connect(), 0);
     session.pod().refuse_support_writes(1);
@@ -455,7 +455,7 @@ TEST(Disconnect, a_failure_is_diagnosed_and_the_block_is_given_up) {
     EXPECT_EQ(jsc_QuitHandle(session.get()), -116);
 }
 
-TEST(Disconnect, a_failed_flush_drops_the_reads_into_the_block) {
+TEST(DisconnectTest, AFailedFlushDropsTheReadsIntoTheBlock) {
     DriverSession session(POD_REVISION_1, generation1);
     ASSERT_EQ(session.connect(), 0);
     session.pod().fail_batches(1);

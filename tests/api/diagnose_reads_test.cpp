@@ -13,9 +13,9 @@ using test_support::InstantPod;
 using test_support::RecordedSleeps;
 
 // A read of the controller's data that was listed when its batch failed.
-class FailedRead : public testing::Test {
+class FailedReadTest : public testing::Test {
 protected:
-    FailedRead() {
+    FailedReadTest() {
         TimeValueInitial(pod.get());
         pod.give = [](uint16_t port) { return port == TBC_PORT_RECEIVE ? next_value : 0; };
         pod.failing = 1;
@@ -40,30 +40,30 @@ protected:
     uint16_t lost = untouched;
 };
 
-TEST_F(FailedRead, IsDroppedWhenTheCodeIsGiven) {
+TEST_F(FailedReadTest, IsDroppedWhenTheCodeIsGiven) {
     EXPECT_EQ(jsc_Diagnose(pod.get(), -140), -140);
     expect_the_next_read_gets_its_word();
 }
 
-TEST_F(FailedRead, IsDroppedWhenTheCodeIsTakenFromTheHandle) {
+TEST_F(FailedReadTest, IsDroppedWhenTheCodeIsTakenFromTheHandle) {
     pod.inform.podError = -140;
     EXPECT_EQ(jsc_Diagnose(pod.get(), 0), -140);
     expect_the_next_read_gets_its_word();
 }
 
-TEST_F(FailedRead, IsDroppedWhenAnotherCodeWins) {
+TEST_F(FailedReadTest, IsDroppedWhenAnotherCodeWins) {
     pod.inform.podError = -4711;
     EXPECT_EQ(jsc_Diagnose(pod.get(), -140), -4711);
     expect_the_next_read_gets_its_word();
 }
 
-TEST_F(FailedRead, IsDroppedWithoutChecksToo) {
+TEST_F(FailedReadTest, IsDroppedWithoutChecksToo) {
     pod.inform.tbcVariable.noCheck = true;
     EXPECT_EQ(jsc_Diagnose(pod.get(), -140), -140);
     EXPECT_EQ(pod.inform.opList, nullptr);
 }
 
-TEST_F(FailedRead, StaysListedForAnyOtherCode) {
+TEST_F(FailedReadTest, StaysListedForAnyOtherCode) {
     EXPECT_EQ(jsc_Diagnose(pod.get(), -130), -130);
     EXPECT_NE(pod.inform.opList, nullptr);
     EXPECT_EQ(qel_PerformIo(pod.get()), 0);

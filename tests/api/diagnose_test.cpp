@@ -14,9 +14,9 @@ using test_support::InstantPod;
 using test_support::RecordedSleeps;
 
 // A pod of generation 2, which reports its clock.
-class Diagnose : public testing::Test {
+class DiagnoseTest : public testing::Test {
 protected:
-    Diagnose() { TimeValueInitial(pod.get()); }
+    DiagnoseTest() { TimeValueInitial(pod.get()); }
 
     int32_t diagnose(int32_t symptom) { return jsc_Diagnose(pod.get(), symptom); }
 
@@ -28,12 +28,12 @@ protected:
 
 const std::string waits = "write 16 0000\nwait done\n";
 
-TEST_F(Diagnose, nothing_wrong_is_no_code) {
+TEST_F(DiagnoseTest, NothingWrongIsNoCode) {
     EXPECT_EQ(diagnose(0), 0);
     EXPECT_EQ(queued(), "");
 }
 
-TEST_F(Diagnose, a_code_goes_through_once_the_controller_has_been_waited_for) {
+TEST_F(DiagnoseTest, ACodeGoesThroughOnceTheControllerHasBeenWaitedFor) {
     for (const int32_t code : {-1, -119, -130, -140, -179, -184, -310, -318, 5}) {
         empty_batch(*pod.block);
         EXPECT_EQ(diagnose(code), code);
@@ -41,7 +41,7 @@ TEST_F(Diagnose, a_code_goes_through_once_the_controller_has_been_waited_for) {
     }
 }
 
-TEST_F(Diagnose, telling_codes_go_through_at_once) {
+TEST_F(DiagnoseTest, TellingCodesGoThroughAtOnce) {
     pod.control.StatusCache = SUPPORT_CONDITION;
     for (const int32_t code : {-120, -122, -129, -180, -183, -311, -317}) {
         EXPECT_EQ(diagnose(code), code);
@@ -53,7 +53,7 @@ TEST_F(Diagnose, telling_codes_go_through_at_once) {
     }
 }
 
-TEST_F(Diagnose, a_transport_error_goes_first_and_is_cleared) {
+TEST_F(DiagnoseTest, ATransportErrorGoesFirstAndIsCleared) {
     pod.inform.podError = -4711;
     EXPECT_EQ(diagnose(-122), -4711);
     EXPECT_EQ(pod.inform.podError, 0);
@@ -62,7 +62,7 @@ TEST_F(Diagnose, a_transport_error_goes_first_and_is_cleared) {
     EXPECT_EQ(diagnose(-999), -125) << "a telling one";
 }
 
-TEST_F(Diagnose, without_checks_the_code_is_not_looked_at) {
+TEST_F(DiagnoseTest, WithoutChecksTheCodeIsNotLookedAt) {
     pod.inform.tbcVariable.noCheck = true;
     pod.control.StatusCache = SUPPORT_CONDITION;
     EXPECT_EQ(diagnose(0), 0);
@@ -73,19 +73,19 @@ TEST_F(Diagnose, without_checks_the_code_is_not_looked_at) {
     EXPECT_EQ(queued(), "");
 }
 
-TEST_F(Diagnose, lost_power_says_more_than_a_code) {
+TEST_F(DiagnoseTest, LostPowerSaysMoreThanACode) {
     for (const int32_t symptom : {0, -140}) {
         pod.control.StatusCache = SUPPORT_CONDITION | SUPPORT_CLOCK_LOST;
         EXPECT_EQ(diagnose(symptom), -180) << "before the clock";
     }
 }
 
-TEST_F(Diagnose, a_lost_clock_says_more_than_a_code) {
+TEST_F(DiagnoseTest, ALostClockSaysMoreThanACode) {
     pod.control.StatusCache = SUPPORT_CLOCK_LOST;
     EXPECT_EQ(diagnose(0), -181);
 }
 
-TEST_F(Diagnose, a_status_that_cannot_be_read_is_no_condition) {
+TEST_F(DiagnoseTest, AStatusThatCannotBeReadIsNoCondition) {
     pod.control.StatusCache = SUPPORT_CLOCK_LOST;
     // The clear that follows the readings fails; what was seen stands.
     PortWrite(pod.get(), 3, 1);
@@ -93,7 +93,7 @@ TEST_F(Diagnose, a_status_that_cannot_be_read_is_no_condition) {
     EXPECT_EQ(diagnose(-140), -181);
 }
 
-TEST_F(Diagnose, needs_a_handle_and_a_block) {
+TEST_F(DiagnoseTest, NeedsAHandleAndABlock) {
     EXPECT_EQ(jsc_Diagnose(nullptr, 0), -122);
     pod.inform.pJscControl = nullptr;
     EXPECT_EQ(diagnose(0), -116);

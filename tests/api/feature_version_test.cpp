@@ -13,7 +13,7 @@ struct Row {
     uint32_t value;
 };
 
-TEST(MultipleVersion, knows_controller_length_and_pod) {
+TEST(MultipleVersionTest, KnowsControllerLengthAndPod) {
     InstantPod pod;
     pod.control.ctlrRevise = eJTI_CONTROL_ID_DPM;
     pod.control.StatusCache = 0xFF1F; // revision bits 0, inverted 7
@@ -28,7 +28,7 @@ TEST(MultipleVersion, knows_controller_length_and_pod) {
     }
 }
 
-TEST(MultipleVersion, checks_its_arguments) {
+TEST(MultipleVersionTest, ChecksItsArguments) {
     InstantPod pod;
     bool known = true;
     uint32_t value = 99;

@@ -5,7 +5,7 @@
 namespace {
 
 // Firmware operations need a handle and nothing of it.
-class Firmware : public testing::Test {
+class FirmwareTest : public testing::Test {
 protected:
     JSC_Inform handle{};
     bool known = true;
@@ -20,7 +20,7 @@ protected:
     }
 };
 
-TEST_F(Firmware, none_is_known_or_supported) {
+TEST_F(FirmwareTest, NoneIsKnownOrSupported) {
     for (const int id : {-1, 0, 1, 2, 3, 4, 5}) {
         known = support = true;
         number = 99;
@@ -34,7 +34,7 @@ TEST_F(Firmware, none_is_known_or_supported) {
     }
 }
 
-TEST_F(Firmware, nothing_is_ever_loaded) {
+TEST_F(FirmwareTest, NothingIsEverLoaded) {
     EXPECT_EQ(config(nullptr, 0), 0) << "without a load no data is needed";
     EXPECT_FALSE(known || support);
     EXPECT_EQ(number, 0U);
@@ -51,7 +51,7 @@ TEST_F(Firmware, nothing_is_ever_loaded) {
     EXPECT_EQ(number, 0U);
 }
 
-TEST_F(Firmware, a_load_needs_its_data) {
+TEST_F(FirmwareTest, ALoadNeedsItsData) {
     action.firmwareExternal = action.firmwareLoadData = true;
     EXPECT_EQ(config(nullptr, 4), -122);
     EXPECT_EQ(config(data, 0), -122);
@@ -59,7 +59,7 @@ TEST_F(Firmware, a_load_needs_its_data) {
     EXPECT_EQ(number, 99U);
 }
 
-TEST_F(Firmware, checks_its_arguments) {
+TEST_F(FirmwareTest, ChecksItsArguments) {
     constexpr JSC_FirmwareId id = eJSC_FIRMWARE_ID_CLIENT;
     EXPECT_EQ(jsc_FirmwareSupport(nullptr, id, &known, &support), -122);
     EXPECT_EQ(jsc_FirmwareSupport(&handle, id, nullptr, &support), -122);

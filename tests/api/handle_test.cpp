@@ -21,7 +21,7 @@ using test_support::RecordingConfig;
 using test_support::RecordingProxy;
 using Commands = std::vector<uint32_t>;
 
-TEST(CreateHandle, gives_a_zeroed_record_with_the_defaults_of_every_group) {
+TEST(CreateHandleTest, GivesAZeroedRecordWithTheDefaultsOfEveryGroup) {
     JSC_Inform* handle = nullptr;
     ASSERT_EQ(jsc_CreateHandle(&handle), 0);
     ASSERT_NE(handle, nullptr);
@@ -54,7 +54,7 @@ TEST(CreateHandle, gives_a_zeroed_record_with_the_defaults_of_every_group) {
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST(CreateHandle, reports_a_null_pointer_and_an_empty_heap) {
+TEST(CreateHandleTest, ReportsANullPointerAndAnEmptyHeap) {
     EXPECT_EQ(jsc_CreateHandle(nullptr), -122);
     FailingHeap heap(0);
     auto* handle = reinterpret_cast<JSC_Inform*>(&heap);
@@ -62,7 +62,7 @@ TEST(CreateHandle, reports_a_null_pointer_and_an_empty_heap) {
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST(InitHandle, refuses_bad_arguments_and_leaves_the_handle_untouched) {
+TEST(InitHandleTest, RefusesBadArgumentsAndLeavesTheHandleUntouched) {
     DriverHandle handle;
     RecordingConfig& config = handle.config;
     const auto init = [&](JSC_Inform* inform, int type, CFG_Interface* table, void* host) {
@@ -82,7 +82,7 @@ TEST(InitHandle, refuses_bad_arguments_and_leaves_the_handle_untouched) {
     EXPECT_TRUE(config.keys_asked().empty());
 }
 
-TEST(InitHandle, accepts_every_kind_of_client) {
+TEST(InitHandleTest, AcceptsEveryKindOfClient) {
     const LeakGuard leaks;
     RecordingProxy proxy;
     for (const int type : {1, 2, 19, 20}) {
@@ -95,7 +95,7 @@ TEST(InitHandle, accepts_every_kind_of_client) {
     }
 }
 
-TEST(InitHandle, attaches_and_fills_the_block_of_a_pod) {
+TEST(InitHandleTest, AttachesAndFillsTheBlockOfAPod) {
     DriverSession session;
     ASSERT_EQ(session.init_code, 0);
     EXPECT_TRUE(session.get()->ctlrSoftOpen);
@@ -142,14 +142,14 @@ TEST(InitHandle, attaches_and_fills_the_block_of_a_pod) {
     EXPECT_FALSE(control.timeValue.tclkoPeriodForever);
 }
 
-TEST(InitHandle, time_values_take_the_stall_option) {
+TEST(InitHandleTest, TimeValuesTakeTheStallOption) {
     DriverSession session(POD_REVISION_1, {{"VEXIL.OKSTALL", "yes"}});
     ASSERT_EQ(session.init_code, 0);
     EXPECT_TRUE(session.control().timeValue.tclkoPeriodForever);
     EXPECT_TRUE(session.control().timeValue.extraFinishForever);
 }
 
-TEST(InitHandle, reads_the_groups_in_their_order) {
+TEST(InitHandleTest, ReadsTheGroupsInTheirOrder) {
     DriverSession session;
     const std::vector<std::string> keys = session.handle.config.keys_asked();
     const auto at = [&](const char* key) {
@@ -165,7 +165,7 @@ TEST(InitHandle, reads_the_groups_in_their_order) {
     EXPECT_EQ(session.get()->zdlVariable.pDriverName, session.get()->zdlVariable.driverNameKelm);
 }
 
-TEST(InitHandle, a_second_time_is_refused_but_replaces_what_the_host_gave) {
+TEST(InitHandleTest, ASecondTimeIsRefusedButReplacesWhatTheHostGave) {
     DriverSession session;
     RecordingConfig other;
     EXPECT_EQ(jsc_InitHandle(session.get(), 0x1234, eJTI_CLIENT_TEST_LOOPBACK, other.table(),
@@ -182,7 +182,7 @@ TEST(InitHandle, a_second_time_is_refused_but_replaces_what_the_host_gave) {
     EXPECT_FALSE(session.get()->ctlrSoftOpen);
 }
 
-TEST(InitHandle, passes_the_codes_of_the_readers_on) {
+TEST(InitHandleTest, PassesTheCodesOfTheReadersOn) {
     struct Row {
         const char* key;
         const char* text;
@@ -209,13 +209,13 @@ TEST(InitHandle, passes_the_codes_of_the_readers_on) {
     EXPECT_TRUE(proxy.pod().commands().empty());
 }
 
-TEST(InitHandle, passes_the_hosts_own_code_on) {
+TEST(InitHandleTest, PassesTheHostsOwnCodeOn) {
     DriverHandle handle;
     handle.config.fail_invalid_id(-4711);
     EXPECT_EQ(handle.init(), -4711);
 }
 
-TEST(InitHandle, survives_every_allocation_that_fails) {
+TEST(InitHandleTest, SurvivesEveryAllocationThatFails) {
     const LeakGuard leaks;
     RecordingProxy proxy;
     int refused = 0;
@@ -238,12 +238,12 @@ TEST(InitHandle, survives_every_allocation_that_fails) {
     }
 }
 
-TEST(InitHandle, makes_the_reset_log_when_the_client_asks_for_it) {
+TEST(InitHandleTest, MakesTheResetLogWhenTheClientAsksForIt) {
     DriverSession without;
     EXPECT_EQ(without.get()->resetLogHandle, nullptr);
 }
 
-TEST(InitHandle, the_reset_log_has_256_words_and_is_disabled) {
+TEST(InitHandleTest, TheResetLogHas256WordsAndIsDisabled) {
     DriverSession with(POD_REVISION_1, {}, JSC_RECIPE_RESET_LOG);
     const auto* log = static_cast<LS_LOGFILE*>(with.get()->resetLogHandle);
     ASSERT_NE(log, nullptr);
@@ -251,7 +251,7 @@ TEST(InitHandle, the_reset_log_has_256_words_and_is_disabled) {
     EXPECT_FALSE(log->logFileEnable);
 }
 
-TEST(InitHandle, reports_a_pod_that_cannot_be_opened) {
+TEST(InitHandleTest, ReportsAPodThatCannotBeOpened) {
     const LeakGuard leaks;
     {
         DriverHandle handle;
@@ -263,7 +263,7 @@ TEST(InitHandle, reports_a_pod_that_cannot_be_opened) {
     EXPECT_EQ(handle.init(), -141) << "no such pod";
 }
 
-TEST(InitHandle, reports_a_board_without_a_driver_name) {
+TEST(InitHandleTest, ReportsABoardWithoutADriverName) {
     const LeakGuard leaks;
     RecordingProxy proxy;
     DriverHandle handle;
@@ -272,7 +272,7 @@ TEST(InitHandle, reports_a_board_without_a_driver_name) {
     EXPECT_EQ(handle.get()->pJscControl, nullptr);
 }
 
-TEST(InitHandle, reports_a_controller_block_of_the_wrong_size_and_leaves_it) {
+TEST(InitHandleTest, ReportsAControllerBlockOfTheWrongSizeAndLeavesIt) {
     const LeakGuard leaks;
     RecordingProxy proxy;
     std::string name;
@@ -296,7 +296,7 @@ TEST(InitHandle, reports_a_controller_block_of_the_wrong_size_and_leaves_it) {
     EXPECT_EQ(shm_unlink(name.c_str()), 0) << "still there";
 }
 
-TEST(InitHandle, later_handles_find_the_block_filled) {
+TEST(InitHandleTest, LaterHandlesFindTheBlockFilled) {
     DriverSession session;
     session.control().registerCache[5] = 0x1234;
     session.control().timeValue.pulseWidthValue = 77;
@@ -309,7 +309,7 @@ TEST(InitHandle, later_handles_find_the_block_filled) {
     EXPECT_EQ(session.control().ctlrSoftUsed, 1U);
 }
 
-TEST(InitHandle, handles_of_other_ports_have_blocks_of_their_own) {
+TEST(InitHandleTest, HandlesOfOtherPortsHaveBlocksOfTheirOwn) {
     DriverSession session;
     DriverHandle second(RecordingConfig::Keys{{"KELM.POD_PORT", "1"}});
     ASSERT_EQ(second.init(), 0);
@@ -317,7 +317,7 @@ TEST(InitHandle, handles_of_other_ports_have_blocks_of_their_own) {
     EXPECT_EQ(second.control().ctlrSoftUsed, 1U);
 }
 
-TEST(InitHandle, refuses_counters_that_cannot_be) {
+TEST(InitHandleTest, RefusesCountersThatCannotBe) {
     DriverSession session;
     session.control().ctlrHardUsed = 2;
     DriverHandle second;
@@ -326,7 +326,7 @@ TEST(InitHandle, refuses_counters_that_cannot_be) {
     session.control().ctlrHardUsed = 0;
 }
 
-TEST(QuitHandle, detaches_from_pod_and_block) {
+TEST(QuitHandleTest, DetachesFromPodAndBlock) {
     DriverSession session;
     EXPECT_EQ(jsc_QuitHandle(session.get()), 0);
     EXPECT_EQ(session.pod().commands(), (Commands{SHM_CMD_ATTACH, SHM_CMD_DETACH}));
@@ -338,7 +338,7 @@ TEST(QuitHandle, detaches_from_pod_and_block) {
     EXPECT_EQ(session.handle.init(), 0) << "it can be initialised again";
 }
 
-TEST(QuitHandle, drops_reads_that_are_still_listed) {
+TEST(QuitHandleTest, DropsReadsThatAreStillListed) {
     DriverSession session;
     session.pod().fail_batches(1);
     uint16_t word = 0;
@@ -349,7 +349,7 @@ TEST(QuitHandle, drops_reads_that_are_still_listed) {
     EXPECT_EQ(session.get()->opList, nullptr) << "some point into the block that is gone";
 }
 
-TEST(QuitHandle, refuses_in_the_wrong_state) {
+TEST(QuitHandleTest, RefusesInTheWrongState) {
     EXPECT_EQ(jsc_QuitHandle(nullptr), -122);
     DriverSession session;
     session.get()->ctlrHardOpen = true;
@@ -360,7 +360,7 @@ TEST(QuitHandle, refuses_in_the_wrong_state) {
     EXPECT_EQ(jsc_QuitHandle(session.get()), 0);
 }
 
-TEST(QuitHandle, refuses_inconsistent_counters_and_no_longer_counts_as_initialised) {
+TEST(QuitHandleTest, RefusesInconsistentCountersAndNoLongerCountsAsInitialised) {
     struct Row {
         uint32_t soft;
         uint32_t hard;
@@ -379,7 +379,7 @@ TEST(QuitHandle, refuses_inconsistent_counters_and_no_longer_counts_as_initialis
     }
 }
 
-TEST(DeleteHandle, frees_record_log_and_nodes) {
+TEST(DeleteHandleTest, FreesRecordLogAndNodes) {
     FailingHeap heap;
     JSC_Inform* handle = nullptr;
     ASSERT_EQ(jsc_CreateHandle(&handle), 0);
@@ -391,7 +391,7 @@ TEST(DeleteHandle, frees_record_log_and_nodes) {
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST(DeleteHandle, takes_null_handles_but_no_null_pointer) {
+TEST(DeleteHandleTest, TakesNullHandlesButNoNullPointer) {
     JSC_Inform* none = nullptr;
     EXPECT_EQ(jsc_DeleteHandle(&none), 0);
     EXPECT_EQ(jsc_DeleteHandle(nullptr), -122);

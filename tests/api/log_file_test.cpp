@@ -11,10 +11,10 @@ using Values = std::vector<uint32_t>;
 using test_support::FailingHeap;
 
 // A handle that was never initialised: logs need no pod.
-class LogFile : public testing::Test {
+class LogFileTest : public testing::Test {
 protected:
-    LogFile() { jsc_CreateHandle(&handle); }
-    ~LogFile() override { jsc_DeleteHandle(&handle); }
+    LogFileTest() { jsc_CreateHandle(&handle); }
+    ~LogFileTest() override { jsc_DeleteHandle(&handle); }
 
     void make(uint32_t words) {
         uint32_t granted = 0;
@@ -39,7 +39,7 @@ protected:
     uint32_t total = 99;
 };
 
-TEST_F(LogFile, only_the_reset_log_is_known) {
+TEST_F(LogFileTest, OnlyTheResetLogIsKnown) {
     for (const int number : {-1, 0, 2, 3, 4}) {
         const auto id = static_cast<JSC_LogFileId>(number);
         uint32_t word = 99;
@@ -69,7 +69,7 @@ TEST_F(LogFile, only_the_reset_log_is_known) {
     }
 }
 
-TEST_F(LogFile, is_written_and_read) {
+TEST_F(LogFileTest, IsWrittenAndRead) {
     make(10);
     EXPECT_TRUE(known);
     EXPECT_EQ(append(7), 0);
@@ -82,14 +82,14 @@ TEST_F(LogFile, is_written_and_read) {
     EXPECT_EQ(values[4], 0xEEEEEEEE);
 }
 
-TEST_F(LogFile, an_empty_one_reads_as_its_frame) {
+TEST_F(LogFileTest, AnEmptyOneReadsAsItsFrame) {
     make(10);
     EXPECT_EQ(read(3), 0);
     EXPECT_EQ(actual, 2U);
     EXPECT_EQ(Values(values.begin(), values.begin() + 2), (Values{2, 0}));
 }
 
-TEST_F(LogFile, a_read_below_three_words_gives_the_total_only) {
+TEST_F(LogFileTest, AReadBelowThreeWordsGivesTheTotalOnly) {
     make(10);
     append(1);
     for (const uint32_t limit : {1U, 2U}) {
@@ -100,7 +100,7 @@ TEST_F(LogFile, a_read_below_three_words_gives_the_total_only) {
     }
 }
 
-TEST_F(LogFile, a_read_that_is_cut_short_still_counts_all) {
+TEST_F(LogFileTest, AReadThatIsCutShortStillCountsAll) {
     make(10);
     for (uint32_t value = 1; value <= 6; ++value) {
         append(value);
@@ -110,7 +110,7 @@ TEST_F(LogFile, a_read_that_is_cut_short_still_counts_all) {
     EXPECT_EQ(values, (Values{8, 1, 2, 3, 0})) << "limit - 1 entries, and the closing 0";
 }
 
-TEST_F(LogFile, a_created_one_is_disabled_until_it_is_erased) {
+TEST_F(LogFileTest, ACreatedOneIsDisabledUntilItIsErased) {
     uint32_t granted = 0;
     EXPECT_EQ(jsc_LogFileCreate(handle, eJSC_LOGFILE_ID_RESET, &known, 10, &granted), 0);
     EXPECT_EQ(granted, 10U);
@@ -127,7 +127,7 @@ TEST_F(LogFile, a_created_one_is_disabled_until_it_is_erased) {
     EXPECT_EQ(actual, 2U) << "empty again";
 }
 
-TEST_F(LogFile, a_full_one_is_no_error) {
+TEST_F(LogFileTest, AFullOneIsNoError) {
     make(2);
     for (int value = 0; value < 5; ++value) {
         EXPECT_EQ(append(1), 0);
@@ -136,7 +136,7 @@ TEST_F(LogFile, a_full_one_is_no_error) {
     EXPECT_EQ(total, 4U);
 }
 
-TEST_F(LogFile, the_mode_is_the_stores) {
+TEST_F(LogFileTest, TheModeIsTheStores) {
     make(2);
     EXPECT_EQ(jsc_LogFileMode(handle, eJSC_LOGFILE_ID_RESET, &known, true), 0);
     EXPECT_TRUE(known);
@@ -145,7 +145,7 @@ TEST_F(LogFile, the_mode_is_the_stores) {
     EXPECT_FALSE(static_cast<LS_LOGFILE*>(handle->resetLogHandle)->logFileSilent);
 }
 
-TEST_F(LogFile, without_a_log_everything_succeeds_and_nothing_is_read) {
+TEST_F(LogFileTest, WithoutALogEverythingSucceedsAndNothingIsRead) {
     EXPECT_EQ(append(1), 0);
     EXPECT_TRUE(known);
     EXPECT_EQ(jsc_LogFileErase(handle, eJSC_LOGFILE_ID_RESET, &known), 0);
@@ -158,7 +158,7 @@ TEST_F(LogFile, without_a_log_everything_succeeds_and_nothing_is_read) {
     EXPECT_EQ(total, 0U);
 }
 
-TEST_F(LogFile, is_deleted_and_made_anew_without_a_leak) {
+TEST_F(LogFileTest, IsDeletedAndMadeAnewWithoutALeak) {
     FailingHeap heap;
     make(4);
     EXPECT_EQ(heap.blocks().size(), 2U);
@@ -170,7 +170,7 @@ TEST_F(LogFile, is_deleted_and_made_anew_without_a_leak) {
     EXPECT_EQ(handle->resetLogHandle, nullptr);
 }
 
-TEST_F(LogFile, a_size_that_is_refused_leaves_the_old_one) {
+TEST_F(LogFileTest, ASizeThatIsRefusedLeavesTheOldOne) {
     uint32_t granted = 99;
     make(4);
     const LOG_HANDLE old = handle->resetLogHandle;
@@ -180,7 +180,7 @@ TEST_F(LogFile, a_size_that_is_refused_leaves_the_old_one) {
     EXPECT_EQ(handle->resetLogHandle, old);
 }
 
-TEST_F(LogFile, one_that_cannot_be_made_leaves_none) {
+TEST_F(LogFileTest, OneThatCannotBeMadeLeavesNone) {
     uint32_t granted = 0;
     make(4);
     FailingHeap heap(0);
@@ -190,7 +190,7 @@ TEST_F(LogFile, one_that_cannot_be_made_leaves_none) {
     EXPECT_EQ(handle->resetLogHandle, nullptr);
 }
 
-TEST_F(LogFile, checks_its_arguments) {
+TEST_F(LogFileTest, ChecksItsArguments) {
     constexpr JSC_LogFileId id = eJSC_LOGFILE_ID_RESET;
     uint32_t word = 99;
     EXPECT_EQ(jsc_LogFileCreate(nullptr, id, &known, 4, &word), -122);

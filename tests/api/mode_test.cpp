@@ -8,7 +8,7 @@ namespace {
 
 using test_support::InstantPod;
 
-TEST(Adjust, applies_the_configured_mode_once_the_controller_is_idle) {
+TEST(AdjustTest, AppliesTheConfiguredModeOnceTheControllerIsIdle) {
     for (const bool slow : {false, true}) {
         for (const bool fast : {false, true}) {
             InstantPod pod;
@@ -30,7 +30,7 @@ TEST(Adjust, applies_the_configured_mode_once_the_controller_is_idle) {
     }
 }
 
-TEST(Adjust, takes_a_fresh_frequency) {
+TEST(AdjustTest, TakesAFreshFrequency) {
     InstantPod pod;
     JSC_AdjustStuff adjust{true, 1234};
     EXPECT_EQ(jsc_Adjust(pod.get(), &adjust), 0);
@@ -38,7 +38,7 @@ TEST(Adjust, takes_a_fresh_frequency) {
     EXPECT_EQ(pod.control.timeDependOld.tclkFreq, 20000U);
 }
 
-TEST(Adjust, checks_its_arguments) {
+TEST(AdjustTest, ChecksItsArguments) {
     InstantPod pod;
     JSC_AdjustStuff adjust{};
     EXPECT_EQ(jsc_Adjust(nullptr, &adjust), -122);

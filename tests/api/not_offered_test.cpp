@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(NotOffered, the_clock_is_neither_generated_nor_measured) {
+TEST(NotOfferedTest, TheClockIsNeitherGeneratedNorMeasured) {
     JSC_Inform handle{};
     bool generate = true;
     bool measure = true;
@@ -29,7 +29,7 @@ TEST(NotOffered, the_clock_is_neither_generated_nor_measured) {
     EXPECT_TRUE(external);
 }
 
-TEST(NotOffered, there_are_no_pod_features) {
+TEST(NotOfferedTest, ThereAreNoPodFeatures) {
     JSC_Inform handle{};
     bool supported = true;
     EXPECT_EQ(jsc_PodConfig(&handle, 1, true, &supported, 2, true), 0);
@@ -43,7 +43,7 @@ TEST(NotOffered, there_are_no_pod_features) {
     EXPECT_EQ(tbc_PodConfig(&handle, 1, true, nullptr, 2, true), -122);
 }
 
-TEST(NotOffered, there_are_no_self_tests) {
+TEST(NotOfferedTest, ThereAreNoSelfTests) {
     JSC_Inform handle{};
     bool known = true;
     EXPECT_EQ(jsc_Test(&handle, eJSC_LOGFILE_ID_TEST, &known, 1, 2), 0);
@@ -52,7 +52,7 @@ TEST(NotOffered, there_are_no_self_tests) {
     EXPECT_EQ(jsc_Test(&handle, eJSC_LOGFILE_ID_TEST, nullptr, 1, 2), -122);
 }
 
-TEST(NotOffered, there_is_no_serial_wire_debug) {
+TEST(NotOfferedTest, ThereIsNoSerialWireDebug) {
     uint32_t data = 99;
     EXPECT_EQ(jsc_SwdRegRead(nullptr, 0, 0, nullptr), -120);
     EXPECT_EQ(jsc_SwdRegRead(&data, 0, 0, &data), -120);

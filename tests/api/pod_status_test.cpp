@@ -11,23 +11,23 @@ using test_support::InstantPod;
 using test_support::RecordedSleeps;
 using Delays = std::vector<uint32_t>;
 
-class PodStatus : public testing::Test {
+class PodStatusTest : public testing::Test {
 protected:
-    PodStatus() { TimeValueInitial(pod.get()); }
+    PodStatusTest() { TimeValueInitial(pod.get()); }
 
     InstantPod pod{POD_REVISION_2};
     RecordedSleeps sleeps;
     JSC_PodStatus status{true, true, true, true};
 };
 
-TEST_F(PodStatus, a_clean_reading_is_one_reading) {
+TEST_F(PodStatusTest, ACleanReadingIsOneReading) {
     EXPECT_EQ(jsc_PodStatus(pod.get(), &status), 0);
     EXPECT_FALSE(status.nearStatus || status.farStatus || status.powerStatus || status.clockStatus);
     EXPECT_EQ(sleeps.delays_us(), Delays{});
     EXPECT_EQ(pod.flushes, 0U);
 }
 
-TEST_F(PodStatus, a_condition_is_read_three_times_and_cleared) {
+TEST_F(PodStatusTest, AConditionIsReadThreeTimesAndCleared) {
     pod.control.StatusCache = SUPPORT_CONDITION;
     pod.control.powerLossActive = true;
     EXPECT_EQ(jsc_PodStatus(pod.get(), &status), 0);
@@ -40,14 +40,14 @@ TEST_F(PodStatus, a_condition_is_read_three_times_and_cleared) {
     EXPECT_TRUE(pod.control.powerLossErased);
 }
 
-TEST_F(PodStatus, sleeps_the_error_propagation_time) {
+TEST_F(PodStatusTest, SleepsTheErrorPropagationTime) {
     pod.control.StatusCache = SUPPORT_CONDITION;
     pod.control.timeValue.errorPropagateValue = 7;
     EXPECT_EQ(jsc_PodStatus(pod.get(), &status), 0);
     EXPECT_EQ(sleeps.delays_us(), (Delays{7, 7, 7}));
 }
 
-TEST_F(PodStatus, a_lost_clock_is_no_power_loss) {
+TEST_F(PodStatusTest, ALostClockIsNoPowerLoss) {
     pod.control.StatusCache = SUPPORT_CLOCK_LOST;
     pod.control.powerLossActive = true;
     EXPECT_EQ(jsc_PodStatus(pod.get(), &status), 0);
@@ -57,7 +57,7 @@ TEST_F(PodStatus, a_lost_clock_is_no_power_loss) {
     EXPECT_FALSE(pod.control.powerLossErased);
 }
 
-TEST_F(PodStatus, a_clear_that_fails_is_returned_with_what_was_seen) {
+TEST_F(PodStatusTest, AClearThatFailsIsReturnedWithWhatWasSeen) {
     pod.control.StatusCache = SUPPORT_CONDITION;
     pod.control.powerLossActive = true;
     pod.failing = 1;
@@ -67,7 +67,7 @@ TEST_F(PodStatus, a_clear_that_fails_is_returned_with_what_was_seen) {
     EXPECT_FALSE(pod.control.powerLossErased);
 }
 
-TEST_F(PodStatus, checks_its_arguments) {
+TEST_F(PodStatusTest, ChecksItsArguments) {
     EXPECT_EQ(jsc_PodStatus(nullptr, &status), -122);
     EXPECT_EQ(jsc_PodStatus(pod.get(), nullptr), -122);
     EXPECT_EQ(tbc_PodStatus(nullptr, &status), -122);
@@ -77,7 +77,7 @@ TEST_F(PodStatus, checks_its_arguments) {
     EXPECT_FALSE(status.nearStatus) << "preset";
 }
 
-TEST(OldStatus, gives_alive_and_pins_of_one_flush) {
+TEST(OldStatusTest, GivesAliveAndPinsOfOneFlush) {
     for (uint16_t pins = 0; pins < 4; ++pins) {
         for (const bool alive : {false, true}) {
             InstantPod pod;
@@ -94,7 +94,7 @@ TEST(OldStatus, gives_alive_and_pins_of_one_flush) {
     }
 }
 
-TEST(OldStatus, keeps_its_presets_on_failure) {
+TEST(OldStatusTest, KeepsItsPresetsOnFailure) {
     InstantPod pod;
     pod.failing = 1;
     JSC_OldStatus status{true, false, false};

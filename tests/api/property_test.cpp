@@ -43,7 +43,7 @@ const Text kTexts[] = {
     {&JTI_Property::parentName, "libzdlfast3.so"},
 };
 
-TEST(Property, HoldsAllTextsInOneBlockInOrder) {
+TEST(PropertyTest, HoldsAllTextsInOneBlockInOrder) {
     JTI_Property* property = nullptr;
     ASSERT_EQ(zdl_PropertyCreate(&property), 0);
     ASSERT_NE(property, nullptr);
@@ -59,7 +59,7 @@ TEST(Property, HoldsAllTextsInOneBlockInOrder) {
     EXPECT_EQ(zdl_PropertyDelete(&property), 0);
 }
 
-TEST(Property, BuildStampIsInTheCompilersForm) {
+TEST(PropertyTest, BuildStampIsInTheCompilersForm) {
     JTI_Property* property = nullptr;
     ASSERT_EQ(zdl_PropertyCreate(&property), 0);
     int day = 0;
@@ -77,7 +77,7 @@ TEST(Property, BuildStampIsInTheCompilersForm) {
     EXPECT_EQ(zdl_PropertyDelete(&property), 0);
 }
 
-TEST(Property, DeleteReleasesBothBlocksAndClearsThePointer) {
+TEST(PropertyTest, DeleteReleasesBothBlocksAndClearsThePointer) {
     FailingHeap heap;
     JTI_Property* property = nullptr;
     ASSERT_EQ(zdl_PropertyCreate(&property), 0);
@@ -88,14 +88,14 @@ TEST(Property, DeleteReleasesBothBlocksAndClearsThePointer) {
     EXPECT_EQ(zdl_PropertyDelete(&property), eJTI_ERROR_BAD_ARGUMENT);
 }
 
-TEST(Property, NullPointersAreRefused) {
+TEST(PropertyTest, NullPointersAreRefused) {
     EXPECT_EQ(zdl_PropertyCreate(nullptr), eJTI_ERROR_BAD_ARGUMENT);
     EXPECT_EQ(zdl_PropertyDelete(nullptr), eJTI_ERROR_BAD_ARGUMENT);
     EXPECT_EQ(PropertyLoad(true, nullptr), eJTI_ERROR_BAD_ARGUMENT);
     EXPECT_EQ(PropertyLoad(false, nullptr), eJTI_ERROR_BAD_ARGUMENT);
 }
 
-TEST(Property, NoMemoryForTheRecord) {
+TEST(PropertyTest, NoMemoryForTheRecord) {
     FailingHeap heap(0);
     JTI_Property other = {};
     JTI_Property* property = &other;
@@ -104,7 +104,7 @@ TEST(Property, NoMemoryForTheRecord) {
     EXPECT_TRUE(heap.blocks().empty());
 }
 
-TEST(Property, NoMemoryForTheTextsLeavesTheRecordAllocated) {
+TEST(PropertyTest, NoMemoryForTheTextsLeavesTheRecordAllocated) {
     FailingHeap heap(1);
     JTI_Property other = {};
     JTI_Property* property = &other;
@@ -114,7 +114,7 @@ TEST(Property, NoMemoryForTheTextsLeavesTheRecordAllocated) {
     std::free(heap.blocks()[0]);
 }
 
-TEST(Property, LoadFillsAndEmptiesARecord) {
+TEST(PropertyTest, LoadFillsAndEmptiesARecord) {
     FailingHeap heap;
     JTI_Property property;
     std::memset(&property, 0xA5, sizeof(property));
@@ -132,7 +132,7 @@ TEST(Property, LoadFillsAndEmptiesARecord) {
     }
 }
 
-TEST(Property, FailedLoadLeavesTheRecord) {
+TEST(PropertyTest, FailedLoadLeavesTheRecord) {
     FailingHeap heap(0);
     JTI_Property property = {};
     property.propertyCount = 5;
@@ -141,7 +141,7 @@ TEST(Property, FailedLoadLeavesTheRecord) {
     EXPECT_EQ(property.propertyString, nullptr);
 }
 
-TEST(Property, IsCompleteOnlyWithVersionCountAndEveryText) {
+TEST(PropertyTest, IsCompleteOnlyWithVersionCountAndEveryText) {
     JTI_Property* property = nullptr;
     ASSERT_EQ(zdl_PropertyCreate(&property), 0);
     EXPECT_TRUE(property_is_complete(*property));

@@ -8,7 +8,7 @@ namespace {
 
 using test_support::InstantPod;
 
-TEST(RegisterAccess, polls_by_queueing_a_wait) {
+TEST(RegisterAccessTest, PollsByQueueingAWait) {
     struct Row {
         int type;
         int32_t code;
@@ -28,7 +28,7 @@ TEST(RegisterAccess, polls_by_queueing_a_wait) {
     }
 }
 
-TEST(RegisterAccess, reads_flush) {
+TEST(RegisterAccessTest, ReadsFlush) {
     InstantPod pod;
     pod.give = [](uint16_t port) { return static_cast<uint16_t>(port * 3); };
     uint16_t data[4] = {};
@@ -46,7 +46,7 @@ TEST(RegisterAccess, reads_flush) {
         << "only the first is checked";
 }
 
-TEST(RegisterAccess, writes_stay_queued) {
+TEST(RegisterAccessTest, WritesStayQueued) {
     InstantPod pod;
     uint16_t data[3] = {1, 2, 3};
     EXPECT_EQ(jsc_RegisterWrite(pod.get(), true, true, 12, 2, data), 0);
@@ -55,7 +55,7 @@ TEST(RegisterAccess, writes_stay_queued) {
     EXPECT_EQ(pod.flushes, 0U);
 }
 
-TEST(RegisterAccess, returns_the_failure_of_a_flush_that_made_room) {
+TEST(RegisterAccessTest, ReturnsTheFailureOfAFlushThatMadeRoom) {
     InstantPod pod;
     pod.recording = false;
     std::vector<uint16_t> data(100'000, 5);
@@ -68,7 +68,7 @@ TEST(RegisterAccess, returns_the_failure_of_a_flush_that_made_room) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST(RegisterAccess, checks_its_arguments) {
+TEST(RegisterAccessTest, ChecksItsArguments) {
     InstantPod pod;
     uint16_t data = 99;
     EXPECT_EQ(jsc_RegisterPoll(nullptr, eJSC_STATUS_TYPE_COMMAND_FINISH, 0), -122);

@@ -23,9 +23,9 @@ std::string settles(int count) {
 }
 
 // A connected handle on a pod of generation 2, with a reset log.
-class Reset : public testing::Test {
+class ResetTest : public testing::Test {
 protected:
-    explicit Reset(const RecordingConfig::Keys& keys = {{"KELM.POD_EMUVERSION", "2"}})
+    explicit ResetTest(const RecordingConfig::Keys& keys = {{"KELM.POD_EMUVERSION", "2"}})
         : session(POD_REVISION_2, keys, JSC_RECIPE_RESET_LOG) {
         connected = session.connect();
     }
@@ -57,7 +57,7 @@ const std::string version_read = "write 1 0001\n" + settle + "read 19\n";
 const std::string rest = "write 1 0004\nwrite 10 7002\nwait done\nwrite 10 7004\n";
 const std::string first_rest = rest + "write 4 0080\nwrite 4 0083\n";
 
-TEST_F(Reset, without_a_request_initialises_at_length) {
+TEST_F(ResetTest, WithoutARequestInitialisesAtLength) {
     EXPECT_EQ(reset(), 0);
     EXPECT_EQ(bodies(),
               (std::vector<std::string>{settles(9) + "write 10 6040\nread 17\n",
@@ -68,7 +68,7 @@ TEST_F(Reset, without_a_request_initialises_at_length) {
     EXPECT_EQ(session.control().priorConfig, 0x0083);
 }
 
-TEST_F(Reset, a_soft_request_resets_the_controller) {
+TEST_F(ResetTest, ASoftRequestResetsTheController) {
     action.resetSoft = true;
     EXPECT_EQ(reset(), 0);
     const std::vector<std::string> sent = bodies();
@@ -79,7 +79,7 @@ TEST_F(Reset, a_soft_request_resets_the_controller) {
         << "the cache was emptied, so all is written anew";
 }
 
-TEST_F(Reset, a_hard_request_pulses_the_reset_line_twice) {
+TEST_F(ResetTest, AHardRequestPulsesTheResetLineTwice) {
     action.resetHard = true;
     EXPECT_EQ(reset(), 0);
     EXPECT_EQ(session.pod().support_writes(), (Words{0x01E0, 0x00E0, 0x01E0, 0x00E0}));
@@ -88,7 +88,7 @@ TEST_F(Reset, a_hard_request_pulses_the_reset_line_twice) {
     EXPECT_EQ(sent[0], settles(8) + "write 10 6040\nread 17\n") << "no settle in front";
 }
 
-TEST_F(Reset, a_reset_that_is_found_asserted_is_released) {
+TEST_F(ResetTest, AResetThatIsFoundAssertedIsReleased) {
     session.control().StatusCache |= SUPPORT_RESET;
     session.control().registerCache[9] = 0x1234;
     EXPECT_EQ(reset(), 0);
@@ -96,7 +96,7 @@ TEST_F(Reset, a_reset_that_is_found_asserted_is_released) {
     EXPECT_EQ(bodies()[0], settles(8) + "write 10 6040\nread 17\n");
 }
 
-TEST_F(Reset, a_hidden_request_takes_the_outputs_off_and_restores_the_tap) {
+TEST_F(ResetTest, AHiddenRequestTakesTheOutputsOffAndRestoresTheTap) {
     action.resetHidden = true;
     session.pod().answer(TBC_PORT_TAP_STATE, {6});
     EXPECT_EQ(reset(), 0);
@@ -111,7 +111,7 @@ TEST_F(Reset, a_hidden_request_takes_the_outputs_off_and_restores_the_tap) {
     EXPECT_EQ(session.queued(), "") << "the outputs are connected by the pins already";
 }
 
-TEST_F(Reset, a_hidden_request_leaves_outputs_that_are_off_alone) {
+TEST_F(ResetTest, AHiddenRequestLeavesOutputsThatAreOffAlone) {
     action.resetHidden = true;
     PortWrite(session.get(), TBC_PORT_OUTPUT, 0);
     ASSERT_EQ(qel_PerformIo(session.get()), 0);
@@ -120,7 +120,7 @@ TEST_F(Reset, a_hidden_request_leaves_outputs_that_are_off_alone) {
     EXPECT_EQ(bodies()[1], settles(9) + "write 10 6040\nread 17\n");
 }
 
-TEST_F(Reset, a_failed_hidden_request_leaves_the_outputs_disconnected) {
+TEST_F(ResetTest, AFailedHiddenRequestLeavesTheOutputsDisconnected) {
     action.resetHidden = true;
     action.resetHard = true;
     session.pod().refuse_support_writes(1);
@@ -128,7 +128,7 @@ TEST_F(Reset, a_failed_hidden_request_leaves_the_outputs_disconnected) {
     EXPECT_EQ(session.control().registerCache[2] & TBC_OUTPUT_CONNECTED, 0);
 }
 
-TEST_F(Reset, a_trst_pulse_takes_the_tap_to_reset) {
+TEST_F(ResetTest, ATrstPulseTakesTheTapToReset) {
     action.trstAssert = action.trstNegate = true;
     EXPECT_EQ(reset(), 0);
     const std::vector<std::string> sent = bodies();
@@ -143,13 +143,13 @@ TEST_F(Reset, a_trst_pulse_takes_the_tap_to_reset) {
               "wait done\nwait done\nwrite 11 1000\nwrite 10 4080\n" + settle + version_read);
 }
 
-TEST_F(Reset, resets_that_are_asked_for_save_the_tap_reset) {
+TEST_F(ResetTest, ResetsThatAreAskedForSaveTheTapReset) {
     action.trstAssert = action.trstNegate = action.resetSoft = true;
     EXPECT_EQ(reset(), 0);
     EXPECT_EQ(session.pod().text().find("write 11 1000"), std::string::npos);
 }
 
-TEST_F(Reset, unequal_trst_requests_are_refused_before_anything) {
+TEST_F(ResetTest, UnequalTrstRequestsAreRefusedBeforeAnything) {
     zdl_LogFileErase(session.get()->resetLogHandle, true);
     zdl_LogFileBasic(session.get()->resetLogHandle, 77);
     for (const bool assert : {false, true}) {
@@ -162,7 +162,7 @@ TEST_F(Reset, unequal_trst_requests_are_refused_before_anything) {
     EXPECT_TRUE(session.pod().commands().empty());
 }
 
-TEST_F(Reset, a_quiet_one_erases_the_log_all_the_same) {
+TEST_F(ResetTest, AQuietOneErasesTheLogAllTheSame) {
     zdl_LogFileErase(session.get()->resetLogHandle, true);
     zdl_LogFileBasic(session.get()->resetLogHandle, 77);
     EXPECT_EQ(reset(), 0);
@@ -171,7 +171,7 @@ TEST_F(Reset, a_quiet_one_erases_the_log_all_the_same) {
     EXPECT_TRUE(logged().empty()) << "and it is disabled";
 }
 
-TEST_F(Reset, a_verbose_one_writes_the_log) {
+TEST_F(ResetTest, AVerboseOneWritesTheLog) {
     action.verbose = true;
     session.control().timeDependNew.slowMode = false;
     session.control().timeDependNew.fastMode = false;
@@ -179,7 +179,7 @@ TEST_F(Reset, a_verbose_one_writes_the_log) {
     EXPECT_EQ(logged(), (Log{6, 53, 6, 1, 2, 5, 18, 28, 31, 22, 24, 0xFFFFFFFF, 3, 39, 35, 38}));
 }
 
-TEST_F(Reset, the_log_says_what_was_found) {
+TEST_F(ResetTest, TheLogSaysWhatWasFound) {
     action.verbose = true;
     action.trstAssert = action.trstNegate = true;
     session.control().timeDependNew.slowMode = true;
@@ -202,7 +202,7 @@ TEST_F(Reset, the_log_says_what_was_found) {
     EXPECT_EQ(logged(), (Log{6, 55, 6, 1, 2, 5, 20, 28, 32, 23, 24, 0xFFFFFFFF, 9, 39, 35, 38}));
 }
 
-TEST_F(Reset, power_that_was_lost_is_cleared_and_the_tap_is_reset) {
+TEST_F(ResetTest, PowerThatWasLostIsClearedAndTheTapIsReset) {
     session.control().StatusCache |= SUPPORT_CONDITION;
     unsigned clears = 0;
     session.pod().watch_writes([&](uint16_t port, uint16_t value) {
@@ -221,7 +221,7 @@ TEST_F(Reset, power_that_was_lost_is_cleared_and_the_tap_is_reset) {
     EXPECT_EQ(log.back(), 38U);
 }
 
-TEST_F(Reset, power_that_stays_lost_is_reported) {
+TEST_F(ResetTest, PowerThatStaysLostIsReported) {
     session.control().StatusCache |= SUPPORT_CONDITION;
     session.pod().answer_always(TBC_PORT_SUPPORT, 0x00E1);
     action.verbose = true;
@@ -235,7 +235,7 @@ TEST_F(Reset, power_that_stays_lost_is_reported) {
     EXPECT_FALSE(session.control().powerLossActive);
 }
 
-TEST_F(Reset, every_initialisation_adds_the_configured_delta) {
+TEST_F(ResetTest, EveryInitialisationAddsTheConfiguredDelta) {
     session.get()->tbcVariable.useLinkDelta = true;
     session.get()->tbcVariable.linkDelta = 2;
     EXPECT_EQ(reset(), 0);
@@ -244,7 +244,7 @@ TEST_F(Reset, every_initialisation_adds_the_configured_delta) {
     EXPECT_EQ(session.control().priorConfig, 0x0087);
 }
 
-TEST_F(Reset, a_log_that_is_full_ends_the_reset) {
+TEST_F(ResetTest, ALogThatIsFullEndsTheReset) {
     auto* log = static_cast<LS_LOGFILE*>(session.get()->resetLogHandle);
     action.verbose = true;
     log->logFileEntryMax = 1;
@@ -261,7 +261,7 @@ TEST_F(Reset, a_log_that_is_full_ends_the_reset) {
     log->logFileEntryMax = 256;
 }
 
-TEST_F(Reset, every_flush_that_fails_is_returned) {
+TEST_F(ResetTest, EveryFlushThatFailsIsReturned) {
     // The fourth reads the version, to tell the extended controller; unread, it is another.
     const std::vector<int32_t> codes{-140, -140, -140, 0, -140};
     action.resetHidden = true;
@@ -280,7 +280,7 @@ TEST_F(Reset, every_flush_that_fails_is_returned) {
     }
 }
 
-TEST_F(Reset, checks_its_arguments) {
+TEST_F(ResetTest, ChecksItsArguments) {
     EXPECT_EQ(jsc_Reset(nullptr, &action), -122);
     EXPECT_EQ(jsc_Reset(session.get(), nullptr), -122);
     LogFileInfo info{};
@@ -300,7 +300,7 @@ TEST_F(Reset, checks_its_arguments) {
     session.get()->pJscControl = control;
 }
 
-TEST_F(Reset, the_extended_controller_is_woken_and_refused) {
+TEST_F(ResetTest, TheExtendedControllerIsWokenAndRefused) {
     session.pod().answer_always(TBC_PORT_VERSION, 2);
     EXPECT_EQ(tbc_InitShort(session.get()), -122);
     EXPECT_EQ(session.queued(), "write 1 0004\nwrite 28 f001\nwrite 28 8030\nwrite 28 9030\n");

@@ -52,26 +52,26 @@ protected:
     Variable kept{5};
 };
 
-TEST_F(VariableGroupTest, reads_into_a_scratch_record_and_keeps_a_copy) {
+TEST_F(VariableGroupTest, ReadsIntoAScratchRecordAndKeepsACopy) {
     EXPECT_EQ(run(), 0);
     EXPECT_EQ(calls, "create initial read remove ");
     EXPECT_EQ(kept.value, 11);
 }
 
-TEST_F(VariableGroupTest, reports_a_scratch_record_that_cannot_be_made) {
+TEST_F(VariableGroupTest, ReportsAScratchRecordThatCannotBeMade) {
     create_fails = true;
     EXPECT_EQ(run(), -131);
     EXPECT_EQ(calls, "create ");
     EXPECT_EQ(kept.value, 5);
 }
 
-TEST_F(VariableGroupTest, reports_a_scratch_record_that_cannot_be_released) {
+TEST_F(VariableGroupTest, ReportsAScratchRecordThatCannotBeReleased) {
     remove_fails = true;
     EXPECT_EQ(run(), -132);
     EXPECT_EQ(kept.value, 11);
 }
 
-TEST_F(VariableGroupTest, passes_the_readers_code_on_and_releases_the_scratch_record) {
+TEST_F(VariableGroupTest, PassesTheReadersCodeOnAndReleasesTheScratchRecord) {
     read_code = -448;
     remove_fails = true;
     EXPECT_EQ(run(), -448);

@@ -183,7 +183,7 @@ Record empty_record(void (*initial)(Record*), Read read) {
     return record;
 }
 
-TEST(BoardFilePage, DescribesEveryKeyInTheOrderOfTheReaders) {
+TEST(BoardFilePageTest, DescribesEveryKeyInTheOrderOfTheReaders) {
     std::vector<PageRow> page = page_rows();
     // The emulator's rows fill a record of the reader's own, in which absent keys leave zeros.
     const ZDL_Variable zdl = {};
@@ -199,7 +199,7 @@ TEST(BoardFilePage, DescribesEveryKeyInTheOrderOfTheReaders) {
     EXPECT_TRUE(page.empty()) << "the page describes a key that is none: " << page.front()[kKey];
 }
 
-TEST(BoardFilePage, EveryOwnTypeIsAKeys) {
+TEST(BoardFilePageTest, EveryOwnTypeIsAKeys) {
     std::set<std::string> keys;
     for (const auto rows : {zdl_keys(), tbc_keys(), pll_keys(), kelm_keys(), qel_keys()}) {
         for (const KeyRow& row : rows) {

@@ -73,42 +73,42 @@ const Family<KELM_Variable> kFamily = {
     .empty_effect = empty_host_name,
 };
 
-TEST(KelmVariable, InitialIsZero) {
+TEST(KelmVariableTest, InitialIsZero) {
     EXPECT_EQ(describe(initial_record(kFamily)), describe(KELM_Variable{}));
 }
 
-TEST(KelmVariable, NullArgumentsAreRefused) {
+TEST(KelmVariableTest, NullArgumentsAreRefused) {
     check_null_arguments(kFamily);
 }
-TEST(KelmVariable, ContextsAreAskedForFirst) {
+TEST(KelmVariableTest, ContextsAreAskedForFirst) {
     check_contexts(kFamily);
 }
-TEST(KelmVariable, EmptyConfigurationEndsAtTheLogMode) {
+TEST(KelmVariableTest, EmptyConfigurationEndsAtTheLogMode) {
     check_empty(kFamily);
 }
-TEST(KelmVariable, FullConfigurationIsReadInOrder) {
+TEST(KelmVariableTest, FullConfigurationIsReadInOrder) {
     check_full(kFamily);
 }
-TEST(KelmVariable, HostErrorOfALookupEndsTheReading) {
+TEST(KelmVariableTest, HostErrorOfALookupEndsTheReading) {
     check_lookup_errors(kFamily);
 }
-TEST(KelmVariable, HostErrorOfAReadEndsTheReading) {
+TEST(KelmVariableTest, HostErrorOfAReadEndsTheReading) {
     check_read_errors(kFamily);
 }
-TEST(KelmVariable, BadTextGivesTheHostsCode) {
+TEST(KelmVariableTest, BadTextGivesTheHostsCode) {
     check_bad_texts(kFamily);
 }
-TEST(KelmVariable, FlagsOfAbsentKeysAreCleared) {
+TEST(KelmVariableTest, FlagsOfAbsentKeysAreCleared) {
     check_flags_of_absent_keys(kFamily);
 }
-TEST(KelmVariable, EachKeyMayBeAbsent) {
+TEST(KelmVariableTest, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }
-TEST(KelmVariable, AbsentKeysAreReadButForTheLogType) {
+TEST(KelmVariableTest, AbsentKeysAreReadButForTheLogType) {
     check_read_errors_though_absent(kFamily);
 }
 
-TEST(KelmVariable, AbsentKeysTakeTheHostsEmptyAnswer) {
+TEST(KelmVariableTest, AbsentKeysTakeTheHostsEmptyAnswer) {
     RecordingConfig config(Config::Keys{{"KELM.RMT_HOST", "h"}, {"KELM.POD_LOGMODE", "no"}});
     KELM_Variable record = initial_record(kFamily);
     record.remotePort = 9;
@@ -128,7 +128,7 @@ TEST(KelmVariable, AbsentKeysTakeTheHostsEmptyAnswer) {
     EXPECT_EQ(describe(record), describe(expected));
 }
 
-TEST(KelmVariable, RemotePortCountsOnlyWithAHost) {
+TEST(KelmVariableTest, RemotePortCountsOnlyWithAHost) {
     const auto outcome = read_config(kFamily, {{"KELM.RMT_PORT", "4711"}});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(outcome.record.remotePort, 0u);
@@ -136,7 +136,7 @@ TEST(KelmVariable, RemotePortCountsOnlyWithAHost) {
     EXPECT_EQ(std::ranges::count(outcome.asked, "KELM.RMT_PORT"), 0);
 }
 
-TEST(KelmVariable, LogKeysCountWithTheLogModeWhateverItSays) {
+TEST(KelmVariableTest, LogKeysCountWithTheLogModeWhateverItSays) {
     for (const char* mode : {"yes", "no"}) {
         RecordingConfig config(Config::Keys{{"KELM.POD_LOGMODE", mode},
                                             {"KELM.POD_LOGTYPE", "verbose"},
@@ -155,7 +155,7 @@ TEST(KelmVariable, LogKeysCountWithTheLogModeWhateverItSays) {
     EXPECT_EQ(without.record.pLogFileNameValue, nullptr);
 }
 
-TEST(KelmVariable, LogTypeTakesItsWordsAndLeavesTheRest) {
+TEST(KelmVariableTest, LogTypeTakesItsWordsAndLeavesTheRest) {
     const char* const words[] = {"verbose", "brief", nullptr};
     for (const bool before : {false, true}) {
         for (std::string text : texts_for(words)) {
@@ -173,7 +173,7 @@ TEST(KelmVariable, LogTypeTakesItsWordsAndLeavesTheRest) {
     }
 }
 
-TEST(KelmVariable, UnknownLogTypeIsNoError) {
+TEST(KelmVariableTest, UnknownLogTypeIsNoError) {
     RecordingConfig config(
         Config::Keys{{"KELM.POD_LOGMODE", "yes"}, {"KELM.POD_LOGTYPE", "quiet"}});
     KELM_Variable record = initial_record(kFamily);
@@ -182,7 +182,7 @@ TEST(KelmVariable, UnknownLogTypeIsNoError) {
     EXPECT_TRUE(record.logFileVerbose);
 }
 
-TEST(KelmVariable, TextsAreTheHostsOwn) {
+TEST(KelmVariableTest, TextsAreTheHostsOwn) {
     static const char host[] = "remote";
     RecordingConfig config;
     config.set_raw("KELM.RMT_HOST", host, 99);
@@ -191,7 +191,7 @@ TEST(KelmVariable, TextsAreTheHostsOwn) {
     EXPECT_EQ(outcome.record.hostNameLength, 99u);
 }
 
-TEST(KelmVariable, AbsentLogFileIsNamedByTheHost) {
+TEST(KelmVariableTest, AbsentLogFileIsNamedByTheHost) {
     RecordingConfig config(Config::Keys{{"KELM.POD_LOGMODE", "yes"}});
     config.set_absent_answer("KELM.POD_LOGFILE", "host.log", 8);
     const auto outcome = read_config(kFamily, config);
@@ -201,7 +201,7 @@ TEST(KelmVariable, AbsentLogFileIsNamedByTheHost) {
     EXPECT_FALSE(outcome.record.useLogFileName);
 }
 
-TEST(KelmVariable, CreateAndDelete) {
+TEST(KelmVariableTest, CreateAndDelete) {
     EXPECT_TRUE(READ_KelmCreate(nullptr));
     EXPECT_TRUE(READ_KelmDelete(nullptr));
     KELM_Variable* record = nullptr;

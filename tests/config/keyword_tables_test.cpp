@@ -4,7 +4,7 @@ namespace {
 
 using test_support::expect_table;
 
-TEST(KeywordTables, ScanController) {
+TEST(KeywordTablesTest, ScanController) {
     expect_table(gTdoEdgeTitle, gTdoEdgeValue, {{"default", 1}, {"rise", 0}, {"fall", 1}});
     expect_table(gTdiEdgeTitle, gTdiEdgeValue, {{"default", 0}, {"rise", 0}, {"fall", 1}});
     expect_table(gBootModeTitle, gBootModeValue, {{"disable", 0}, {"enable", 1}});
@@ -21,7 +21,7 @@ TEST(KeywordTables, ScanController) {
                  {{"default", 0}, {"disable", 0}, {"automatic", 1}});
 }
 
-TEST(KeywordTables, ForHosts) {
+TEST(KeywordTablesTest, ForHosts) {
     expect_table(gSignalTitle, gSignalValue,
                  {{"LOW", 0}, {"HIGH", 1}, {"ACTIVE_LOW", 0}, {"ACTIVE_HIGH", 1}});
     expect_table(gStateTitle, gStateValue,

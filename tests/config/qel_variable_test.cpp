@@ -94,7 +94,7 @@ Family<QEL_Variable> family_of(uint32_t version) {
     return family;
 }
 
-class QelVariableOfVersion : public testing::TestWithParam<uint32_t> {
+class QelVariableOfVersionTest : public testing::TestWithParam<uint32_t> {
 protected:
     Family<QEL_Variable> family_ = family_of(GetParam());
     Config::Keys version_ = {{"KELM.POD_EMUVERSION", std::to_string(GetParam())}};
@@ -106,9 +106,9 @@ protected:
     }
 };
 
-INSTANTIATE_TEST_SUITE_P(All, QelVariableOfVersion, testing::Values(1u, 2u, 3u, 4u));
+INSTANTIATE_TEST_SUITE_P(All, QelVariableOfVersionTest, testing::Values(1u, 2u, 3u, 4u));
 
-TEST(QelVariable, InitialIsTheDefaults) {
+TEST(QelVariableTest, InitialIsTheDefaults) {
     QEL_Variable expected = {};
     expected.tdoedge = expected.tdiload = expected.tckload = expected.aw = true;
     expected.tckdiv = 10;
@@ -119,29 +119,29 @@ TEST(QelVariable, InitialIsTheDefaults) {
     EXPECT_EQ(describe(initial_record(family_of(1))), describe(expected));
 }
 
-TEST(QelVariable, NullArgumentsAreRefused) {
+TEST(QelVariableTest, NullArgumentsAreRefused) {
     check_null_arguments(family_of(1));
 }
-TEST(QelVariable, ContextsAreAskedForFirst) {
+TEST(QelVariableTest, ContextsAreAskedForFirst) {
     check_contexts(family_of(1));
 }
-TEST(QelVariable, EmptyConfigurationIsVersionOne) {
+TEST(QelVariableTest, EmptyConfigurationIsVersionOne) {
     check_empty(family_of(1));
 }
-TEST_P(QelVariableOfVersion, FullConfigurationIsReadInOrder) {
+TEST_P(QelVariableOfVersionTest, FullConfigurationIsReadInOrder) {
     check_full(family_);
 }
-TEST_P(QelVariableOfVersion, HostErrorOfALookupEndsTheReading) {
+TEST_P(QelVariableOfVersionTest, HostErrorOfALookupEndsTheReading) {
     check_lookup_errors(family_);
 }
-TEST_P(QelVariableOfVersion, HostErrorOfAReadEndsTheReading) {
+TEST_P(QelVariableOfVersionTest, HostErrorOfAReadEndsTheReading) {
     check_read_errors(family_);
 }
-TEST_P(QelVariableOfVersion, BadTextGivesTheHostsCode) {
+TEST_P(QelVariableOfVersionTest, BadTextGivesTheHostsCode) {
     check_bad_texts(family_);
 }
 
-TEST_P(QelVariableOfVersion, AbsentKeysKeepTheDefaults) {
+TEST_P(QelVariableOfVersionTest, AbsentKeysKeepTheDefaults) {
     const auto outcome = read_config(family_, version_);
     EXPECT_EQ(outcome.code, 0);
     QEL_Variable expected = expected_after(family_, 0);
@@ -151,7 +151,7 @@ TEST_P(QelVariableOfVersion, AbsentKeysKeepTheDefaults) {
     EXPECT_EQ(outcome.asked, first_keys(family_, family_.cases.size()));
 }
 
-TEST_P(QelVariableOfVersion, EachKeyMayBeAbsent) {
+TEST_P(QelVariableOfVersionTest, EachKeyMayBeAbsent) {
     // Version last: without it the keys are those of version 1.
     for (size_t at = 0; at < family_.cases.size(); ++at) {
         const std::string key = family_.cases[at].key;
@@ -177,7 +177,7 @@ TEST_P(QelVariableOfVersion, EachKeyMayBeAbsent) {
     }
 }
 
-TEST(QelVariable, AbsentSerialAndClampAreSetAgain) {
+TEST(QelVariableTest, AbsentSerialAndClampAreSetAgain) {
     RecordingConfig config(Config::Keys{{"KELM.POD_EMUVERSION", "3"}});
     QEL_Variable record = initial_record(family_of(3));
     record.sn = 5;
@@ -189,7 +189,7 @@ TEST(QelVariable, AbsentSerialAndClampAreSetAgain) {
 
 // ---- limits ------------------------------------------------------------------------------------
 
-TEST(QelVariable, VersionIsOneToFour) {
+TEST(QelVariableTest, VersionIsOneToFour) {
     for (const char* text : {"1", "2", "3", "4"}) {
         EXPECT_EQ(read_config(family_of(1), {{"KELM.POD_EMUVERSION", text}}).code, 0) << text;
     }
@@ -221,7 +221,7 @@ const Limit kLimits[] = {
     {"KELM.POD_EMU1_MODE", &QEL_Variable::e1mode, {kNoKey, kNoKey, 2, 2}},
 };
 
-TEST_P(QelVariableOfVersion, NumbersHaveTheirLimits) {
+TEST_P(QelVariableOfVersionTest, NumbersHaveTheirLimits) {
     for (const Limit& limit : kLimits) {
         SCOPED_TRACE(limit.key);
         const uint32_t most = limit.most[GetParam() - 1];
@@ -247,7 +247,7 @@ TEST_P(QelVariableOfVersion, NumbersHaveTheirLimits) {
 }
 
 // The record's own value is held to the limit when the key is absent.
-TEST_P(QelVariableOfVersion, LimitsHoldThoughTheKeyIsAbsent) {
+TEST_P(QelVariableOfVersionTest, LimitsHoldThoughTheKeyIsAbsent) {
     for (const Limit& limit : kLimits) {
         const uint32_t most = limit.most[GetParam() - 1];
         if (limit.field == &QEL_Variable::vclamp) {
@@ -272,7 +272,7 @@ TEST_P(QelVariableOfVersion, LimitsHoldThoughTheKeyIsAbsent) {
 
 // ---- slow clock --------------------------------------------------------------------------------
 
-TEST(QelVariable, SlowClockOfVersionOneFollowsTheDivider) {
+TEST(QelVariableTest, SlowClockOfVersionOneFollowsTheDivider) {
     for (uint32_t divider = 0; divider <= 12; ++divider) {
         for (const bool prediv : {false, true}) {
             for (const bool adaptive : {false, true}) {
@@ -289,7 +289,7 @@ TEST(QelVariable, SlowClockOfVersionOneFollowsTheDivider) {
     }
 }
 
-TEST(QelVariable, SlowClockKeyOverrulesWhatWasComputed) {
+TEST(QelVariableTest, SlowClockKeyOverrulesWhatWasComputed) {
     for (const char* divider : {"6", "7"}) {
         for (const char* key : {"no", "yes"}) {
             const auto outcome = read_config(
@@ -300,7 +300,7 @@ TEST(QelVariable, SlowClockKeyOverrulesWhatWasComputed) {
     }
 }
 
-TEST_P(QelVariableOfVersion, SlowClockKeyIsForVersionOneOnly) {
+TEST_P(QelVariableOfVersionTest, SlowClockKeyIsForVersionOneOnly) {
     const auto outcome = read("KELM.POD_SLOWCLK", "no");
     EXPECT_EQ(outcome.code, 0);
     EXPECT_FALSE(outcome.record.slowclk);
@@ -309,7 +309,7 @@ TEST_P(QelVariableOfVersion, SlowClockKeyIsForVersionOneOnly) {
     EXPECT_EQ(adaptive.record.slowclk, GetParam() == 1);
 }
 
-TEST(QelVariable, CreateAndDelete) {
+TEST(QelVariableTest, CreateAndDelete) {
     EXPECT_TRUE(READ_QelCreate(nullptr));
     EXPECT_TRUE(READ_QelDelete(nullptr));
     QEL_Variable* record = nullptr;

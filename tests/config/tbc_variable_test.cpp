@@ -150,45 +150,45 @@ void expect_record(const Config::Keys& keys, Change change) {
     EXPECT_EQ(describe(outcome.record), describe(expected));
 }
 
-TEST(TbcVariable, InitialIsZeroButForTheSlowFrequencyAndThePinMap) {
+TEST(TbcVariableTest, InitialIsZeroButForTheSlowFrequencyAndThePinMap) {
     TBC_Variable expected = {};
     expected.slowFreq = 20000;
     expected.bootPinMap = LS_TRD02_TRD01;
     EXPECT_EQ(describe(initial_record(kFamily)), describe(expected));
 }
 
-TEST(TbcVariable, NullArgumentsAreRefused) {
+TEST(TbcVariableTest, NullArgumentsAreRefused) {
     check_null_arguments(kFamily);
 }
-TEST(TbcVariable, ContextsAreAskedForFirst) {
+TEST(TbcVariableTest, ContextsAreAskedForFirst) {
     check_contexts(kFamily);
 }
-TEST(TbcVariable, EmptyConfigurationKeepsTheInitialRecord) {
+TEST(TbcVariableTest, EmptyConfigurationKeepsTheInitialRecord) {
     check_empty(kFamily);
 }
-TEST(TbcVariable, FullConfigurationIsReadInOrder) {
+TEST(TbcVariableTest, FullConfigurationIsReadInOrder) {
     check_full(kFamily);
 }
-TEST(TbcVariable, HostErrorOfALookupEndsTheReading) {
+TEST(TbcVariableTest, HostErrorOfALookupEndsTheReading) {
     check_lookup_errors(kFamily);
 }
-TEST(TbcVariable, HostErrorOfAReadEndsTheReading) {
+TEST(TbcVariableTest, HostErrorOfAReadEndsTheReading) {
     check_read_errors(kFamily);
 }
-TEST(TbcVariable, BadTextGivesTheCodeOfItsKey) {
+TEST(TbcVariableTest, BadTextGivesTheCodeOfItsKey) {
     check_bad_texts(kFamily);
 }
-TEST(TbcVariable, FlagsOfAbsentKeysAreCleared) {
+TEST(TbcVariableTest, FlagsOfAbsentKeysAreCleared) {
     check_flags_of_absent_keys(kFamily);
 }
-TEST(TbcVariable, EachKeyMayBeAbsent) {
+TEST(TbcVariableTest, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }
-TEST(TbcVariable, AbsentKeysAreNotRead) {
+TEST(TbcVariableTest, AbsentKeysAreNotRead) {
     check_read_errors_though_absent(kFamily);
 }
 
-TEST(TbcVariable, AbsentKeysOverwriteWhatARecordHeld) {
+TEST(TbcVariableTest, AbsentKeysOverwriteWhatARecordHeld) {
     RecordingConfig config;
     TBC_Variable record = initial_record(kFamily);
     record.fastClock = record.slowClock = record.tdoEdgeFall = record.tdiEdgeFall = true;
@@ -211,20 +211,20 @@ TEST(TbcVariable, AbsentKeysOverwriteWhatARecordHeld) {
 
 // ---- words -------------------------------------------------------------------------------------
 
-TEST(TbcVariable, EdgesTakeTheirWords) {
+TEST(TbcVariableTest, EdgesTakeTheirWords) {
     check_words(kFamily, "VEXIL.TDOEDGE", gTdoEdgeTitle, gTdoEdgeValue, &TBC_Variable::tdoEdgeFall,
                 kBadValue);
     check_words(kFamily, "VEXIL.TDIEDGE", gTdiEdgeTitle, gTdiEdgeValue, &TBC_Variable::tdiEdgeFall,
                 kBadValue);
 }
 
-TEST(TbcVariable, DefaultEdgeFallsForTdoAndRisesForTdi) {
+TEST(TbcVariableTest, DefaultEdgeFallsForTdoAndRisesForTdi) {
     EXPECT_TRUE(read_tbc({{"VEXIL.TDOEDGE", "default"}}).record.tdoEdgeFall);
     EXPECT_TRUE(read_tbc({{"VEXIL.TDOEDGE", "d"}}).record.tdoEdgeFall);
     EXPECT_FALSE(read_tbc({{"VEXIL.TDIEDGE", "default"}}).record.tdiEdgeFall);
 }
 
-TEST(TbcVariable, PinMapAndIsolationTakeTheirWords) {
+TEST(TbcVariableTest, PinMapAndIsolationTakeTheirWords) {
     check_words(kFamily, "VEXIL.BOOT_PINMAP", gBootPinMapTitle, gBootPinMapValue,
                 &TBC_Variable::bootPinMap, -228);
     check_words(kFamily, "VEXIL.JTAG_ISOLATE", gJtagIsolateTitle, gJtagIsolateValue,
@@ -233,7 +233,7 @@ TEST(TbcVariable, PinMapAndIsolationTakeTheirWords) {
     EXPECT_EQ(read_tbc({{"VEXIL.JTAG_ISOLATE", "enabled"}}).code, kBadValue);
 }
 
-TEST(TbcVariable, EndDelayOfDefaultIsZeroAndCountsAsThere) {
+TEST(TbcVariableTest, EndDelayOfDefaultIsZeroAndCountsAsThere) {
     const char* const words[] = {"default", nullptr};
     check_words(kFamily, "VEXIL.END_DELAY_ONCE", words, nullptr, &TBC_Variable::forceOnceEnd,
                 kBadValue);
@@ -245,13 +245,13 @@ TEST(TbcVariable, EndDelayOfDefaultIsZeroAndCountsAsThere) {
                   EFFECT(r.useForceManyEnd = true; r.forceManyEnd = 0xFFFFFFFFu));
 }
 
-TEST(TbcVariable, NoTextAtAllIsNoWord) {
+TEST(TbcVariableTest, NoTextAtAllIsNoWord) {
     RecordingConfig config;
     config.set_raw("VEXIL.TDOEDGE", nullptr, 4);
     EXPECT_EQ(read_config(kFamily, config).code, kBadValue);
 }
 
-TEST(TbcVariable, CountedLengthRulesTheComparison) {
+TEST(TbcVariableTest, CountedLengthRulesTheComparison) {
     struct {
         const char* text;
         uint32_t length;
@@ -272,7 +272,7 @@ TEST(TbcVariable, CountedLengthRulesTheComparison) {
 
 // ---- clock choice ------------------------------------------------------------------------------
 
-TEST(TbcVariable, SlowClockWinsOverFastClock) {
+TEST(TbcVariableTest, SlowClockWinsOverFastClock) {
     expect_record({{"VEXIL.FASTCLK", "yes"}}, EFFECT(r.fastClock = r.useFastClock = true));
     expect_record({{"VEXIL.FASTCLK", "yes"}, {"VEXIL.SLOWCLK", "no"}},
                   EFFECT(r.fastClock = r.useFastClock = r.useSlowClock = true));
@@ -282,7 +282,7 @@ TEST(TbcVariable, SlowClockWinsOverFastClock) {
                   EFFECT(r.slowClock = r.useSlowClock = true));
 }
 
-TEST(TbcVariable, SlowFrequencyForcesTheSlowClock) {
+TEST(TbcVariableTest, SlowFrequencyForcesTheSlowClock) {
     struct {
         const char* text;
         uint32_t kept;
@@ -307,7 +307,7 @@ TEST(TbcVariable, SlowFrequencyForcesTheSlowClock) {
 
 // ---- link delay --------------------------------------------------------------------------------
 
-TEST(TbcVariable, LinkModeTakesItsWords) {
+TEST(TbcVariableTest, LinkModeTakesItsWords) {
     for (const std::string& text : texts_for(gLinkModeTitle)) {
         SCOPED_TRACE("mode " + text);
         const auto outcome = read_tbc({{"VEXIL.LINKDELAY_MODE", text},
@@ -322,7 +322,7 @@ TEST(TbcVariable, LinkModeTakesItsWords) {
     }
 }
 
-TEST(TbcVariable, DisabledLinkModeLeavesTheLinkAlone) {
+TEST(TbcVariableTest, DisabledLinkModeLeavesTheLinkAlone) {
     RecordingConfig config(Config::Keys{{"VEXIL.LINKDELAY_MODE", "disable"},
                                         {"VEXIL.LINKDLY", "9"},
                                         {"VEXIL.LINKDELAY_VALUE", "8"}});
@@ -338,7 +338,7 @@ TEST(TbcVariable, DisabledLinkModeLeavesTheLinkAlone) {
     EXPECT_EQ(describe(record), describe(expected));
 }
 
-TEST(TbcVariable, LinkDelayTextDecides) {
+TEST(TbcVariableTest, LinkDelayTextDecides) {
     const struct {
         const char* text;
         JTI_Error code;
@@ -380,7 +380,7 @@ TEST(TbcVariable, LinkDelayTextDecides) {
     }
 }
 
-TEST(TbcVariable, SignOfTheLinkDelayChoosesTheReadOfTheNumber) {
+TEST(TbcVariableTest, SignOfTheLinkDelayChoosesTheReadOfTheNumber) {
     using enum RecordingConfig::Read;
     const struct {
         const char* text;
@@ -402,7 +402,7 @@ TEST(TbcVariable, SignOfTheLinkDelayChoosesTheReadOfTheNumber) {
     }
 }
 
-TEST(TbcVariable, OlderLinkKeyFailsAsTheNewerOne) {
+TEST(TbcVariableTest, OlderLinkKeyFailsAsTheNewerOne) {
     RecordingConfig lookup(Config::Keys{{"VEXIL.LINKDLY", "5"}});
     lookup.fail_lookup("VEXIL.LINKDLY", kHostError);
     EXPECT_EQ(read_config(kFamily, lookup).code, kHostError);
@@ -411,14 +411,14 @@ TEST(TbcVariable, OlderLinkKeyFailsAsTheNewerOne) {
     EXPECT_EQ(read_config(kFamily, text).code, kHostError);
 }
 
-TEST(TbcVariable, LinkDelayOfNoTextIsReadAsANumber) {
+TEST(TbcVariableTest, LinkDelayOfNoTextIsReadAsANumber) {
     RecordingConfig config;
     config.set_raw("VEXIL.LINKDLY", nullptr, 3);
     config.fail_read("VEXIL.LINKDLY", RecordingConfig::Read::unsigned32, kHostError);
     EXPECT_EQ(read_config(kFamily, config).code, kBadValue);
 }
 
-TEST(TbcVariable, LinkDelayReplacesWhatARecordHeld) {
+TEST(TbcVariableTest, LinkDelayReplacesWhatARecordHeld) {
     RecordingConfig config(Config::Keys{{"VEXIL.LINKDLY", "default"}});
     TBC_Variable record = initial_record(kFamily);
     record.linkAuto = record.useLinkAuto = record.useLinkDelta = record.useLinkDelay = true;
@@ -460,7 +460,7 @@ const PinGroup kGroups[] = {
      USE(usePodLoopValue), -226, -227},
 };
 
-TEST(TbcVariable, PinGroupValuesTakeTheirWords) {
+TEST(TbcVariableTest, PinGroupValuesTakeTheirWords) {
     for (const PinGroup& group : kGroups) {
         check_words(kFamily, group.value_key, group.value_titles, group.value_values, group.value,
                     group.bad_value, {{group.mode_key, "enable"}});
@@ -471,7 +471,7 @@ TEST(TbcVariable, PinGroupValuesTakeTheirWords) {
 }
 
 // "" stands for an absent key.
-TEST(TbcVariable, PinGroupIsActiveWithBothOrNotAtAll) {
+TEST(TbcVariableTest, PinGroupIsActiveWithBothOrNotAtAll) {
     for (const PinGroup& group : kGroups) {
         std::vector<std::string> values = {""};
         for (int i = 0; group.value_titles[i] != nullptr; ++i) {
@@ -502,7 +502,7 @@ TEST(TbcVariable, PinGroupIsActiveWithBothOrNotAtAll) {
     }
 }
 
-TEST(TbcVariable, PinGroupModeStaysAfterABadValue) {
+TEST(TbcVariableTest, PinGroupModeStaysAfterABadValue) {
     for (const PinGroup& group : kGroups) {
         const auto outcome =
             read_tbc({{group.mode_key, "enable"}, {group.value_key, "no such level"}});
@@ -515,7 +515,7 @@ TEST(TbcVariable, PinGroupModeStaysAfterABadValue) {
 
 // ---- record on the heap ------------------------------------------------------------------------
 
-TEST(TbcVariable, CreateAndDelete) {
+TEST(TbcVariableTest, CreateAndDelete) {
     EXPECT_TRUE(READ_TbcCreate(nullptr));
     EXPECT_TRUE(READ_TbcDelete(nullptr));
     TBC_Variable* record = nullptr;

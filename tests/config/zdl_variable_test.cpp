@@ -65,39 +65,39 @@ Outcome<ZDL_Variable> read_zdl(const Config::Keys& keys) {
     return read_config(kFamily, keys);
 }
 
-TEST(ZdlVariable, InitialIsEmpty) {
+TEST(ZdlVariableTest, InitialIsEmpty) {
     EXPECT_EQ(describe(initial_record(kFamily)), describe(ZDL_Variable{}));
 }
 
-TEST(ZdlVariable, NullArgumentsAreRefused) {
+TEST(ZdlVariableTest, NullArgumentsAreRefused) {
     check_null_arguments(kFamily);
 }
-TEST(ZdlVariable, ContextsAreAskedForFirst) {
+TEST(ZdlVariableTest, ContextsAreAskedForFirst) {
     check_contexts(kFamily);
 }
-TEST(ZdlVariable, EmptyConfigurationAsksForTheDriversOnly) {
+TEST(ZdlVariableTest, EmptyConfigurationAsksForTheDriversOnly) {
     check_empty(kFamily);
 }
-TEST(ZdlVariable, FullConfigurationIsReadInOrder) {
+TEST(ZdlVariableTest, FullConfigurationIsReadInOrder) {
     check_full(kFamily);
 }
-TEST(ZdlVariable, HostErrorOfALookupLeavesTheRecord) {
+TEST(ZdlVariableTest, HostErrorOfALookupLeavesTheRecord) {
     check_lookup_errors(kFamily);
 }
-TEST(ZdlVariable, HostErrorOfAReadLeavesTheRecord) {
+TEST(ZdlVariableTest, HostErrorOfAReadLeavesTheRecord) {
     check_read_errors(kFamily);
 }
-TEST(ZdlVariable, BadTextGivesTheHostsCode) {
+TEST(ZdlVariableTest, BadTextGivesTheHostsCode) {
     check_bad_texts(kFamily);
 }
-TEST(ZdlVariable, EachKeyMayBeAbsent) {
+TEST(ZdlVariableTest, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }
-TEST(ZdlVariable, AbsentKeysAreReadAllTheSame) {
+TEST(ZdlVariableTest, AbsentKeysAreReadAllTheSame) {
     check_read_errors_though_absent(kFamily);
 }
 
-TEST(ZdlVariable, PathIsCutToTheFileName) {
+TEST(ZdlVariableTest, PathIsCutToTheFileName) {
     const struct {
         const char* path;
         const char* file;
@@ -122,7 +122,7 @@ TEST(ZdlVariable, PathIsCutToTheFileName) {
     }
 }
 
-TEST(ZdlVariable, TextsHaveAtMost256Characters) {
+TEST(ZdlVariableTest, TextsHaveAtMost256Characters) {
     const struct {
         const char* key;
         char (ZDL_Variable::*field)[ZDL_NAME_SIZE];
@@ -148,7 +148,7 @@ TEST(ZdlVariable, TextsHaveAtMost256Characters) {
     }
 }
 
-TEST(ZdlVariable, LengthCountsThoughTheKeyIsAbsent) {
+TEST(ZdlVariableTest, LengthCountsThoughTheKeyIsAbsent) {
     for (const char* key : {"VEXIL.ECOM_DRVR", "KELM.POD_DRVR", "KELM.POD_SERIAL"}) {
         RecordingConfig config;
         fill(kFamily, config).set_absent_answer(key, "", 257);
@@ -157,7 +157,7 @@ TEST(ZdlVariable, LengthCountsThoughTheKeyIsAbsent) {
 }
 
 // A length that disagrees with the NUL: what both agree on counts.
-TEST(ZdlVariable, WrongLengthsNeitherOverflowNorOverread) {
+TEST(ZdlVariableTest, WrongLengthsNeitherOverflowNorOverread) {
     const struct {
         const char* text;
         uint32_t length;
@@ -187,7 +187,7 @@ TEST(ZdlVariable, WrongLengthsNeitherOverflowNorOverread) {
     EXPECT_EQ(outcome.record.serialNameKelm, std::string(10, 'e'));
 }
 
-TEST(ZdlVariable, EmptySerialKeepsThePort) {
+TEST(ZdlVariableTest, EmptySerialKeepsThePort) {
     const auto outcome =
         read_zdl({{"KELM.POD_DRVR", "p"}, {"KELM.POD_PORT", "3"}, {"KELM.POD_SERIAL", ""}});
     EXPECT_EQ(outcome.code, 0);
@@ -200,20 +200,20 @@ TEST(ZdlVariable, EmptySerialKeepsThePort) {
     EXPECT_FALSE(alone.record.usePortKelm);
 }
 
-TEST(ZdlVariable, SerialSetsThePortWithoutAPortKey) {
+TEST(ZdlVariableTest, SerialSetsThePortWithoutAPortKey) {
     const auto outcome = read_zdl({{"KELM.POD_DRVR", "p"}, {"KELM.POD_SERIAL", "POD-0042"}});
     EXPECT_EQ(outcome.code, 0);
     EXPECT_EQ(outcome.record.portAddressKelm, kSerialHash);
     EXPECT_TRUE(outcome.record.usePortKelm);
 }
 
-TEST(ZdlVariable, SerialBytesAreHashedAsSigned) {
+TEST(ZdlVariableTest, SerialBytesAreHashedAsSigned) {
     // 5381 * 33 = 177573, exclusive-or 0xFFFFFFE9.
     const auto outcome = read_zdl({{"KELM.POD_DRVR", "p"}, {"KELM.POD_SERIAL", "\xE9"}});
     EXPECT_EQ(outcome.record.portAddressKelm, 177573u ^ 0xFFFFFFE9u);
 }
 
-TEST(ZdlVariable, PortsCountOnlyWithTheirDriver) {
+TEST(ZdlVariableTest, PortsCountOnlyWithTheirDriver) {
     const auto outcome = read_zdl(
         {{"VEXIL.ECOM_PORT", "5"}, {"KELM.POD_PORT", "3"}, {"KELM.POD_SERIAL", "POD-0042"}});
     EXPECT_EQ(outcome.code, 0);
@@ -221,7 +221,7 @@ TEST(ZdlVariable, PortsCountOnlyWithTheirDriver) {
     EXPECT_EQ(outcome.asked, kFamily.asked_on_empty);
 }
 
-TEST(ZdlVariable, AbsentKeysLeaveWhatARecordHeld) {
+TEST(ZdlVariableTest, AbsentKeysLeaveWhatARecordHeld) {
     RecordingConfig config;
     ZDL_Variable record = initial_record(kFamily);
     record.useDrvrEcom = true;
@@ -235,7 +235,7 @@ TEST(ZdlVariable, AbsentKeysLeaveWhatARecordHeld) {
 
 // ---- choice of the driver ----------------------------------------------------------------------
 
-TEST(ZdlPseudo, EcomComesBeforeThePod) {
+TEST(ZdlPseudoTest, EcomComesBeforeThePod) {
     const struct {
         bool ecom;
         bool pod;
@@ -259,11 +259,11 @@ TEST(ZdlPseudo, EcomComesBeforeThePod) {
     }
 }
 
-TEST(ZdlPseudo, NullIsRefused) {
+TEST(ZdlPseudoTest, NullIsRefused) {
     EXPECT_EQ(Make_ZdlPseudo(nullptr), eJTI_ERROR_BAD_ARGUMENT);
 }
 
-TEST(ZdlVariable, CreateAndDelete) {
+TEST(ZdlVariableTest, CreateAndDelete) {
     EXPECT_TRUE(READ_ZdlCreate(nullptr));
     EXPECT_TRUE(READ_ZdlDelete(nullptr));
     ZDL_Variable* record = nullptr;

@@ -30,9 +30,9 @@ constexpr const char* restore_text = "write 23 0000\nwrite 23 0000\nwrite 23 fff
                                      "write 16 0000\nwrite 4 0000\nwrite 12 0000\n"
                                      "write 10 6001\nwrite 10 7004\n";
 
-class Detect : public testing::Test {
+class DetectTest : public testing::Test {
 protected:
-    Detect() { EXPECT_EQ(handle.open(), 0); }
+    DetectTest() { EXPECT_EQ(handle.open(), 0); }
 
     // The verdict on five words read back, and what was printed.
     std::pair<int32_t, std::string> verdict_on(const Words& words) {
@@ -51,7 +51,7 @@ protected:
     BareHandle handle;
 };
 
-TEST_F(Detect, APerfectLoopBack) {
+TEST_F(DetectTest, APerfectLoopBack) {
     handle.control.priorConfig = 0x1234;
     testing::internal::CaptureStdout();
     EXPECT_EQ(CheckCtlrExist(handle.get()), 0);
@@ -65,7 +65,7 @@ TEST_F(Detect, APerfectLoopBack) {
     EXPECT_EQ(proxy.pod().last_batch().body(), restore_text);
 }
 
-TEST_F(Detect, TheTestRunsWithItsOwnConfiguration) {
+TEST_F(DetectTest, TheTestRunsWithItsOwnConfiguration) {
     std::vector<uint16_t> configs;
     proxy.pod().watch_writes([&](uint16_t port, uint16_t value) {
         if (port == TBC_PORT_CONFIG) {
@@ -111,7 +111,7 @@ int32_t model_verdict(const Words& words) {
     return result;
 }
 
-TEST_F(Detect, StuckBytes) {
+TEST_F(DetectTest, StuckBytes) {
     Words high_ones{};
     Words low_ones{};
     Words high_zeros{};
@@ -131,7 +131,7 @@ TEST_F(Detect, StuckBytes) {
     EXPECT_EQ(verdict_on(expected_words), Verdict(0, ""));
 }
 
-TEST_F(Detect, CorruptWordsArePrinted) {
+TEST_F(DetectTest, CorruptWordsArePrinted) {
     const auto [all_ones, ones_printed] = verdict_on({0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF});
     EXPECT_EQ(all_ones, -171);
     EXPECT_EQ(ones_printed, "ffff 5ac3\nffff a53c\nffff 0f0f\nffff 3ca5\nffff c35a\n");
@@ -146,7 +146,7 @@ TEST_F(Detect, CorruptWordsArePrinted) {
 }
 
 // Bytes that are right, stuck or wrong, in every combination by word.
-TEST_F(Detect, EveryPatternGetsTheVerdictOfTheRules) {
+TEST_F(DetectTest, EveryPatternGetsTheVerdictOfTheRules) {
     std::mt19937 random(1);
     const auto byte_of = [&](uint16_t right, unsigned way) {
         const std::array<unsigned, 4> ways = {right, 0xFF, 0x00, right ^ 0x10U};
@@ -174,7 +174,7 @@ TEST_F(Detect, EveryPatternGetsTheVerdictOfTheRules) {
     EXPECT_EQ(seen, (std::set<int32_t>{-176, -175, -174, -173, -171, 0}));
 }
 
-TEST_F(Detect, AFailedFlushEndsTheTestAtOnce) {
+TEST_F(DetectTest, AFailedFlushEndsTheTestAtOnce) {
     proxy.pod().fail_batches(1);
     EXPECT_EQ(CheckCtlrExist(handle.get()), -140);
     EXPECT_EQ(proxy.pod().batches().size(), 1U);
@@ -184,7 +184,7 @@ TEST_F(Detect, AFailedFlushEndsTheTestAtOnce) {
     EXPECT_EQ(handle.control.priorConfig, 0x0800);
 }
 
-TEST_F(Detect, AFailedSecondFlushEndsTheTestAtOnce) {
+TEST_F(DetectTest, AFailedSecondFlushEndsTheTestAtOnce) {
     unsigned executed = 0;
     proxy.pod().interfere([&](lcl_shm& block) {
         if (block.cmd == SHM_CMD_EXECUTE && ++executed == 2) {
@@ -204,7 +204,7 @@ TEST_F(Detect, AFailedSecondFlushEndsTheTestAtOnce) {
     }
 }
 
-TEST_F(Detect, TheVersionIsTheLowFourBits) {
+TEST_F(DetectTest, TheVersionIsTheLowFourBits) {
     for (const uint16_t value : std::initializer_list<uint16_t>{0, 1, 2, 3, 15, 0x1231, 0xFFF0}) {
         proxy.pod().forget();
         proxy.pod().answer(19, {value});
@@ -216,7 +216,7 @@ TEST_F(Detect, TheVersionIsTheLowFourBits) {
     }
 }
 
-TEST_F(Detect, AVersionThatCannotBeRead) {
+TEST_F(DetectTest, AVersionThatCannotBeRead) {
     proxy.pod().fail_batches(1);
     EXPECT_EQ(CheckCtlrVersion(handle.get()), eJTI_CONTROL_ID_OBSOLETE);
     batch_drop_reads(handle.get());
@@ -227,7 +227,7 @@ TEST_F(Detect, AVersionThatCannotBeRead) {
     EXPECT_EQ(CheckCtlrVersion(handle.get()), eJTI_CONTROL_ID_OBSOLETE);
 }
 
-TEST_F(Detect, NeedsAHandleAndAControllerBlock) {
+TEST_F(DetectTest, NeedsAHandleAndAControllerBlock) {
     EXPECT_EQ(CheckCtlrExist(nullptr), -122);
     EXPECT_EQ(CheckCtlrVersion(nullptr), eJTI_CONTROL_ID_OBSOLETE);
     handle.inform.pJscControl = nullptr;

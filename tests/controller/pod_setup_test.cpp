@@ -8,7 +8,7 @@ namespace {
 
 using test_support::InstantPod;
 
-TEST(PodGeneration, agrees_with_the_revision_or_is_none) {
+TEST(PodGenerationTest, AgreesWithTheRevisionOrIsNone) {
     for (uint32_t version = 0; version <= 6; ++version) {
         for (const uint32_t revision :
              {0x0000U, 0x0100U, 0x01FFU, 0x0200U, 0x0302U, 0x0400U, 0x0500U}) {
@@ -22,7 +22,7 @@ TEST(PodGeneration, agrees_with_the_revision_or_is_none) {
     }
 }
 
-TEST(PodClock, has_a_bit_for_each_option) {
+TEST(PodClockTest, HasABitForEachOption) {
     constexpr uint32_t later = 0x0200;
     QEL_Variable pod{};
     pod.version = 2;
@@ -40,7 +40,7 @@ TEST(PodClock, has_a_bit_for_each_option) {
     }
 }
 
-TEST(PodClock, the_divider_is_one_more_on_the_first_generation) {
+TEST(PodClockTest, TheDividerIsOneMoreOnTheFirstGeneration) {
     struct Row {
         uint32_t version;
         uint32_t revision;
@@ -64,7 +64,7 @@ TEST(PodClock, the_divider_is_one_more_on_the_first_generation) {
     EXPECT_EQ(pod_clock_word(pod, 0x0100), 0x000D);
 }
 
-TEST(PodClock, the_revision_says_which_rate_field_there_is) {
+TEST(PodClockTest, TheRevisionSaysWhichRateFieldThereIs) {
     QEL_Variable pod{};
     pod.version = 2;
     pod.aclkdly = 0xFF;
@@ -74,7 +74,7 @@ TEST(PodClock, the_revision_says_which_rate_field_there_is) {
     EXPECT_EQ(pod_clock_word(pod, 0x0200), 0x5000);
 }
 
-TEST(PodTiming, has_a_field_for_each_option) {
+TEST(PodTimingTest, HasAFieldForEachOption) {
     constexpr uint32_t revision = 0x0300;
     QEL_Variable pod{};
     EXPECT_EQ(pod_timing_word(pod, revision), 0x0001) << "the host waits";
@@ -97,7 +97,7 @@ TEST(PodTiming, has_a_field_for_each_option) {
     EXPECT_EQ(pod_timing_word(one, revision), 0x1000);
 }
 
-TEST(PodTiming, emu_modes_are_there_from_the_third_generation_on) {
+TEST(PodTimingTest, EmuModesAreThereFromTheThirdGenerationOn) {
     for (const uint32_t mode : {0U, 1U, 2U}) {
         QEL_Variable pod{};
         pod.aw = true;
@@ -111,7 +111,7 @@ TEST(PodTiming, emu_modes_are_there_from_the_third_generation_on) {
     }
 }
 
-TEST(PodPins, the_high_clamp_bit_is_there_from_revision_302_on) {
+TEST(PodPinsTest, TheHighClampBitIsThereFromRevision302On) {
     QEL_Variable pod{};
     pod.vclamp = 0x1A;
     EXPECT_EQ(pod_pins_word(pod, 0x0300), 0x000A);
@@ -123,7 +123,7 @@ TEST(PodPins, the_high_clamp_bit_is_there_from_revision_302_on) {
     EXPECT_EQ(pod_pins_word(pod, 0x0302), 0x000F);
 }
 
-TEST(PodPins, emu_modes_of_2_are_marked) {
+TEST(PodPinsTest, EmuModesOf2AreMarked) {
     QEL_Variable pod{};
     for (const uint32_t mode : {0U, 1U, 2U}) {
         pod.e0mode = mode;
@@ -135,7 +135,7 @@ TEST(PodPins, emu_modes_of_2_are_marked) {
     }
 }
 
-TEST(PodRegisters, later_pods_have_more_of_them) {
+TEST(PodRegistersTest, LaterPodsHaveMoreOfThem) {
     struct Row {
         uint32_t revision;
         const char* text;

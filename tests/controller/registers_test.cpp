@@ -17,9 +17,9 @@ using test_support::LeakGuard;
 using test_support::RecordingProxy;
 using testing::ElementsAre;
 
-class Registers : public testing::Test {
+class RegistersTest : public testing::Test {
 protected:
-    Registers() {
+    RegistersTest() {
         EXPECT_EQ(handle.open(), 0);
         for (uint16_t port = 0; port < TBC_CACHED_PORTS; ++port) {
             handle.control.registerCache[port] = static_cast<uint16_t>(0x0100 + port);
@@ -37,7 +37,7 @@ protected:
     BareHandle handle;
 };
 
-TEST_F(Registers, TheRangeDependsOnTheController) {
+TEST_F(RegistersTest, TheRangeDependsOnTheController) {
     struct RangeCase {
         JTI_ControlId kind;
         uint32_t first;
@@ -70,7 +70,7 @@ TEST_F(Registers, TheRangeDependsOnTheController) {
     }
 }
 
-TEST_F(Registers, AReadStepsThroughAddressesAndWords) {
+TEST_F(RegistersTest, AReadStepsThroughAddressesAndWords) {
     std::vector<uint16_t> words(4);
     proxy.pod().answer_always(16, 0x0216);
     proxy.pod().answer_always(17, 0x0217);
@@ -79,7 +79,7 @@ TEST_F(Registers, AReadStepsThroughAddressesAndWords) {
     EXPECT_EQ(proxy.pod().text(), "read 16\nread 17\n");
 }
 
-TEST_F(Registers, AReadOfOneAddress) {
+TEST_F(RegistersTest, AReadOfOneAddress) {
     std::vector<uint16_t> words(3);
     proxy.pod().answer(22, {7, 8, 9});
     EXPECT_EQ(RegisterRead(handle.get(), false, true, 22, 3, words.data()), 0);
@@ -87,14 +87,14 @@ TEST_F(Registers, AReadOfOneAddress) {
     EXPECT_EQ(proxy.pod().text(), "read 22\nread 22\nread 22\n");
 }
 
-TEST_F(Registers, AReadIntoOneWordKeepsTheLast) {
+TEST_F(RegistersTest, AReadIntoOneWordKeepsTheLast) {
     std::vector<uint16_t> words = {1, 2};
     proxy.pod().answer(22, {7, 8, 9});
     EXPECT_EQ(RegisterRead(handle.get(), false, false, 22, 3, words.data()), 0);
     EXPECT_THAT(words, ElementsAre(9, 2));
 }
 
-TEST_F(Registers, ACachedReadSendsNothing) {
+TEST_F(RegistersTest, ACachedReadSendsNothing) {
     std::vector<uint16_t> words(16);
     EXPECT_EQ(RegisterRead(handle.get(), true, true, 0, 16, words.data()), 0);
     std::vector<uint16_t> expected(16);
@@ -103,14 +103,14 @@ TEST_F(Registers, ACachedReadSendsNothing) {
     EXPECT_TRUE(proxy.pod().batches().empty());
 }
 
-TEST_F(Registers, ACachedReadFlushesWhatIsQueued) {
+TEST_F(RegistersTest, ACachedReadFlushesWhatIsQueued) {
     uint16_t word = 0;
     PortWrite(handle.get(), TBC_PORT_SEND, 1);
     EXPECT_EQ(RegisterRead(handle.get(), true, true, 3, 1, &word), 0);
     EXPECT_EQ(proxy.pod().text(), "write 23 0001\n");
 }
 
-TEST_F(Registers, ACountOfZeroJustFlushes) {
+TEST_F(RegistersTest, ACountOfZeroJustFlushes) {
     uint16_t word = 9;
     PortWrite(handle.get(), TBC_PORT_SEND, 1);
     EXPECT_EQ(RegisterRead(handle.get(), true, true, 22, 0, &word), 0);
@@ -120,7 +120,7 @@ TEST_F(Registers, ACountOfZeroJustFlushes) {
     EXPECT_EQ(flushed(), "");
 }
 
-TEST_F(Registers, OnlyTheFirstRegisterIsChecked) {
+TEST_F(RegistersTest, OnlyTheFirstRegisterIsChecked) {
     std::vector<uint16_t> words(4);
     EXPECT_EQ(RegisterRead(handle.get(), true, true, 23, 4, words.data()), 0);
     EXPECT_EQ(proxy.pod().text(), "read 23\nread 24\nread 25\nread 26\n");
@@ -128,14 +128,14 @@ TEST_F(Registers, OnlyTheFirstRegisterIsChecked) {
     EXPECT_EQ(flushed(), "write 23 0000\nwrite 24 0000\n");
 }
 
-TEST_F(Registers, AFailedFlushIsReturned) {
+TEST_F(RegistersTest, AFailedFlushIsReturned) {
     proxy.pod().fail_batches(1);
     uint16_t word = 9;
     EXPECT_EQ(RegisterRead(handle.get(), true, true, 22, 1, &word), -140);
     EXPECT_EQ(word, 9);
 }
 
-TEST_F(Registers, AWriteStepsThroughAddressesAndWords) {
+TEST_F(RegistersTest, AWriteStepsThroughAddressesAndWords) {
     const uint16_t words[] = {0x010F, 0x0210, 0x0211};
     EXPECT_EQ(RegisterWrite(handle.get(), true, true, 15, 3, words), 0);
     EXPECT_TRUE(proxy.pod().batches().empty());
@@ -147,7 +147,7 @@ TEST_F(Registers, AWriteStepsThroughAddressesAndWords) {
     EXPECT_EQ(flushed(), "write 20 010f\nwrite 21 010f\nwrite 22 010f\n");
 }
 
-TEST_F(Registers, BlocksLongerThanTheOutBlock) {
+TEST_F(RegistersTest, BlocksLongerThanTheOutBlock) {
     constexpr uint32_t count = 200000;
     uint16_t next = 0;
     proxy.pod().answer_with(22, [&next] { return next++; });
@@ -167,7 +167,7 @@ TEST_F(Registers, BlocksLongerThanTheOutBlock) {
     EXPECT_EQ(expected, static_cast<uint16_t>(count));
 }
 
-TEST_F(Registers, AFlushThatMadeRoomAndFailedIsReturned) {
+TEST_F(RegistersTest, AFlushThatMadeRoomAndFailedIsReturned) {
     std::vector<uint16_t> words(200000, 5);
     proxy.pod().fail_batches(1);
     EXPECT_EQ(RegisterRead(handle.get(), false, true, 22, 200000, words.data()), -140);
@@ -180,7 +180,7 @@ TEST_F(Registers, AFlushThatMadeRoomAndFailedIsReturned) {
     EXPECT_EQ(RegisterPoll(handle.get(), eJSC_STATUS_TYPE_COMMAND_FINISH, 0), 0);
 }
 
-TEST_F(Registers, Polls) {
+TEST_F(RegistersTest, Polls) {
     const std::pair<int, const char*> waits[] = {{2, ""},
                                                  {3, "wait send\n"},
                                                  {4, "wait send many\n"},
@@ -197,7 +197,7 @@ TEST_F(Registers, Polls) {
     }
 }
 
-TEST_F(Registers, NeedHandleControllerBlockAndBuffer) {
+TEST_F(RegistersTest, NeedHandleControllerBlockAndBuffer) {
     uint16_t word = 9;
     EXPECT_EQ(CheckCtlrRegister(nullptr, 0), -122);
     EXPECT_EQ(RegisterRead(nullptr, true, true, 0, 1, &word), -122);

@@ -6,9 +6,9 @@
 
 namespace {
 
-class TimeValue : public testing::Test {
+class TimeValueTest : public testing::Test {
 protected:
-    TimeValue() { inform.pJscControl = &control; }
+    TimeValueTest() { inform.pJscControl = &control; }
 
     JSC_TimeDependancy& old_set() { return control.timeDependOld; }
     JSC_TimeDependancy& new_set() { return control.timeDependNew; }
@@ -25,7 +25,7 @@ JSC_TimeType type_of(int number) {
     return static_cast<JSC_TimeType>(number);
 }
 
-TEST_F(TimeValue, EachTypeHasItsDefault) {
+TEST_F(TimeValueTest, EachTypeHasItsDefault) {
     for (const bool stall : {false, true}) {
         inform.tbcVariable.okStall = stall;
         EXPECT_EQ(TimeValueInitial(&inform), 0);
@@ -42,7 +42,7 @@ TEST_F(TimeValue, EachTypeHasItsDefault) {
     }
 }
 
-TEST_F(TimeValue, TypesFollowTheFields) {
+TEST_F(TimeValueTest, TypesFollowTheFields) {
     auto* const words = reinterpret_cast<uint32_t*>(&control.timeValue);
     for (uint32_t index = 0; index < 12; ++index) {
         words[index] = 100 + index;
@@ -65,7 +65,7 @@ TEST_F(TimeValue, TypesFollowTheFields) {
     EXPECT_TRUE(forever);
 }
 
-TEST_F(TimeValue, OtherTypesAreRefusedAndZeroTheOutputs) {
+TEST_F(TimeValueTest, OtherTypesAreRefusedAndZeroTheOutputs) {
     TimeValueInitial(&inform);
     for (const int type : {INT32_MIN, -1, 0, 21, INT32_MAX}) {
         uint32_t value = 77;
@@ -79,7 +79,7 @@ TEST_F(TimeValue, OtherTypesAreRefusedAndZeroTheOutputs) {
     }
 }
 
-TEST_F(TimeValue, ANullOutputIsPassedOver) {
+TEST_F(TimeValueTest, ANullOutputIsPassedOver) {
     TimeValueInitial(&inform);
     uint32_t value = 77;
     bool forever = true;
@@ -92,7 +92,7 @@ TEST_F(TimeValue, ANullOutputIsPassedOver) {
     EXPECT_TRUE(forever);
 }
 
-TEST_F(TimeValue, ApplyingNeedsNothing) {
+TEST_F(TimeValueTest, ApplyingNeedsNothing) {
     const JSC_Control before = control;
     EXPECT_EQ(TimeValueApply(&inform), 0);
     EXPECT_EQ(TimeValueApply(nullptr), 0);
@@ -105,9 +105,9 @@ struct TimeoutCase {
     void (*set)(JSC_Inform&, JSC_Control&);
 };
 
-class Timeout : public TimeValue, public testing::WithParamInterface<TimeoutCase> {};
+class TimeoutTest : public TimeValueTest, public testing::WithParamInterface<TimeoutCase> {};
 
-TEST_P(Timeout, FollowsTheCommandInFlight) {
+TEST_P(TimeoutTest, FollowsTheCommandInFlight) {
     old_set().tclkFreq = 20000;
     old_set().commandRepeat = 1;
     old_set().mainCount = 100;
@@ -131,7 +131,7 @@ TEST_P(Timeout, FollowsTheCommandInFlight) {
 
 // 2,097,152 units a bit, divided by the frequency.
 INSTANTIATE_TEST_SUITE_P(
-    AllDependencies, Timeout,
+    AllDependencies, TimeoutTest,
     testing::Values(
         TimeoutCase{"NoMainScan", 1677, [](JSC_Inform&, JSC_Control&) {}},
         TimeoutCase{
@@ -190,7 +190,7 @@ INSTANTIATE_TEST_SUITE_P(
                     [](JSC_Inform&, JSC_Control& control) { control.timeDependOld.tclkFreq = 0; }}),
     [](const auto& instance) { return instance.param.name; });
 
-TEST_F(TimeValue, UpdatingMovesTheCollectedSet) {
+TEST_F(TimeValueTest, UpdatingMovesTheCollectedSet) {
     const JSC_TimeDependancy collected = {.noTimeOut = true,
                                           .fastMode = true,
                                           .slowMode = false,
@@ -214,7 +214,7 @@ TEST_F(TimeValue, UpdatingMovesTheCollectedSet) {
     EXPECT_EQ(new_set().commandRepeat, 1U);
 }
 
-TEST_F(TimeValue, NeedsAHandleAndAControllerBlock) {
+TEST_F(TimeValueTest, NeedsAHandleAndAControllerBlock) {
     uint32_t value = 77;
     bool forever = true;
     EXPECT_EQ(TimeValueInitial(nullptr), -122);

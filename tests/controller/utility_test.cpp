@@ -18,9 +18,9 @@ using test_support::RecordingProxy;
 using test_support::RestoredOs;
 using testing::ElementsAre;
 
-class Utility : public testing::Test {
+class UtilityTest : public testing::Test {
 protected:
-    Utility() { EXPECT_EQ(handle.open(), 0); }
+    UtilityTest() { EXPECT_EQ(handle.open(), 0); }
 
     JSC_Inform* inform() { return handle.get(); }
     uint16_t& cached(size_t port) { return handle.control.registerCache[port]; }
@@ -41,7 +41,7 @@ protected:
 
 // ---- fixed answers ----
 
-TEST_F(Utility, EventSettingsAreAllOn) {
+TEST_F(UtilityTest, EventSettingsAreAllOn) {
     bool flags[4] = {};
     EXPECT_EQ(util_EventInform(inform(), &flags[0], &flags[1], &flags[2], &flags[3]), 0);
     EXPECT_THAT(flags, ElementsAre(true, true, true, true));
@@ -54,7 +54,7 @@ TEST_F(Utility, EventSettingsAreAllOn) {
     }
 }
 
-TEST_F(Utility, PinOptionsAreAllOff) {
+TEST_F(UtilityTest, PinOptionsAreAllOff) {
     bool flags[3] = {true, true, true};
     EXPECT_EQ(util_PinsInform(inform(), &flags[0], &flags[1], &flags[2]), 0);
     EXPECT_THAT(flags, ElementsAre(false, false, false));
@@ -66,7 +66,7 @@ TEST_F(Utility, PinOptionsAreAllOff) {
     }
 }
 
-TEST_F(Utility, TheDefaultLinkDelayIsThree) {
+TEST_F(UtilityTest, TheDefaultLinkDelayIsThree) {
     uint32_t delay = 0;
     EXPECT_EQ(util_DelayInform(inform(), &delay), 0);
     EXPECT_EQ(delay, 3U);
@@ -74,7 +74,7 @@ TEST_F(Utility, TheDefaultLinkDelayIsThree) {
     EXPECT_EQ(util_DelayInform(inform(), nullptr), -122);
 }
 
-TEST_F(Utility, OutputsNeedNothing) {
+TEST_F(UtilityTest, OutputsNeedNothing) {
     for (const bool config : {false, true}) {
         EXPECT_EQ(util_OutputConfig(inform(), config), 0);
     }
@@ -82,7 +82,7 @@ TEST_F(Utility, OutputsNeedNothing) {
     EXPECT_EQ(left_queued(), "");
 }
 
-TEST_F(Utility, TheClockModeIsStored) {
+TEST_F(UtilityTest, TheClockModeIsStored) {
     for (const bool slow : {false, true}) {
         for (const bool fast : {false, true}) {
             EXPECT_EQ(util_ModeConfig(inform(), slow, fast), 0);
@@ -95,7 +95,7 @@ TEST_F(Utility, TheClockModeIsStored) {
 
 // ---- the support register as it was last read ----
 
-TEST_F(Utility, ResetAndTrstStatusAreBitsOfTheSupportRegister) {
+TEST_F(UtilityTest, ResetAndTrstStatusAreBitsOfTheSupportRegister) {
     for (const uint16_t value :
          std::initializer_list<uint16_t>{0, 0x0001, 0x0100, 0x0101, 0xFEFE, 0xFFFF}) {
         status() = value;
@@ -109,7 +109,7 @@ TEST_F(Utility, ResetAndTrstStatusAreBitsOfTheSupportRegister) {
     EXPECT_EQ(left_queued(), "");
 }
 
-TEST_F(Utility, TheRevisionIsStoredInverted) {
+TEST_F(UtilityTest, TheRevisionIsStoredInverted) {
     const std::pair<uint16_t, uint32_t> cases[] = {
         {0x00E0, 1}, {0x00C0, 2}, {0x00A0, 3}, {0x0080, 4}, {0x0060, 5},
         {0x0040, 6}, {0x0020, 7}, {0x0000, 8}, {0xFF1F, 8}, {0xFFFF, 1},
@@ -122,7 +122,7 @@ TEST_F(Utility, TheRevisionIsStoredInverted) {
     }
 }
 
-TEST_F(Utility, CableStatusDependsOnTheRevision) {
+TEST_F(UtilityTest, CableStatusDependsOnTheRevision) {
     struct CableCase {
         uint32_t revision;
         uint16_t support;
@@ -151,7 +151,7 @@ TEST_F(Utility, CableStatusDependsOnTheRevision) {
 
 // ---- target reset ----
 
-TEST_F(Utility, ResetIsWrittenIntoWhatTheFlushRead) {
+TEST_F(UtilityTest, ResetIsWrittenIntoWhatTheFlushRead) {
     proxy.pod().answer_always(TBC_PORT_SUPPORT, 0x12E1);
     for (size_t port = 0; port < TBC_CACHED_PORTS; ++port) {
         cached(port) = 0x0055;
@@ -170,7 +170,7 @@ TEST_F(Utility, ResetIsWrittenIntoWhatTheFlushRead) {
     EXPECT_EQ(cached(3), 0x0055);
 }
 
-TEST_F(Utility, ARefusedResetChangesNothing) {
+TEST_F(UtilityTest, ARefusedResetChangesNothing) {
     status() = 0x0021;
     cached(3) = 0x0055;
     for (const bool config : {true, false}) {
@@ -181,7 +181,7 @@ TEST_F(Utility, ARefusedResetChangesNothing) {
     }
 }
 
-TEST_F(Utility, AFailedFlushBeforeTheResetWritesNothing) {
+TEST_F(UtilityTest, AFailedFlushBeforeTheResetWritesNothing) {
     queue_something();
     proxy.pod().fail_batches(1);
     EXPECT_EQ(util_ResetConfig(inform(), true), -140);
@@ -191,9 +191,9 @@ TEST_F(Utility, AFailedFlushBeforeTheResetWritesNothing) {
 
 // ---- the clear pulse ----
 
-class ClearPulse : public Utility {
+class ClearPulseTest : public UtilityTest {
 protected:
-    ClearPulse() {
+    ClearPulseTest() {
         slept.clear();
         os_calls.usleep = [](useconds_t delay_us) {
             slept.push_back(delay_us);
@@ -204,7 +204,7 @@ protected:
     RestoredOs restored;
 };
 
-TEST_F(ClearPulse, PulsesWhenTheLatchEqualsTheRequest) {
+TEST_F(ClearPulseTest, PulsesWhenTheLatchEqualsTheRequest) {
     cached(5) = 0x0009;
     status() = 0x0001;
     EXPECT_EQ(util_TrstConfig(inform(), true), 0);
@@ -215,7 +215,7 @@ TEST_F(ClearPulse, PulsesWhenTheLatchEqualsTheRequest) {
     EXPECT_EQ(cached(5), 0x0C0D);
 }
 
-TEST_F(ClearPulse, PulsesForFalseWithAClearLatch) {
+TEST_F(ClearPulseTest, PulsesForFalseWithAClearLatch) {
     handle.control.emuRevision = 0x0200;
     cached(5) = 0x0C0D;
     EXPECT_EQ(util_TrstConfig(inform(), false), 0);
@@ -223,7 +223,7 @@ TEST_F(ClearPulse, PulsesForFalseWithAClearLatch) {
     EXPECT_TRUE(slept.empty());
 }
 
-TEST_F(ClearPulse, DoesNothingOtherwise) {
+TEST_F(ClearPulseTest, DoesNothingOtherwise) {
     for (const bool latch : {false, true}) {
         status() = latch ? 0x0001 : 0xFFFE;
         EXPECT_EQ(util_TrstConfig(inform(), !latch), 0);
@@ -233,7 +233,7 @@ TEST_F(ClearPulse, DoesNothingOtherwise) {
 }
 
 // The latch is the one that the flush at the start reads.
-TEST_F(ClearPulse, FlushesFirst) {
+TEST_F(ClearPulseTest, FlushesFirst) {
     status() = 0x0000;
     proxy.pod().answer(TBC_PORT_SUPPORT, {0x0001});
     queue_something();
@@ -241,7 +241,7 @@ TEST_F(ClearPulse, FlushesFirst) {
     EXPECT_EQ(proxy.pod().text(), "write 23 0001\nwrite 5 0c00\nwrite 5 0c04\nwrite 16 0000\n");
 }
 
-TEST_F(ClearPulse, OldPodsAreGivenTime) {
+TEST_F(ClearPulseTest, OldPodsAreGivenTime) {
     const std::pair<uint32_t, bool> revisions[] = {
         {0x0000, true}, {0x0100, true}, {0x01FF, true}, {0x0200, false}, {0x0302, false}};
     for (const auto& [revision, old] : revisions) {
@@ -256,7 +256,7 @@ TEST_F(ClearPulse, OldPodsAreGivenTime) {
     }
 }
 
-TEST_F(ClearPulse, EachFailedFlushIsReturned) {
+TEST_F(ClearPulseTest, EachFailedFlushIsReturned) {
     // Before the latch is looked at, after the pulse, after the settle delay.
     for (unsigned failing = 0; failing < 3; ++failing) {
         cached(5) = 0;
@@ -276,7 +276,7 @@ TEST_F(ClearPulse, EachFailedFlushIsReturned) {
     proxy.pod().interfere(nullptr);
 }
 
-TEST_F(ClearPulse, ACableIsClearedForPowerOrClock) {
+TEST_F(ClearPulseTest, ACableIsClearedForPowerOrClock) {
     for (unsigned bits = 0; bits < 16; ++bits) {
         proxy.pod().forget();
         status() = 0x0001;
@@ -295,7 +295,7 @@ TEST_F(ClearPulse, ACableIsClearedForPowerOrClock) {
 
 // ---- edges, outputs, EMU pins ----
 
-TEST_F(Utility, TheTdoEdgeComesFromTheConfiguration) {
+TEST_F(UtilityTest, TheTdoEdgeComesFromTheConfiguration) {
     struct EdgeCase {
         uint16_t before;
         bool edge;
@@ -320,7 +320,7 @@ TEST_F(Utility, TheTdoEdgeComesFromTheConfiguration) {
     }
 }
 
-TEST_F(Utility, OutputsAreDisconnectedWithoutBit0) {
+TEST_F(UtilityTest, OutputsAreDisconnectedWithoutBit0) {
     for (const uint16_t value : std::initializer_list<uint16_t>{0, 1, 0xFFFE, 0xFFFF}) {
         proxy.pod().forget();
         cached(2) = value;
@@ -332,7 +332,7 @@ TEST_F(Utility, OutputsAreDisconnectedWithoutBit0) {
     }
 }
 
-TEST_F(Utility, OutputsAreSwitchedByBit0) {
+TEST_F(UtilityTest, OutputsAreSwitchedByBit0) {
     cached(2) = 0x8001;
     queue_something();
     EXPECT_EQ(util_DisconConfig(inform(), true), 0);
@@ -344,7 +344,7 @@ TEST_F(Utility, OutputsAreSwitchedByBit0) {
     EXPECT_EQ(left_queued(), "");
 }
 
-TEST_F(Utility, EmuPinsAreTwoBitsOfStatus1) {
+TEST_F(UtilityTest, EmuPinsAreTwoBitsOfStatus1) {
     for (const uint16_t value : std::initializer_list<uint16_t>{0, 1, 2, 3, 0x8000, 0xFFFE}) {
         proxy.pod().forget();
         proxy.pod().answer(TBC_PORT_STATUS1, {value});
@@ -357,7 +357,7 @@ TEST_F(Utility, EmuPinsAreTwoBitsOfStatus1) {
     }
 }
 
-TEST_F(Utility, AFailedReadLeavesTheOutputs) {
+TEST_F(UtilityTest, AFailedReadLeavesTheOutputs) {
     bool emu1 = true;
     bool emu0 = false;
     proxy.pod().fail_batches(1);
@@ -389,7 +389,7 @@ TEST_F(Utility, AFailedReadLeavesTheOutputs) {
 
 // ---- the event counter ----
 
-TEST_F(Utility, TheEventCounterIsArmed) {
+TEST_F(UtilityTest, TheEventCounterIsArmed) {
     struct EventCase {
         bool pin1;
         bool rise;
@@ -413,7 +413,7 @@ TEST_F(Utility, TheEventCounterIsArmed) {
     }
 }
 
-TEST_F(Utility, TheEventCounterIsReadLatched) {
+TEST_F(UtilityTest, TheEventCounterIsReadLatched) {
     for (const bool choice : {false, true}) {
         proxy.pod().forget();
         proxy.pod().answer(TBC_PORT_EVENT_LOW, {0x5678});
@@ -426,7 +426,7 @@ TEST_F(Utility, TheEventCounterIsReadLatched) {
     }
 }
 
-TEST_F(Utility, AnEventCountThatCannotBeRead) {
+TEST_F(UtilityTest, AnEventCountThatCannotBeRead) {
     proxy.pod().fail_batches(1);
     uint32_t count = 77;
     EXPECT_EQ(util_BenchMarkStatus(inform(), false, &count), -140);
@@ -437,7 +437,7 @@ TEST_F(Utility, AnEventCountThatCannotBeRead) {
 
 // ---- null pointers ----
 
-TEST_F(Utility, NullHandlesAndOutputsAreRefused) {
+TEST_F(UtilityTest, NullHandlesAndOutputsAreRefused) {
     bool flag = true;
     uint32_t number = 7;
     JSC_PodStatus pod_status = {true, true, true, true};
@@ -468,7 +468,7 @@ TEST_F(Utility, NullHandlesAndOutputsAreRefused) {
     EXPECT_EQ(left_queued(), "");
 }
 
-TEST_F(Utility, AHandleWithoutAControllerBlockIsRefused) {
+TEST_F(UtilityTest, AHandleWithoutAControllerBlockIsRefused) {
     bool flag = true;
     uint32_t number = 7;
     JSC_PodStatus pod_status{};

@@ -11,9 +11,9 @@ using test_support::BareHandle;
 using test_support::LeakGuard;
 using test_support::RecordingProxy;
 
-class Wait : public testing::Test {
+class WaitTest : public testing::Test {
 protected:
-    Wait() { EXPECT_EQ(handle.open(), 0); }
+    WaitTest() { EXPECT_EQ(handle.open(), 0); }
 
     std::string flushed() {
         proxy.pod().forget();
@@ -29,7 +29,7 @@ protected:
 const std::pair<int, const char*> words_of_kinds[] = {
     {3, "wait send\n"}, {4, "wait send many\n"}, {7, "wait recv\n"}, {8, "wait recv many\n"}};
 
-TEST_F(Wait, FourKindsAreWaitWords) {
+TEST_F(WaitTest, FourKindsAreWaitWords) {
     for (const auto& [kind, word] : words_of_kinds) {
         handle.control.priorTBC = true;
         EXPECT_EQ(WaitForStatus(handle.get(), static_cast<JSC_StatusType>(kind)), 0);
@@ -38,7 +38,7 @@ TEST_F(Wait, FourKindsAreWaitWords) {
     }
 }
 
-TEST_F(Wait, OtherKindsAppendNothingAndLeaveThePriorState) {
+TEST_F(WaitTest, OtherKindsAppendNothingAndLeaveThePriorState) {
     for (const int kind : {-1, 0, 1, 2, 5, 6, 9, 10, 11, 12, 13, 14, 15, 18, 19, 100}) {
         handle.control.priorTBC = true;
         EXPECT_EQ(WaitForStatus(handle.get(), static_cast<JSC_StatusType>(kind)), 0);
@@ -47,7 +47,7 @@ TEST_F(Wait, OtherKindsAppendNothingAndLeaveThePriorState) {
     }
 }
 
-TEST_F(Wait, PodsThatWaitByThemselvesGetNoWaitWord) {
+TEST_F(WaitTest, PodsThatWaitByThemselvesGetNoWaitWord) {
     const std::pair<uint32_t, bool> revisions[] = {
         {0x0000, false}, {0x0100, false}, {0x01FF, false}, {0x0200, true}, {0x0400, true}};
     for (const auto& [revision, waits_by_itself] : revisions) {
@@ -64,14 +64,14 @@ TEST_F(Wait, PodsThatWaitByThemselvesGetNoWaitWord) {
     }
 }
 
-TEST_F(Wait, TheHandlesOwnRevisionIsNotLookedAt) {
+TEST_F(WaitTest, TheHandlesOwnRevisionIsNotLookedAt) {
     handle.inform.emuRevision = 0x0400;
     handle.inform.qelVariable.aw = true;
     EXPECT_EQ(WaitForStatus(handle.get(), eJSC_STATUS_TYPE_RD_BUFFER1_ONE), 0);
     EXPECT_EQ(flushed(), "wait recv\n");
 }
 
-TEST_F(Wait, DoneIsAlwaysAWaitWord) {
+TEST_F(WaitTest, DoneIsAlwaysAWaitWord) {
     handle.control.emuRevision = 0x0400;
     handle.inform.qelVariable.aw = true;
     handle.control.priorTBC = true;
@@ -80,7 +80,7 @@ TEST_F(Wait, DoneIsAlwaysAWaitWord) {
     EXPECT_EQ(flushed(), "wait done\n");
 }
 
-TEST_F(Wait, TheExtendedDoneWaitIsNotOffered) {
+TEST_F(WaitTest, TheExtendedDoneWaitIsNotOffered) {
     handle.control.priorTBC = true;
     EXPECT_EQ(WaitForExlDone(handle.get()), -122);
     EXPECT_EQ(WaitForExlDone(nullptr), -122);
@@ -88,7 +88,7 @@ TEST_F(Wait, TheExtendedDoneWaitIsNotOffered) {
     EXPECT_EQ(flushed(), "");
 }
 
-TEST_F(Wait, SettleDelays) {
+TEST_F(WaitTest, SettleDelays) {
     WaitAWhileTbc(handle.get());
     WaitAWhileTbc(handle.get());
     WaitAWhileExl(handle.get());
@@ -97,7 +97,7 @@ TEST_F(Wait, SettleDelays) {
     WaitAWhileExl(nullptr);
 }
 
-TEST_F(Wait, TheWordForAStreamIsTheOneThatWouldBeQueued) {
+TEST_F(WaitTest, TheWordForAStreamIsTheOneThatWouldBeQueued) {
     handle.control.priorTBC = true;
     EXPECT_EQ(wait_word_of_status(handle.get(), eJSC_STATUS_TYPE_WR_BUFFER2_ONE), 0);
     EXPECT_TRUE(handle.control.priorTBC);
@@ -112,7 +112,7 @@ TEST_F(Wait, TheWordForAStreamIsTheOneThatWouldBeQueued) {
     EXPECT_EQ(flushed(), "");
 }
 
-TEST_F(Wait, NeedsAHandleAndAControllerBlock) {
+TEST_F(WaitTest, NeedsAHandleAndAControllerBlock) {
     EXPECT_EQ(WaitForStatus(nullptr, eJSC_STATUS_TYPE_RD_BUFFER1_ONE), -122);
     EXPECT_EQ(WaitForTbcDone(nullptr), -122);
     handle.inform.pJscControl = nullptr;

@@ -29,7 +29,7 @@ bool private_shm_is_allowed() {
                .status == 0;
 }
 
-TEST(Readme, EveryCommandInABoxWorksAndPrintsWhatThePageShows) {
+TEST(ReadmeTest, EveryCommandInABoxWorksAndPrintsWhatThePageShows) {
     if (!private_shm_is_allowed()) {
         GTEST_SKIP() << "namespaces are not allowed here";
     }
@@ -38,13 +38,13 @@ TEST(Readme, EveryCommandInABoxWorksAndPrintsWhatThePageShows) {
 
 // The demonstration itself builds the tree, so it is run beside the tests; here its commands are
 // compared with those that the page shows.
-TEST(Readme, ShowsCommandsOfTheDemonstration) {
+TEST(ReadmeTest, ShowsCommandsOfTheDemonstration) {
     const std::string demo = text_of(source_dir / "scripts/demo");
     EXPECT_THAT(demo, HasSubstr("show --simulate --board examples/board.toml chain\n"));
     EXPECT_THAT(demo, HasSubstr("show --simulate svf examples/demo.svf\n"));
 }
 
-TEST(Readme, NamesFilesThatAreThere) {
+TEST(ReadmeTest, NamesFilesThatAreThere) {
     const std::string page = text_of(source_dir / "README.md");
     const std::regex link(R"(\]\(([^)#:]+)\))");
     size_t links = 0;

@@ -29,7 +29,7 @@ uint32_t bits_at(const Words& words, uint32_t first, uint32_t count) {
     return value;
 }
 
-TEST(Chain, OfFiveGivesTheIdcodesOfAllThatHaveOne) {
+TEST(ChainTest, OfFiveGivesTheIdcodesOfAllThatHaveOne) {
     LeakGuard leaks;
     PodsimProcess simulator(example("five.toml"), {"--strict"});
     Host host(pod_keys(3));
@@ -45,7 +45,7 @@ TEST(Chain, OfFiveGivesTheIdcodesOfAllThatHaveOne) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Chain, OfFiveGivesItsCapturePatterns) {
+TEST(ChainTest, OfFiveGivesItsCapturePatterns) {
     LeakGuard leaks;
     PodsimProcess simulator(example("five.toml"), {"--strict"});
     Host host(pod_keys(3));
@@ -59,7 +59,7 @@ TEST(Chain, OfFiveGivesItsCapturePatterns) {
 }
 
 // Ambles hold the other devices in BYPASS around the one that is meant.
-TEST(Chain, OfFiveLetsOneDeviceBeReachedThroughTheAmbles) {
+TEST(ChainTest, OfFiveLetsOneDeviceBeReachedThroughTheAmbles) {
     LeakGuard leaks;
     PodsimProcess simulator(example("five.toml"), {"--strict"});
     Host host(pod_keys(3));
@@ -84,7 +84,7 @@ TEST(Chain, OfFiveLetsOneDeviceBeReachedThroughTheAmbles) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Chain, OfTwoPodsIsChosenBySerialNumber) {
+TEST(ChainTest, OfTwoPodsIsChosenBySerialNumber) {
     LeakGuard leaks;
     PodsimProcess simulator(example("two-pods.toml"), {"--strict"});
     Host old(pod_keys(1, 101));

@@ -31,7 +31,7 @@ uint32_t actual_link_delay(Host& host) {
     return actual;
 }
 
-TEST(Connect, InitialisesAFreshPodTheLongWay) {
+TEST(ConnectTest, InitialisesAFreshPodTheLongWay) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     Host host({}, 0);
@@ -51,7 +51,7 @@ TEST(Connect, InitialisesAFreshPodTheLongWay) {
 }
 
 // The quick start sets no link delay: what comes back is late by the cable's.
-TEST(Connect, InitialisesAPodThatIsReadyTheShortWay) {
+TEST(ConnectTest, InitialisesAPodThatIsReadyTheShortWay) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     {
@@ -76,7 +76,7 @@ TEST(Connect, InitialisesAPodThatIsReadyTheShortWay) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Connect, InitialisesAReadyPodTheLongWayOnRequest) {
+TEST(ConnectTest, InitialisesAReadyPodTheLongWayOnRequest) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     { EXPECT_EQ(Host({}, 0).connect(), 0); }
@@ -86,7 +86,7 @@ TEST(Connect, InitialisesAReadyPodTheLongWayOnRequest) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Connect, TakesTheModeFromTheConfigurationOnRequest) {
+TEST(ConnectTest, TakesTheModeFromTheConfigurationOnRequest) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     for (const uint32_t recipe : {0U, JSC_RECIPE_MODE_CONFIG}) {
@@ -108,7 +108,7 @@ TEST(Connect, TakesTheModeFromTheConfigurationOnRequest) {
     }
 }
 
-TEST(Connect, RefusesAPodOfAnotherGeneration) {
+TEST(ConnectTest, RefusesAPodOfAnotherGeneration) {
     LeakGuard leaks;
     std::string text;
     for (uint32_t generation = 1; generation <= 4; ++generation) {
@@ -135,7 +135,7 @@ TEST(Connect, RefusesAPodOfAnotherGeneration) {
     }
 }
 
-TEST(Connect, WorksWithThePodWaitingByItselfAndWithout) {
+TEST(ConnectTest, WorksWithThePodWaitingByItselfAndWithout) {
     LeakGuard leaks;
     for (const uint32_t generation : {2U, 3U, 4U}) {
         PodText pod;
@@ -161,7 +161,7 @@ TEST(Connect, WorksWithThePodWaitingByItselfAndWithout) {
     }
 }
 
-TEST(Connect, KnowsTheKindsOfController) {
+TEST(ConnectTest, KnowsTheKindsOfController) {
     LeakGuard leaks;
     struct Case {
         const char* kind;

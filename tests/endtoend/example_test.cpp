@@ -14,7 +14,7 @@ test_support::ProgramResult read_idcode() {
     return test_support::run_program({built_program("read_idcode"), TALVOR_LIBRARY});
 }
 
-TEST(Example, ReadsTheIdcodeOfTheBuiltInPod) {
+TEST(ExampleTest, ReadsTheIdcodeOfTheBuiltInPod) {
     PodsimProcess simulator("", {"--strict"});
     for (int run = 0; run < 2; ++run) { // a fresh pod, and one that is ready
         const auto result = read_idcode();
@@ -25,14 +25,14 @@ TEST(Example, ReadsTheIdcodeOfTheBuiltInPod) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Example, SaysThatThereIsNoPod) {
+TEST(ExampleTest, SaysThatThereIsNoPod) {
     const auto result = read_idcode();
     EXPECT_EQ(result.status, 1);
     EXPECT_EQ(result.output, "");
     EXPECT_EQ(result.errors, "read_idcode: opening the pod failed with code -141\n");
 }
 
-TEST(Example, SaysThatThereIsNoPower) {
+TEST(ExampleTest, SaysThatThereIsNoPower) {
     PodsimProcess simulator("", {"--strict"});
     EXPECT_EQ(simulator.ctl("power off"), "ok");
     const auto result = read_idcode();
@@ -41,7 +41,7 @@ TEST(Example, SaysThatThereIsNoPower) {
     EXPECT_EQ(result.errors, "read_idcode: connecting failed with code -180\n");
 }
 
-TEST(Example, SaysThatThereIsNoLibrary) {
+TEST(ExampleTest, SaysThatThereIsNoLibrary) {
     const auto result =
         test_support::run_program({built_program("read_idcode"), "/nowhere/library.so"});
     EXPECT_EQ(result.status, 1);

@@ -49,7 +49,7 @@ void recover(Host& host) {
     EXPECT_EQ(host->Reset(host.handle(), &action), 0);
 }
 
-class Fault : public testing::Test {
+class FaultTest : public testing::Test {
 protected:
     void expect_ctl(const std::string& command) { EXPECT_EQ(simulator.ctl(command), "ok"); }
 
@@ -57,7 +57,7 @@ protected:
     PodsimProcess simulator{plain_pod_text({}), {"--strict"}};
 };
 
-TEST(NoProxy, FailsTheOpening) {
+TEST(NoProxyTest, FailsTheOpening) {
     LeakGuard leaks;
     Host host;
     EXPECT_EQ(host.created(), eJTI_ERROR_POD_OPEN);
@@ -65,7 +65,7 @@ TEST(NoProxy, FailsTheOpening) {
     EXPECT_EQ(host.remove(), eJTI_ERROR_HANDLE_STATE);
 }
 
-TEST_F(Fault, PowerOffBeforeConnecting) {
+TEST_F(FaultTest, PowerOffBeforeConnecting) {
     expect_ctl("power off");
     {
         Host host;
@@ -78,7 +78,7 @@ TEST_F(Fault, PowerOffBeforeConnecting) {
     expect_usable_anew();
 }
 
-TEST_F(Fault, PowerOffWhileConnected) {
+TEST_F(FaultTest, PowerOffWhileConnected) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     expect_usable(host);
@@ -97,7 +97,7 @@ TEST_F(Fault, PowerOffWhileConnected) {
     expect_usable(host);
 }
 
-TEST_F(Fault, ClockOffBeforeConnecting) {
+TEST_F(FaultTest, ClockOffBeforeConnecting) {
     expect_ctl("clock off");
     {
         Host host;
@@ -108,7 +108,7 @@ TEST_F(Fault, ClockOffBeforeConnecting) {
     expect_usable_anew();
 }
 
-TEST_F(Fault, ClockOffWhileConnected) {
+TEST_F(FaultTest, ClockOffWhileConnected) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     expect_usable(host);
@@ -125,7 +125,7 @@ TEST_F(Fault, ClockOffWhileConnected) {
 }
 
 // Only pods of later generations tell that the test clock is lost.
-TEST(FaultOfOldPods, ClockOffGoesUnseen) {
+TEST(FaultOfOldPodsTest, ClockOffGoesUnseen) {
     LeakGuard leaks;
     for (const uint32_t generation : {1U, 2U, 3U, 4U}) {
         PodText pod;
@@ -145,7 +145,7 @@ TEST(FaultOfOldPods, ClockOffGoesUnseen) {
     }
 }
 
-TEST_F(Fault, EmuPinsLow) {
+TEST_F(FaultTest, EmuPinsLow) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     for (const bool emu0 : {true, false}) {
@@ -161,7 +161,7 @@ TEST_F(Fault, EmuPinsLow) {
     }
 }
 
-TEST_F(Fault, RefusedSupportWriteInEachPlace) {
+TEST_F(FaultTest, RefusedSupportWriteInEachPlace) {
     expect_ctl("refuse 1");
     {
         Host host; // a fresh pod: connecting pulses the target reset
@@ -185,7 +185,7 @@ TEST_F(Fault, RefusedSupportWriteInEachPlace) {
     expect_usable_anew();
 }
 
-TEST_F(Fault, FailedBatchOfEachKindOfScan) {
+TEST_F(FaultTest, FailedBatchOfEachKindOfScan) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     expect_usable(host);
@@ -223,7 +223,7 @@ TEST_F(Fault, FailedBatchOfEachKindOfScan) {
 
 // The flush in the middle of a scan that is longer than a batch: the scan fails, all that follows
 // is dropped, until the host asks for a diagnosis.
-TEST_F(Fault, FailedBatchInTheMiddleOfALongScan) {
+TEST_F(FaultTest, FailedBatchInTheMiddleOfALongScan) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     const JSC_JtagCommand command = scan_command(eJSC_JTAG_SHIFT_DR);
@@ -245,7 +245,7 @@ struct LoopCase {
     int32_t code;
 };
 
-TEST_F(Fault, LoopBackOfEachKind) {
+TEST_F(FaultTest, LoopBackOfEachKind) {
     for (const LoopCase& one : {LoopCase{"high-ff", eJTI_ERROR_LOOP_HIGH_ONES},
                                 LoopCase{"low-ff", eJTI_ERROR_LOOP_LOW_ONES},
                                 LoopCase{"high-00", eJTI_ERROR_LOOP_HIGH_ZEROS},
@@ -270,7 +270,7 @@ TEST_F(Fault, LoopBackOfEachKind) {
     }
 }
 
-TEST_F(Fault, UnpluggedPod) {
+TEST_F(FaultTest, UnpluggedPod) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     expect_ctl("unplug");
@@ -292,7 +292,7 @@ TEST_F(Fault, UnpluggedPod) {
     expect_usable_anew();
 }
 
-TEST_F(Fault, SlowPod) {
+TEST_F(FaultTest, SlowPod) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     expect_ctl("latency 50000");
@@ -314,7 +314,7 @@ uint32_t batches_of_a_connect() {
 }
 
 // Connecting takes a number of batches; each one fails in turn, on a pod of its own.
-TEST(FaultWhileConnecting, InEachBatch) {
+TEST(FaultWhileConnectingTest, InEachBatch) {
     LeakGuard leaks;
     const uint32_t pods = batches_of_a_connect();
     std::string text;

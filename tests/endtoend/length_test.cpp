@@ -63,7 +63,7 @@ void expect_whole(Host& host, uint32_t bits) {
         std::all_of(ones.begin(), ones.end() - 1, [](uint16_t word) { return word == 0xFFFF; }));
 }
 
-TEST(Length, HalfAMillionBitsComeBack) {
+TEST(LengthTest, HalfAMillionBitsComeBack) {
     LeakGuard leaks;
     constexpr uint32_t bits = 524'288;
     PodsimProcess simulator(long_pod(bits), {"--strict"});
@@ -75,7 +75,7 @@ TEST(Length, HalfAMillionBitsComeBack) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Length, TenMillionBitsComeBack) {
+TEST(LengthTest, TenMillionBitsComeBack) {
     LeakGuard leaks;
     constexpr uint32_t bits = 10'000'003;
     PodsimProcess simulator(long_pod(bits), {"--strict"});
@@ -85,7 +85,7 @@ TEST(Length, TenMillionBitsComeBack) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Length, FourThousandSendsStayQueuedAndArrive) {
+TEST(LengthTest, FourThousandSendsStayQueuedAndArrive) {
     LeakGuard leaks;
     PodsimProcess simulator(long_pod(48), {"--strict"});
     Host host;
@@ -103,7 +103,7 @@ TEST(Length, FourThousandSendsStayQueuedAndArrive) {
 }
 
 // More than a batch holds: it is cut where that is safe.
-TEST(Length, AQueueThatIsTooLongIsFlushedOnTheWay) {
+TEST(LengthTest, AQueueThatIsTooLongIsFlushedOnTheWay) {
     LeakGuard leaks;
     PodsimProcess simulator(long_pod(1000), {"--strict"});
     Host host;
@@ -131,7 +131,7 @@ TEST(Length, AQueueThatIsTooLongIsFlushedOnTheWay) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Length, ReadsGoOverManyMarkers) {
+TEST(LengthTest, ReadsGoOverManyMarkers) {
     LeakGuard leaks;
     PodsimProcess simulator(long_pod(48), {"--strict"});
     Host host;

@@ -49,7 +49,7 @@ void expect_shifted(uint64_t got, int late) {
     }
 }
 
-TEST(LinkDelay, OffByAnyNumberOfBitsShiftsTheData) {
+TEST(LinkDelayTest, OffByAnyNumberOfBitsShiftsTheData) {
     LeakGuard leaks;
     PodsimProcess simulator(marked_pod(1, 16, 3), {"--strict"});
     Host host;
@@ -72,7 +72,7 @@ TEST(LinkDelay, OffByAnyNumberOfBitsShiftsTheData) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(LinkDelay, MatchesACableOfAnyLength) {
+TEST(LinkDelayTest, MatchesACableOfAnyLength) {
     LeakGuard leaks;
     std::string text;
     for (unsigned cable = 0; cable <= 31; ++cable) {
@@ -97,7 +97,7 @@ TEST(LinkDelay, MatchesACableOfAnyLength) {
 }
 
 // The pipeline in the pod holds 16 bits: without adjustment they come first.
-TEST(Adjustment, TakesThePipelineOfThePodOutOfTheData) {
+TEST(AdjustmentTest, TakesThePipelineOfThePodOutOfTheData) {
     LeakGuard leaks;
     PodsimProcess simulator(marked_pod(1, 16, 3) + marked_pod(2, 0, 3), {"--strict"});
     for (const uint32_t serial : {1U, 2U}) {
@@ -112,7 +112,7 @@ TEST(Adjustment, TakesThePipelineOfThePodOutOfTheData) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(Adjustment, ShowsThatTheTargetIsClockedTooFast) {
+TEST(AdjustmentTest, ShowsThatTheTargetIsClockedTooFast) {
     LeakGuard leaks;
     talvor::podsim::DeviceDescription device;
     device.registers.push_back({"", {marked}, talvor::podsim::ConstantRegister{bits, {pattern}}});

@@ -211,7 +211,7 @@ private:
     uint64_t ones_ = 0;
 };
 
-TEST(RandomScans, GiveTheHostWhatThePlainChainGives) {
+TEST(RandomScansTest, GiveTheHostWhatThePlainChainGives) {
     test_support::LeakGuard leaks;
     std::vector<Session> sessions;
     std::string text;

@@ -57,7 +57,7 @@ Log log_of(Host& host) {
     return words;
 }
 
-TEST(Reset, WritesTheLogOfWhatItFoundAndDid) {
+TEST(ResetTest, WritesTheLogOfWhatItFoundAndDid) {
     Session session(JSC_RECIPE_LONG_INIT | JSC_RECIPE_RESET_LOG);
     ASSERT_EQ(session.connected, 0);
     JSC_ResetAction action{};
@@ -97,7 +97,7 @@ TEST(Reset, WritesTheLogOfWhatItFoundAndDid) {
     EXPECT_EQ(session.simulator.log(), "");
 }
 
-TEST(Reset, TellsOfAPowerLossThatIsOver) {
+TEST(ResetTest, TellsOfAPowerLossThatIsOver) {
     Session session(JSC_RECIPE_LONG_INIT | JSC_RECIPE_RESET_LOG);
     ASSERT_EQ(session.connected, 0);
     EXPECT_EQ(session.simulator.ctl("power off"), "ok");
@@ -114,7 +114,7 @@ TEST(Reset, TellsOfAPowerLossThatIsOver) {
     EXPECT_EQ(session.captured(), idcode);
 }
 
-TEST(Reset, RefusesHalfOfATrstPulse) {
+TEST(ResetTest, RefusesHalfOfATrstPulse) {
     Session session(JSC_RECIPE_LONG_INIT | JSC_RECIPE_RESET_LOG);
     ASSERT_EQ(session.connected, 0);
     const uint64_t batches = status_number(session.simulator, "batches");
@@ -126,7 +126,7 @@ TEST(Reset, RefusesHalfOfATrstPulse) {
 
 // Neither touches a target that needs no reset; the soft and the hard one drive it to
 // Test-Logic-Reset.
-TEST(Reset, ReachesTheTargetAsAskedFor) {
+TEST(ResetTest, ReachesTheTargetAsAskedFor) {
     struct Case {
         const char* name;
         bool soft, hard, hidden, trst;
@@ -157,7 +157,7 @@ TEST(Reset, ReachesTheTargetAsAskedFor) {
     }
 }
 
-TEST(Reset, KeepsTheTapStateWhenItIsHidden) {
+TEST(ResetTest, KeepsTheTapStateWhenItIsHidden) {
     for (const JSC_JtagState state : {eJSC_JTAG_STATE_RESET, eJSC_JTAG_STATE_IDLE,
                                       eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR}) {
         for (const bool soft : {false, true}) {
@@ -181,7 +181,7 @@ TEST(Reset, KeepsTheTapStateWhenItIsHidden) {
 }
 
 // The pin's level is the inverse of the condition latch; driving the level that it has pulses it.
-TEST(Trst, ResetsEveryTap) {
+TEST(TrstTest, ResetsEveryTap) {
     Session session;
     ASSERT_EQ(session.connected, 0);
     session.store(stored);
@@ -198,7 +198,7 @@ TEST(Trst, ResetsEveryTap) {
     EXPECT_EQ(session.simulator.log(), "");
 }
 
-TEST(Outputs, HoldTheTargetWhileTheyAreDisconnected) {
+TEST(OutputsTest, HoldTheTargetWhileTheyAreDisconnected) {
     Session session;
     ASSERT_EQ(session.connected, 0);
     session.store(stored);

@@ -23,7 +23,7 @@ Words number(uint32_t value) {
     return {static_cast<uint16_t>(value), static_cast<uint16_t>(value >> 16)};
 }
 
-TEST(Sharing, TwoHandlesTakeTurns) {
+TEST(SharingTest, TwoHandlesTakeTurns) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     Host one;
@@ -62,7 +62,7 @@ TEST(Sharing, TwoHandlesTakeTurns) {
     EXPECT_EQ(simulator.log(), "pod 1: a host attaches, and the one before it never detached\n");
 }
 
-TEST(Sharing, ManyHandlesCountThemselves) {
+TEST(SharingTest, ManyHandlesCountThemselves) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     std::vector<std::unique_ptr<Host>> hosts;
@@ -93,7 +93,7 @@ int in_another_process(Work work) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST(Sharing, TwoProcessesShareThePodAndTheController) {
+TEST(SharingTest, TwoProcessesShareThePodAndTheController) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     Host host;
@@ -131,7 +131,7 @@ void remove_all_but(const test_support::Belongings& before) {
 
 // A host that dies keeps its place in the counts, so that nobody else is the first again; the pod
 // serves on.
-TEST(Sharing, AHostThatDiesDoesNotStopThePod) {
+TEST(SharingTest, AHostThatDiesDoesNotStopThePod) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     const test_support::Belongings before = test_support::belongings_now();

@@ -44,7 +44,7 @@ private:
     uint64_t before_ = 0;
 };
 
-TEST(States, AreReachedByEachTransitFromEachOther) {
+TEST(StatesTest, AreReachedByEachTransitFromEachOther) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     Host host(Keys{{"KELM.POD_TCKDIV", "7"}}); // a period of 200 ns, so that clocks can be counted
@@ -70,7 +70,7 @@ TEST(States, AreReachedByEachTransitFromEachOther) {
     EXPECT_EQ(simulator.log(), "");
 }
 
-TEST(States, ThatDoNotHoldAreRefused) {
+TEST(StatesTest, ThatDoNotHoldAreRefused) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     Host host;

@@ -17,7 +17,7 @@ std::array<void*, slots> slots_of(const JSC_Interface& table) {
     return all;
 }
 
-TEST(Table, HoldsFiftyFourOperations) {
+TEST(TableTest, HoldsFiftyFourOperations) {
     ASSERT_EQ(slots, 54U);
     JSC_Interface* table = nullptr;
     ASSERT_EQ(driver_library().CreateInterface(&table), 0);
@@ -29,7 +29,7 @@ TEST(Table, HoldsFiftyFourOperations) {
     EXPECT_EQ(driver_library().DeleteInterface(&table), eJTI_ERROR_BAD_ARGUMENT);
 }
 
-TEST(Table, ServesAllWidthsByTheSixteenBitScans) {
+TEST(TableTest, ServesAllWidthsByTheSixteenBitScans) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(driver_library().CreateInterface(&table), 0);
     const auto all = slots_of(*table);
@@ -41,7 +41,7 @@ TEST(Table, ServesAllWidthsByTheSixteenBitScans) {
     driver_library().DeleteInterface(&table);
 }
 
-TEST(Table, DeclinesSerialWire) {
+TEST(TableTest, DeclinesSerialWire) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(driver_library().CreateInterface(&table), 0);
     uint32_t data = 7;
@@ -51,7 +51,7 @@ TEST(Table, DeclinesSerialWire) {
     driver_library().DeleteInterface(&table);
 }
 
-TEST(Table, ComesWithADescriptionOfTheLibrary) {
+TEST(TableTest, ComesWithADescriptionOfTheLibrary) {
     JTI_Property* property = nullptr;
     ASSERT_EQ(driver_library().CreateProperty(&property), 0);
     EXPECT_EQ(property->propertyVersion, 2U);

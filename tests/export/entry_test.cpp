@@ -24,7 +24,7 @@ RecordingConfig::Keys board() {
     return {{"KELM.POD_DRVR", "jscpod.so"}, {"KELM.POD_PORT", "0"}};
 }
 
-TEST(Entry, a_handle_is_made_and_deleted_without_a_trace) {
+TEST(EntryTest, AHandleIsMadeAndDeletedWithoutATrace) {
     const LeakGuard leaks;
     FailingHeap heap;
     {
@@ -43,7 +43,7 @@ TEST(Entry, a_handle_is_made_and_deleted_without_a_trace) {
     EXPECT_TRUE(heap.blocks().empty());
 }
 
-TEST(Entry, a_handle_that_cannot_be_initialised_stays_with_the_host) {
+TEST(EntryTest, AHandleThatCannotBeInitialisedStaysWithTheHost) {
     RecordingConfig config(board());
     config.set("VEXIL.TDOEDGE", "sideways");
     JSC_Parameter parameter = parameter_of(config);
@@ -57,7 +57,7 @@ TEST(Entry, a_handle_that_cannot_be_initialised_stays_with_the_host) {
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST(Entry, a_handle_that_is_connected_is_not_deleted) {
+TEST(EntryTest, AHandleThatIsConnectedIsNotDeleted) {
     const LeakGuard leaks;
     RecordingProxy proxy;
     RecordingConfig config(board());
@@ -72,7 +72,7 @@ TEST(Entry, a_handle_that_is_connected_is_not_deleted) {
     EXPECT_EQ(JSC_DeleteHandle(&handle), -122) << "a null handle";
 }
 
-TEST(Entry, reports_what_creation_reports) {
+TEST(EntryTest, ReportsWhatCreationReports) {
     RecordingConfig config(board());
     JSC_Parameter parameter = parameter_of(config);
     EXPECT_EQ(JSC_CreateHandle(nullptr, &parameter), -122);
@@ -88,7 +88,7 @@ TEST(Entry, reports_what_creation_reports) {
     EXPECT_EQ(jsc_DeleteHandle(&handle), 0);
 }
 
-TEST(Entry, the_description_is_made_and_deleted) {
+TEST(EntryTest, TheDescriptionIsMadeAndDeleted) {
     FailingHeap heap;
     JTI_Property* property = nullptr;
     ASSERT_EQ(JSC_CreateProperty(&property), 0);

@@ -20,7 +20,7 @@ using test_support::RestoredOs;
 using Slot = JTI_Error (*)();
 constexpr size_t slots = 54;
 
-TEST(Interface, is_a_table_of_54_filled_slots) {
+TEST(InterfaceTest, IsATableOf54FilledSlots) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(JSC_CreateInterface(&table), 0);
     ASSERT_NE(table, nullptr);
@@ -34,7 +34,7 @@ TEST(Interface, is_a_table_of_54_filled_slots) {
     EXPECT_EQ(table, nullptr);
 }
 
-TEST(Interface, tables_are_independent) {
+TEST(InterfaceTest, TablesAreIndependent) {
     JSC_Interface* first = nullptr;
     JSC_Interface* second = nullptr;
     ASSERT_EQ(JSC_CreateInterface(&first), 0);
@@ -52,7 +52,7 @@ const void* address(Function* function) {
     return reinterpret_cast<const void*>(function);
 }
 
-TEST(Interface, scans_of_every_width_are_those_of_16_bits) {
+TEST(InterfaceTest, ScansOfEveryWidthAreThoseOf16Bits) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(JSC_CreateInterface(&table), 0);
     EXPECT_EQ(address(table->ScanSend08), address(jsc_ScanSend16));
@@ -70,7 +70,7 @@ TEST(Interface, scans_of_every_width_are_those_of_16_bits) {
     EXPECT_EQ(JSC_DeleteInterface(&table), 0);
 }
 
-TEST(Interface, no_other_function_fills_two_slots) {
+TEST(InterfaceTest, NoOtherFunctionFillsTwoSlots) {
     Slot filled[slots];
     std::memcpy(filled, &operations, sizeof filled);
     for (size_t slot = 0; slot < slots; ++slot) {
@@ -89,7 +89,7 @@ void watch_free(void* block) {
     std::free(block);
 }
 
-TEST(Interface, every_slot_of_a_deleted_table_answers) {
+TEST(InterfaceTest, EverySlotOfADeletedTableAnswers) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(JSC_CreateInterface(&table), 0);
     const RestoredOs restored;
@@ -100,7 +100,7 @@ TEST(Interface, every_slot_of_a_deleted_table_answers) {
     }
 }
 
-TEST(Interface, reports_null_pointers_and_an_empty_heap) {
+TEST(InterfaceTest, ReportsNullPointersAndAnEmptyHeap) {
     EXPECT_EQ(JSC_CreateInterface(nullptr), -122);
     EXPECT_EQ(JSC_DeleteInterface(nullptr), -122);
     JSC_Interface* none = nullptr;
@@ -115,7 +115,7 @@ TEST(Interface, reports_null_pointers_and_an_empty_heap) {
     EXPECT_EQ(table, nullptr);
 }
 
-TEST(Interface, every_operation_refuses_a_null_handle) {
+TEST(InterfaceTest, EveryOperationRefusesANullHandle) {
     const JSC_Interface& table = operations;
     OperationArguments given;
     EXPECT_EQ(table.Connect(nullptr, &given.flag), -122);
@@ -174,7 +174,7 @@ TEST(Interface, every_operation_refuses_a_null_handle) {
     EXPECT_EQ(table.RegisterWrite(nullptr, false, false, 0, 1, &given.half), -122);
 }
 
-TEST(Interface, after_a_failed_connect_operations_answer_instead_of_touching_what_is_gone) {
+TEST(InterfaceTest, AfterAFailedConnectOperationsAnswerInsteadOfTouchingWhatIsGone) {
     DriverSession session(POD_REVISION_1, {{"KELM.POD_EMUVERSION", "2"}});
     const JSC_Interface& table = operations;
     OperationArguments given;

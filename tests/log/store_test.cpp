@@ -57,7 +57,7 @@ Words written(const Reading& reading) {
     return words;
 }
 
-TEST(Store, CreateGivesAZeroedDisabledLogThatIsNotSilent) {
+TEST(StoreTest, CreateGivesAZeroedDisabledLogThatIsNotSilent) {
     Log log(3, false);
     EXPECT_EQ(log.store().logFileEntryMax, 3U);
     EXPECT_EQ(log.store().logFileSize, 12U);
@@ -69,7 +69,7 @@ TEST(Store, CreateGivesAZeroedDisabledLogThatIsNotSilent) {
     }
 }
 
-TEST(Store, CreateRefusesNullAndZeroWords) {
+TEST(StoreTest, CreateRefusesNullAndZeroWords) {
     int other = 0;
     LOG_HANDLE handle = &other;
     EXPECT_EQ(zdl_LogFileCreate(nullptr, 4), eJTI_ERROR_BAD_ARGUMENT);
@@ -77,7 +77,7 @@ TEST(Store, CreateRefusesNullAndZeroWords) {
     EXPECT_EQ(handle, &other);
 }
 
-TEST(Store, CreateWithoutMemoryForTheRecordFailsWithNull) {
+TEST(StoreTest, CreateWithoutMemoryForTheRecordFailsWithNull) {
     const test_support::FailingHeap heap(0);
     int other = 0;
     LOG_HANDLE handle = &other;
@@ -85,7 +85,7 @@ TEST(Store, CreateWithoutMemoryForTheRecordFailsWithNull) {
     EXPECT_EQ(handle, nullptr);
 }
 
-TEST(Store, CreateWithoutMemoryForTheWordsLeavesTheRecordAllocated) {
+TEST(StoreTest, CreateWithoutMemoryForTheWordsLeavesTheRecordAllocated) {
     const test_support::FailingHeap heap(1);
     int other = 0;
     LOG_HANDLE handle = &other;
@@ -95,7 +95,7 @@ TEST(Store, CreateWithoutMemoryForTheWordsLeavesTheRecordAllocated) {
     os_calls.free(heap.blocks().front());
 }
 
-TEST(Store, CreateRefusesMoreWordsThan32BitsHoldTheBytesOf) {
+TEST(StoreTest, CreateRefusesMoreWordsThan32BitsHoldTheBytesOf) {
     const test_support::FailingHeap heap(1);
     LOG_HANDLE handle = nullptr;
     EXPECT_EQ(zdl_LogFileCreate(&handle, 0x40000000), eJTI_ERROR_NO_MEMORY);
@@ -104,7 +104,7 @@ TEST(Store, CreateRefusesMoreWordsThan32BitsHoldTheBytesOf) {
     os_calls.free(heap.blocks().front());
 }
 
-TEST(Store, DeleteFreesEverythingAndClearsTheHandle) {
+TEST(StoreTest, DeleteFreesEverythingAndClearsTheHandle) {
     const test_support::FailingHeap heap;
     LOG_HANDLE handle = nullptr;
     ASSERT_EQ(zdl_LogFileCreate(&handle, 4), 0);
@@ -116,7 +116,7 @@ TEST(Store, DeleteFreesEverythingAndClearsTheHandle) {
     EXPECT_EQ(zdl_LogFileDelete(nullptr), eJTI_ERROR_BAD_ARGUMENT);
 }
 
-TEST(Store, ADisabledLogIgnoresEntries) {
+TEST(StoreTest, ADisabledLogIgnoresEntries) {
     Log log(4, false);
     EXPECT_EQ(zdl_LogFileBasic(log.handle, 7), 0);
     EXPECT_EQ(zdl_LogFileUnsign(log.handle, 7, 8), 0);
@@ -124,7 +124,7 @@ TEST(Store, ADisabledLogIgnoresEntries) {
     EXPECT_EQ(log.store().logFileIndex, 0U);
 }
 
-TEST(Store, EraseEmptiesZeroesAndSwitches) {
+TEST(StoreTest, EraseEmptiesZeroesAndSwitches) {
     Log log(3);
     zdl_LogFileUnsign(log.handle, 5, 6);
     zdl_LogFileMode(log.handle, true);
@@ -139,7 +139,7 @@ TEST(Store, EraseEmptiesZeroesAndSwitches) {
     EXPECT_FALSE(log.store().logFileEnable);
 }
 
-TEST(Store, ModeSwitchesSilence) {
+TEST(StoreTest, ModeSwitchesSilence) {
     Log log(1);
     zdl_LogFileMode(log.handle, true);
     EXPECT_TRUE(log.store().logFileSilent);
@@ -147,7 +147,7 @@ TEST(Store, ModeSwitchesSilence) {
     EXPECT_FALSE(log.store().logFileSilent);
 }
 
-TEST(Store, ANullLogIsTolerated) {
+TEST(StoreTest, ANullLogIsTolerated) {
     zdl_LogFileErase(nullptr, true);
     zdl_LogFileMode(nullptr, true);
     EXPECT_EQ(zdl_LogFileBasic(nullptr, 1), 0);
@@ -159,14 +159,14 @@ TEST(Store, ANullLogIsTolerated) {
     EXPECT_EQ(written(reading), Words{});
 }
 
-TEST(Store, ABasicEntryIsItsKey) {
+TEST(StoreTest, ABasicEntryIsItsKey) {
     Log log(4);
     EXPECT_EQ(zdl_LogFileBasic(log.handle, 28), 0);
     EXPECT_EQ(zdl_LogFileBasic(log.handle, 32), 0);
     EXPECT_EQ(log.words(), (Words{28, 32}));
 }
 
-TEST(Store, The257thEntryFindsALogOf256WordsFull) {
+TEST(StoreTest, The257thEntryFindsALogOf256WordsFull) {
     Log log(256);
     for (uint32_t i = 0; i < 256; ++i) {
         ASSERT_EQ(zdl_LogFileBasic(log.handle, i), 0) << i;
@@ -178,13 +178,13 @@ TEST(Store, The257thEntryFindsALogOf256WordsFull) {
     EXPECT_EQ(log.words().back(), 255U);
 }
 
-TEST(Store, ANumberEntryIsMarkNumberKey) {
+TEST(StoreTest, ANumberEntryIsMarkNumberKey) {
     Log log(3);
     EXPECT_EQ(zdl_LogFileUnsign(log.handle, 39, 1234), 0);
     EXPECT_EQ(log.words(), (Words{number_mark, 1234, 39}));
 }
 
-TEST(Store, ANumberEntryStopsAtTheFirstWordThatDoesNotFit) {
+TEST(StoreTest, ANumberEntryStopsAtTheFirstWordThatDoesNotFit) {
     for (uint32_t room = 0; room < 3; ++room) {
         Log log(room + 1);
         zdl_LogFileBasic(log.handle, 9);
@@ -209,7 +209,7 @@ Words string_entry(const std::string& text, uint32_t key) {
     return words;
 }
 
-TEST(Store, AStringEntryHasItsTextAndAtLeastOneNul) {
+TEST(StoreTest, AStringEntryHasItsTextAndAtLeastOneNul) {
     const std::pair<const char*, uint32_t> cases[] = {
         {"", 1}, {"a", 1}, {"abc", 1}, {"abcd", 2}, {"abcdefg", 2}, {"abcdefgh", 3},
     };
@@ -225,7 +225,7 @@ TEST(Store, AStringEntryHasItsTextAndAtLeastOneNul) {
     }
 }
 
-TEST(Store, AStringEntryNeedsRoomForTextAndKey) {
+TEST(StoreTest, AStringEntryNeedsRoomForTextAndKey) {
     // Mark, count, one word of text, key.
     Log exact(4);
     EXPECT_EQ(zdl_LogFileString(exact.handle, 77, "abc"), 0);
@@ -247,14 +247,14 @@ TEST(Store, AStringEntryNeedsRoomForTextAndKey) {
     }
 }
 
-TEST(Store, ANullStringIsRefused) {
+TEST(StoreTest, ANullStringIsRefused) {
     Log log(8);
     EXPECT_EQ(zdl_LogFileString(log.handle, 1, nullptr), eJTI_ERROR_BAD_ARGUMENT);
     EXPECT_EQ(zdl_LogFileString(nullptr, 1, nullptr), eJTI_ERROR_BAD_ARGUMENT);
     EXPECT_EQ(log.store().logFileIndex, 0U);
 }
 
-TEST(Store, AReadGivesCountEntriesAndAClosingZero) {
+TEST(StoreTest, AReadGivesCountEntriesAndAClosingZero) {
     Log log(8);
     zdl_LogFileBasic(log.handle, 5);
     zdl_LogFileUnsign(log.handle, 39, 3);
@@ -264,7 +264,7 @@ TEST(Store, AReadGivesCountEntriesAndAClosingZero) {
     EXPECT_EQ(reading.total, 6U);
 }
 
-TEST(Store, AReadOfAnEmptyLogGivesTwoWords) {
+TEST(StoreTest, AReadOfAnEmptyLogGivesTwoWords) {
     Log log(8);
     const Reading reading = read(log.handle, 3);
     EXPECT_EQ(written(reading), (Words{2, 0}));
@@ -272,7 +272,7 @@ TEST(Store, AReadOfAnEmptyLogGivesTwoWords) {
     EXPECT_EQ(reading.total, 2U);
 }
 
-TEST(Store, AReadBelowThreeWordsOnlyCounts) {
+TEST(StoreTest, AReadBelowThreeWordsOnlyCounts) {
     Log log(8);
     zdl_LogFileBasic(log.handle, 5);
     for (const uint32_t limit : {0U, 1U, 2U}) {
@@ -283,7 +283,7 @@ TEST(Store, AReadBelowThreeWordsOnlyCounts) {
     }
 }
 
-TEST(Store, AReadOfADisabledLogOnlyCounts) {
+TEST(StoreTest, AReadOfADisabledLogOnlyCounts) {
     Log log(8);
     zdl_LogFileBasic(log.handle, 5);
     log.store().logFileEnable = false;
@@ -293,7 +293,7 @@ TEST(Store, AReadOfADisabledLogOnlyCounts) {
     EXPECT_EQ(reading.total, 3U);
 }
 
-TEST(Store, ACutReadWritesLimitPlusOneWordsAndStillTellsTheWholeCount) {
+TEST(StoreTest, ACutReadWritesLimitPlusOneWordsAndStillTellsTheWholeCount) {
     Log log(8);
     for (const uint32_t key : {11U, 12U, 13U, 14U}) {
         zdl_LogFileBasic(log.handle, key);
@@ -310,7 +310,7 @@ TEST(Store, ACutReadWritesLimitPlusOneWordsAndStillTellsTheWholeCount) {
     EXPECT_EQ(written(reading), (Words{6, 11, 12, 13, 14, 0}));
 }
 
-TEST(Store, AReadNeedsItsThreePointers) {
+TEST(StoreTest, AReadNeedsItsThreePointers) {
     Log log(8);
     uint32_t values[8] = {guard};
     uint32_t actual = guard;
@@ -323,7 +323,7 @@ TEST(Store, AReadNeedsItsThreePointers) {
     EXPECT_EQ(total, guard);
 }
 
-TEST(Store, AgreesWithAVectorUnderRandomEntries) {
+TEST(StoreTest, AgreesWithAVectorUnderRandomEntries) {
     std::mt19937 random(20260107);
     std::uniform_int_distribution<uint32_t> any;
     for (int round = 0; round < 300; ++round) {
@@ -359,7 +359,7 @@ TEST(Store, AgreesWithAVectorUnderRandomEntries) {
     }
 }
 
-TEST(Store, EveryControllerKindHasItsKey) {
+TEST(StoreTest, EveryControllerKindHasItsKey) {
     const std::pair<int32_t, uint32_t> cases[] = {
         {0, 52},  {1, 53},  {2, 54},  {3, 55},         {4, 56},         {5, 58},  {6, 57},
         {7, 60},  {8, 59},  {9, 62},  {10, 61},        {11, 64},        {12, 63}, {13, 65},

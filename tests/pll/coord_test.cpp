@@ -33,7 +33,7 @@ coord_t changed(Change change, coord_t coord, Argument argument) {
     return coord;
 }
 
-TEST(Coord, NamedCoordinatesArePacked) {
+TEST(CoordTest, NamedCoordinatesArePacked) {
     EXPECT_EQ(PLL_TCLK_W_ONE, 0x0000U);
     EXPECT_EQ(PLL_TCLK_W_TWO, 0x0100U);
     EXPECT_EQ(PLL_TCLK_W_FOUR, 0x0200U);
@@ -56,7 +56,7 @@ TEST(Coord, NamedCoordinatesArePacked) {
     EXPECT_EQ(PLL_TCLK_W_NOTHING, 0x10000U);
 }
 
-TEST(Coord, EveryPairOfPartsPacksAndUnpacks) {
+TEST(CoordTest, EveryPairOfPartsPacksAndUnpacks) {
     for (int y = -128; y <= 127; ++y) {
         for (int z = 0; z <= 255; ++z) {
             coord_t stored = 1;
@@ -73,11 +73,11 @@ TEST(Coord, EveryPairOfPartsPacksAndUnpacks) {
     }
 }
 
-TEST(Coord, PackingNeedsNoPlaceToStore) {
+TEST(CoordTest, PackingNeedsNoPlaceToStore) {
     EXPECT_EQ(pll_RePack(nullptr, -1, 0), PLL_TCLK_W_MINIMUM);
 }
 
-TEST(Coord, NothingUnpacksAsZeroes) {
+TEST(CoordTest, NothingUnpacksAsZeroes) {
     int8_t y = 5;
     uint8_t z = 5;
     pll_UnPack(PLL_TCLK_W_NOTHING, &y, &z);
@@ -85,7 +85,7 @@ TEST(Coord, NothingUnpacksAsZeroes) {
     EXPECT_EQ(z, 0);
 }
 
-TEST(Coord, UnpackingLeavesOutAPartWithoutAPlace) {
+TEST(CoordTest, UnpackingLeavesOutAPartWithoutAPlace) {
     int8_t y = 5;
     uint8_t z = 5;
     pll_UnPack(PLL_TCLK_W_ADAPTIVE, nullptr, &z);
@@ -94,7 +94,7 @@ TEST(Coord, UnpackingLeavesOutAPartWithoutAPlace) {
     EXPECT_EQ(y, -1);
 }
 
-TEST(Coord, HertzOfNamedCoordinates) {
+TEST(CoordTest, HertzOfNamedCoordinates) {
     EXPECT_EQ(pll_CoordToHertz(PLL_TCLK_W_SUPERLOW), 488U);
     EXPECT_EQ(pll_CoordToHertz(PLL_TCLK_W_MINIMUM), 500'000U);
     EXPECT_EQ(pll_CoordToHertz(PLL_TCLK_W_ONE), 1'000'000U);
@@ -110,7 +110,7 @@ TEST(Coord, HertzOfNamedCoordinates) {
     EXPECT_EQ(pll_CoordToHertz(PLL_TCLK_W_NOTHING), 1'000'000U);
 }
 
-TEST(Coord, HertzAgreeWithDoublePrecisionForEveryCoordinate) {
+TEST(CoordTest, HertzAgreeWithDoublePrecisionForEveryCoordinate) {
     for (coord_t coord = 0; coord < all_coords; ++coord) {
         const auto [y, z] = split(coord);
         const double hertz = std::trunc(std::pow(2.0, y) * (z / 64.0 + 1) * 1e6);
@@ -119,7 +119,7 @@ TEST(Coord, HertzAgreeWithDoublePrecisionForEveryCoordinate) {
     }
 }
 
-TEST(Coord, AStepIsOneMantissaUnitOfTheOctave) {
+TEST(CoordTest, AStepIsOneMantissaUnitOfTheOctave) {
     EXPECT_EQ(pll_CoordToStep(packed(6, 33)), packed(0, 0));
     EXPECT_EQ(pll_CoordToHertz(pll_CoordToStep(packed(7, 1))), 2'000'000U);
     for (coord_t coord = 0; coord < all_coords; ++coord) {
@@ -127,7 +127,7 @@ TEST(Coord, AStepIsOneMantissaUnitOfTheOctave) {
     }
 }
 
-TEST(Coord, TextsAreSignAndHexadecimal) {
+TEST(CoordTest, TextsAreSignAndHexadecimal) {
     EXPECT_STREQ(pll_CoordToText(PLL_TCLK_W_MINIMUM), "- 01 00");
     EXPECT_STREQ(pll_CoordToText(PLL_TCLK_W_LEGACY), "+ 03 13");
     EXPECT_STREQ(pll_CoordToText(PLL_TCLK_W_ONE), "+ 00 00");
@@ -135,14 +135,14 @@ TEST(Coord, TextsAreSignAndHexadecimal) {
     EXPECT_STREQ(pll_CoordToText(PLL_TCLK_W_NOTHING), "  -- --");
 }
 
-TEST(Coord, EachTextOverwritesTheLast) {
+TEST(CoordTest, EachTextOverwritesTheLast) {
     const char* first = pll_CoordToText(PLL_TCLK_W_TEN);
     const char* second = pll_CoordToText(PLL_TCLK_W_FIVE);
     EXPECT_EQ(first, second);
     EXPECT_STREQ(first, "+ 02 10");
 }
 
-TEST(Coord, TextsAgreeWithStreamsForEveryCoordinate) {
+TEST(CoordTest, TextsAgreeWithStreamsForEveryCoordinate) {
     for (coord_t coord = 0; coord < all_coords; ++coord) {
         const auto [y, z] = split(coord);
         std::ostringstream text;
@@ -152,21 +152,21 @@ TEST(Coord, TextsAgreeWithStreamsForEveryCoordinate) {
     }
 }
 
-TEST(Coord, ComparisonTakesYSignedThenZ) {
+TEST(CoordTest, ComparisonTakesYSignedThenZ) {
     EXPECT_TRUE(pll_OneAltTwo(packed(-1, 63), packed(0, 0)));
     EXPECT_FALSE(pll_OneGteTwo(packed(-1, 63), packed(0, 0)));
     EXPECT_TRUE(pll_OneAltTwo(packed(0, 1), packed(0, 128)));
     EXPECT_TRUE(pll_OneGteTwo(packed(1, 0), packed(0, 255)));
 }
 
-TEST(Coord, NothingComparesAsOneMegahertz) {
+TEST(CoordTest, NothingComparesAsOneMegahertz) {
     EXPECT_TRUE(pll_OneGteTwo(PLL_TCLK_W_NOTHING, PLL_TCLK_W_ONE));
     EXPECT_TRUE(pll_OneGteTwo(PLL_TCLK_W_ONE, PLL_TCLK_W_NOTHING));
     EXPECT_FALSE(pll_OneAltTwo(PLL_TCLK_W_NOTHING, PLL_TCLK_W_ONE));
     EXPECT_FALSE(pll_OneAltTwo(PLL_TCLK_W_ONE, PLL_TCLK_W_NOTHING));
 }
 
-TEST(Coord, ComparisonIsThatOfThePartsInOrder) {
+TEST(CoordTest, ComparisonIsThatOfThePartsInOrder) {
     const auto order = [](coord_t coord) {
         const auto [y, z] = split(coord);
         return y * 256 + z;
@@ -181,19 +181,19 @@ TEST(Coord, ComparisonIsThatOfThePartsInOrder) {
     }
 }
 
-TEST(Coord, AddMarginCrossesTheOctave) {
+TEST(CoordTest, AddMarginCrossesTheOctave) {
     EXPECT_EQ(changed(pll_AddMargin, packed(3, 60), 12U), packed(4, 10));
     EXPECT_EQ(changed(pll_AddMargin, packed(3, 0), 12U), packed(3, 13));
     EXPECT_EQ(changed(pll_AddMargin, packed(127, 63), 63U), packed(-128, 63));
 }
 
-TEST(Coord, SubMarginCrossesTheOctave) {
+TEST(CoordTest, SubMarginCrossesTheOctave) {
     EXPECT_EQ(changed(pll_SubMargin, packed(3, 2), 8U), packed(2, 54));
     EXPECT_EQ(changed(pll_SubMargin, packed(3, 20), 8U), packed(3, 11));
     EXPECT_EQ(changed(pll_SubMargin, packed(-128, 0), 2U), packed(127, 62));
 }
 
-TEST(Coord, LoweringByAMarginOfOneChangesNothing) {
+TEST(CoordTest, LoweringByAMarginOfOneChangesNothing) {
     for (coord_t coord = 0; coord < all_coords; ++coord) {
         ASSERT_EQ(changed(pll_SubMargin, coord, 1U), coord);
     }
@@ -201,7 +201,7 @@ TEST(Coord, LoweringByAMarginOfOneChangesNothing) {
 
 // Frequencies in 64ths of the octave's base: 64 + z of them. The model of real coordinates and of
 // margins below 64, where nothing wraps.
-TEST(Coord, AddMarginRaisesByTheFractionRoundedDown) {
+TEST(CoordTest, AddMarginRaisesByTheFractionRoundedDown) {
     for (int y = -128; y <= 127; ++y) {
         for (int z = 0; z < 64; ++z) {
             for (int margin = 0; margin < 64; ++margin) {
@@ -216,7 +216,7 @@ TEST(Coord, AddMarginRaisesByTheFractionRoundedDown) {
     }
 }
 
-TEST(Coord, SubMarginLowersByTheFraction) {
+TEST(CoordTest, SubMarginLowersByTheFraction) {
     for (int y = -128; y <= 127; ++y) {
         for (int z = 0; z < 64; ++z) {
             for (int margin = 1; margin < 64; ++margin) {
@@ -256,7 +256,7 @@ coord_t model_sub_margin(Parts from, uint32_t margin) {
     return packed(from.y, static_cast<int>(difference & 0xFF));
 }
 
-TEST(Coord, MarginsFollowTheirFormulasOverEveryCoordinate) {
+TEST(CoordTest, MarginsFollowTheirFormulasOverEveryCoordinate) {
     std::vector<uint32_t> margins = {300,        1023,       0x3FFFFFF,  0x4000000,
                                      0x7FFFFFFF, 0x80000000, 0xFFFFFFFE, 0xFFFFFFFF};
     for (uint32_t margin = 0; margin < 136; ++margin) {
@@ -272,7 +272,7 @@ TEST(Coord, MarginsFollowTheirFormulasOverEveryCoordinate) {
     }
 }
 
-TEST(Coord, PowerOfTwoMovesYAlone) {
+TEST(CoordTest, PowerOfTwoMovesYAlone) {
     EXPECT_EQ(changed(pll_PowerOfTwo, packed(3, 16), 1), packed(4, 16));
     EXPECT_EQ(changed(pll_PowerOfTwo, packed(3, 16), -4), packed(-1, 16));
     for (coord_t coord = 0; coord < all_coords; ++coord) {
@@ -285,14 +285,14 @@ TEST(Coord, PowerOfTwoMovesYAlone) {
     EXPECT_EQ(changed(pll_PowerOfTwo, packed(3, 16), INT32_MIN), packed(3, 16));
 }
 
-TEST(Coord, ValuesAddAsFixedPointNumbers) {
+TEST(CoordTest, ValuesAddAsFixedPointNumbers) {
     EXPECT_EQ(changed(pll_AddValue, packed(3, 60), PLL_TCLK_W_JUSTFOUR), packed(4, 0));
     EXPECT_EQ(changed(pll_AddValue, packed(-1, 0), PLL_TCLK_W_THOUSAND), packed(8, 61));
     EXPECT_EQ(changed(pll_SubValue, packed(8, 61), PLL_TCLK_W_THOUSAND), packed(-1, 0));
     EXPECT_EQ(changed(pll_SubValue, packed(3, 0), PLL_TCLK_W_JUSTONE), packed(2, 63));
 }
 
-TEST(Coord, RealCoordinatesAddAndSubtractAsTheirIndices) {
+TEST(CoordTest, RealCoordinatesAddAndSubtractAsTheirIndices) {
     const auto from_index = [](int index) {
         const int y = index >= 0 ? index / 64 : -((63 - index) / 64);
         return packed(y, index - y * 64);
@@ -313,7 +313,7 @@ TEST(Coord, RealCoordinatesAddAndSubtractAsTheirIndices) {
     }
 }
 
-TEST(Coord, MantissasAbove63CarryAndBorrowOnce) {
+TEST(CoordTest, MantissasAbove63CarryAndBorrowOnce) {
     for (int z = 0; z < 256; ++z) {
         for (int other_z = 0; other_z < 256; ++other_z) {
             const coord_t sum =
@@ -326,7 +326,7 @@ TEST(Coord, MantissasAbove63CarryAndBorrowOnce) {
     }
 }
 
-TEST(Coord, ModuloRoundsTheMantissaDown) {
+TEST(CoordTest, ModuloRoundsTheMantissaDown) {
     for (coord_t coord = 0; coord < all_coords; ++coord) {
         const auto [y, z] = split(coord);
         for (int value = 1; value <= 66; ++value) {
@@ -339,7 +339,7 @@ TEST(Coord, ModuloRoundsTheMantissaDown) {
     }
 }
 
-TEST(Coord, ModuloZeroLeavesTheCoordinate) {
+TEST(CoordTest, ModuloZeroLeavesTheCoordinate) {
     EXPECT_EQ(changed(pll_SubModulo, packed(3, 17), 0U), packed(3, 17));
 }
 
@@ -354,7 +354,7 @@ Counts count_items(uint32_t columns, coord_t start, coord_t finish) {
     return counts;
 }
 
-TEST(Coord, CountsStepsAndThoseOfWholeColumns) {
+TEST(CoordTest, CountsStepsAndThoseOfWholeColumns) {
     const Counts exact = count_items(8, packed(-1, 0), packed(6, 0));
     EXPECT_EQ(exact.check, 448U);
     EXPECT_EQ(exact.shown, 448U);
@@ -363,7 +363,7 @@ TEST(Coord, CountsStepsAndThoseOfWholeColumns) {
     EXPECT_EQ(widened.shown, 72U);
 }
 
-TEST(Coord, CountsAgreeWithRoundingToColumns) {
+TEST(CoordTest, CountsAgreeWithRoundingToColumns) {
     for (int columns = 1; columns <= 70; ++columns) {
         for (int z_start = 0; z_start < 64; ++z_start) {
             for (int z_finish = 0; z_finish < 64; ++z_finish) {
@@ -384,18 +384,18 @@ TEST(Coord, CountsAgreeWithRoundingToColumns) {
     }
 }
 
-TEST(Coord, ThePadOfACountIsEightBitsWide) {
+TEST(CoordTest, ThePadOfACountIsEightBitsWide) {
     // 300 - 10 is 290, of which 34 remain.
     EXPECT_EQ(count_items(300, packed(0, 0), packed(0, 10)).shown, 44U);
 }
 
-TEST(Coord, ACountWithoutColumnsShowsTheSteps) {
+TEST(CoordTest, ACountWithoutColumnsShowsTheSteps) {
     const Counts counts = count_items(0, packed(0, 3), packed(1, 5));
     EXPECT_EQ(counts.check, 66U);
     EXPECT_EQ(counts.shown, 66U);
 }
 
-TEST(Coord, ACountMayBeLeftOut) {
+TEST(CoordTest, ACountMayBeLeftOut) {
     uint32_t count = 0;
     pll_CountItems(&count, nullptr, 8, packed(0, 3), packed(1, 5));
     EXPECT_EQ(count, 66U);
@@ -403,7 +403,7 @@ TEST(Coord, ACountMayBeLeftOut) {
     EXPECT_EQ(count, 72U);
 }
 
-TEST(Coord, UnusedHighBitsAreDroppedByEveryChange) {
+TEST(CoordTest, UnusedHighBitsAreDroppedByEveryChange) {
     const coord_t high = 0xABCD0000;
     const coord_t coord = packed(3, 17);
     EXPECT_EQ(changed(pll_AddMargin, coord | high, 12U), changed(pll_AddMargin, coord, 12U));
@@ -414,7 +414,7 @@ TEST(Coord, UnusedHighBitsAreDroppedByEveryChange) {
     EXPECT_EQ(changed(pll_SubModulo, coord | high, 1U), coord);
 }
 
-TEST(Coord, ANullOutputIsLeftOutAndTheOthersAreSet) {
+TEST(CoordTest, ANullOutputIsLeftOutAndTheOthersAreSet) {
     pll_AddMargin(nullptr, 1);
     pll_SubMargin(nullptr, 1);
     pll_PowerOfTwo(nullptr, 1);

@@ -39,7 +39,7 @@ struct Text {
     coord_t coord;
 };
 
-TEST(FrequencyText, NullOrNoTextFailsUntouched) {
+TEST(FrequencyTextTest, NullOrNoTextFailsUntouched) {
     coord_t coord = 0x1234;
     EXPECT_EQ(pll_StrLenToCoord(4, nullptr, &coord), 1);
     EXPECT_EQ(pll_StrLenToCoord(0, "10.0", &coord), 1);
@@ -52,7 +52,7 @@ TEST(FrequencyText, NullOrNoTextFailsUntouched) {
     EXPECT_EQ(coord, 0x1234U);
 }
 
-TEST(FrequencyText, PlainNumbersAreMegahertz) {
+TEST(FrequencyTextTest, PlainNumbersAreMegahertz) {
     const Text cases[] = {
         {"10.0", packed(3, 16)},   {"12.5", packed(3, 36)}, {"0.5", packed(-1, 0)},
         {"1", packed(0, 0)},       {"64", packed(6, 0)},    {"64.0", packed(6, 0)},
@@ -65,7 +65,7 @@ TEST(FrequencyText, PlainNumbersAreMegahertz) {
     }
 }
 
-TEST(FrequencyText, UnitsCountInAnyCase) {
+TEST(FrequencyTextTest, UnitsCountInAnyCase) {
     const Text cases[] = {
         {"10MHz", packed(3, 16)},  {"10mhz", packed(3, 16)},    {"10.375MHZ", packed(3, 19)},
         {"500kHz", packed(-1, 0)}, {"500KHZ", packed(-1, 0)},   {"1000kHz", packed(0, 0)},
@@ -77,7 +77,7 @@ TEST(FrequencyText, UnitsCountInAnyCase) {
     }
 }
 
-TEST(FrequencyText, WhatIsNoNumberFails) {
+TEST(FrequencyTextTest, WhatIsNoNumberFails) {
     for (const char* text :
          {"10.",   "10.MHz", ".",     ".Hz",   ".MHz", "MHz",  "kHz", "Hz",     "+10.0",    "-10.0",
           " 10.0", "10.0 ",  "1e1",   "1.2.3", "1..5", "10,0", "x",   "10 MHz", "10.0MHzz", "10GHz",
@@ -86,13 +86,13 @@ TEST(FrequencyText, WhatIsNoNumberFails) {
     }
 }
 
-TEST(FrequencyText, ZeroFails) {
+TEST(FrequencyTextTest, ZeroFails) {
     for (const char* text : {"0", "0.0", "0.00", "00", "0MHz", "0.0kHz", "0Hz", ".0", ".00"}) {
         EXPECT_EQ(read(text), std::nullopt) << text;
     }
 }
 
-TEST(FrequencyText, TheUpperLimitIs64Megahertz) {
+TEST(FrequencyTextTest, TheUpperLimitIs64Megahertz) {
     EXPECT_EQ(read("63.5"), packed(5, 63));
     EXPECT_EQ(read("64.00"), packed(6, 0));
     EXPECT_EQ(read("64.49"), packed(6, 0));
@@ -105,12 +105,12 @@ TEST(FrequencyText, TheUpperLimitIs64Megahertz) {
     EXPECT_EQ(read("128.0"), std::nullopt);
 }
 
-TEST(FrequencyText, JustAbove64TheArithmeticDecides) {
+TEST(FrequencyTextTest, JustAbove64TheArithmeticDecides) {
     EXPECT_EQ(read("64.5"), packed(6, 0)) << "exact, cut down";
     EXPECT_EQ(read("64.5MHz"), std::nullopt) << "through a double, rounded up";
 }
 
-TEST(FrequencyText, KilohertzAndHertzHaveTheirOwnLimits) {
+TEST(FrequencyTextTest, KilohertzAndHertzHaveTheirOwnLimits) {
     EXPECT_EQ(read("2000kHz"), std::nullopt);
     EXPECT_EQ(read("1003.9kHz"), packed(0, 0));
     EXPECT_EQ(read("1004kHz"), std::nullopt);
@@ -120,13 +120,13 @@ TEST(FrequencyText, KilohertzAndHertzHaveTheirOwnLimits) {
     EXPECT_EQ(read("2000000Hz"), std::nullopt);
 }
 
-TEST(FrequencyText, ThereIsNoLowerLimit) {
+TEST(FrequencyTextTest, ThereIsNoLowerLimit) {
     EXPECT_EQ(read("1Hz"), packed(-20, 6));
     EXPECT_EQ(read("0.001Hz"), packed(-30, 8));
     EXPECT_EQ(read("0.000001"), packed(-20, 3));
 }
 
-TEST(FrequencyText, JustBelowAPowerOfTwoTheMantissaIs64) {
+TEST(FrequencyTextTest, JustBelowAPowerOfTwoTheMantissaIs64) {
     EXPECT_EQ(read("1.999"), packed(0, 64));
     EXPECT_EQ(pll_CoordToHertz(packed(0, 64)), 2'000'000U);
     EXPECT_EQ(read("63.99"), packed(5, 64));
@@ -134,7 +134,7 @@ TEST(FrequencyText, JustBelowAPowerOfTwoTheMantissaIs64) {
     EXPECT_EQ(read("1.9921874"), packed(0, 63));
 }
 
-TEST(FrequencyText, ALeadingZeroOfAHalfStepNumberMeansOctal) {
+TEST(FrequencyTextTest, ALeadingZeroOfAHalfStepNumberMeansOctal) {
     EXPECT_EQ(read("010.0"), packed(3, 0));
     EXPECT_EQ(read("010.5"), packed(3, 4));
     EXPECT_EQ(read("018.0"), packed(0, 0)) << "stops at the 8";
@@ -145,7 +145,7 @@ TEST(FrequencyText, ALeadingZeroOfAHalfStepNumberMeansOctal) {
     EXPECT_EQ(read("010"), packed(3, 16)) << "no dot";
 }
 
-TEST(FrequencyText, AHalfStepNumberIsMultipliedIn32Bits) {
+TEST(FrequencyTextTest, AHalfStepNumberIsMultipliedIn32Bits) {
     // 4295 million wraps to 32,704 hertz, 4303 million to 8,032,704.
     EXPECT_EQ(read("4295.0"), std::nullopt);
     EXPECT_EQ(read("4295.5"), packed(-1, 4));
@@ -154,7 +154,7 @@ TEST(FrequencyText, AHalfStepNumberIsMultipliedIn32Bits) {
     EXPECT_EQ(read("99999999999999999999999.5"), std::nullopt) << "saturates, then wraps";
 }
 
-TEST(FrequencyText, OnlyTheLengthCounts) {
+TEST(FrequencyTextTest, OnlyTheLengthCounts) {
     EXPECT_EQ(read("12.5", 2), packed(3, 32));
     EXPECT_EQ(read("12.5", 3), std::nullopt) << "the dot is last";
     EXPECT_EQ(read("123456", 2), packed(3, 32));
@@ -165,28 +165,28 @@ TEST(FrequencyText, OnlyTheLengthCounts) {
     EXPECT_EQ(read("1 2.5", 1), packed(0, 0));
 }
 
-TEST(FrequencyText, ALengthBeyondTheTextFails) {
+TEST(FrequencyTextTest, ALengthBeyondTheTextFails) {
     EXPECT_EQ(read("10.0", 5), std::nullopt);
     EXPECT_EQ(read("10MHz", 100), std::nullopt);
     EXPECT_EQ(read("", 3), std::nullopt);
     EXPECT_EQ(read("10.0", 0xFFFFFFFF), std::nullopt);
 }
 
-TEST(FrequencyText, AUnitMustEndTheWholeString) {
+TEST(FrequencyTextTest, AUnitMustEndTheWholeString) {
     EXPECT_EQ(read("10MHz", 5), packed(3, 16));
     EXPECT_EQ(read("10MHz ", 5), std::nullopt);
     EXPECT_EQ(read("500kHz\t", 6), std::nullopt);
     EXPECT_EQ(read("5Hz;", 3), std::nullopt);
 }
 
-TEST(FrequencyText, AUnitNeedsANumberBeforeIt) {
+TEST(FrequencyTextTest, AUnitNeedsANumberBeforeIt) {
     EXPECT_EQ(read("1Hz"), packed(-20, 6));
     EXPECT_EQ(read("Hz", 2), std::nullopt);
     EXPECT_EQ(read("kHz", 3), std::nullopt);
     EXPECT_EQ(read("1MHz", 4), packed(0, 0));
 }
 
-TEST(FrequencyText, ABlankOrTabEndsATextWithoutUnit) {
+TEST(FrequencyTextTest, ABlankOrTabEndsATextWithoutUnit) {
     coord_t coord = 0;
     EXPECT_FALSE(pll_StrWs0ToCoord("10.0", &coord));
     EXPECT_EQ(coord, packed(3, 16));
@@ -202,7 +202,7 @@ TEST(FrequencyText, ABlankOrTabEndsATextWithoutUnit) {
     EXPECT_EQ(coord, PLL_TCLK_W_NOTHING);
 }
 
-TEST(FrequencyText, LongTextsAreReadToTheirEnd) {
+TEST(FrequencyTextTest, LongTextsAreReadToTheirEnd) {
     const std::string zeros(3000, '0');
     EXPECT_EQ(read(zeros + "12.25"), packed(3, 34));
     EXPECT_EQ(read("12.25" + zeros), packed(3, 34));
@@ -216,7 +216,7 @@ TEST(FrequencyText, LongTextsAreReadToTheirEnd) {
     EXPECT_EQ(read("1.00781249"), packed(0, 0));
 }
 
-TEST(FrequencyText, WhatACoordinateCannotHoldFails) {
+TEST(FrequencyTextTest, WhatACoordinateCannotHoldFails) {
     // 2^256 megahertz and its inverse: 8-bit exponents would wrap to ordinary ones.
     EXPECT_EQ(read("11579208923731619542357098500868790785326998466564056403945758400791312963993"
                    "6.0MHz"),
@@ -229,7 +229,7 @@ TEST(FrequencyText, WhatACoordinateCannotHoldFails) {
     EXPECT_EQ(read(smallest + "Hz"), std::nullopt);
 }
 
-TEST(FrequencyText, TheHostsLocaleDoesNotMatter) {
+TEST(FrequencyTextTest, TheHostsLocaleDoesNotMatter) {
     const test_support::ForeignLocale german;
     if (!german.is_set()) {
         GTEST_SKIP() << "no locale sources on this machine";
@@ -239,7 +239,7 @@ TEST(FrequencyText, TheHostsLocaleDoesNotMatter) {
     EXPECT_EQ(read("12,25"), std::nullopt);
 }
 
-TEST(FrequencyText, EveryHalfMegahertzIsExact) {
+TEST(FrequencyTextTest, EveryHalfMegahertzIsExact) {
     for (int halves = 1; halves <= 128; ++halves) {
         std::string text = std::to_string(halves / 2);
         text += halves % 2 == 0 ? ".0" : ".5";
@@ -367,7 +367,7 @@ std::optional<coord_t> model(const std::string& text, size_t length) {
     return packed(value->y - unit.divisor.y - borrow, value->z - unit.divisor.z + 64 * borrow);
 }
 
-TEST(FrequencyText, EveryNumberWithUpToThreeDecimalsAgreesWithAFractionReader) {
+TEST(FrequencyTextTest, EveryNumberWithUpToThreeDecimalsAgreesWithAFractionReader) {
     for (int thousandths = 0; thousandths < 70'000; ++thousandths) {
         std::string decimals = std::to_string(1000 + thousandths % 1000);
         decimals[0] = '.';
@@ -385,7 +385,7 @@ TEST(FrequencyText, EveryNumberWithUpToThreeDecimalsAgreesWithAFractionReader) {
     }
 }
 
-TEST(FrequencyText, EveryTenthOfAKilohertzAgreesWithAFractionReader) {
+TEST(FrequencyTextTest, EveryTenthOfAKilohertzAgreesWithAFractionReader) {
     for (int tenths = 0; tenths < 11'000; ++tenths) {
         const std::string text =
             std::to_string(tenths / 10) + "." + std::to_string(tenths % 10) + "kHz";
@@ -393,14 +393,14 @@ TEST(FrequencyText, EveryTenthOfAKilohertzAgreesWithAFractionReader) {
     }
 }
 
-TEST(FrequencyText, HertzAgreeWithAFractionReader) {
+TEST(FrequencyTextTest, HertzAgreeWithAFractionReader) {
     for (int hertz = 0; hertz < 1'010'000; hertz += hertz < 5'000 ? 1 : 7) {
         const std::string text = std::to_string(hertz) + "Hz";
         ASSERT_EQ(read(text), model(text, text.size())) << text;
     }
 }
 
-TEST(FrequencyText, EveryWholeHalfStepTextAgreesWithAFractionReader) {
+TEST(FrequencyTextTest, EveryWholeHalfStepTextAgreesWithAFractionReader) {
     for (int megahertz = 0; megahertz < 10'000; ++megahertz) {
         for (const char* zeros : {"", "0", "00"}) {
             for (const char* decimal : {".0", ".5", ".1", ".05"}) {
@@ -411,7 +411,7 @@ TEST(FrequencyText, EveryWholeHalfStepTextAgreesWithAFractionReader) {
     }
 }
 
-TEST(FrequencyText, GeneratedTextsAgreeWithAFractionReader) {
+TEST(FrequencyTextTest, GeneratedTextsAgreeWithAFractionReader) {
     std::mt19937 random(20260108);
     std::uniform_int_distribution<size_t> any;
     const std::vector<std::string> ends = {"",   "",    "",     "MHz", "mHZ", "kHz", "KhZ", "Hz",

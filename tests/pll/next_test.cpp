@@ -59,7 +59,7 @@ Answer ask(PLL_Next& history, uint32_t request, coord_t last, bool failed = fals
     return answer;
 }
 
-TEST(Next, AnUnknownRequestWritesNothing) {
+TEST(NextTest, AnUnknownRequestWritesNothing) {
     for (const uint32_t request : {6U, 7U, 0x7FFFFFFFU, 0xFFFFFFFFU}) {
         PLL_Next history;
         std::memset(&history, 0x5A, sizeof history);
@@ -74,14 +74,14 @@ TEST(Next, AnUnknownRequestWritesNothing) {
     }
 }
 
-TEST(Next, StepInitAimsAtFinishWithAnOvershoot) {
+TEST(NextTest, StepInitAimsAtFinishWithAnOvershoot) {
     PLL_Next history = usual_history();
     EXPECT_EQ(ask(history, PLL_STATE_STEP_INIT, 0x1234), (Answer{history.start, false}));
     EXPECT_EQ(history.expect, history.finish);
     EXPECT_EQ(history.actual, raised(history.finish, history.retreat));
 }
 
-TEST(Next, StepInitStaysAboveTheMinimum) {
+TEST(NextTest, StepInitStaysAboveTheMinimum) {
     PLL_Next history = usual_history();
     history.minimum = packed(2, 5);
     for (const coord_t finish : {packed(1, 0), packed(2, 5)}) {
@@ -95,7 +95,7 @@ TEST(Next, StepInitStaysAboveTheMinimum) {
     EXPECT_EQ(history.expect, history.finish);
 }
 
-TEST(Next, StepInitStaysBelowTheMaximum) {
+TEST(NextTest, StepInitStaysBelowTheMaximum) {
     PLL_Next history = usual_history();
     history.finish = packed(4, 0);
     history.maximum = raised(history.finish, history.retreat);
@@ -109,7 +109,7 @@ TEST(Next, StepInitStaysBelowTheMaximum) {
     EXPECT_EQ(history.expect, history.finish);
 }
 
-TEST(Next, StepInitLetsTheMaximumWinOverTheMinimum) {
+TEST(NextTest, StepInitLetsTheMaximumWinOverTheMinimum) {
     PLL_Next history = usual_history();
     history.minimum = packed(6, 0);
     history.maximum = packed(3, 0);
@@ -118,7 +118,7 @@ TEST(Next, StepInitLetsTheMaximumWinOverTheMinimum) {
     EXPECT_EQ(history.expect, lowered(packed(3, 0), history.retreat));
 }
 
-TEST(Next, StepRaisesUntilTheEndPoint) {
+TEST(NextTest, StepRaisesUntilTheEndPoint) {
     for (const bool failed : {false, true}) {
         for (int end = -64; end <= 7 * 64; end += 5) {
             for (int last = -64; last <= 7 * 64; ++last) {
@@ -134,7 +134,7 @@ TEST(Next, StepRaisesUntilTheEndPoint) {
     }
 }
 
-TEST(Next, PowerInitBracketsAnOctaveBelow) {
+TEST(NextTest, PowerInitBracketsAnOctaveBelow) {
     PLL_Next history = usual_history();
     EXPECT_EQ(ask(history, PLL_STATE_POWER_INIT, packed(3, 10)), (Answer{packed(2, 42), false}));
     EXPECT_EQ(history.lower, packed(2, 10));
@@ -144,7 +144,7 @@ TEST(Next, PowerInitBracketsAnOctaveBelow) {
     EXPECT_EQ(history.higher, packed(3, 40));
 }
 
-TEST(Next, PowerInitStopsAtTheLowestOctave) {
+TEST(NextTest, PowerInitStopsAtTheLowestOctave) {
     for (int z = 0; z < 64; ++z) {
         PLL_Next history = usual_history();
         EXPECT_EQ(ask(history, PLL_STATE_POWER_INIT, packed(-1, z)),
@@ -197,7 +197,7 @@ void check_power_step(int low, int high, bool failed) {
     ASSERT_EQ(history.higher, at_index(new_high));
 }
 
-TEST(Next, PowerHalvesEveryBracket) {
+TEST(NextTest, PowerHalvesEveryBracket) {
     for (int low = -64; low < 7 * 64; ++low) {
         for (int high = low; high <= low + 64; ++high) {
             if (midpoint_wraps(low, high)) {
@@ -210,7 +210,7 @@ TEST(Next, PowerHalvesEveryBracket) {
     }
 }
 
-TEST(Next, AMidpointBelowTheHigherBoundsOctaveWraps) {
+TEST(NextTest, AMidpointBelowTheHigherBoundsOctaveWraps) {
     for (int z_low = 32; z_low < 64; ++z_low) {
         PLL_Next history = usual_history();
         history.lower = packed(-1, z_low);
@@ -221,7 +221,7 @@ TEST(Next, AMidpointBelowTheHigherBoundsOctaveWraps) {
     }
 }
 
-TEST(Next, ABisectionFindsEveryLimitWithinItsBounds) {
+TEST(NextTest, ABisectionFindsEveryLimitWithinItsBounds) {
     for (int start = -64; start < 8 * 64; ++start) {
         const int lowest = std::max(start - 64, -64);
         for (int limit = lowest; limit < start; ++limit) {
@@ -239,7 +239,7 @@ TEST(Next, ABisectionFindsEveryLimitWithinItsBounds) {
     }
 }
 
-TEST(Next, PowerEndsWithTheLowerBoundOneUnitApartOrEqual) {
+TEST(NextTest, PowerEndsWithTheLowerBoundOneUnitApartOrEqual) {
     PLL_Next history = usual_history();
     history.lower = packed(2, 10);
     history.higher = packed(2, 11);
@@ -253,7 +253,7 @@ TEST(Next, PowerEndsWithTheLowerBoundOneUnitApartOrEqual) {
     EXPECT_EQ(ask(history, PLL_STATE_POWER, 0, false), (Answer{packed(2, 12), true}));
 }
 
-TEST(Next, MarginInitStepsBackBetweenMinimumAndTarget) {
+TEST(NextTest, MarginInitStepsBackBetweenMinimumAndTarget) {
     PLL_Next history = usual_history();
     history.minimum = packed(1, 0);
     history.expect = packed(4, 0);
@@ -265,7 +265,7 @@ TEST(Next, MarginInitStepsBackBetweenMinimumAndTarget) {
     EXPECT_EQ(ask(history, PLL_STATE_MARGIN_INIT, packed(1, 0)), (Answer{packed(1, 0), true}));
 }
 
-TEST(Next, MarginInitOverEveryFrequency) {
+TEST(NextTest, MarginInitOverEveryFrequency) {
     for (int last = -64; last <= 7 * 64; ++last) {
         for (int expect = 0; expect <= 6 * 64; expect += 7) {
             PLL_Next history = usual_history();
@@ -284,7 +284,7 @@ TEST(Next, MarginInitOverEveryFrequency) {
     }
 }
 
-TEST(Next, MarginStepsBackToTheMinimum) {
+TEST(NextTest, MarginStepsBackToTheMinimum) {
     for (int minimum = -64; minimum <= 6 * 64; minimum += 3) {
         for (int last = -64; last <= 7 * 64; ++last) {
             PLL_Next history = usual_history();
@@ -298,7 +298,7 @@ TEST(Next, MarginStepsBackToTheMinimum) {
     }
 }
 
-TEST(Next, OnlyTheInitRequestsAndPowerWriteTheHistory) {
+TEST(NextTest, OnlyTheInitRequestsAndPowerWriteTheHistory) {
     for (const uint32_t request : {PLL_STATE_STEP, PLL_STATE_MARGIN_INIT, PLL_STATE_MARGIN}) {
         PLL_Next history = usual_history();
         history.actual = packed(5, 0);
@@ -332,7 +332,7 @@ coord_t search(coord_t limit) {
     return answer.next;
 }
 
-TEST(Next, ASearchFindsTheHighestFrequencyThatWorks) {
+TEST(NextTest, ASearchFindsTheHighestFrequencyThatWorks) {
     const int end = index_of(raised(PLL_TCLK_W_MAXIMUM, PLL_TCLK_MARGIN_RETREAT));
     for (int limit = -64; limit <= end + 10; ++limit) {
         ASSERT_EQ(index_of(search(at_index(limit))), std::min(limit, end));

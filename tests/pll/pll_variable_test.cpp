@@ -81,7 +81,7 @@ void expect_record(const Config::Keys& keys, Change change) {
     EXPECT_EQ(describe(outcome.record), describe(expected));
 }
 
-TEST(PllVariable, InitialIsTheDefaults) {
+TEST(PllVariableTest, InitialIsTheDefaults) {
     PLL_Variable expected = {};
     expected.tclkProgram = 5;
     expected.tclkBeginning = 0xFF00;
@@ -95,38 +95,38 @@ TEST(PllVariable, InitialIsTheDefaults) {
     EXPECT_EQ(describe(initial_record(kFamily)), describe(expected));
 }
 
-TEST(PllVariable, NullArgumentsAreRefused) {
+TEST(PllVariableTest, NullArgumentsAreRefused) {
     check_null_arguments(kFamily);
 }
-TEST(PllVariable, ContextsAreAskedForFirst) {
+TEST(PllVariableTest, ContextsAreAskedForFirst) {
     check_contexts(kFamily);
 }
-TEST(PllVariable, EmptyConfigurationChangesTheOverflowOnly) {
+TEST(PllVariableTest, EmptyConfigurationChangesTheOverflowOnly) {
     check_empty(kFamily);
 }
-TEST(PllVariable, FullConfigurationIsReadInOrder) {
+TEST(PllVariableTest, FullConfigurationIsReadInOrder) {
     check_full(kFamily);
 }
-TEST(PllVariable, HostErrorOfALookupEndsTheReading) {
+TEST(PllVariableTest, HostErrorOfALookupEndsTheReading) {
     check_lookup_errors(kFamily);
 }
-TEST(PllVariable, HostErrorOfAReadEndsTheReading) {
+TEST(PllVariableTest, HostErrorOfAReadEndsTheReading) {
     check_read_errors(kFamily);
 }
-TEST(PllVariable, BadTextGivesTheCodeOfItsKey) {
+TEST(PllVariableTest, BadTextGivesTheCodeOfItsKey) {
     check_bad_texts(kFamily);
 }
-TEST(PllVariable, FlagsOfAbsentKeysAreCleared) {
+TEST(PllVariableTest, FlagsOfAbsentKeysAreCleared) {
     check_flags_of_absent_keys(kFamily);
 }
-TEST(PllVariable, EachKeyMayBeAbsent) {
+TEST(PllVariableTest, EachKeyMayBeAbsent) {
     check_each_absent(kFamily);
 }
-TEST(PllVariable, AbsentKeysAreNotRead) {
+TEST(PllVariableTest, AbsentKeysAreNotRead) {
     check_read_errors_though_absent(kFamily);
 }
 
-TEST(PllVariable, AbsentKeysOverwriteAllButTheTwoFlagsAndThePaths) {
+TEST(PllVariableTest, AbsentKeysOverwriteAllButTheTwoFlagsAndThePaths) {
     RecordingConfig config;
     PLL_Variable record = initial_record(kFamily);
     record.tclkProgram = record.tclkBeginning = record.tclkFrequency = record.tclkAdvance = 1;
@@ -147,7 +147,7 @@ TEST(PllVariable, AbsentKeysOverwriteAllButTheTwoFlagsAndThePaths) {
 
 // ---- words -------------------------------------------------------------------------------------
 
-TEST(PllVariable, ModesTakeTheirWords) {
+TEST(PllVariableTest, ModesTakeTheirWords) {
     check_words(kFamily, "VEXIL.TCLK_PROGRAM", gTclkProgTitle, gTclkProgValue,
                 &PLL_Variable::tclkProgram, -300);
     check_words(kFamily, "VEXIL.TCLK_TESTMODE", gTclkTestModeTitle, gTclkTestModeValue,
@@ -156,7 +156,7 @@ TEST(PllVariable, ModesTakeTheirWords) {
                 &PLL_Variable::tclkOverFlow, -309);
 }
 
-TEST(PllVariable, FrequenciesTakeTheirWords) {
+TEST(PllVariableTest, FrequenciesTakeTheirWords) {
     check_words(kFamily, "VEXIL.TCLK_BEGINNING", gTclkFreqTitle, gTclkFreqValue,
                 &PLL_Variable::tclkBeginning, -301);
     check_words(kFamily, "VEXIL.TCLK_FREQUENCY", gTclkFreqTitle, gTclkFreqValue,
@@ -165,14 +165,14 @@ TEST(PllVariable, FrequenciesTakeTheirWords) {
                 &PLL_Variable::tclkReference, -305);
 }
 
-TEST(PllVariable, InitialAndTerminalTakeTheirWord) {
+TEST(PllVariableTest, InitialAndTerminalTakeTheirWord) {
     check_words(kFamily, "VEXIL.TCLK_INITIAL", gTclkInitialTitle, gTclkInitialValue,
                 &PLL_Variable::tclkInitial, -306);
     check_words(kFamily, "VEXIL.TCLK_TERMINAL", gTclkTerminalTitle, gTclkTerminalValue,
                 &PLL_Variable::tclkTerminal, -307);
 }
 
-TEST(PllVariable, LengthsTakeTheirWords) {
+TEST(PllVariableTest, LengthsTakeTheirWords) {
     check_words(kFamily, "VEXIL.TCLK_SCAN_BITS", gTclkBitsTitle, gTclkBitsValue,
                 &PLL_Variable::bitsLength, kBadNumber);
     check_words(kFamily, "VEXIL.TCLK_PATH_IRSIZE", gTclkPathTitle, nullptr, &PLL_Variable::irLength,
@@ -181,7 +181,7 @@ TEST(PllVariable, LengthsTakeTheirWords) {
                 kBadNumber);
 }
 
-TEST(PllVariable, FirstWordInTheTableWins) {
+TEST(PllVariableTest, FirstWordInTheTableWins) {
     EXPECT_EQ(read_pll({{"VEXIL.TCLK_PROGRAM", "a"}}).record.tclkProgram, LS_TCLK_PROG_AUTOMATIC);
     EXPECT_EQ(read_pll({{"VEXIL.TCLK_PROGRAM", "m"}}).record.tclkProgram, LS_TCLK_PROG_MINIMUM);
     EXPECT_EQ(read_pll({{"VEXIL.TCLK_PROGRAM", "MA"}}).record.tclkProgram, LS_TCLK_PROG_MAXIMUM);
@@ -191,7 +191,7 @@ TEST(PllVariable, FirstWordInTheTableWins) {
 
 // ---- frequencies -------------------------------------------------------------------------------
 
-TEST(PllVariable, FrequencyTextsAreRead) {
+TEST(PllVariableTest, FrequencyTextsAreRead) {
     const struct {
         const char* text;
         bool good;
@@ -232,7 +232,7 @@ TEST(PllVariable, FrequencyTextsAreRead) {
     }
 }
 
-TEST(PllVariable, FrequencyLengthBeyondTheTextIsRefused) {
+TEST(PllVariableTest, FrequencyLengthBeyondTheTextIsRefused) {
     const struct {
         const char* text;
         uint32_t length;
@@ -250,7 +250,7 @@ TEST(PllVariable, FrequencyLengthBeyondTheTextIsRefused) {
     }
 }
 
-TEST(PllVariable, SpecificFrequencyLowersTheBeginning) {
+TEST(PllVariableTest, SpecificFrequencyLowersTheBeginning) {
     const coord_t low = PLL_TCLK_PACK(-2, 0);
     expect_record({{"VEXIL.TCLK_PROGRAM", "specific"}, {"VEXIL.TCLK_FREQUENCY", "250kHz"}},
                   [&](PLL_Variable& r) {
@@ -289,7 +289,7 @@ TEST(PllVariable, SpecificFrequencyLowersTheBeginning) {
 
 // ---- numbers -----------------------------------------------------------------------------------
 
-TEST(PllVariable, MarginsAreOneTo63) {
+TEST(PllVariableTest, MarginsAreOneTo63) {
     const struct {
         const char* key;
         uint32_t PLL_Variable::*field;
@@ -312,7 +312,7 @@ TEST(PllVariable, MarginsAreOneTo63) {
     }
 }
 
-TEST(PllVariable, FlagsTakeABoolean) {
+TEST(PllVariableTest, FlagsTakeABoolean) {
     expect_record({{"VEXIL.TCLK_INITIAL", "no"}},
                   EFFECT(r.tclkInitial = false; r.useTclkInitial = true));
     expect_record({{"VEXIL.TCLK_INITIAL", "yes"}}, EFFECT(r.useTclkInitial = true));
@@ -322,7 +322,7 @@ TEST(PllVariable, FlagsTakeABoolean) {
     expect_record({{"VEXIL.TCLK_TERMINAL", "yes"}}, EFFECT(r.useTclkTerminal = true));
 }
 
-TEST(PllVariable, ScanBitsAreCutToWholeWords) {
+TEST(PllVariableTest, ScanBitsAreCutToWholeWords) {
     const struct {
         const char* text;
         JTI_Error code;
@@ -344,7 +344,7 @@ TEST(PllVariable, ScanBitsAreCutToWholeWords) {
     }
 }
 
-TEST(PllVariable, PathLengthsAreANumberOrMeasured) {
+TEST(PllVariableTest, PathLengthsAreANumberOrMeasured) {
     const struct {
         const char* key;
         uint32_t PLL_Variable::*length;
@@ -374,7 +374,7 @@ TEST(PllVariable, PathLengthsAreANumberOrMeasured) {
     }
 }
 
-TEST(PllVariable, WordClearsAKnownPathLength) {
+TEST(PllVariableTest, WordClearsAKnownPathLength) {
     RecordingConfig config(Config::Keys{{"VEXIL.TCLK_PATH_IRSIZE", "measure"}});
     PLL_Variable record = initial_record(kFamily);
     record.irKnown = true;
@@ -384,7 +384,7 @@ TEST(PllVariable, WordClearsAKnownPathLength) {
     EXPECT_EQ(record.irLength, 0u);
 }
 
-TEST(PllVariable, CreateAndDelete) {
+TEST(PllVariableTest, CreateAndDelete) {
     EXPECT_EQ(READ_PllCreate(nullptr), 1);
     EXPECT_EQ(READ_PllDelete(nullptr), 1);
     PLL_Variable* record = nullptr;

@@ -5,7 +5,7 @@ namespace {
 using test_support::expect_table;
 using test_support::Words;
 
-TEST(TclkTables, ModesAndLengths) {
+TEST(TclkTablesTest, ModesAndLengths) {
     expect_table(gTclkProgTitle, gTclkProgValue,
                  {{"nothing", 0},
                   {"external", 1},
@@ -32,7 +32,7 @@ TEST(TclkTables, ModesAndLengths) {
 }
 
 // Values are coordinates: exponent in bits 15..8, mantissa in bits 7..0.
-TEST(TclkTables, Frequencies) {
+TEST(TclkTablesTest, Frequencies) {
     const Words frequencies = {{"default", 0x0313}, {"superlow", 0xF500}, {"minimum", 0xFF00},
                                {"legacy", 0x0313},  {"exchange", 0x0506}, {"adaptive", 0x0520},
                                {"maximum", 0x0600}};

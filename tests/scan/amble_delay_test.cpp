@@ -10,7 +10,7 @@ using test_support::InstantPod;
 
 constexpr JSC_JtagAmbleDelay settings{true, 1, 2, true, 3, 4, 5, 6, true, 7, 8, 9, 10};
 
-TEST(AmbleDelay, gives_the_groups_that_are_asked_for) {
+TEST(AmbleDelayTest, GivesTheGroupsThatAreAskedFor) {
     InstantPod pod;
     pod.control.ambleDelay = settings;
     JSC_JtagAmbleDelay asked{};
@@ -45,7 +45,7 @@ TEST(AmbleDelay, gives_the_groups_that_are_asked_for) {
     EXPECT_EQ(asked.endDelay3, 10U);
 }
 
-TEST(AmbleDelay, takes_the_groups_that_are_given_once_the_controller_is_idle) {
+TEST(AmbleDelayTest, TakesTheGroupsThatAreGivenOnceTheControllerIsIdle) {
     InstantPod pod;
     JSC_JtagAmbleDelay given = settings;
     given.useAmbles = false;
@@ -72,7 +72,7 @@ TEST(AmbleDelay, takes_the_groups_that_are_given_once_the_controller_is_idle) {
     EXPECT_EQ(talvor::notation::text(pod.queued()), "wait done\nwait done\n");
 }
 
-TEST(AmbleDelay, forced_end_delays_win_when_delays_are_given) {
+TEST(AmbleDelayTest, ForcedEndDelaysWinWhenDelaysAreGiven) {
     InstantPod pod;
     TBC_Variable& variable = pod.inform.tbcVariable;
     variable.forceOnceEnd = 70;
@@ -93,7 +93,7 @@ TEST(AmbleDelay, forced_end_delays_win_when_delays_are_given) {
     EXPECT_EQ(pod.control.ambleDelay.endDelay1, 0U) << "only with delays";
 }
 
-TEST(AmbleDelay, checks_its_arguments) {
+TEST(AmbleDelayTest, ChecksItsArguments) {
     InstantPod pod;
     JSC_JtagAmbleDelay given = settings;
     EXPECT_EQ(jsc_GetAmbleDelay(pod.get(), nullptr), -122);

@@ -4,7 +4,7 @@
 
 namespace {
 
-TEST(Arithmetic, truth_of_a_number) {
+TEST(ArithmeticTest, TruthOfANumber) {
     EXPECT_FALSE(unsign2true(0));
     EXPECT_TRUE(unsign2true(1));
     EXPECT_TRUE(unsign2true(0xFFFFFFFF));
@@ -12,7 +12,7 @@ TEST(Arithmetic, truth_of_a_number) {
     EXPECT_FALSE(unsign2false(1));
 }
 
-TEST(Arithmetic, one_more_and_one_less_leave_the_unlimited_value) {
+TEST(ArithmeticTest, OneMoreAndOneLessLeaveTheUnlimitedValue) {
     EXPECT_EQ(FromJtiToRavo(0), 1U);
     EXPECT_EQ(FromJtiToRavo(0xFFFFFFFE), 0xFFFFFFFFU);
     EXPECT_EQ(FromJtiToRavo(0xFFFFFFFF), 0xFFFFFFFFU);
@@ -21,18 +21,18 @@ TEST(Arithmetic, one_more_and_one_less_leave_the_unlimited_value) {
     EXPECT_EQ(FromRavoToJti(0xFFFFFFFF), 0xFFFFFFFFU);
 }
 
-TEST(Arithmetic, halves_make_a_number) {
+TEST(ArithmeticTest, HalvesMakeANumber) {
     EXPECT_EQ(Increment16To32(0x1234, 0x5678), 0x12345678U);
     EXPECT_EQ(Increment16To32(0xABCD1234, 0xABCD5678), 0x12345678U);
 }
 
-TEST(Arithmetic, a_counter_in_halves_is_taken_from_its_maximum) {
+TEST(ArithmeticTest, ACounterInHalvesIsTakenFromItsMaximum) {
     EXPECT_EQ(Decrement16To32(0xFFFF, 0xFFFF, 0x0001, 0x0002), 0xFFFEFFFDU);
     EXPECT_EQ(Decrement16To32(0x0010, 0x0000, 0xFFFF, 0xFFFF), 0U);
     EXPECT_EQ(Decrement16To32(0xA0001, 0xB0005, 0xC0000, 0xD0003), 0x00010004U);
 }
 
-TEST(Arithmetic, bits_and_words) {
+TEST(ArithmeticTest, BitsAndWords) {
     for (const uint32_t n : {0U, 1U, 15U, 16U, 17U, 31U, 32U, 33U, 1000U}) {
         EXPECT_EQ(BitsModulo16(n), n % 16);
         EXPECT_EQ(BitsModulo32(n), n % 32);

@@ -37,7 +37,7 @@ std::string queued(const InstantPod& pod) {
     return talvor::notation::text(pod.queued());
 }
 
-TEST(CheckCommand, accepts_and_refuses_by_range) {
+TEST(CheckCommandTest, AcceptsAndRefusesByRange) {
     for (int before = -1; before <= 5; ++before) {
         for (int shift = -1; shift <= 5; ++shift) {
             const bool good =
@@ -58,7 +58,7 @@ TEST(CheckCommand, accepts_and_refuses_by_range) {
     EXPECT_EQ(DoCheckCommand(nullptr), -122);
 }
 
-TEST(CheckCommand, does_not_look_at_the_other_fields) {
+TEST(CheckCommandTest, DoesNotLookAtTheOtherFields) {
     JSC_JtagCommand made = command(1, 2, 1, 2);
     made.jtagDelay = static_cast<JSC_JtagDelay>(99);
     made.jtagAmble = static_cast<JSC_JtagAmble>(-1);
@@ -68,14 +68,14 @@ TEST(CheckCommand, does_not_look_at_the_other_fields) {
     EXPECT_EQ(DoCheckCommand(&made), 0);
 }
 
-TEST(StateCommand, translates_the_transits) {
+TEST(StateCommandTest, TranslatesTheTransits) {
     EXPECT_EQ(translate(command(1, 2, 1, 1)), (Translation{0, 0x0000, 6, 0x1000, 0}));
     EXPECT_EQ(translate(command(2, 2, 2, 1)), (Translation{0, 0x1000, 6, 0x1000, 0}));
     EXPECT_EQ(translate(command(3, 2, 3, 1)), (Translation{0, 0x20E0, 6, 0x20E0, 0}));
     EXPECT_EQ(translate(command(0, 0, 3, 1)), (Translation{0, 0x0000, 0, 0x20E0, 0}));
 }
 
-TEST(StateCommand, translates_path_and_end) {
+TEST(StateCommandTest, TranslatesPathAndEnd) {
     EXPECT_EQ(translate(command(1, 1, 1, 2)), (Translation{0, 0, 7, 0x1000, 2}));
     EXPECT_EQ(translate(command(1, 2, 1, 5)), (Translation{0, 0, 6, 0x1000, 6}));
     EXPECT_EQ(translate(command(1, 2, 1, 6)), (Translation{0, 0, 6, 0x1000, 7}));
@@ -83,7 +83,7 @@ TEST(StateCommand, translates_path_and_end) {
     EXPECT_EQ(translate(command(1, 3, 1, 1), true, 9), (Translation{0, 0, 6, 0x1000, 0}));
 }
 
-TEST(StateCommand, refuses_and_leaves_zeros) {
+TEST(StateCommandTest, RefusesAndLeavesZeros) {
     const Translation refused{-122, 0, 0, 0, 0};
     EXPECT_EQ(translate(command(4, 2, 1, 1)), refused);
     EXPECT_EQ(translate(command(-1, 2, 1, 1)), refused);
@@ -102,7 +102,7 @@ TEST(StateCommand, refuses_and_leaves_zeros) {
     }
 }
 
-TEST(StateCommand, refuses_null_pointers) {
+TEST(StateCommandTest, RefusesNullPointers) {
     const JSC_JtagCommand made = command(1, 2, 1, 1);
     uint16_t word = 0;
     EXPECT_EQ(DoStateCommand(nullptr, false, 0, &word, &word, &word, &word), -122);
@@ -112,14 +112,14 @@ TEST(StateCommand, refuses_null_pointers) {
     EXPECT_EQ(DoStateCommand(&made, false, 0, &word, &word, &word, nullptr), -122);
 }
 
-TEST(LaunchGoTo, keeps_its_first_argument_as_the_state) {
+TEST(LaunchGoToTest, KeepsItsFirstArgumentAsTheState) {
     InstantPod pod;
     EXPECT_EQ(DoLaunchGoTo(pod.get(), 0x20E0, 6), 0);
     EXPECT_EQ(queued(pod), "write 11 20e6\nwrite 10 4080\n");
     EXPECT_EQ(pod.control.priorState, 0x20E0);
 }
 
-TEST(LaunchGoTo, hands_the_dependencies_on_in_slow_mode) {
+TEST(LaunchGoToTest, HandsTheDependenciesOnInSlowMode) {
     InstantPod pod;
     pod.control.timeDependNew.mainCount = 77;
     DoLaunchGoTo(pod.get(), 0x1000, 2);
@@ -130,7 +130,7 @@ TEST(LaunchGoTo, hands_the_dependencies_on_in_slow_mode) {
     EXPECT_EQ(pod.control.timeDependOld.mainCount, 77U);
 }
 
-TEST(LaunchScan, writes_operation_configuration_and_control) {
+TEST(LaunchScanTest, WritesOperationConfigurationAndControl) {
     InstantPod pod;
     pod.control.priorConfig = 0x0083;
     EXPECT_EQ(DoLaunchScan(pod.get(), 0x000F, 0x0700), 0);
@@ -139,7 +139,7 @@ TEST(LaunchScan, writes_operation_configuration_and_control) {
     EXPECT_TRUE(pod.control.priorTBC);
 }
 
-TEST(LaunchScan, hands_the_dependencies_on_in_slow_mode) {
+TEST(LaunchScanTest, HandsTheDependenciesOnInSlowMode) {
     InstantPod pod;
     pod.control.timeDependNew.slowMode = true;
     pod.control.timeDependNew.useMain = true;
@@ -150,7 +150,7 @@ TEST(LaunchScan, hands_the_dependencies_on_in_slow_mode) {
     EXPECT_FALSE(pod.control.timeDependNew.useMain);
 }
 
-TEST(AmbleCommand, chooses_the_path_and_the_sides) {
+TEST(AmbleCommandTest, ChoosesThePathAndTheSides) {
     InstantPod pod;
     pod.control.ambleDelay.preAmbleIR = 1;
     pod.control.ambleDelay.posAmbleIR = 2;
@@ -184,7 +184,7 @@ TEST(AmbleCommand, chooses_the_path_and_the_sides) {
     EXPECT_EQ(DoAmbleCommand(pod.get(), nullptr, 0, &length, &length), -122);
 }
 
-TEST(InterestCommand, takes_the_bit_count_of_ir_and_dr_scans) {
+TEST(InterestCommandTest, TakesTheBitCountOfIrAndDrScans) {
     InstantPod pod;
     const JSC_JtagParam param{2, 0, 33};
     for (int shift = -1; shift <= 4; ++shift) {
@@ -202,7 +202,7 @@ TEST(InterestCommand, takes_the_bit_count_of_ir_and_dr_scans) {
     EXPECT_EQ(DoInterestCommand(pod.get(), &made, &param, nullptr), -122);
 }
 
-TEST(InterestCommand, notes_the_scan_in_slow_mode) {
+TEST(InterestCommandTest, NotesTheScanInSlowMode) {
     InstantPod pod;
     const JSC_JtagParam param{7, 0, 33};
     JSC_TimeDependancy& depend = pod.control.timeDependNew;
@@ -222,7 +222,7 @@ TEST(InterestCommand, notes_the_scan_in_slow_mode) {
     }
 }
 
-TEST(Stepping, counts_host_words_by_width) {
+TEST(SteppingTest, CountsHostWordsByWidth) {
     for (const uint32_t bits : {1U, 7U, 8U, 9U, 63U, 64U, 65U, 1000U}) {
         JSC_JtagCommand made{};
         uint32_t step = 0;
@@ -241,7 +241,7 @@ TEST(Stepping, counts_host_words_by_width) {
     }
 }
 
-TEST(Stepping, advances_by_bytes_of_the_width) {
+TEST(SteppingTest, AdvancesByBytesOfTheWidth) {
     unsigned char buffer[100];
     struct Row {
         JSC_JtagWidth width;

@@ -12,7 +12,7 @@ std::string queued(const InstantPod& pod) {
     return talvor::notation::text(pod.queued());
 }
 
-TEST(LinkDelay, reports_the_sum_and_applies_its_remainder) {
+TEST(LinkDelayTest, ReportsTheSumAndAppliesItsRemainder) {
     InstantPod pod;
     pod.control.linkDelay = 30;
     pod.control.linkDelta = 7;
@@ -29,7 +29,7 @@ TEST(LinkDelay, reports_the_sum_and_applies_its_remainder) {
     EXPECT_EQ(queued(pod), "write 4 0008\n");
 }
 
-TEST(LinkDelay, a_negative_sum_wraps_before_the_remainder) {
+TEST(LinkDelayTest, ANegativeSumWrapsBeforeTheRemainder) {
     InstantPod pod;
     pod.control.linkDelay = 3;
     pod.control.linkDelta = -4;
@@ -41,7 +41,7 @@ TEST(LinkDelay, a_negative_sum_wraps_before_the_remainder) {
     EXPECT_EQ(actual, 0xFFFFFFFFU);
 }
 
-TEST(LinkDelay, a_maximum_without_a_modulus_applies_the_sum) {
+TEST(LinkDelayTest, AMaximumWithoutAModulusAppliesTheSum) {
     InstantPod pod;
     pod.control.linkDelay = 35;
     uint32_t actual = 0;
@@ -52,7 +52,7 @@ TEST(LinkDelay, a_maximum_without_a_modulus_applies_the_sum) {
     EXPECT_EQ(actual, 5U);
 }
 
-TEST(LinkDelay, is_written_into_the_low_bits_only) {
+TEST(LinkDelayTest, IsWrittenIntoTheLowBitsOnly) {
     InstantPod pod;
     pod.control.priorConfig = 0xA0FF;
     EXPECT_EQ(WriteLinkDelay(pod.get(), 0xFFFF0022), 0);
@@ -60,7 +60,7 @@ TEST(LinkDelay, is_written_into_the_low_bits_only) {
     EXPECT_EQ(queued(pod), "write 4 a0e2\n");
 }
 
-TEST(LinkDelay, put_accumulates) {
+TEST(LinkDelayTest, PutAccumulates) {
     InstantPod pod;
     pod.control.linkDelay = 3;
     pod.control.priorConfig = 0x0080;
@@ -70,14 +70,14 @@ TEST(LinkDelay, put_accumulates) {
     EXPECT_EQ(queued(pod), "write 4 0087\nwrite 4 0086\n");
 }
 
-TEST(LinkDelay, put_wraps_instead_of_overflowing) {
+TEST(LinkDelayTest, PutWrapsInsteadOfOverflowing) {
     InstantPod pod;
     pod.control.linkDelta = INT32_MAX;
     EXPECT_EQ(jsc_PutLinkDelay(pod.get(), 1), 0);
     EXPECT_EQ(pod.control.linkDelta, INT32_MIN);
 }
 
-TEST(LinkDelay, variables_choose_the_base_and_add_to_the_delta) {
+TEST(LinkDelayTest, VariablesChooseTheBaseAndAddToTheDelta) {
     InstantPod pod;
     EXPECT_EQ(SaveVariableLinkDelay(pod.get(), 3), 0);
     EXPECT_EQ(pod.control.linkDelay, 3U);
@@ -92,14 +92,14 @@ TEST(LinkDelay, variables_choose_the_base_and_add_to_the_delta) {
     EXPECT_EQ(pod.control.linkDelta, -4) << "once an initialisation";
 }
 
-TEST(LinkDelay, edges_add_nothing) {
+TEST(LinkDelayTest, EdgesAddNothing) {
     InstantPod pod;
     EXPECT_EQ(SaveTimingLinkDelay(pod.get(), true, true), 0);
     EXPECT_EQ(pod.control.linkTiming, 0);
     EXPECT_EQ(queued(pod), "");
 }
 
-TEST(LinkDelay, needs_a_controller_block) {
+TEST(LinkDelayTest, NeedsAControllerBlock) {
     InstantPod pod;
     pod.inform.pJscControl = nullptr;
     uint32_t delay = 5;
@@ -112,7 +112,7 @@ TEST(LinkDelay, needs_a_controller_block) {
     EXPECT_EQ(delay, 0xFFFFFFFFU);
 }
 
-TEST(LinkDelay, refuses_null_pointers) {
+TEST(LinkDelayTest, RefusesNullPointers) {
     InstantPod pod;
     uint32_t delay = 5;
     EXPECT_EQ(ModifyActualLinkDelay(nullptr, 31, &delay), -122);

@@ -21,7 +21,7 @@ std::string launched(const char* count, const char* option) {
            "\nwrite 10 6001\nwrite 10 4080\n";
 }
 
-class ScanEngine : public testing::Test {
+class ScanEngineTest : public testing::Test {
 protected:
     InstantPod pod;
     JSC_JtagCommand command = scan_command(eJSC_JTAG_SHIFT_DR, eJSC_JTAG_STATE_PAUSE_DR);
@@ -33,7 +33,7 @@ protected:
     }
 };
 
-TEST_F(ScanEngine, a_fixed_scan_counts_its_bits) {
+TEST_F(ScanEngineTest, AFixedScanCountsItsBits) {
     EXPECT_EQ(TbcScanFixed(pod.get(), 6, 18, false, true), 0);
     EXPECT_EQ(text(pod.queued()), launched("0011", "0100"));
     empty_batch(*pod.block);
@@ -46,7 +46,7 @@ TEST_F(ScanEngine, a_fixed_scan_counts_its_bits) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST_F(ScanEngine, a_short_fixed_scan_is_forgotten_in_fast_mode) {
+TEST_F(ScanEngineTest, AShortFixedScanIsForgottenInFastMode) {
     EXPECT_EQ(TbcScanFixed(pod.get(), 6, 1, false, false), 0);
     EXPECT_TRUE(pod.control.priorTBC);
     pod.control.timeDependNew.fastMode = true;
@@ -60,7 +60,7 @@ TEST_F(ScanEngine, a_short_fixed_scan_is_forgotten_in_fast_mode) {
     EXPECT_TRUE(pod.control.priorTBC) << "value 24";
 }
 
-TEST_F(ScanEngine, a_data_scan_is_forgotten_in_fast_mode_whatever_its_length) {
+TEST_F(ScanEngineTest, ADataScanIsForgottenInFastModeWhateverItsLength) {
     for (const bool fast : {false, true}) {
         pod.control.timeDependNew.fastMode = fast;
         EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 32, false, true, in, out), 0);
@@ -71,7 +71,7 @@ TEST_F(ScanEngine, a_data_scan_is_forgotten_in_fast_mode_whatever_its_length) {
     EXPECT_FALSE(pod.control.priorTBC) << "the wait for room has cleared it";
 }
 
-TEST_F(ScanEngine, the_receive_strategy_moves_what_the_option_bits_say) {
+TEST_F(ScanEngineTest, TheReceiveStrategyMovesWhatTheOptionBitsSay) {
     const std::string reads = "wait recv\nread 22\nwait recv\nread 22\n";
     const std::string flushed = "read 31\nread 16\nread 17\n";
     for (const uint16_t option : std::initializer_list<uint16_t>{0x0400, 0x0500, 0x0600}) {
@@ -106,7 +106,7 @@ TEST_F(ScanEngine, the_receive_strategy_moves_what_the_option_bits_say) {
     EXPECT_EQ(pod.flushes, 4U) << "only scans that read flush";
 }
 
-TEST_F(ScanEngine, the_receive_strategy_strips_the_receive_bit_of_a_send) {
+TEST_F(ScanEngineTest, TheReceiveStrategyStripsTheReceiveBitOfASend) {
     EXPECT_EQ(receive(0x0700, 16, true, true), 0);
     EXPECT_EQ(text(pod.queued()), launched("000f", "0300") + "write 23 1111\n");
     empty_batch(*pod.block);
@@ -114,7 +114,7 @@ TEST_F(ScanEngine, the_receive_strategy_strips_the_receive_bit_of_a_send) {
     EXPECT_EQ(text(pod.queued()), "wait done\nwrite 4 0200\nwrite 10 6001\nwrite 10 4080\n");
 }
 
-TEST_F(ScanEngine, the_receive_strategy_adjusts_receiving_scans_only) {
+TEST_F(ScanEngineTest, TheReceiveStrategyAdjustsReceivingScansOnly) {
     uint16_t next = 0x70;
     pod.give = [&next](uint16_t port) { return port == 22 ? next++ : uint16_t{0}; };
     EXPECT_EQ(receive(0x0400, 16, true), 0);
@@ -130,7 +130,7 @@ TEST_F(ScanEngine, the_receive_strategy_adjusts_receiving_scans_only) {
     EXPECT_EQ(text(pod.queued()).substr(0, 14), "write 12 000f\n");
 }
 
-TEST_F(ScanEngine, the_dropped_word_has_its_place_in_the_handle) {
+TEST_F(ScanEngineTest, TheDroppedWordHasItsPlaceInTheHandle) {
     const uint16_t* first = nullptr;
     const uint16_t* second = nullptr;
     pod.before_flush = [&] {
@@ -142,7 +142,7 @@ TEST_F(ScanEngine, the_dropped_word_has_its_place_in_the_handle) {
     EXPECT_EQ(second, in);
 }
 
-TEST_F(ScanEngine, shifts_without_words_are_forgotten_in_fast_mode_when_they_are_short) {
+TEST_F(ScanEngineTest, ShiftsWithoutWordsAreForgottenInFastModeWhenTheyAreShort) {
     pod.control.timeDependNew.fastMode = true;
     EXPECT_EQ(receive(0x0200, 24), 0);
     EXPECT_FALSE(pod.control.priorTBC);
@@ -152,7 +152,7 @@ TEST_F(ScanEngine, shifts_without_words_are_forgotten_in_fast_mode_when_they_are
     EXPECT_FALSE(pod.control.priorTBC) << "a shift with words, whatever its length";
 }
 
-TEST_F(ScanEngine, an_option_that_no_shift_has_is_refused) {
+TEST_F(ScanEngineTest, AnOptionThatNoShiftHasIsRefused) {
     const ScanWords words{1, false, out, in};
     for (const uint16_t option : std::initializer_list<uint16_t>{0x0800, 0x0001, 0x0701, 0x8000}) {
         EXPECT_EQ(scan_stream(pod.get(), option, words), -115) << option;
@@ -160,7 +160,7 @@ TEST_F(ScanEngine, an_option_that_no_shift_has_is_refused) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST_F(ScanEngine, the_strategies_refuse_a_shift_of_no_bits) {
+TEST_F(ScanEngineTest, TheStrategiesRefuseAShiftOfNoBits) {
     EXPECT_EQ(receive(0x0600, 0), -122);
     EXPECT_EQ(receive(0x0600, 0, true), -122);
     EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 0, false, true, in, out), -122);
@@ -172,7 +172,7 @@ TEST_F(ScanEngine, the_strategies_refuse_a_shift_of_no_bits) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST_F(ScanEngine, the_strategies_refuse_an_amble_that_is_none) {
+TEST_F(ScanEngineTest, TheStrategiesRefuseAnAmbleThatIsNone) {
     command.jtagAmble = eJSC_JTAG_AMBLE_INVALID_LAST;
     EXPECT_EQ(receive(0x0600, 16), -122);
     EXPECT_EQ(TbcScanOldStyle2(pod.get(), &command, 6, 0x0300, 16, false, true, in, out), -122);
@@ -181,7 +181,7 @@ TEST_F(ScanEngine, the_strategies_refuse_an_amble_that_is_none) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST_F(ScanEngine, a_scan_without_its_buffers_is_refused) {
+TEST_F(ScanEngineTest, AScanWithoutItsBuffersIsRefused) {
     const auto scan = [&](uint16_t control, bool send_only, bool send_fixed, uint16_t* destination,
                           uint16_t* source) {
         return TbcScan(pod.get(), &command, control, 16, false, send_only, send_fixed, 1,

@@ -408,7 +408,7 @@ bool all_shifts(Bench& bench, bool (*vary)(Bench&, ScanCase)) {
     return true;
 }
 
-TEST(ScanGenerator, every_combination_gives_the_words_of_the_rules) {
+TEST(ScanGeneratorTest, EveryCombinationGivesTheWordsOfTheRules) {
     Bench bench{Board{}};
     EXPECT_TRUE(all_shifts(bench, all_repeats));
     constexpr size_t shifts = std::size(kinds) * 2 * std::size(bit_counts) * 2;
@@ -417,7 +417,7 @@ TEST(ScanGenerator, every_combination_gives_the_words_of_the_rules) {
     EXPECT_EQ(bench.compared(), shifts * surroundings * 2 * 2 * std::size(widths));
 }
 
-TEST(ScanGenerator, a_pod_that_waits_by_itself_gets_no_buffer_waits) {
+TEST(ScanGeneratorTest, APodThatWaitsByItselfGetsNoBufferWaits) {
     Board board;
     board.host_waits = false;
     board.revision = 0x0200;
@@ -425,14 +425,14 @@ TEST(ScanGenerator, a_pod_that_waits_by_itself_gets_no_buffer_waits) {
     EXPECT_TRUE(all_shifts(bench, all_surroundings));
 }
 
-TEST(ScanGenerator, an_old_pod_with_a_slow_clock_settles_after_each_word_sent) {
+TEST(ScanGeneratorTest, AnOldPodWithASlowClockSettlesAfterEachWordSent) {
     Board board;
     board.settles = true;
     Bench bench{board};
     EXPECT_TRUE(all_shifts(bench, all_surroundings));
 }
 
-TEST(ScanGenerator, a_board_without_amble_bits_has_no_ambles) {
+TEST(ScanGeneratorTest, ABoardWithoutAmbleBitsHasNoAmbles) {
     Board board;
     board.pre_ir = board.pos_ir = board.pre_dr = board.pos_dr = 0;
     board.config = 0;
@@ -440,7 +440,7 @@ TEST(ScanGenerator, a_board_without_amble_bits_has_no_ambles) {
     EXPECT_TRUE(all_shifts(bench, all_surroundings));
 }
 
-TEST(ScanGenerator, slow_and_fast_mode_change_no_word) {
+TEST(ScanGeneratorTest, SlowAndFastModeChangeNoWord) {
     Bench bench{Board{}};
     bench.pod().control.timeDependNew.slowMode = true;
     bench.pod().control.timeDependNew.fastMode = true;

@@ -97,7 +97,7 @@ Words stream_of(const std::vector<Words>& batches) {
     return all;
 }
 
-TEST(ScanLength, half_a_million_bits_both_ways_through_the_channel) {
+TEST(ScanLengthTest, HalfAMillionBitsBothWaysThroughTheChannel) {
     const test_support::LeakGuard leaks;
     test_support::RecordingProxy proxy;
     test_support::BareHandle handle;
@@ -117,7 +117,7 @@ TEST(ScanLength, half_a_million_bits_both_ways_through_the_channel) {
     batch_release(handle.get());
 }
 
-TEST(ScanLength, ten_million_bits_both_ways) {
+TEST(ScanLengthTest, TenMillionBitsBothWays) {
     LoopPod looping;
     constexpr uint32_t bits = 10'000'000;
     Words out = pattern(bits / 16);
@@ -130,7 +130,7 @@ TEST(ScanLength, ten_million_bits_both_ways) {
     EXPECT_EQ(looping.pod.flushes, 20U);
 }
 
-TEST(ScanLength, ten_million_bits_adjusted_with_ambles_and_transits) {
+TEST(ScanLengthTest, TenMillionBitsAdjustedWithAmblesAndTransits) {
     LoopPod looping;
     looping.command.jtagBefore = eJSC_JTAG_TRANSIT_VIA_IDLE;
     looping.command.jtagAfter = eJSC_JTAG_TRANSIT_VIA_CAPTURE;
@@ -148,7 +148,7 @@ TEST(ScanLength, ten_million_bits_adjusted_with_ambles_and_transits) {
     EXPECT_TRUE(in == inverted(out));
 }
 
-TEST(ScanLength, ten_million_bits_sent) {
+TEST(ScanLengthTest, TenMillionBitsSent) {
     LoopPod looping;
     constexpr uint32_t bits = 10'000'000;
     Words out = pattern(bits / 16);
@@ -159,7 +159,7 @@ TEST(ScanLength, ten_million_bits_sent) {
     EXPECT_EQ(looping.pod.flushes, 15U);
 }
 
-TEST(ScanLength, ten_million_bits_received) {
+TEST(ScanLengthTest, TenMillionBitsReceived) {
     InstantPod pod;
     pod.recording = false;
     uint32_t received = 0;
@@ -175,7 +175,7 @@ TEST(ScanLength, ten_million_bits_received) {
     EXPECT_EQ(received, expected.size());
 }
 
-TEST(ScanLength, many_repeats_both_ways) {
+TEST(ScanLengthTest, ManyRepeatsBothWays) {
     LoopPod looping;
     constexpr uint32_t bits = 100;
     constexpr uint32_t repeats = 5000;
@@ -188,7 +188,7 @@ TEST(ScanLength, many_repeats_both_ways) {
     EXPECT_EQ(looping.pod.flushes, repeats) << "one a scan that receives";
 }
 
-TEST(ScanLength, thousands_of_sends_stay_queued_and_come_out_in_order) {
+TEST(ScanLengthTest, ThousandsOfSendsStayQueuedAndComeOutInOrder) {
     InstantPod pod;
     const JSC_JtagCommand command = scan_command();
     constexpr uint32_t scans = 4000;
@@ -229,7 +229,7 @@ TEST(ScanLength, thousands_of_sends_stay_queued_and_come_out_in_order) {
     }
 }
 
-TEST(ScanLength, reads_over_several_markers_keep_their_order) {
+TEST(ScanLengthTest, ReadsOverSeveralMarkersKeepTheirOrder) {
     InstantPod pod;
     uint16_t next = 0;
     pod.give = [&](uint16_t port) { return port == TBC_PORT_RECEIVE ? next++ : uint16_t{0x0BAD}; };
@@ -254,7 +254,7 @@ void pad(InstantPod& pod, uint32_t count) {
     }
 }
 
-TEST(ScanLength, a_scan_that_exactly_fills_the_block_is_one_flush) {
+TEST(ScanLengthTest, AScanThatExactlyFillsTheBlockIsOneFlush) {
     constexpr uint32_t words = 60000;
     const JSC_JtagCommand command = scan_command();
     Words in(words);
@@ -284,7 +284,7 @@ TEST(ScanLength, a_scan_that_exactly_fills_the_block_is_one_flush) {
     }
 }
 
-TEST(ScanLength, a_failed_flush_on_the_way_ends_the_scan_with_its_code) {
+TEST(ScanLengthTest, AFailedFlushOnTheWayEndsTheScanWithItsCode) {
     InstantPod pod;
     pod.recording = false;
     Words out = pattern(200'000);
@@ -312,7 +312,7 @@ TEST(ScanLength, a_failed_flush_on_the_way_ends_the_scan_with_its_code) {
         << "reads that failed were never filled";
 }
 
-TEST(ScanLength, an_unflushed_send_leaves_the_register_cache_right) {
+TEST(ScanLengthTest, AnUnflushedSendLeavesTheRegisterCacheRight) {
     // The count registers are written once for both scans, though a flush lies between them.
     InstantPod pod;
     const JSC_JtagCommand command = scan_command();

@@ -14,7 +14,7 @@ std::string text(const std::vector<uint16_t>& words) {
     return talvor::notation::text(words);
 }
 
-class ScanOperation : public testing::Test {
+class ScanOperationTest : public testing::Test {
 protected:
     InstantPod pod;
     JSC_JtagCommand command = scan_command();
@@ -38,7 +38,7 @@ protected:
     }
 };
 
-TEST_F(ScanOperation, an_adjusted_exchange_reads_as_it_is_written) {
+TEST_F(ScanOperationTest, AnAdjustedExchangeReadsAsItIsWritten) {
     command.jtagAdjust = eJSC_JTAG_ADJUST_AUTO;
     uint16_t next = 0xA0;
     pod.give = [&next](uint16_t port) { return port == 22 ? next++ : uint16_t{0}; };
@@ -59,7 +59,7 @@ TEST_F(ScanOperation, an_adjusted_exchange_reads_as_it_is_written) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST_F(ScanOperation, an_adjusted_receive_sends_nothing_and_drops_the_first_word) {
+TEST_F(ScanOperationTest, AnAdjustedReceiveSendsNothingAndDropsTheFirstWord) {
     command.jtagAdjust = eJSC_JTAG_ADJUST_AUTO;
     uint16_t next = 0xA0;
     pod.give = [&next](uint16_t port) { return port == 22 ? next++ : uint16_t{0}; };
@@ -73,7 +73,7 @@ TEST_F(ScanOperation, an_adjusted_receive_sends_nothing_and_drops_the_first_word
     EXPECT_EQ(in[1], 0);
 }
 
-TEST_F(ScanOperation, a_send_stays_queued) {
+TEST_F(ScanOperationTest, ASendStaysQueued) {
     const JSC_JtagParam16 made = param(48);
     EXPECT_EQ(jsc_ScanSend16(pod.get(), &command, &made), 0);
     EXPECT_EQ(pod.flushes, 0U);
@@ -82,14 +82,14 @@ TEST_F(ScanOperation, a_send_stays_queued) {
                                   "wait send\nwrite 23 3333\n");
 }
 
-TEST_F(ScanOperation, a_bit_counts_zero_in_the_registers) {
+TEST_F(ScanOperationTest, ABitCountsZeroInTheRegisters) {
     pod.control.registerCache[12] = 1;
     const JSC_JtagParam16 made = param(1);
     EXPECT_EQ(jsc_ScanSend16(pod.get(), &command, &made), 0);
     EXPECT_EQ(text(pod.queued()).substr(0, 14), "write 12 0000\n");
 }
 
-TEST_F(ScanOperation, ones_between_ambles_are_one_shift) {
+TEST_F(ScanOperationTest, OnesBetweenAmblesAreOneShift) {
     command.jtagShift = eJSC_JTAG_SHIFT_IR;
     command.jtagAmble = eJSC_JTAG_AMBLE_BOTH;
     pod.control.ambleDelay.preAmbleIR = 3;
@@ -100,7 +100,7 @@ TEST_F(ScanOperation, ones_between_ambles_are_one_shift) {
                                   "write 10 6001\nwrite 10 4080\n");
 }
 
-TEST_F(ScanOperation, repeats_with_reuse_send_the_same_words_and_advance_the_destination) {
+TEST_F(ScanOperationTest, RepeatsWithReuseSendTheSameWordsAndAdvanceTheDestination) {
     command.jtagUsage = eJSC_JTAG_USAGE_REUSE;
     uint16_t next = 1;
     pod.give = [&next](uint16_t port) { return port == 22 ? next++ : uint16_t{0}; };
@@ -120,7 +120,7 @@ TEST_F(ScanOperation, repeats_with_reuse_send_the_same_words_and_advance_the_des
     EXPECT_EQ(pod.flushes, 3U);
 }
 
-TEST_F(ScanOperation, refuses_what_no_scan_can_be_made_of_and_writes_nothing) {
+TEST_F(ScanOperationTest, RefusesWhatNoScanCanBeMadeOfAndWritesNothing) {
     const JSC_JtagParam16 good = param(16);
     for (const auto spoil :
          {+[](JSC_JtagCommand& made) { made.jtagBefore = eJSC_JTAG_TRANSIT_INVALID_LAST; },
@@ -147,7 +147,7 @@ TEST_F(ScanOperation, refuses_what_no_scan_can_be_made_of_and_writes_nothing) {
     expect_nothing_written();
 }
 
-TEST_F(ScanOperation, refuses_no_bits_even_with_ambles_unless_they_are_one_shift_of_ones) {
+TEST_F(ScanOperationTest, RefusesNoBitsEvenWithAmblesUnlessTheyAreOneShiftOfOnes) {
     command.jtagAmble = eJSC_JTAG_AMBLE_BOTH;
     pod.control.ambleDelay.preAmbleDR = 2;
     pod.control.ambleDelay.posAmbleDR = 2;
@@ -158,7 +158,7 @@ TEST_F(ScanOperation, refuses_no_bits_even_with_ambles_unless_they_are_one_shift
     EXPECT_EQ(text(pod.queued()).substr(0, 14), "write 12 0003\n");
 }
 
-TEST_F(ScanOperation, refuses_missing_buffers) {
+TEST_F(ScanOperationTest, RefusesMissingBuffers) {
     JSC_JtagParam16 made = param(16);
     made.pOutBuffer = nullptr;
     EXPECT_EQ(jsc_ScanSend16(pod.get(), &command, &made), -122);
@@ -174,7 +174,7 @@ TEST_F(ScanOperation, refuses_missing_buffers) {
     EXPECT_EQ(jsc_ScanRecv16(pod.get(), &command, &made), 0) << "a receive needs no source";
 }
 
-TEST_F(ScanOperation, refuses_null_records_and_handles) {
+TEST_F(ScanOperationTest, RefusesNullRecordsAndHandles) {
     const JSC_JtagParam16 made = param(16);
     const JSC_JtagParam01 fixed{1, 0, 16, false};
     for (const auto scan : {jsc_ScanSend16, jsc_ScanBoth16, jsc_ScanRecv16}) {
@@ -190,7 +190,7 @@ TEST_F(ScanOperation, refuses_null_records_and_handles) {
     expect_all(made, -116);
 }
 
-TEST_F(ScanOperation, other_widths_are_refused_whatever_they_are_given) {
+TEST_F(ScanOperationTest, OtherWidthsAreRefusedWhateverTheyAreGiven) {
     const JSC_JtagParam08 made08{};
     const JSC_JtagParam32 made32{};
     const JSC_JtagParam64 made64{};
@@ -208,7 +208,7 @@ TEST_F(ScanOperation, other_widths_are_refused_whatever_they_are_given) {
     expect_nothing_written();
 }
 
-TEST_F(ScanOperation, slow_mode_notes_the_scan_for_its_time_out) {
+TEST_F(ScanOperationTest, SlowModeNotesTheScanForItsTimeOut) {
     pod.control.timeDependNew.slowMode = true;
     const JSC_JtagParam16 made = param(33);
     EXPECT_EQ(jsc_ScanSend16(pod.get(), &command, &made), 0);
@@ -217,7 +217,7 @@ TEST_F(ScanOperation, slow_mode_notes_the_scan_for_its_time_out) {
     EXPECT_EQ(pod.control.timeDependOld.mainCount, 33U);
 }
 
-TEST_F(ScanOperation, a_failed_flush_is_returned_and_the_destination_is_untouched) {
+TEST_F(ScanOperationTest, AFailedFlushIsReturnedAndTheDestinationIsUntouched) {
     pod.failing = 1;
     in[0] = 0xBEEF;
     const JSC_JtagParam16 made = param(16, 2);

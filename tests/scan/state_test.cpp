@@ -14,7 +14,7 @@ std::string queued(const InstantPod& pod) {
     return talvor::notation::text(pod.queued());
 }
 
-TEST(GetState, translates_every_code) {
+TEST(GetStateTest, TranslatesEveryCode) {
     constexpr JSC_JtagState states[] = {eJSC_JTAG_STATE_RESET,    eJSC_JTAG_STATE_RESET,
                                         eJSC_JTAG_STATE_IDLE,     eJSC_JTAG_STATE_IDLE,
                                         eJSC_JTAG_STATE_SHIFT_DR, eJSC_JTAG_STATE_SHIFT_IR,
@@ -34,7 +34,7 @@ TEST(GetState, translates_every_code) {
               "wait done\nread 18\nread 31\nread 16\nread 17\n");
 }
 
-TEST(GetState, a_failed_flush_leaves_the_state_invalid) {
+TEST(GetStateTest, AFailedFlushLeavesTheStateInvalid) {
     InstantPod pod;
     pod.failing = 1;
     JSC_JtagState state = eJSC_JTAG_STATE_IDLE;
@@ -42,7 +42,7 @@ TEST(GetState, a_failed_flush_leaves_the_state_invalid) {
     EXPECT_EQ(state, eJSC_JTAG_STATE_INVALID_FIRST);
 }
 
-TEST(GetState, checks_its_arguments) {
+TEST(GetStateTest, ChecksItsArguments) {
     InstantPod pod;
     JSC_JtagState state = eJSC_JTAG_STATE_IDLE;
     EXPECT_EQ(jsc_GetState(pod.get(), nullptr), -122);
@@ -54,7 +54,7 @@ TEST(GetState, checks_its_arguments) {
     EXPECT_EQ(queued(pod), "");
 }
 
-TEST(PutState, issues_one_go_to_a_repeat) {
+TEST(PutStateTest, IssuesOneGoToARepeat) {
     struct Row {
         JSC_JtagTransit after;
         JSC_JtagState end;
@@ -73,7 +73,7 @@ TEST(PutState, issues_one_go_to_a_repeat) {
     }
 }
 
-TEST(PutState, repeats) {
+TEST(PutStateTest, Repeats) {
     InstantPod pod;
     const JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 3), 0);
@@ -81,7 +81,7 @@ TEST(PutState, repeats) {
                            "wait done\nwrite 10 4080\nwait done\nwrite 10 4080\n");
 }
 
-TEST(PutState, with_a_shift_goes_to_the_path_first) {
+TEST(PutStateTest, WithAShiftGoesToThePathFirst) {
     InstantPod pod;
     JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     made.jtagBefore = eJSC_JTAG_TRANSIT_VIA_CAPTURE;
@@ -91,7 +91,7 @@ TEST(PutState, with_a_shift_goes_to_the_path_first) {
                            "wait done\nwrite 11 1002\nwrite 10 4080\n");
 }
 
-TEST(PutState, refuses_a_command_before_anything_is_queued) {
+TEST(PutStateTest, RefusesACommandBeforeAnythingIsQueued) {
     InstantPod pod;
     JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_INVALID_MIDDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -122);
@@ -108,14 +108,14 @@ TEST(PutState, refuses_a_command_before_anything_is_queued) {
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 1), -116);
 }
 
-TEST(PutState, refuses_a_count_of_zero_after_the_wait) {
+TEST(PutStateTest, RefusesACountOfZeroAfterTheWait) {
     InstantPod pod;
     const JSC_JtagCommand made = move_command(eJSC_JTAG_STATE_IDLE);
     EXPECT_EQ(jsc_PutState(pod.get(), &made, 0, 0), -122);
     EXPECT_EQ(queued(pod), "wait done\n");
 }
 
-TEST(PutState, returns_the_failure_of_a_flush_that_made_room) {
+TEST(PutStateTest, ReturnsTheFailureOfAFlushThatMadeRoom) {
     InstantPod pod;
     pod.recording = false;
     pod.failing = 1;
@@ -127,7 +127,7 @@ TEST(PutState, returns_the_failure_of_a_flush_that_made_room) {
     EXPECT_EQ(queued(pod), "");
 }
 
-TEST(WaitForTclk, waits_once_for_odd_and_twice_for_even_counts) {
+TEST(WaitForTclkTest, WaitsOnceForOddAndTwiceForEvenCounts) {
     struct Row {
         uint32_t periods;
         int settles;
@@ -150,7 +150,7 @@ TEST(WaitForTclk, waits_once_for_odd_and_twice_for_even_counts) {
     EXPECT_EQ(jsc_WaitForTclk(pod.get(), 1), -116);
 }
 
-TEST(HoldFreeOuts, looks_at_tms_only) {
+TEST(HoldFreeOutsTest, LooksAtTmsOnly) {
     for (int flags = 0; flags < 16; ++flags) {
         const bool hold_tms = (flags & 4) != 0;
         InstantPod pod;
@@ -165,7 +165,7 @@ TEST(HoldFreeOuts, looks_at_tms_only) {
     EXPECT_EQ(jsc_HoldFreeOuts(pod.get(), false, false, false, false), -116);
 }
 
-TEST(TimingEdge, takes_the_edge_of_the_configuration_and_applies_the_link_delay) {
+TEST(TimingEdgeTest, TakesTheEdgeOfTheConfigurationAndAppliesTheLinkDelay) {
     for (const bool edge : {false, true}) {
         InstantPod pod;
         pod.inform.qelVariable.tdoedge = edge;
@@ -183,7 +183,7 @@ TEST(TimingEdge, takes_the_edge_of_the_configuration_and_applies_the_link_delay)
     }
 }
 
-TEST(TimingEdge, returns_the_first_error) {
+TEST(TimingEdgeTest, ReturnsTheFirstError) {
     InstantPod pod;
     pod.failing = 1;
     EXPECT_EQ(jsc_TimingEdge(pod.get(), false, false), -140);

@@ -16,15 +16,15 @@ using Delays = std::vector<uint32_t>;
 constexpr uint16_t latched = SUPPORT_CONDITION;
 
 // A pod of generation 2, which needs no pause after a clear pulse, with a log.
-class Trst : public testing::Test {
+class TrstTest : public testing::Test {
 protected:
-    Trst() {
+    TrstTest() {
         TimeValueInitial(pod.get());
         zdl_LogFileCreate(&pod.inform.resetLogHandle, 8);
         zdl_LogFileErase(pod.inform.resetLogHandle, true);
         set_condition(false);
     }
-    ~Trst() override { zdl_LogFileDelete(&pod.inform.resetLogHandle); }
+    ~TrstTest() override { zdl_LogFileDelete(&pod.inform.resetLogHandle); }
 
     // The condition latch, in the pod and as of the last flush.
     void set_condition(bool set) {
@@ -51,7 +51,7 @@ protected:
     RecordedSleeps sleeps;
 };
 
-TEST_F(Trst, the_pin_is_the_inverse_of_the_status_bit) {
+TEST_F(TrstTest, ThePinIsTheInverseOfTheStatusBit) {
     bool high = false;
     EXPECT_EQ(jsc_StatusTrstn(pod.get(), &high), 0);
     EXPECT_TRUE(high);
@@ -61,7 +61,7 @@ TEST_F(Trst, the_pin_is_the_inverse_of_the_status_bit) {
     EXPECT_TRUE(pod.queued().empty());
 }
 
-TEST_F(Trst, status_checks_its_arguments) {
+TEST_F(TrstTest, StatusChecksItsArguments) {
     bool high = true;
     EXPECT_EQ(jsc_StatusTrstn(pod.get(), nullptr), -122);
     EXPECT_EQ(jsc_StatusTrstn(nullptr, &high), -122);
@@ -70,7 +70,7 @@ TEST_F(Trst, status_checks_its_arguments) {
     EXPECT_EQ(jsc_StatusTrstn(pod.get(), &high), -116);
 }
 
-TEST_F(Trst, driving_low_pulses_the_clear_line_of_a_latched_condition) {
+TEST_F(TrstTest, DrivingLowPulsesTheClearLineOfALatchedCondition) {
     set_condition(true);
     EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 0, 77), 0);
     EXPECT_EQ(text(), "wait done\nread 31\nread 16\nread 17\n--\n"
@@ -78,7 +78,7 @@ TEST_F(Trst, driving_low_pulses_the_clear_line_of_a_latched_condition) {
     EXPECT_EQ(sleeps.delays_us(), Delays{10000});
 }
 
-TEST_F(Trst, driving_high_works_on_a_clear_latch) {
+TEST_F(TrstTest, DrivingHighWorksOnAClearLatch) {
     EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 5, 0), 0);
     EXPECT_EQ(pod.batches.size(), 2U);
     EXPECT_EQ(sleeps.delays_us(), Delays{10000});
@@ -88,13 +88,13 @@ TEST_F(Trst, driving_high_works_on_a_clear_latch) {
     EXPECT_EQ(pod.batches.size(), 1U) << "nothing to do";
 }
 
-TEST_F(Trst, the_recovery_time_is_the_time_value) {
+TEST_F(TrstTest, TheRecoveryTimeIsTheTimeValue) {
     pod.control.timeValue.pulseRecoveryValue = 321;
     EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 0), 0);
     EXPECT_EQ(sleeps.delays_us(), Delays{321});
 }
 
-TEST_F(Trst, other_pin_operations_are_refused_before_the_wait) {
+TEST_F(TrstTest, OtherPinOperationsAreRefusedBeforeTheWait) {
     for (const int pin : {0, 2, 3, -1}) {
         EXPECT_EQ(jsc_ModifyTrstn(pod.get(), static_cast<JSC_JtagPin>(pin), 1, 1), -122) << pin;
     }
@@ -105,38 +105,38 @@ TEST_F(Trst, other_pin_operations_are_refused_before_the_wait) {
     EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 1), -116);
 }
 
-TEST_F(Trst, a_failure_is_returned_without_a_sleep) {
+TEST_F(TrstTest, AFailureIsReturnedWithoutASleep) {
     pod.failing = 1;
     EXPECT_EQ(jsc_ModifyTrstn(pod.get(), eJSC_JTAG_PIN_SET_LEVEL, 1, 1), -140);
     EXPECT_EQ(sleeps.delays_us(), Delays{});
 }
 
-TEST_F(Trst, a_low_pin_is_driven_high) {
+TEST_F(TrstTest, ALowPinIsDrivenHigh) {
     set_condition(true);
     EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), 0);
     EXPECT_EQ(sleeps.delays_us().size(), 1U);
     EXPECT_EQ(logged(), std::vector<uint32_t>{RSTLOG_SCAN_PATH_TRST_NEGATE});
 }
 
-TEST_F(Trst, a_high_pin_is_pulsed_when_asked) {
+TEST_F(TrstTest, AHighPinIsPulsedWhenAsked) {
     EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), 0);
     EXPECT_EQ(sleeps.delays_us().size(), 2U) << "low, then high";
     EXPECT_EQ(logged(), std::vector<uint32_t>{RSTLOG_SCAN_PATH_TRST_TOGGLE});
 }
 
-TEST_F(Trst, a_high_pin_is_left_alone_else) {
+TEST_F(TrstTest, AHighPinIsLeftAloneElse) {
     EXPECT_EQ(tbc_TrstnStuff(pod.get(), false, true), 0);
     EXPECT_TRUE(pod.queued().empty());
     EXPECT_TRUE(pod.batches.empty());
     EXPECT_TRUE(logged().empty());
 }
 
-TEST_F(Trst, the_log_is_written_when_asked_only) {
+TEST_F(TrstTest, TheLogIsWrittenWhenAskedOnly) {
     EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, false), 0);
     EXPECT_TRUE(logged().empty());
 }
 
-TEST_F(Trst, failures_of_the_pin_are_ignored_and_those_of_the_log_are_not) {
+TEST_F(TrstTest, FailuresOfThePinAreIgnoredAndThoseOfTheLogAreNot) {
     pod.failing = 2;
     EXPECT_EQ(tbc_TrstnStuff(pod.get(), true, true), 0);
     EXPECT_EQ(logged(), std::vector<uint32_t>{RSTLOG_SCAN_PATH_TRST_TOGGLE});

@@ -30,7 +30,7 @@ uint32_t wall_clock_at(time_t seconds, long nanoseconds) {
     return sys_TimeWallClock();
 }
 
-TEST(Clock, CountsMillisecondsOfTheRealTimeClock) {
+TEST(ClockTest, CountsMillisecondsOfTheRealTimeClock) {
     asked_clock = -1;
     EXPECT_EQ(wall_clock_at(0, 0), 0U);
     EXPECT_EQ(asked_clock, CLOCK_REALTIME);
@@ -39,14 +39,14 @@ TEST(Clock, CountsMillisecondsOfTheRealTimeClock) {
     EXPECT_EQ(wall_clock_at(12, 345'678'901), 12'345U);
 }
 
-TEST(Clock, WrapsAt32Bits) {
+TEST(ClockTest, WrapsAt32Bits) {
     EXPECT_EQ(wall_clock_at(4'294'967, 295'999'999), 0xFFFFFFFFU);
     EXPECT_EQ(wall_clock_at(4'294'967, 296'000'000), 0U);
     EXPECT_EQ(wall_clock_at(1'750'000'000, 1'000'000),
               static_cast<uint32_t>(1'750'000'000'001ULL & 0xFFFFFFFFULL));
 }
 
-TEST(Clock, FollowsTheMachinesClock) {
+TEST(ClockTest, FollowsTheMachinesClock) {
     timespec before{};
     clock_gettime(CLOCK_REALTIME, &before);
     const uint32_t read = sys_TimeWallClock();
@@ -55,7 +55,7 @@ TEST(Clock, FollowsTheMachinesClock) {
     EXPECT_LT(read - expected, 60'000U);
 }
 
-TEST(Clock, SleepsTheMicrosecondsGiven) {
+TEST(ClockTest, SleepsTheMicrosecondsGiven) {
     const test_support::RestoredOs restored;
     os_calls.usleep = record_sleep;
     sleeps.clear();
@@ -64,7 +64,7 @@ TEST(Clock, SleepsTheMicrosecondsGiven) {
     EXPECT_EQ(sleeps, (std::vector<useconds_t>{1, 250'000}));
 }
 
-TEST(Clock, DoesNotSleepForZero) {
+TEST(ClockTest, DoesNotSleepForZero) {
     const test_support::RestoredOs restored;
     os_calls.usleep = record_sleep;
     sleeps.clear();
@@ -72,7 +72,7 @@ TEST(Clock, DoesNotSleepForZero) {
     EXPECT_TRUE(sleeps.empty());
 }
 
-TEST(Clock, ReallySleeps) {
+TEST(ClockTest, ReallySleeps) {
     timespec before{};
     timespec after{};
     clock_gettime(CLOCK_MONOTONIC, &before);
@@ -91,7 +91,7 @@ struct Difference {
     bool still_ok;
 };
 
-TEST(Clock, TimeDifferenceComparesWithTheTimeOut) {
+TEST(ClockTest, TimeDifferenceComparesWithTheTimeOut) {
     const Difference cases[] = {
         {100, 100, 0, false, false},
         {100, 100, 1, false, true},
@@ -121,7 +121,7 @@ bool model_still_ok(uint32_t finish, uint32_t start, uint32_t time_out) {
     return went_by < int64_t{time_out};
 }
 
-TEST(Clock, TimeDifferenceAgreesWithWideArithmetic) {
+TEST(ClockTest, TimeDifferenceAgreesWithWideArithmetic) {
     std::mt19937 random(20260101);
     std::uniform_int_distribution<uint32_t> any;
     std::uniform_int_distribution<uint32_t> near(0, 40);

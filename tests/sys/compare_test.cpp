@@ -15,7 +15,7 @@ struct Pair {
     int result;
 };
 
-TEST(Compare, WholeTextsIgnoringCase) {
+TEST(CompareTest, WholeTextsIgnoringCase) {
     const Pair cases[] = {
         {"abc", "ABC", 0}, {"abd", "ABC", 1}, {"ABC", "abd", -1}, {"", "", 0},
         {"a", "", 1},      {"", "a", -1},     {"abc", "ab", 1},   {"ab", "abc", -1},
@@ -27,7 +27,7 @@ TEST(Compare, WholeTextsIgnoringCase) {
     }
 }
 
-TEST(Compare, NullIsGreater) {
+TEST(CompareTest, NullIsGreater) {
     EXPECT_EQ(sys_Str0SinglCmpInsStr(nullptr, "a"), 1);
     EXPECT_EQ(sys_Str0SinglCmpInsStr("a", nullptr), 1);
     EXPECT_EQ(sys_Str0SinglCmpInsStr(nullptr, nullptr), 1);
@@ -42,7 +42,7 @@ struct Limited {
     int result;
 };
 
-TEST(Compare, OnlyTheFirstCharacters) {
+TEST(CompareTest, OnlyTheFirstCharacters) {
     const Limited cases[] = {
         {"abcX", "ABCy", 3, 0}, {"abcX", "ABCy", 4, -1},
         {"abc", "ab", 2, 0},    {"abc", "ab", 3, 1},
@@ -70,7 +70,7 @@ int model(std::string one, std::string two, uint32_t number) {
     return order == 0 ? 0 : order > 0 ? 1 : -1;
 }
 
-TEST(Compare, AgreesWithStandardStrings) {
+TEST(CompareTest, AgreesWithStandardStrings) {
     std::mt19937 random(20260102);
     const std::string letters = "aAbBzZ_-09";
     std::uniform_int_distribution<size_t> letter(0, letters.size() - 1);
@@ -90,7 +90,7 @@ TEST(Compare, AgreesWithStandardStrings) {
     }
 }
 
-TEST(Compare, EveryByteEqualsItself) {
+TEST(CompareTest, EveryByteEqualsItself) {
     for (int byte = 1; byte <= 255; ++byte) {
         const char one[] = {static_cast<char>(byte), 'x', '\0'};
         const char two[] = {static_cast<char>(byte), 'X', '\0'};

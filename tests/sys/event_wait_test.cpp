@@ -54,7 +54,7 @@ int32_t wait(Watcher& watcher, unsigned clock_step_ms, uint32_t time_out, bool n
     return sys_TimeWaitForEvent(&watcher, 17, 23, time_out, no_time_out, watch);
 }
 
-TEST(EventWait, AnEventAtTheFirstTestReadsNoClock) {
+TEST(EventWaitTest, AnEventAtTheFirstTestReadsNoClock) {
     Watcher watcher{.happens_at = 1};
     EXPECT_EQ(wait(watcher, 0, 0, false), 0);
     EXPECT_EQ(watcher.starts, 1U);
@@ -64,14 +64,14 @@ TEST(EventWait, AnEventAtTheFirstTestReadsNoClock) {
     EXPECT_EQ(clock_reads, 0U);
 }
 
-TEST(EventWait, HandsParameterAndChoiceThrough) {
+TEST(EventWaitTest, HandsParameterAndChoiceThrough) {
     Watcher watcher{.happens_at = 1};
     wait(watcher, 0, 0, false);
     EXPECT_EQ(watcher.parameter, 17U);
     EXPECT_EQ(watcher.choice, 23U);
 }
 
-TEST(EventWait, TheFirst256TestsReadNoClock) {
+TEST(EventWaitTest, TheFirst256TestsReadNoClock) {
     Watcher at_256{.happens_at = 256};
     EXPECT_EQ(wait(at_256, 0, 0, false), 0);
     EXPECT_EQ(at_256.tests, 256U);
@@ -83,7 +83,7 @@ TEST(EventWait, TheFirst256TestsReadNoClock) {
     EXPECT_EQ(clock_reads, 1U);
 }
 
-TEST(EventWait, ChecksClockAndAbandonAfterEvery256FurtherTests) {
+TEST(EventWaitTest, ChecksClockAndAbandonAfterEvery256FurtherTests) {
     Watcher at_512{.happens_at = 512};
     EXPECT_EQ(wait(at_512, 1, 1000, false), 0);
     EXPECT_EQ(at_512.checks, 0U);
@@ -100,7 +100,7 @@ TEST(EventWait, ChecksClockAndAbandonAfterEvery256FurtherTests) {
     EXPECT_EQ(clock_reads, 5U);
 }
 
-TEST(EventWait, TimesOutWhenTheTimeHasGoneBy) {
+TEST(EventWaitTest, TimesOutWhenTheTimeHasGoneBy) {
     Watcher watcher;
     EXPECT_EQ(wait(watcher, 10, 30, false), -1);
     // Readings at 0 (start), 10, 20 and 30 ms.
@@ -109,25 +109,25 @@ TEST(EventWait, TimesOutWhenTheTimeHasGoneBy) {
     EXPECT_EQ(watcher.checks, 3U);
 }
 
-TEST(EventWait, ATimeOutOfZeroStillGivesTwoRoundsOfTests) {
+TEST(EventWaitTest, ATimeOutOfZeroStillGivesTwoRoundsOfTests) {
     Watcher watcher;
     EXPECT_EQ(wait(watcher, 0, 0, false), -1);
     EXPECT_EQ(watcher.tests, 512U);
 }
 
-TEST(EventWait, StopsWhenTheCallbackAbandons) {
+TEST(EventWaitTest, StopsWhenTheCallbackAbandons) {
     Watcher watcher{.abandons_at = 3};
     EXPECT_EQ(wait(watcher, 1, 1000, false), -2);
     EXPECT_EQ(watcher.checks, 3U);
     EXPECT_EQ(watcher.tests, 256U * 4);
 }
 
-TEST(EventWait, AbandonGoesBeforeTimeOut) {
+TEST(EventWaitTest, AbandonGoesBeforeTimeOut) {
     Watcher watcher{.abandons_at = 1};
     EXPECT_EQ(wait(watcher, 100, 1, false), -2);
 }
 
-TEST(EventWait, WithoutTimeOutItLastsUntilTheEventOrTheAbandon) {
+TEST(EventWaitTest, WithoutTimeOutItLastsUntilTheEventOrTheAbandon) {
     Watcher event{.happens_at = 256 * 40};
     EXPECT_EQ(wait(event, 1'000, 1, true), 0);
     EXPECT_EQ(event.tests, 256U * 40);

@@ -37,12 +37,12 @@ std::string error_text(int32_t value, bool hex) {
     return written(12, [=](char* text) { return sys_Str0FormatError(text, value, hex); });
 }
 
-TEST(Format, BooleansAreYesAndNo) {
+TEST(FormatTest, BooleansAreYesAndNo) {
     EXPECT_EQ(written(4, [](char* text) { return sys_Str0FromBoolean(text, true); }), "yes");
     EXPECT_EQ(written(4, [](char* text) { return sys_Str0FromBoolean(text, false); }), "no");
 }
 
-TEST(Format, UnsignedNumbersAreDecimalUpTo255ThenHexadecimal) {
+TEST(FormatTest, UnsignedNumbersAreDecimalUpTo255ThenHexadecimal) {
     const std::pair<uint32_t, const char*> cases[] = {
         {0, "0"},
         {9, "9"},
@@ -60,7 +60,7 @@ TEST(Format, UnsignedNumbersAreDecimalUpTo255ThenHexadecimal) {
     }
 }
 
-TEST(Format, SignedNumbersAreDecimalWhenNegative) {
+TEST(FormatTest, SignedNumbersAreDecimalWhenNegative) {
     EXPECT_EQ(signed_text(-1), "-1");
     EXPECT_EQ(signed_text(-300), "-300");
     EXPECT_EQ(signed_text(INT32_MIN), "-2147483648");
@@ -70,7 +70,7 @@ TEST(Format, SignedNumbersAreDecimalWhenNegative) {
     EXPECT_EQ(signed_text(INT32_MAX), "0x7FFFFFFF");
 }
 
-TEST(Format, ErrorsCarryTheirSign) {
+TEST(FormatTest, ErrorsCarryTheirSign) {
     EXPECT_EQ(error_text(0, false), "0");
     EXPECT_EQ(error_text(-5, false), "-5");
     EXPECT_EQ(error_text(7, false), "+7");
@@ -78,14 +78,14 @@ TEST(Format, ErrorsCarryTheirSign) {
     EXPECT_EQ(error_text(INT32_MAX, false), "+2147483647");
 }
 
-TEST(Format, ErrorsInHexadecimalHaveEightLowerCaseDigits) {
+TEST(FormatTest, ErrorsInHexadecimalHaveEightLowerCaseDigits) {
     EXPECT_EQ(error_text(-1, true), "0xffffffff");
     EXPECT_EQ(error_text(0, true), "0x00000000");
     EXPECT_EQ(error_text(0x1234ABCD, true), "0x1234abcd");
     EXPECT_EQ(error_text(-122, true), "0xffffff86");
 }
 
-TEST(Format, ANullBufferGivesNull) {
+TEST(FormatTest, ANullBufferGivesNull) {
     EXPECT_EQ(sys_Str0FromBoolean(nullptr, true), nullptr);
     EXPECT_EQ(sys_Str0FromUnsign32(nullptr, 1), nullptr);
     EXPECT_EQ(sys_Str0FromSigned32(nullptr, -1), nullptr);
@@ -106,7 +106,7 @@ std::string model(uint32_t value) {
     return text.str();
 }
 
-TEST(Format, AgreesWithStreams) {
+TEST(FormatTest, AgreesWithStreams) {
     std::mt19937 random(20260104);
     std::uniform_int_distribution<uint32_t> any;
     for (uint32_t i = 0; i < 20'000; ++i) {

@@ -7,22 +7,22 @@
 
 namespace {
 
-TEST(Hash, BeginsWith5381) {
+TEST(HashTest, BeginsWith5381) {
     EXPECT_EQ(sys_StrHashFirst(), 5381U);
 }
 
-TEST(Hash, ATextThatIsNullOrEmptyLeavesIt) {
+TEST(HashTest, ATextThatIsNullOrEmptyLeavesIt) {
     EXPECT_EQ(sys_StrHashAgain(1234, nullptr), 1234U);
     EXPECT_EQ(sys_StrHashAgain(1234, ""), 1234U);
 }
 
-TEST(Hash, EachCharacterMultipliesBy33AndIsExclusiveOredIn) {
+TEST(HashTest, EachCharacterMultipliesBy33AndIsExclusiveOredIn) {
     EXPECT_EQ(sys_StrHashAgain(5381, "a"), (5381U * 33) ^ 'a');
     EXPECT_EQ(sys_StrHashAgain(5381, "ab"), (((5381U * 33) ^ 'a') * 33) ^ 'b');
     EXPECT_EQ(sys_StrHashAgain(0, "A"), 65U);
 }
 
-TEST(Hash, ACharacterAbove127CountsAsNegative) {
+TEST(HashTest, ACharacterAbove127CountsAsNegative) {
     EXPECT_EQ(sys_StrHashAgain(0, "\xFF"), 0xFFFFFFFFU);
     EXPECT_EQ(sys_StrHashAgain(0, "\x80"), 0xFFFFFF80U);
     EXPECT_EQ(sys_StrHashAgain(0, "\x7F"), 0x7FU);
@@ -40,7 +40,7 @@ uint32_t model(uint32_t before, const std::string& text) {
     return static_cast<uint32_t>(hash);
 }
 
-TEST(Hash, AgreesWithWideArithmeticAndCarriesOn) {
+TEST(HashTest, AgreesWithWideArithmeticAndCarriesOn) {
     std::mt19937 random(20260106);
     std::uniform_int_distribution<int> byte(1, 255);
     for (int i = 0; i < 20'000; ++i) {

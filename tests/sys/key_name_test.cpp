@@ -11,7 +11,7 @@ struct Conversion {
     const char* new_name;
 };
 
-TEST(KeyName, OldNamesTakeTheirPresentForm) {
+TEST(KeyNameTest, OldNamesTakeTheirPresentForm) {
     const Conversion cases[] = {
         {"POD_SN", "kelm.pod_SN"},
         {"pod_port", "kelm.pod_port"},
@@ -42,7 +42,7 @@ TEST(KeyName, OldNamesTakeTheirPresentForm) {
     }
 }
 
-TEST(KeyName, ANameWithoutDotAndUnderscoreFailsEmpty) {
+TEST(KeyNameTest, ANameWithoutDotAndUnderscoreFailsEmpty) {
     for (const char* name : {"abc", "pod", "unify", "", "a-b"}) {
         char buffer[16] = "before";
         EXPECT_EQ(sys_Str0ConvertVary(name, buffer), 1) << name;
@@ -50,7 +50,7 @@ TEST(KeyName, ANameWithoutDotAndUnderscoreFailsEmpty) {
     }
 }
 
-TEST(KeyName, NullFailsWithNothingWritten) {
+TEST(KeyNameTest, NullFailsWithNothingWritten) {
     char buffer[16] = "before";
     EXPECT_EQ(sys_Str0ConvertVary(nullptr, buffer), 1);
     EXPECT_STREQ(buffer, "before");

@@ -20,7 +20,7 @@ void expect(const char* found, const uint32_t& index, const Lookup& c) {
     EXPECT_EQ(found, table[c.index]) << c.text;
 }
 
-TEST(Keyword, WholeTextsMatchInAnyCase) {
+TEST(KeywordTest, WholeTextsMatchInAnyCase) {
     const Lookup cases[] = {
         {"default", 0, 0}, {"DEBUG", 0, 1},    {"legacy", 0, 3}, {"Debugger", 0, 4},
         {"de", 0, 5},      {"defaults", 0, 5}, {"", 0, 5},       {"x", 0, 5},
@@ -35,7 +35,7 @@ TEST(Keyword, WholeTextsMatchInAnyCase) {
     }
 }
 
-TEST(Keyword, TheFirstEntryThatBeginsLikeTheTextWins) {
+TEST(KeywordTest, TheFirstEntryThatBeginsLikeTheTextWins) {
     const Lookup cases[] = {
         {"de", 2, 0},     {"deb", 3, 1},     {"DEBUG", 5, 1},   {"debugg", 6, 4}, {"l", 1, 3},
         {"legacy", 6, 3}, {"legacyx", 7, 5}, {"legacyx", 6, 3}, {"x", 1, 5},      {"d", 1, 0},
@@ -48,7 +48,7 @@ TEST(Keyword, TheFirstEntryThatBeginsLikeTheTextWins) {
     }
 }
 
-TEST(Keyword, EmptyEntriesAreSkippedButCounted) {
+TEST(KeywordTest, EmptyEntriesAreSkippedButCounted) {
     const char* empty_first[] = {"", "", "one", nullptr};
     uint32_t index = untouched;
     EXPECT_EQ(sys_Str0ArrayCmpInsLen("", empty_first, &index, 4), nullptr);
@@ -57,20 +57,20 @@ TEST(Keyword, EmptyEntriesAreSkippedButCounted) {
     EXPECT_EQ(index, 2U);
 }
 
-TEST(Keyword, TheIndexMayBeLeftOut) {
+TEST(KeywordTest, TheIndexMayBeLeftOut) {
     EXPECT_EQ(sys_Str0ArrayCmpInsStr("debug", table, nullptr), table[1]);
     EXPECT_EQ(sys_Str0ArrayCmpInsLen("leg", table, nullptr, 3), table[3]);
     EXPECT_EQ(sys_Str0ArrayCmpInsStr("none", table, nullptr), nullptr);
 }
 
-TEST(Keyword, AnEmptyTableHasNoMatch) {
+TEST(KeywordTest, AnEmptyTableHasNoMatch) {
     const char* none[] = {nullptr};
     uint32_t index = untouched;
     EXPECT_EQ(sys_Str0ArrayCmpInsStr("a", none, &index), nullptr);
     EXPECT_EQ(index, 0U);
 }
 
-TEST(Keyword, NullTextOrTableLeavesTheIndexAlone) {
+TEST(KeywordTest, NullTextOrTableLeavesTheIndexAlone) {
     uint32_t index = untouched;
     EXPECT_EQ(sys_Str0ArrayCmpInsStr(nullptr, table, &index), nullptr);
     EXPECT_EQ(sys_Str0ArrayCmpInsStr("a", nullptr, &index), nullptr);
@@ -79,7 +79,7 @@ TEST(Keyword, NullTextOrTableLeavesTheIndexAlone) {
     EXPECT_EQ(index, untouched);
 }
 
-TEST(Keyword, EveryAbbreviationFindsTheFirstEntryThatBeginsWithIt) {
+TEST(KeywordTest, EveryAbbreviationFindsTheFirstEntryThatBeginsWithIt) {
     for (uint32_t entry = 0; table[entry] != nullptr; ++entry) {
         const auto full = static_cast<uint32_t>(std::strlen(table[entry]));
         for (uint32_t length = 1; length <= full; ++length) {

@@ -9,7 +9,7 @@
 
 namespace {
 
-TEST(LetterCase, ConvertsInPlaceAndReturnsTheText) {
+TEST(LetterCaseTest, ConvertsInPlaceAndReturnsTheText) {
     char text[] = "aBc-19z";
     EXPECT_EQ(sys_Str0ToUpper(text), text);
     EXPECT_STREQ(text, "ABC-19Z");
@@ -17,7 +17,7 @@ TEST(LetterCase, ConvertsInPlaceAndReturnsTheText) {
     EXPECT_STREQ(text, "abc-19z");
 }
 
-TEST(LetterCase, EmptyAndNullTextsAreGivenBack) {
+TEST(LetterCaseTest, EmptyAndNullTextsAreGivenBack) {
     char empty[] = "";
     EXPECT_EQ(sys_Str0ToUpper(empty), empty);
     EXPECT_EQ(sys_Str0ToLower(empty), empty);
@@ -25,7 +25,7 @@ TEST(LetterCase, EmptyAndNullTextsAreGivenBack) {
     EXPECT_EQ(sys_Str0ToLower(nullptr), nullptr);
 }
 
-TEST(LetterCase, AgreesWithTheLibraryOnEveryByte) {
+TEST(LetterCaseTest, AgreesWithTheLibraryOnEveryByte) {
     for (int byte = 1; byte <= 255; ++byte) {
         char text[2] = {static_cast<char>(byte), '\0'};
         sys_Str0ToUpper(text);
@@ -36,7 +36,7 @@ TEST(LetterCase, AgreesWithTheLibraryOnEveryByte) {
     }
 }
 
-TEST(LetterCase, FollowsTheLocaleInBytesAbove127) {
+TEST(LetterCaseTest, FollowsTheLocaleInBytesAbove127) {
     const test_support::ForeignLocale german;
     if (!german.is_set()) {
         GTEST_SKIP() << "no locale sources on this machine";

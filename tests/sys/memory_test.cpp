@@ -21,7 +21,7 @@ void* record_realloc(void* block, size_t size) {
     return std::realloc(block, size);
 }
 
-TEST(Memory, AllocatesABlockOfTheSizeAskedFor) {
+TEST(MemoryTest, AllocatesABlockOfTheSizeAskedFor) {
     const test_support::RestoredOs restored;
     os_calls.malloc = record_malloc;
     for (const auto allocate : {sys_MemAlloc, sys_MemFastAlloc}) {
@@ -35,20 +35,20 @@ TEST(Memory, AllocatesABlockOfTheSizeAskedFor) {
     }
 }
 
-TEST(Memory, SizeZeroGivesNullWithoutACall) {
+TEST(MemoryTest, SizeZeroGivesNullWithoutACall) {
     const test_support::FailingHeap heap;
     EXPECT_EQ(sys_MemAlloc(0), nullptr);
     EXPECT_EQ(sys_MemFastAlloc(0), nullptr);
     EXPECT_TRUE(heap.blocks().empty());
 }
 
-TEST(Memory, ExhaustedHeapGivesNull) {
+TEST(MemoryTest, ExhaustedHeapGivesNull) {
     const test_support::FailingHeap heap(0);
     EXPECT_EQ(sys_MemAlloc(1), nullptr);
     EXPECT_EQ(sys_MemFastAlloc(1), nullptr);
 }
 
-TEST(Memory, ReallocKeepsTheContentsAndIgnoresTheOldSize) {
+TEST(MemoryTest, ReallocKeepsTheContentsAndIgnoresTheOldSize) {
     const test_support::RestoredOs restored;
     os_calls.realloc = record_realloc;
     for (const auto reallocate : {sys_MemRealloc, sys_MemFastRealloc}) {
@@ -63,13 +63,13 @@ TEST(Memory, ReallocKeepsTheContentsAndIgnoresTheOldSize) {
     }
 }
 
-TEST(Memory, ReallocOfNullGivesAFreshBlock) {
+TEST(MemoryTest, ReallocOfNullGivesAFreshBlock) {
     void* block = sys_MemRealloc(nullptr, 0, 16);
     EXPECT_NE(block, nullptr);
     sys_MemFree(&block);
 }
 
-TEST(Memory, ReallocToSizeZeroGivesNullAndKeepsTheBlock) {
+TEST(MemoryTest, ReallocToSizeZeroGivesNullAndKeepsTheBlock) {
     const test_support::FailingHeap heap;
     for (const auto reallocate : {sys_MemRealloc, sys_MemFastRealloc}) {
         void* block = sys_MemAlloc(8);
@@ -79,7 +79,7 @@ TEST(Memory, ReallocToSizeZeroGivesNullAndKeepsTheBlock) {
     }
 }
 
-TEST(Memory, FailedReallocKeepsTheBlock) {
+TEST(MemoryTest, FailedReallocKeepsTheBlock) {
     test_support::FailingHeap heap;
     void* block = sys_MemAlloc(8);
     heap.serve(0);
@@ -88,7 +88,7 @@ TEST(Memory, FailedReallocKeepsTheBlock) {
     sys_MemFree(&block);
 }
 
-TEST(Memory, FreeClearsTheOwnersPointer) {
+TEST(MemoryTest, FreeClearsTheOwnersPointer) {
     const test_support::FailingHeap heap;
     void* block = sys_MemAlloc(8);
     sys_MemFree(&block);
@@ -99,7 +99,7 @@ TEST(Memory, FreeClearsTheOwnersPointer) {
     EXPECT_EQ(block, nullptr);
 }
 
-TEST(Memory, FastFreeClearsPointerAndSize) {
+TEST(MemoryTest, FastFreeClearsPointerAndSize) {
     const test_support::FailingHeap heap;
     void* block = sys_MemFastAlloc(8);
     uint32_t size = 8;
@@ -109,7 +109,7 @@ TEST(Memory, FastFreeClearsPointerAndSize) {
     EXPECT_TRUE(heap.blocks().empty());
 }
 
-TEST(Memory, FastFreeLeavesABlockOfSizeZero) {
+TEST(MemoryTest, FastFreeLeavesABlockOfSizeZero) {
     const test_support::FailingHeap heap;
     void* block = sys_MemFastAlloc(8);
     void* const kept = block;
@@ -120,7 +120,7 @@ TEST(Memory, FastFreeLeavesABlockOfSizeZero) {
     sys_MemFree(&block);
 }
 
-TEST(Memory, FastFreeNeedsAllItsPointers) {
+TEST(MemoryTest, FastFreeNeedsAllItsPointers) {
     const test_support::FailingHeap heap;
     void* block = sys_MemFastAlloc(8);
     void* none = nullptr;

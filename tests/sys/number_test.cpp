@@ -31,7 +31,7 @@ void refuses_null(Parser<Number> parse) {
     EXPECT_TRUE(parse(nullptr, nullptr));
 }
 
-TEST(Number, NullArgumentsFailWithNothingStored) {
+TEST(NumberTest, NullArgumentsFailWithNothingStored) {
     refuses_null<uint8_t>(sys_Str0ToUnsign8);
     refuses_null<int8_t>(sys_Str0ToSigned8);
     refuses_null<uint16_t>(sys_Str0ToUnsign16);
@@ -42,7 +42,7 @@ TEST(Number, NullArgumentsFailWithNothingStored) {
     refuses_null<int64_t>(sys_Str0ToSigned64);
 }
 
-TEST(Number, ATextWithoutDigitsFailsAndStoresZero) {
+TEST(NumberTest, ATextWithoutDigitsFailsAndStoresZero) {
     for (const char* text : {"x", "", " ", "-", "+", ".5", "_1", "- 1"}) {
         EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, text), std::nullopt) << text;
         EXPECT_EQ(read<int8_t>(sys_Str0ToSigned8, text), std::nullopt) << text;
@@ -55,7 +55,7 @@ TEST(Number, ATextWithoutDigitsFailsAndStoresZero) {
     }
 }
 
-TEST(Number, TheBaseFollowsFromTheText) {
+TEST(NumberTest, TheBaseFollowsFromTheText) {
     const std::pair<const char*, int> cases[] = {
         {"0", 0},    {"10", 10},    {"010", 8}, {"0x10", 16}, {"0X1f", 31}, {" \t12", 12},
         {"+12", 12}, {"12kHz", 12}, {"089", 0}, {"0x", 0},    {"0b11", 0},  {"12 34", 12},
@@ -72,7 +72,7 @@ TEST(Number, TheBaseFollowsFromTheText) {
     }
 }
 
-TEST(Number, WhatDoesNotFitIsCutOff) {
+TEST(NumberTest, WhatDoesNotFitIsCutOff) {
     EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, "255"), 255);
     EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, "300"), 44);
     EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, "-1"), 255);
@@ -88,7 +88,7 @@ TEST(Number, WhatDoesNotFitIsCutOff) {
     EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, "-4294967297"), -1);
 }
 
-TEST(Number, TheLibrarysOwnLimitsHoldBeyond64Bits) {
+TEST(NumberTest, TheLibrarysOwnLimitsHoldBeyond64Bits) {
     EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "18446744073709551615"), UINT64_MAX);
     EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "18446744073709551616"), UINT64_MAX);
     EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "-1"), UINT64_MAX);
@@ -136,7 +136,7 @@ void agrees_with_model(Parser<Number> parse, const std::string& text) {
     ASSERT_EQ(read<Number>(parse, text), expected) << '"' << text << '"';
 }
 
-TEST(Number, AgreesWithAPositionalReaderOnGeneratedTexts) {
+TEST(NumberTest, AgreesWithAPositionalReaderOnGeneratedTexts) {
     std::mt19937 random(20260103);
     const std::string letters = "0011789afx-+ ,";
     std::uniform_int_distribution<size_t> letter(0, letters.size() - 1);
@@ -157,7 +157,7 @@ TEST(Number, AgreesWithAPositionalReaderOnGeneratedTexts) {
     }
 }
 
-TEST(Number, ReadsEvery16BitNumberBack) {
+TEST(NumberTest, ReadsEvery16BitNumberBack) {
     for (int value = INT16_MIN; value <= INT16_MAX; ++value) {
         ASSERT_EQ(read<int16_t>(sys_Str0ToSigned16, std::to_string(value)), value);
         ASSERT_EQ(read<uint16_t>(sys_Str0ToUnsign16, std::to_string(value)),
@@ -165,7 +165,7 @@ TEST(Number, ReadsEvery16BitNumberBack) {
     }
 }
 
-TEST(Number, TruthWordsInAnyCase) {
+TEST(NumberTest, TruthWordsInAnyCase) {
     for (const char* text : {"POSITIVE", "ASSERT", "TRUTH", "TRUE", "HIGH", "YES", "ONE", "1",
                              "positive", "assert", "truth", "true", "high", "yes", "one", "Yes"}) {
         bool logic = false;
@@ -174,7 +174,7 @@ TEST(Number, TruthWordsInAnyCase) {
     }
 }
 
-TEST(Number, FalsehoodWordsInAnyCase) {
+TEST(NumberTest, FalsehoodWordsInAnyCase) {
     for (const char* text : {"NEGATIVE", "NEGATE", "FALSE", "LOW", "NOT", "NO", "ZERO", "0",
                              "negative", "negate", "false", "low", "not", "no", "zero", "Zero"}) {
         bool logic = true;
@@ -183,7 +183,7 @@ TEST(Number, FalsehoodWordsInAnyCase) {
     }
 }
 
-TEST(Number, OtherTextsAreTrueUnlessTheirNumberIsZero) {
+TEST(NumberTest, OtherTextsAreTrueUnlessTheirNumberIsZero) {
     for (const char* text : {"0x10", "2", "-1", "1x", " 1", "010", "0x100000000"}) {
         bool logic = false;
         EXPECT_FALSE(sys_Str0ToBoolean(text, &logic)) << text;
@@ -196,7 +196,7 @@ TEST(Number, OtherTextsAreTrueUnlessTheirNumberIsZero) {
     }
 }
 
-TEST(Number, ABooleanThatIsNeitherFailsUnchanged) {
+TEST(NumberTest, ABooleanThatIsNeitherFailsUnchanged) {
     for (const char* text : {"maybe", "", "YE", "tru", "yess", "n", "on"}) {
         for (const bool before : {false, true}) {
             bool logic = before;

@@ -21,7 +21,7 @@ std::string model(const std::string& texts) {
     return text;
 }
 
-TEST(ObjectName, HashesTheNamesAndThePortInOrder) {
+TEST(ObjectNameTest, HashesTheNamesAndThePortInOrder) {
     char name[13];
     EXPECT_EQ(sys_Str0GetObjectName(name, 12, "control", "one", "two", driver, 0x2B0), 0);
     EXPECT_EQ(name, model("controlonetwotalvor-driver000002b0"));
@@ -33,7 +33,7 @@ TEST(ObjectName, HashesTheNamesAndThePortInOrder) {
     EXPECT_EQ(name, model("a00000000"));
 }
 
-TEST(ObjectName, ADifferentPortGivesADifferentName) {
+TEST(ObjectNameTest, ADifferentPortGivesADifferentName) {
     char one[13];
     char two[13];
     sys_Str0GetObjectName(one, 12, "a", "b", "c", driver, 1);
@@ -41,7 +41,7 @@ TEST(ObjectName, ADifferentPortGivesADifferentName) {
     EXPECT_STRNE(one, two);
 }
 
-TEST(ObjectName, Writes13BytesEvenWithALengthOf12) {
+TEST(ObjectNameTest, Writes13BytesEvenWithALengthOf12) {
     char name[16];
     std::memset(name, 'x', sizeof name);
     EXPECT_EQ(sys_Str0GetObjectName(name, 12, "a", "b", "c", driver, 1), 0);
@@ -49,7 +49,7 @@ TEST(ObjectName, Writes13BytesEvenWithALengthOf12) {
     EXPECT_EQ(name[13], 'x');
 }
 
-TEST(ObjectName, ClearsTheWholeLengthFirst) {
+TEST(ObjectNameTest, ClearsTheWholeLengthFirst) {
     char name[24];
     std::memset(name, 'x', sizeof name);
     EXPECT_EQ(sys_Str0GetObjectName(name, 20, "a", "b", "c", driver, 1), 0);
@@ -59,7 +59,7 @@ TEST(ObjectName, ClearsTheWholeLengthFirst) {
     EXPECT_EQ(name[20], 'x');
 }
 
-TEST(ObjectName, ALengthBelow12FailsUnchanged) {
+TEST(ObjectNameTest, ALengthBelow12FailsUnchanged) {
     for (const uint32_t length : {0U, 1U, 11U}) {
         char name[16] = "before";
         EXPECT_EQ(sys_Str0GetObjectName(name, length, "a", "b", "c", driver, 1), 1) << length;
@@ -67,7 +67,7 @@ TEST(ObjectName, ALengthBelow12FailsUnchanged) {
     }
 }
 
-TEST(ObjectName, NullFailsUnchanged) {
+TEST(ObjectNameTest, NullFailsUnchanged) {
     char name[16] = "before";
     EXPECT_EQ(sys_Str0GetObjectName(nullptr, 12, "a", "b", "c", driver, 1), 1);
     EXPECT_EQ(sys_Str0GetObjectName(name, 12, nullptr, "b", "c", driver, 1), 1);

@@ -13,7 +13,7 @@ struct Extension {
     const char* extension; // null: none
 };
 
-TEST(Path, AnExtensionBeginsAtTheLastDotBehindTheLastSlash) {
+TEST(PathTest, AnExtensionBeginsAtTheLastDotBehindTheLastSlash) {
     const Extension cases[] = {
         {"name.ext", ".ext"},   {"name", nullptr},       {"", nullptr},
         {"a.b.c", ".c"},        {"dir.d/name", nullptr}, {"dir.d\\name", nullptr},
@@ -38,7 +38,7 @@ std::string without_extension(const char* path) {
     return buffer;
 }
 
-TEST(Path, AnExtensionIsCutAtItsDot) {
+TEST(PathTest, AnExtensionIsCutAtItsDot) {
     EXPECT_EQ(without_extension("name.ext"), "name");
     EXPECT_EQ(without_extension("a.b.c"), "a.b");
     EXPECT_EQ(without_extension("dir.d/name"), "dir.d/name");
@@ -55,7 +55,7 @@ std::string with_extension(const char* path, const char* extension, bool force) 
     return buffer;
 }
 
-TEST(Path, AMissingExtensionIsAddedWithOneDot) {
+TEST(PathTest, AMissingExtensionIsAddedWithOneDot) {
     for (const bool force : {false, true}) {
         EXPECT_EQ(with_extension("dir.d/name", "ext", force), "dir.d/name.ext");
         EXPECT_EQ(with_extension("name", ".ext", force), "name.ext");
@@ -65,7 +65,7 @@ TEST(Path, AMissingExtensionIsAddedWithOneDot) {
     }
 }
 
-TEST(Path, AnExtensionIsReplacedOnlyByForce) {
+TEST(PathTest, AnExtensionIsReplacedOnlyByForce) {
     EXPECT_EQ(with_extension("name.old", ".new", true), "name.new");
     EXPECT_EQ(with_extension("name.old", "new", true), "name.new");
     EXPECT_EQ(with_extension("name.old", ".n", true), "name.n");
@@ -74,7 +74,7 @@ TEST(Path, AnExtensionIsReplacedOnlyByForce) {
     EXPECT_EQ(with_extension("name.", "new", false), "name.");
 }
 
-TEST(Path, AnExtensionOfNullChangesNothing) {
+TEST(PathTest, AnExtensionOfNullChangesNothing) {
     char buffer[] = "name";
     zdl_PathExtensionAdd(buffer, nullptr, true);
     EXPECT_STREQ(buffer, "name");
@@ -86,7 +86,7 @@ struct FileName {
     const char* name;
 };
 
-TEST(Path, AFileNameStandsBehindBackslashElseSlashElseColon) {
+TEST(PathTest, AFileNameStandsBehindBackslashElseSlashElseColon) {
     const FileName cases[] = {
         {"c:file", "file"},
         {"a/b\\c/d", "c/d"},
@@ -117,7 +117,7 @@ struct HeapPath {
     const char* expected;
 };
 
-TEST(Path, APathIsBuiltInAStringHeap) {
+TEST(PathTest, APathIsBuiltInAStringHeap) {
     const HeapPath cases[] = {
         {"name.old", ".new", true, "name.new"},
         {"name.old", ".new", false, "name.old"},
@@ -138,7 +138,7 @@ TEST(Path, APathIsBuiltInAStringHeap) {
     sys_StrHeapFree(&output);
 }
 
-TEST(Path, APathThatTheStringHeapRefusesFails) {
+TEST(PathTest, APathThatTheStringHeapRefusesFails) {
     strheap_t output = sys_StrHeapInit(40);
     const std::string long_stem(41, 'a');
     EXPECT_TRUE(zdl_PathNameToStrHeap(&output, long_stem.c_str(), ".e", true));
@@ -152,7 +152,7 @@ TEST(Path, APathThatTheStringHeapRefusesFails) {
     sys_StrHeapFree(&output);
 }
 
-TEST(Path, ANullPathFailsWithTheHeapUnchanged) {
+TEST(PathTest, ANullPathFailsWithTheHeapUnchanged) {
     strheap_t output = sys_StrHeapInit(40);
     sys_StrHeapCopyStr(&output, "before");
     EXPECT_TRUE(zdl_PathNameToStrHeap(nullptr, "a", ".e", true));

@@ -55,7 +55,7 @@ struct Snapshot {
     std::string text;
 };
 
-TEST(StrHeap, AFreshRecordHasNoBuffer) {
+TEST(StrHeapTest, AFreshRecordHasNoBuffer) {
     const strheap_t fresh = sys_StrHeapInit(100);
     EXPECT_EQ(fresh.str, nullptr);
     EXPECT_EQ(fresh.mem, 0U);
@@ -63,7 +63,7 @@ TEST(StrHeap, AFreshRecordHasNoBuffer) {
     EXPECT_EQ(fresh.len, 0U);
 }
 
-TEST(StrHeap, BuffersHave33BytesOrAnEighthInReserve) {
+TEST(StrHeapTest, BuffersHave33BytesOrAnEighthInReserve) {
     const std::pair<uint32_t, uint32_t> cases[] = {
         {0, 33},  {1, 33},  {31, 33},   {32, 37},     {39, 44},
         {40, 46}, {80, 91}, {100, 113}, {1000, 1126}, {65536, 73729},
@@ -77,7 +77,7 @@ TEST(StrHeap, BuffersHave33BytesOrAnEighthInReserve) {
     }
 }
 
-TEST(StrHeap, AppendingGrowsAsNeeded) {
+TEST(StrHeapTest, AppendingGrowsAsNeeded) {
     Heap heap(100);
     EXPECT_FALSE(sys_StrHeapPutChar(&heap, 'a'));
     EXPECT_EQ(heap->mem, 33U);
@@ -90,7 +90,7 @@ TEST(StrHeap, AppendingGrowsAsNeeded) {
     EXPECT_EQ(heap.text(), std::string(32, 'a') + "b");
 }
 
-TEST(StrHeap, GrowingTo32And80CharactersTakes37And91Bytes) {
+TEST(StrHeapTest, GrowingTo32And80CharactersTakes37And91Bytes) {
     Heap heap(100);
     sys_StrHeapPutChar(&heap, 'a');
     EXPECT_FALSE(sys_StrHeapAloc(&heap, 32));
@@ -102,7 +102,7 @@ TEST(StrHeap, GrowingTo32And80CharactersTakes37And91Bytes) {
     EXPECT_EQ(fresh->mem, 91U);
 }
 
-TEST(StrHeap, ABufferThatSufficesIsNotTouched) {
+TEST(StrHeapTest, ABufferThatSufficesIsNotTouched) {
     Heap heap(100, "abc");
     const test_support::FailingHeap no_memory(0);
     const Snapshot before(heap);
@@ -113,7 +113,7 @@ TEST(StrHeap, ABufferThatSufficesIsNotTouched) {
     before.expect_unchanged(heap);
 }
 
-TEST(StrHeap, TheBoundCountsOnlyWhenTheBufferMustGrow) {
+TEST(StrHeapTest, TheBoundCountsOnlyWhenTheBufferMustGrow) {
     Heap ten(10, "0123456789");
     EXPECT_EQ(ten->mem, 33U);
     EXPECT_FALSE(sys_StrHeapPutChar(&ten, 'x'));
@@ -133,7 +133,7 @@ TEST(StrHeap, TheBoundCountsOnlyWhenTheBufferMustGrow) {
     EXPECT_FALSE(sys_StrHeapAloc(&forty, 45));
 }
 
-TEST(StrHeap, AFirstBufferKeepsToTheBound) {
+TEST(StrHeapTest, AFirstBufferKeepsToTheBound) {
     Heap heap(5);
     EXPECT_TRUE(sys_StrHeapAloc(&heap, 6));
     EXPECT_EQ(heap->str, nullptr);
@@ -141,7 +141,7 @@ TEST(StrHeap, AFirstBufferKeepsToTheBound) {
     EXPECT_EQ(heap->mem, 33U);
 }
 
-TEST(StrHeap, ABoundOfZeroNeverAllocates) {
+TEST(StrHeapTest, ABoundOfZeroNeverAllocates) {
     Heap heap(0);
     EXPECT_TRUE(sys_StrHeapAloc(&heap, 0));
     EXPECT_TRUE(sys_StrHeapPutChar(&heap, 'a'));
@@ -150,7 +150,7 @@ TEST(StrHeap, ABoundOfZeroNeverAllocates) {
     EXPECT_EQ(heap->mem, 0U);
 }
 
-TEST(StrHeap, ARecordInDisorderGetsNoBuffer) {
+TEST(StrHeapTest, ARecordInDisorderGetsNoBuffer) {
     strheap_t heap = sys_StrHeapInit(100);
     heap.mem = 5;
     EXPECT_TRUE(sys_StrHeapAloc(&heap, 1));
@@ -163,7 +163,7 @@ TEST(StrHeap, ARecordInDisorderGetsNoBuffer) {
     EXPECT_EQ(heap.len, 1U);
 }
 
-TEST(StrHeap, LengthsBeyond32BitsFail) {
+TEST(StrHeapTest, LengthsBeyond32BitsFail) {
     Heap heap(0xFFFFFFFF, "abc");
     const Snapshot before(heap);
     const test_support::FailingHeap no_memory(0);
@@ -174,7 +174,7 @@ TEST(StrHeap, LengthsBeyond32BitsFail) {
     before.expect_unchanged(heap);
 }
 
-TEST(StrHeap, AnExhaustedHeapFailsEachWriterUnchanged) {
+TEST(StrHeapTest, AnExhaustedHeapFailsEachWriterUnchanged) {
     Heap source(100, std::string(40, 's'));
     for (const bool fresh : {true, false}) {
         Heap heap(100);
@@ -196,7 +196,7 @@ TEST(StrHeap, AnExhaustedHeapFailsEachWriterUnchanged) {
     }
 }
 
-TEST(StrHeap, GrowthFreesTheOldBuffer) {
+TEST(StrHeapTest, GrowthFreesTheOldBuffer) {
     const test_support::FailingHeap heap_use;
     Heap heap(1000, "abc");
     EXPECT_FALSE(sys_StrHeapAloc(&heap, 500));
@@ -206,7 +206,7 @@ TEST(StrHeap, GrowthFreesTheOldBuffer) {
     EXPECT_TRUE(heap_use.blocks().empty());
 }
 
-TEST(StrHeap, FreeKeepsTheBoundAndAllowsReuse) {
+TEST(StrHeapTest, FreeKeepsTheBoundAndAllowsReuse) {
     Heap heap(50, "abc");
     EXPECT_FALSE(sys_StrHeapFree(&heap));
     EXPECT_EQ(heap->str, nullptr);
@@ -218,7 +218,7 @@ TEST(StrHeap, FreeKeepsTheBoundAndAllowsReuse) {
     EXPECT_EQ(heap.text(), "again");
 }
 
-TEST(StrHeap, PutAppendsOneCharacter) {
+TEST(StrHeapTest, PutAppendsOneCharacter) {
     Heap heap(50);
     char b = 'b';
     EXPECT_FALSE(sys_StrHeapPutChar(&heap, 'a'));
@@ -227,7 +227,7 @@ TEST(StrHeap, PutAppendsOneCharacter) {
     EXPECT_EQ(heap.text(), std::string("ab\0", 3));
 }
 
-TEST(StrHeap, GettersGiveTextAndLength) {
+TEST(StrHeapTest, GettersGiveTextAndLength) {
     Heap heap(50);
     EXPECT_EQ(sys_StrHeapGetStr(&heap), nullptr);
     EXPECT_EQ(sys_StrHeapGetLen(&heap), 0U);
@@ -236,7 +236,7 @@ TEST(StrHeap, GettersGiveTextAndLength) {
     EXPECT_EQ(sys_StrHeapGetLen(&heap), 4U);
 }
 
-TEST(StrHeap, CopyReplacesTheText) {
+TEST(StrHeapTest, CopyReplacesTheText) {
     Heap heap(100, "before");
     EXPECT_FALSE(sys_StrHeapCopyLen(&heap, "abcdef", 3));
     EXPECT_EQ(heap.text(), "abc");
@@ -251,7 +251,7 @@ TEST(StrHeap, CopyReplacesTheText) {
     EXPECT_EQ(heap.text(), "");
 }
 
-TEST(StrHeap, ApndAddsBehindTheText) {
+TEST(StrHeapTest, ApndAddsBehindTheText) {
     Heap heap(100, "a");
     EXPECT_FALSE(sys_StrHeapApndLen(&heap, "bcd", 2));
     EXPECT_FALSE(sys_StrHeapApndStr(&heap, "de"));
@@ -262,7 +262,7 @@ TEST(StrHeap, ApndAddsBehindTheText) {
     EXPECT_EQ(other.text(), "fg");
 }
 
-TEST(StrHeap, AFreshRecordCountsAsAnEmptyText) {
+TEST(StrHeapTest, AFreshRecordCountsAsAnEmptyText) {
     Heap heap(100, "abc");
     Heap fresh(100);
     EXPECT_FALSE(sys_StrHeapApnd(&heap, &fresh));
@@ -271,7 +271,7 @@ TEST(StrHeap, AFreshRecordCountsAsAnEmptyText) {
     EXPECT_EQ(heap.text(), "");
 }
 
-TEST(StrHeap, ItsOwnTextMayBeTheSource) {
+TEST(StrHeapTest, ItsOwnTextMayBeTheSource) {
     Heap heap(1000, std::string(20, 'a') + std::string(12, 'b'));
     EXPECT_FALSE(sys_StrHeapApnd(&heap, &heap));
     EXPECT_EQ(heap->len, 64U);
@@ -288,7 +288,7 @@ TEST(StrHeap, ItsOwnTextMayBeTheSource) {
     EXPECT_EQ(full.text(), std::string(33, 'x'));
 }
 
-TEST(StrHeap, NullFails) {
+TEST(StrHeapTest, NullFails) {
     Heap heap(100, "abc");
     const Snapshot before(heap);
     EXPECT_TRUE(sys_StrHeapAloc(nullptr, 1));
@@ -327,7 +327,7 @@ struct Comparison {
     bool differs;
 };
 
-TEST(StrHeap, Comparison) {
+TEST(StrHeapTest, Comparison) {
     const Comparison cases[] = {
         {"path/name", "path", true, false, false},
         {"path/name", "path", false, false, true},
@@ -357,7 +357,7 @@ TEST(StrHeap, Comparison) {
     }
 }
 
-TEST(StrHeap, AFreshRecordEqualsTheEmptyText) {
+TEST(StrHeapTest, AFreshRecordEqualsTheEmptyText) {
     Heap fresh(100);
     Heap also_fresh(100);
     for (const bool flag : {false, true}) {
@@ -368,7 +368,7 @@ TEST(StrHeap, AFreshRecordEqualsTheEmptyText) {
     }
 }
 
-TEST(StrHeap, ComparisonGoesOverANul) {
+TEST(StrHeapTest, ComparisonGoesOverANul) {
     Heap heap(100, std::string("a\0b", 3));
     EXPECT_FALSE(sys_StrHeapCmpLen(&heap, "a\0b", 3, false, false));
     EXPECT_TRUE(sys_StrHeapCmpLen(&heap, "a\0c", 3, false, false));
@@ -499,7 +499,7 @@ private:
     Heap heap_;
 };
 
-TEST(StrHeap, AgreesWithAStandardStringUnderRandomOperations) {
+TEST(StrHeapTest, AgreesWithAStandardStringUnderRandomOperations) {
     for (const uint32_t max : {1U, 20U, 33U, 64U, 100U, 500U, 100'000U}) {
         for (uint32_t seed = 0; seed < 5; ++seed) {
             RandomOperations(seed * 1000 + max, max).run(2'000);

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(TextCopy, SearchFindsTheFirstCharacterWithinTheLength) {
+TEST(TextCopyTest, SearchFindsTheFirstCharacterWithinTheLength) {
     const char text[] = "abcb";
     EXPECT_EQ(sys_Str0SearchLen(text, 4, 'b'), text + 1);
     EXPECT_EQ(sys_Str0SearchLen(text, 2, 'b'), text + 1);
@@ -18,14 +18,14 @@ TEST(TextCopy, SearchFindsTheFirstCharacterWithinTheLength) {
     EXPECT_EQ(sys_Str0SearchLen(nullptr, 4, 'a'), nullptr);
 }
 
-TEST(TextCopy, SearchGoesOverANul) {
+TEST(TextCopyTest, SearchGoesOverANul) {
     const char text[] = {'a', '\0', 'b', '\xE9'};
     EXPECT_EQ(sys_Str0SearchLen(text, 4, 'b'), text + 2);
     EXPECT_EQ(sys_Str0SearchLen(text, 4, '\0'), text + 1);
     EXPECT_EQ(sys_Str0SearchLen(text, 4, '\xE9'), text + 3);
 }
 
-TEST(TextCopy, CopyLenCopiesExactlyAndTerminates) {
+TEST(TextCopyTest, CopyLenCopiesExactlyAndTerminates) {
     char buffer[8] = "xxxxxxx";
     EXPECT_FALSE(sys_Str0CopyLen(buffer, "abcdef", 3));
     EXPECT_EQ(std::memcmp(buffer, "abc\0xxx\0", 8), 0);
@@ -35,7 +35,7 @@ TEST(TextCopy, CopyLenCopiesExactlyAndTerminates) {
     EXPECT_EQ(std::memcmp(buffer, "a\0b\0xxx\0", 8), 0);
 }
 
-TEST(TextCopy, CopyLenRefusesNullAndZeroWithNothingWritten) {
+TEST(TextCopyTest, CopyLenRefusesNullAndZeroWithNothingWritten) {
     char buffer[4] = "xyz";
     EXPECT_TRUE(sys_Str0CopyLen(nullptr, "a", 1));
     EXPECT_TRUE(sys_Str0CopyLen(buffer, nullptr, 1));
@@ -43,7 +43,7 @@ TEST(TextCopy, CopyLenRefusesNullAndZeroWithNothingWritten) {
     EXPECT_STREQ(buffer, "xyz");
 }
 
-TEST(TextCopy, ApndLenAppendsExactlyAndTerminates) {
+TEST(TextCopyTest, ApndLenAppendsExactlyAndTerminates) {
     char buffer[10] = "ab\0xxxxxx";
     EXPECT_EQ(sys_Str0ApndLen(buffer, "cdef", 2), 0);
     EXPECT_EQ(std::memcmp(buffer, "abcd\0xxxx\0", 10), 0);
@@ -57,7 +57,7 @@ TEST(TextCopy, ApndLenAppendsExactlyAndTerminates) {
     EXPECT_EQ(std::memcmp(buffer, "abcd\0z\0xx\0", 10), 0);
 }
 
-TEST(TextCopy, ApndLenRefusesNullAndZeroWithNothingWritten) {
+TEST(TextCopyTest, ApndLenRefusesNullAndZeroWithNothingWritten) {
     char buffer[4] = "xy";
     EXPECT_EQ(sys_Str0ApndLen(nullptr, "a", 1), 1);
     EXPECT_EQ(sys_Str0ApndLen(buffer, nullptr, 1), 1);
@@ -65,7 +65,7 @@ TEST(TextCopy, ApndLenRefusesNullAndZeroWithNothingWritten) {
     EXPECT_STREQ(buffer, "xy");
 }
 
-TEST(TextCopy, FromTextCopiesWhatFits) {
+TEST(TextCopyTest, FromTextCopiesWhatFits) {
     char buffer[8] = "xxxxxxx";
     EXPECT_FALSE(sys_Str0FromText("abc", 3, buffer, 8));
     EXPECT_EQ(std::memcmp(buffer, "abc\0xxx\0", 8), 0);
@@ -78,7 +78,7 @@ TEST(TextCopy, FromTextCopiesWhatFits) {
     EXPECT_EQ(buffer[1], 'B');
 }
 
-TEST(TextCopy, FromTextWithoutATextWritesNothing) {
+TEST(TextCopyTest, FromTextWithoutATextWritesNothing) {
     char buffer[4] = "xyz";
     EXPECT_FALSE(sys_Str0FromText(nullptr, 3, buffer, 4));
     EXPECT_STREQ(buffer, "xyz");
@@ -86,7 +86,7 @@ TEST(TextCopy, FromTextWithoutATextWritesNothing) {
     EXPECT_STREQ(buffer, "xyz");
 }
 
-TEST(TextCopy, FromTextWithoutABufferFails) {
+TEST(TextCopyTest, FromTextWithoutABufferFails) {
     char buffer[4] = "xyz";
     EXPECT_TRUE(sys_Str0FromText("abc", 3, nullptr, 4));
     EXPECT_TRUE(sys_Str0FromText("abc", 3, buffer, 0));

@@ -21,7 +21,7 @@ struct Step {
     std::string_view rest; // empty: null is left
 };
 
-TEST(Token, ATokenEndsAtTheFirstDelimiterAndAllDelimitersBehindItGo) {
+TEST(TokenTest, ATokenEndsAtTheFirstDelimiterAndAllDelimitersBehindItGo) {
     const Step cases[] = {
         {"ab,,cd", ",", 2, "cd"},
         {",ab", ",", 0, "ab"},
@@ -51,7 +51,7 @@ TEST(Token, ATokenEndsAtTheFirstDelimiterAndAllDelimitersBehindItGo) {
     }
 }
 
-TEST(Token, TheLengthBoundsTheText) {
+TEST(TokenTest, TheLengthBoundsTheText) {
     strfixed_t parse{.str = "abcd,e", .len = 3};
     strfixed_t delimiters{.str = ",x", .len = 1};
     EXPECT_EQ(sys_StrTokenSafe(&parse, &delimiters), 3U);
@@ -62,7 +62,7 @@ TEST(Token, TheLengthBoundsTheText) {
     EXPECT_EQ(std::string_view(with_x.str, with_x.len), "c");
 }
 
-TEST(Token, NullAndEmptyTextsGiveZeroUnchanged) {
+TEST(TokenTest, NullAndEmptyTextsGiveZeroUnchanged) {
     const char* const text = "ab";
     const strfixed_t missing[] = {{nullptr, 0}, {nullptr, 3}, {text, 0}};
     for (const strfixed_t& none : missing) {
@@ -91,7 +91,7 @@ std::pair<size_t, std::string> model(const std::string& text, const std::string&
     return {token, rest == std::string::npos ? "" : text.substr(rest)};
 }
 
-TEST(Token, AgreesWithStringSearches) {
+TEST(TokenTest, AgreesWithStringSearches) {
     std::mt19937 random(20260105);
     const std::string letters = "ab,; ";
     std::uniform_int_distribution<size_t> letter(0, letters.size() - 1);

@@ -6,7 +6,7 @@
 
 namespace {
 
-TEST(Version, IsTheOneConstantRecord) {
+TEST(VersionTest, IsTheOneConstantRecord) {
     EXPECT_EQ(sys_Str0FormatVersion(), sys_Str0FormatVersion());
     const Str0VersionInform& version = *sys_Str0FormatVersion();
     EXPECT_EQ(version.valid, 0U);
@@ -22,7 +22,7 @@ TEST(Version, IsTheOneConstantRecord) {
     EXPECT_EQ(version.componentPatch, 21U);
 }
 
-TEST(Version, CarriesTheBuildStampInTheCompilersForm) {
+TEST(VersionTest, CarriesTheBuildStampInTheCompilersForm) {
     const Str0VersionInform& version = *sys_Str0FormatVersion();
     EXPECT_TRUE(std::regex_match(version.date,
                                  std::regex("(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec) "

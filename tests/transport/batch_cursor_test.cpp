@@ -14,7 +14,7 @@ using testing::Each;
 
 // ---- runs ----
 
-TEST_F(Batch, ARunQueuesWhatSingleAccessesQueue) {
+TEST_F(BatchTest, ARunQueuesWhatSingleAccessesQueue) {
     constexpr uint32_t count = 5000;
     std::vector<uint16_t> words(count);
     const auto texts_of_two_ways = [&](bool slow_clock) {
@@ -43,7 +43,7 @@ TEST_F(Batch, ARunQueuesWhatSingleAccessesQueue) {
               "wait recv\nwrite 23 0000\nwrite 16 0000\nread 22\nw");
 }
 
-TEST_F(Batch, ARunFlushesWhenTheBlockIsFull) {
+TEST_F(BatchTest, ARunFlushesWhenTheBlockIsFull) {
     constexpr uint32_t count = 3 * 32768;
     uint16_t next = 0;
     proxy.pod().answer_with(TBC_PORT_RECEIVE, [&next] { return next++; });
@@ -64,7 +64,7 @@ TEST_F(Batch, ARunFlushesWhenTheBlockIsFull) {
     EXPECT_GT(full.words.size(), block_words - 2);
 }
 
-TEST_F(Batch, ARunDropsTheRestAfterAFailedFlush) {
+TEST_F(BatchTest, ARunDropsTheRestAfterAFailedFlush) {
     proxy.pod().fail_batches(1);
     std::vector<uint16_t> words(40000, 0x0101);
     BatchCursor cursor = cursor_open(inform());
@@ -81,7 +81,7 @@ TEST_F(Batch, ARunDropsTheRestAfterAFailedFlush) {
     EXPECT_EQ(batch_take_failure(inform()), -140);
 }
 
-TEST(BatchWithoutChannel, ARunDropsEverything) {
+TEST(BatchWithoutChannelTest, ARunDropsEverything) {
     BareHandle handle;
     uint16_t word = 5;
     BatchCursor cursor = cursor_open(handle.get());

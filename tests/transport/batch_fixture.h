@@ -14,9 +14,9 @@
 inline constexpr uint32_t block_words = SHM_BLOCK_WORDS;
 inline constexpr const char* status_reads = "read 31\nread 16\nread 17\n";
 
-class Batch : public testing::Test {
+class BatchTest : public testing::Test {
 protected:
-    Batch() { EXPECT_EQ(handle.open(), 0); }
+    BatchTest() { EXPECT_EQ(handle.open(), 0); }
 
     JSC_Inform* inform() { return handle.get(); }
     lcl_shm& block() { return *proxy.pod().block(); }

@@ -17,10 +17,10 @@ struct FillCase {
     const char* text;
 };
 
-class BatchFill : public Batch, public testing::WithParamInterface<FillCase> {};
+class BatchFillTest : public BatchTest, public testing::WithParamInterface<FillCase> {};
 
 // The item, the three status reads and nothing else end exactly with the block.
-TEST_P(BatchFill, AnItemThatExactlyFillsTheBlockStaysInTheBatch) {
+TEST_P(BatchFillTest, AnItemThatExactlyFillsTheBlockStaysInTheBatch) {
     fill_to(block_words - 3 - GetParam().item_words);
     uint16_t word = 0;
     GetParam().queue(inform(), &word);
@@ -32,7 +32,7 @@ TEST_P(BatchFill, AnItemThatExactlyFillsTheBlockStaysInTheBatch) {
     EXPECT_TRUE(batch.text().ends_with(std::string(GetParam().text) + status_reads));
 }
 
-TEST_P(BatchFill, AnItemThatMissesOneWordIsFlushedFor) {
+TEST_P(BatchFillTest, AnItemThatMissesOneWordIsFlushedFor) {
     fill_to(block_words - 3 - GetParam().item_words + 1);
     proxy.pod().answer(TBC_PORT_RECEIVE, {0x00CD});
     uint16_t word = 0;
@@ -48,7 +48,7 @@ TEST_P(BatchFill, AnItemThatMissesOneWordIsFlushedFor) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    AllItems, BatchFill,
+    AllItems, BatchFillTest,
     testing::Values(FillCase{"Wait", 1,
                              [](JSC_Inform* inform, uint16_t*) {
                                  batch_wait(inform, SHM_WAIT_READ_ONE);
@@ -72,7 +72,7 @@ INSTANTIATE_TEST_SUITE_P(
                              "read 22\n"}),
     [](const auto& instance) { return instance.param.name; });
 
-TEST_F(Batch, AnyMixtureOfItemsIsTheSameInOneBatchOrMany) {
+TEST_F(BatchTest, AnyMixtureOfItemsIsTheSameInOneBatchOrMany) {
     // Items of one, two and one words, so that the block's end meets each kind.
     for (uint32_t offset = 0; offset < 8; ++offset) {
         proxy.pod().forget();
@@ -113,7 +113,7 @@ TEST_F(Batch, AnyMixtureOfItemsIsTheSameInOneBatchOrMany) {
 
 // The most reads that one batch can hold: each takes a word, every 2048 a marker. 131,072 =
 // 2 + 131,003 + 63 markers + 3 status reads + 1 word that is left.
-TEST_F(Batch, ReadsFillTheBlockToItsLastWord) {
+TEST_F(BatchTest, ReadsFillTheBlockToItsLastWord) {
     uint32_t words = SHM_EMPTY_BATCH_WORDS;
     uint32_t expected = 0;
     const auto total = [](uint32_t reads) { return 2 + reads + 3 + (reads + 3) / 2048; };
@@ -132,7 +132,7 @@ TEST_F(Batch, ReadsFillTheBlockToItsLastWord) {
 }
 
 // A marker that a status read will close takes a word of the block, too.
-TEST_F(Batch, RoomIsKeptForAMarkerOfTheStatusReads) {
+TEST_F(BatchTest, RoomIsKeptForAMarkerOfTheStatusReads) {
     for (const uint32_t reads : {2044U, 2045U}) {
         proxy.pod().forget();
         uint16_t word = 0;
@@ -156,7 +156,7 @@ TEST_F(Batch, RoomIsKeptForAMarkerOfTheStatusReads) {
     }
 }
 
-TEST_F(Batch, ABareWordIsNeverFlushedFor) {
+TEST_F(BatchTest, ABareWordIsNeverFlushedFor) {
     fill_to(block_words - 4);
     qel_PostData(inform(), SHM_WAIT_READ_ONE);
     EXPECT_EQ(handle.inform.podError, 0);
@@ -171,9 +171,9 @@ TEST_F(Batch, ABareWordIsNeverFlushedFor) {
 
 // ---- a flush that made room and failed ----
 
-class FailedRoom : public Batch {
+class FailedRoomTest : public BatchTest {
 protected:
-    FailedRoom() {
+    FailedRoomTest() {
         PortReadNoCache(inform(), TBC_PORT_RECEIVE, &before);
         fill_to(block_words - 3);
         proxy.pod().fail_batches(1, -55);
@@ -183,7 +183,7 @@ protected:
     uint16_t after = 2;
 };
 
-TEST_F(FailedRoom, SetsTheStickyError) {
+TEST_F(FailedRoomTest, SetsTheStickyError) {
     EXPECT_EQ(proxy.pod().batches().size(), 1U);
     EXPECT_EQ(handle.inform.podError, -140);
     EXPECT_EQ(batch_failure(inform()), -140);
@@ -191,7 +191,7 @@ TEST_F(FailedRoom, SetsTheStickyError) {
     EXPECT_EQ(after, 2);
 }
 
-TEST_F(FailedRoom, DropsEverythingUntilItIsTaken) {
+TEST_F(FailedRoomTest, DropsEverythingUntilItIsTaken) {
     uint16_t word = 3;
     EXPECT_EQ(PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word), 0);
     PortWriteNoCache(inform(), TBC_PORT_SEND, 1);
@@ -207,7 +207,7 @@ TEST_F(FailedRoom, DropsEverythingUntilItIsTaken) {
     EXPECT_EQ(word, 3);
 }
 
-TEST_F(FailedRoom, LeavesTheCacheOfWritesThatItDropped) {
+TEST_F(FailedRoomTest, LeavesTheCacheOfWritesThatItDropped) {
     handle.control.registerCache[4] = 0x0011;
     handle.control.registerCache[10] = 0x0022;
     PortWrite(inform(), TBC_PORT_CONFIG, 0x0080);
@@ -216,7 +216,7 @@ TEST_F(FailedRoom, LeavesTheCacheOfWritesThatItDropped) {
     EXPECT_EQ(handle.control.registerCache[10], 0x0022);
 }
 
-TEST_F(FailedRoom, RecoversOnceItIsTaken) {
+TEST_F(FailedRoomTest, RecoversOnceItIsTaken) {
     EXPECT_EQ(batch_take_failure(inform()), -140);
     EXPECT_EQ(batch_failure(inform()), 0);
     EXPECT_EQ(handle.inform.podError, 0);
@@ -231,7 +231,7 @@ TEST_F(FailedRoom, RecoversOnceItIsTaken) {
     EXPECT_EQ(handle.control.StatusCache, 0x00E0);
 }
 
-TEST_F(Batch, AFailedFlushForAWriteOrWaitIsNotedToo) {
+TEST_F(BatchTest, AFailedFlushForAWriteOrWaitIsNotedToo) {
     for (const bool for_wait : {false, true}) {
         proxy.pod().forget();
         fill_to(block_words - 3);

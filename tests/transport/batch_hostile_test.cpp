@@ -18,11 +18,11 @@ struct Counters {
     uint32_t reads_global;
 };
 
-class BatchHostile : public Batch, public testing::WithParamInterface<Counters> {};
+class BatchHostileTest : public BatchTest, public testing::WithParamInterface<Counters> {};
 
 // Counters that no batch has: every item is refused, nothing outside the blocks is touched, and the
 // words that stand there stay.
-TEST_P(BatchHostile, RefusesItems) {
+TEST_P(BatchHostileTest, RefusesItems) {
     const Counters& counters = GetParam();
     const auto set = [&counters](lcl_shm& shared) {
         shared.tbcMblockPtr = counters.next;
@@ -52,7 +52,7 @@ TEST_P(BatchHostile, RefusesItems) {
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    AllCounters, BatchHostile,
+    AllCounters, BatchHostileTest,
     testing::Values(Counters{"PointerPastTheBlock", block_words + 1, 1, 0, 0},
                     Counters{"PointerLargest", UINT32_MAX, 1, 0, 0},
                     Counters{"PointerAtTheEnd", block_words, 1, 0, 0},
@@ -64,7 +64,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Counters{"ReadsWithoutRoomForStatus", 10, 1, 0, block_words - 2}),
     [](const auto& instance) { return instance.param.name; });
 
-TEST_F(Batch, AMarkerOutsideTheBlockIsNotWritten) {
+TEST_F(BatchTest, AMarkerOutsideTheBlockIsNotWritten) {
     for (const uint32_t marker : {block_words, UINT32_MAX}) {
         block().rdCntrLcl = 2047;
         block().rdCntrGbl = 2047;
@@ -80,7 +80,7 @@ TEST_F(Batch, AMarkerOutsideTheBlockIsNotWritten) {
     channel_exchange(inform(), SHM_CMD_ATTACH);
 }
 
-TEST_F(Batch, AProxyThatDoesNotEmptyTheBatchFailsIt) {
+TEST_F(BatchTest, AProxyThatDoesNotEmptyTheBatchFailsIt) {
     fill_to(block_words - 3);
     proxy.pod().interfere([](lcl_shm& shared) { shared.tbcMblockPtr = block_words - 3; });
     batch_wait(inform(), SHM_WAIT_DONE);

@@ -18,7 +18,7 @@ struct RoomCase {
 };
 
 // The block has 131,072 words; a flush adds three reads.
-TEST(BatchRoom, IsExact) {
+TEST(BatchRoomTest, IsExact) {
     const RoomCase cases[] = {
         {2, 0, 0, write, true},
         {131069, 0, 0, nothing, true},

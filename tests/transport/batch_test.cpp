@@ -19,7 +19,7 @@ using testing::ElementsAre;
 
 // ---- words, markers, nodes ----
 
-TEST_F(Batch, AppendsOneWordAtTheCounter) {
+TEST_F(BatchTest, AppendsOneWordAtTheCounter) {
     qel_PostData(inform(), 0x8012);
     EXPECT_EQ(block().tbcMblockPtr, 3U);
     EXPECT_EQ(block().tbcOMblock[2], 0x8012);
@@ -28,7 +28,7 @@ TEST_F(Batch, AppendsOneWordAtTheCounter) {
     EXPECT_EQ(block().tbcOMblock[3], 0x1234);
 }
 
-TEST_F(Batch, CountsReads) {
+TEST_F(BatchTest, CountsReads) {
     qel_ReadIncrement(inform());
     qel_ReadIncrement(inform());
     EXPECT_EQ(block().rdCntrLcl, 2U);
@@ -37,7 +37,7 @@ TEST_F(Batch, CountsReads) {
     EXPECT_EQ(block().useZeroOfs, 0U);
 }
 
-TEST_F(Batch, ClosesTheMarkerWith2048ReadsAndOpensTheNext) {
+TEST_F(BatchTest, ClosesTheMarkerWith2048ReadsAndOpensTheNext) {
     uint16_t word = 0;
     for (int read = 0; read < 2047; ++read) {
         PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
@@ -55,7 +55,7 @@ TEST_F(Batch, ClosesTheMarkerWith2048ReadsAndOpensTheNext) {
     EXPECT_EQ(block().tbcMblockPtr, 2051U);
 }
 
-TEST_F(Batch, ListsReadsInOrder) {
+TEST_F(BatchTest, ListsReadsInOrder) {
     std::array<uint16_t, 4> words{};
     qel_PostReadOp(inform(), 3, words.data());
     qel_PostReadOp(inform(), 0, nullptr);
@@ -72,7 +72,7 @@ TEST_F(Batch, ListsReadsInOrder) {
     EXPECT_EQ(second->next, nullptr);
 }
 
-TEST_F(Batch, APortReadIsItsThreeSteps) {
+TEST_F(BatchTest, APortReadIsItsThreeSteps) {
     std::array<uint16_t, 2> words{};
     PortReadNoCache(inform(), TBC_PORT_VERSION, &words[0]);
     qel_PostData(inform(), TBC_PORT_RECEIVE);
@@ -87,7 +87,7 @@ TEST_F(Batch, APortReadIsItsThreeSteps) {
 
 // ---- the flush ----
 
-TEST_F(Batch, FlushesReadsIntoTheirDestinations) {
+TEST_F(BatchTest, FlushesReadsIntoTheirDestinations) {
     proxy.pod().answer(TBC_PORT_RECEIVE, {0x1234, 0x5678});
     std::array<uint16_t, 2> words{};
     PortWrite(inform(), TBC_PORT_CONFIG, 0x0080);
@@ -102,7 +102,7 @@ TEST_F(Batch, FlushesReadsIntoTheirDestinations) {
     EXPECT_EQ(handle.inform.opListTail, nullptr);
 }
 
-TEST_F(Batch, EveryFlushRefreshesTheStatusCaches) {
+TEST_F(BatchTest, EveryFlushRefreshesTheStatusCaches) {
     proxy.pod().answer(TBC_PORT_SUPPORT, {0x1111});
     proxy.pod().answer(TBC_PORT_STATUS0, {0x2222});
     proxy.pod().answer(TBC_PORT_STATUS1, {0x3333});
@@ -113,12 +113,12 @@ TEST_F(Batch, EveryFlushRefreshesTheStatusCaches) {
     EXPECT_EQ(handle.control.Status1Cache, 0x3333);
 }
 
-TEST_F(Batch, AnEmptyBatchIsNoExchange) {
+TEST_F(BatchTest, AnEmptyBatchIsNoExchange) {
     EXPECT_EQ(qel_PerformIo(inform()), 0);
     EXPECT_TRUE(proxy.pod().batches().empty());
 }
 
-TEST_F(Batch, BelowThreeWordsNothingIsQueued) {
+TEST_F(BatchTest, BelowThreeWordsNothingIsQueued) {
     uint16_t word = 7;
     qel_PostReadOp(inform(), 1, &word);
     block().tbcMblockPtr = 2;
@@ -131,7 +131,7 @@ TEST_F(Batch, BelowThreeWordsNothingIsQueued) {
     EXPECT_EQ(proxy.pod().batches().size(), 1U);
 }
 
-TEST_F(Batch, FindsTheWordsBehindWhateverStandsInTheInBlock) {
+TEST_F(BatchTest, FindsTheWordsBehindWhateverStandsInTheInBlock) {
     for (const uint32_t place : {1U, 77U, block_words - 4}) {
         proxy.pod().place_reads_at(place);
         proxy.pod().answer(TBC_PORT_RECEIVE, {static_cast<uint16_t>(0x4000 + place)});
@@ -142,7 +142,7 @@ TEST_F(Batch, FindsTheWordsBehindWhateverStandsInTheInBlock) {
     }
 }
 
-TEST_F(Batch, ANodeTakesAsManyWordsAsItCounts) {
+TEST_F(BatchTest, ANodeTakesAsManyWordsAsItCounts) {
     std::array<uint16_t, 3> block_of_three{};
     uint16_t none = 9;
     uint16_t last = 0;
@@ -162,7 +162,7 @@ TEST_F(Batch, ANodeTakesAsManyWordsAsItCounts) {
     EXPECT_EQ(handle.control.StatusCache, 0x00E0);
 }
 
-TEST_F(Batch, ScattersOverManyMarkers) {
+TEST_F(BatchTest, ScattersOverManyMarkers) {
     constexpr uint32_t count = 3 * SHM_MARKER_READS + 5;
     uint16_t next = 0;
     proxy.pod().answer_with(TBC_PORT_RECEIVE, [&next] { return next++; });
@@ -185,7 +185,7 @@ TEST_F(Batch, ScattersOverManyMarkers) {
 }
 
 // A marker that falls among the three status reads of the flush itself.
-TEST_F(Batch, ClosesAMarkerWithinTheStatusReads) {
+TEST_F(BatchTest, ClosesAMarkerWithinTheStatusReads) {
     for (const uint32_t before : {2045U, 2046U, 2047U}) {
         uint16_t word = 0;
         for (uint32_t read = 0; read < before; ++read) {
@@ -199,7 +199,7 @@ TEST_F(Batch, ClosesAMarkerWithinTheStatusReads) {
     }
 }
 
-TEST_F(Batch, ReusesNodes) {
+TEST_F(BatchTest, ReusesNodes) {
     const FailingHeap heap;
     std::vector<uint16_t> words(1000);
     for (int round = 0; round < 3; ++round) {
@@ -216,7 +216,7 @@ TEST_F(Batch, ReusesNodes) {
 
 // ---- failures of the flush ----
 
-TEST_F(Batch, AFailedBatchKeepsTheList) {
+TEST_F(BatchTest, AFailedBatchKeepsTheList) {
     proxy.pod().fail_batches(1);
     uint16_t word = 5;
     PortRead(inform(), TBC_PORT_RECEIVE, &word);
@@ -229,7 +229,7 @@ TEST_F(Batch, AFailedBatchKeepsTheList) {
 }
 
 // What was listed before a failed flush takes the first words of the next that succeeds.
-TEST_F(Batch, StaleReadsTakeTheNextWords) {
+TEST_F(BatchTest, StaleReadsTakeTheNextWords) {
     proxy.pod().fail_batches(1);
     uint16_t stale = 0;
     PortRead(inform(), TBC_PORT_RECEIVE, &stale);
@@ -247,7 +247,7 @@ TEST_F(Batch, StaleReadsTakeTheNextWords) {
     EXPECT_EQ(pending(), 0U);
 }
 
-TEST_F(Batch, WordsPastTheInBlockDoNotExist) {
+TEST_F(BatchTest, WordsPastTheInBlockDoNotExist) {
     proxy.pod().fail_batches(1);
     std::array<uint16_t, 3> words = {7, 8, 9};
     for (uint16_t& word : words) {
@@ -277,9 +277,9 @@ struct StatusCase {
     bool delivered;
 };
 
-class BatchStatus : public Batch, public testing::WithParamInterface<StatusCase> {};
+class BatchStatusTest : public BatchTest, public testing::WithParamInterface<StatusCase> {};
 
-TEST_P(BatchStatus, IsBoundedBeforeUse) {
+TEST_P(BatchStatusTest, IsBoundedBeforeUse) {
     const StatusCase& param = GetParam();
     proxy.pod().interfere([&param](lcl_shm& shared) {
         if (shared.cmd == SHM_CMD_EXECUTE) {
@@ -298,7 +298,7 @@ TEST_P(BatchStatus, IsBoundedBeforeUse) {
 
 // Four reads: eight bytes.
 INSTANTIATE_TEST_SUITE_P(
-    AllValues, BatchStatus,
+    AllValues, BatchStatusTest,
     testing::Values(StatusCase{"MinusOne", -1, -140, false},
                     StatusCase{"Smallest", INT32_MIN, -140, false}, StatusCase{"Zero", 0, 0, false},
                     StatusCase{"OneWordShort", 6, -140, false},
@@ -309,14 +309,14 @@ INSTANTIATE_TEST_SUITE_P(
                     StatusCase{"Largest", INT32_MAX, -140, false}),
     [](const auto& instance) { return instance.param.name; });
 
-TEST_F(Batch, AStatusWithoutReadsIsNotLookedAt) {
+TEST_F(BatchTest, AStatusWithoutReadsIsNotLookedAt) {
     handle.inform.podError = -1;
     proxy.pod().interfere([](lcl_shm& shared) { shared.status = INT32_MAX; });
     batch_wait(inform(), SHM_WAIT_DONE);
     EXPECT_EQ(qel_PerformIo(inform()), 0);
 }
 
-TEST_F(Batch, WithoutMemoryForTheStatusReadsNothingIsQueued) {
+TEST_F(BatchTest, WithoutMemoryForTheStatusReadsNothingIsQueued) {
     batch_wait(inform(), SHM_WAIT_DONE);
     {
         const FailingHeap heap(2);
@@ -330,7 +330,7 @@ TEST_F(Batch, WithoutMemoryForTheStatusReadsNothingIsQueued) {
     EXPECT_EQ(proxy.pod().last_batch().body(), "wait done\n");
 }
 
-TEST_F(Batch, WithoutMemoryForAReadTheBatchFails) {
+TEST_F(BatchTest, WithoutMemoryForAReadTheBatchFails) {
     FailingHeap heap(0);
     uint16_t word = 5;
     EXPECT_EQ(PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word), 0);
@@ -350,7 +350,7 @@ TEST_F(Batch, WithoutMemoryForAReadTheBatchFails) {
 
 // ---- podError ----
 
-TEST_F(Batch, APodErrorOfTheHostsKeepsAccessesAwayButNotWaits) {
+TEST_F(BatchTest, APodErrorOfTheHostsKeepsAccessesAwayButNotWaits) {
     handle.inform.podError = -1234;
     uint16_t word = 5;
     EXPECT_EQ(PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word), 0);
@@ -368,7 +368,7 @@ TEST_F(Batch, APodErrorOfTheHostsKeepsAccessesAwayButNotWaits) {
     EXPECT_EQ(handle.inform.podError, 0);
 }
 
-TEST_F(Batch, ReadsQueuedBeforeAPodErrorAreStillDelivered) {
+TEST_F(BatchTest, ReadsQueuedBeforeAPodErrorAreStillDelivered) {
     proxy.pod().answer(TBC_PORT_RECEIVE, {0x00AB});
     uint16_t word = 0;
     PortRead(inform(), TBC_PORT_RECEIVE, &word);
@@ -378,7 +378,7 @@ TEST_F(Batch, ReadsQueuedBeforeAPodErrorAreStillDelivered) {
     EXPECT_EQ(proxy.pod().last_batch().text(), "read 22\n");
 }
 
-TEST_F(Batch, TakingNoFailureKeepsTheList) {
+TEST_F(BatchTest, TakingNoFailureKeepsTheList) {
     uint16_t word = 0;
     PortRead(inform(), TBC_PORT_RECEIVE, &word);
     EXPECT_EQ(batch_take_failure(inform()), 0);
@@ -387,7 +387,7 @@ TEST_F(Batch, TakingNoFailureKeepsTheList) {
     EXPECT_EQ(pending(), 1U);
 }
 
-TEST_F(Batch, AHostThatClearsPodErrorClearsTheFailureBehindIt) {
+TEST_F(BatchTest, AHostThatClearsPodErrorClearsTheFailureBehindIt) {
     batch_fail(inform(), -140);
     EXPECT_EQ(batch_failure(inform()), -140);
     handle.inform.podError = 0;
@@ -399,7 +399,7 @@ TEST_F(Batch, AHostThatClearsPodErrorClearsTheFailureBehindIt) {
 
 // ---- without a channel, a controller block, a handle ----
 
-TEST_F(Batch, WithoutAControllerBlockAFlushIsRefused) {
+TEST_F(BatchTest, WithoutAControllerBlockAFlushIsRefused) {
     handle.inform.pJscControl = nullptr;
     EXPECT_EQ(qel_PerformIo(inform()), 0);
     batch_wait(inform(), SHM_WAIT_DONE);
@@ -408,7 +408,7 @@ TEST_F(Batch, WithoutAControllerBlockAFlushIsRefused) {
     EXPECT_TRUE(proxy.pod().batches().empty());
 }
 
-TEST(BatchWithoutChannel, DropsEverything) {
+TEST(BatchWithoutChannelTest, DropsEverything) {
     BareHandle handle;
     uint16_t word = 5;
     qel_PostData(handle.get(), 1);
@@ -423,7 +423,7 @@ TEST(BatchWithoutChannel, DropsEverything) {
     EXPECT_EQ(word, 5);
 }
 
-TEST(BatchWithoutHandle, RefusesOrDoesNothing) {
+TEST(BatchWithoutHandleTest, RefusesOrDoesNothing) {
     uint16_t word = 5;
     qel_PostData(nullptr, 1);
     qel_ReadIncrement(nullptr);
@@ -439,7 +439,7 @@ TEST(BatchWithoutHandle, RefusesOrDoesNothing) {
 
 // ---- the end ----
 
-TEST_F(Batch, ClosingDropsWhatIsPending) {
+TEST_F(BatchTest, ClosingDropsWhatIsPending) {
     auto word = std::make_unique<uint16_t>(uint16_t{0});
     PortReadNoCache(inform(), TBC_PORT_RECEIVE, word.get());
     EXPECT_EQ(CloseUsbDevice(inform()), 0);

@@ -11,9 +11,9 @@ using test_support::BareHandle;
 using test_support::LeakGuard;
 using test_support::RecordingProxy;
 
-class Port : public testing::Test {
+class PortTest : public testing::Test {
 protected:
-    Port() { EXPECT_EQ(handle.open(), 0); }
+    PortTest() { EXPECT_EQ(handle.open(), 0); }
 
     JSC_Inform* inform() { return handle.get(); }
     uint16_t& cached(size_t port) { return handle.control.registerCache[port]; }
@@ -29,7 +29,7 @@ protected:
     BareHandle handle;
 };
 
-TEST_F(Port, WritesOfCachedPortsAreSentWhenTheyChange) {
+TEST_F(PortTest, WritesOfCachedPortsAreSentWhenTheyChange) {
     for (uint16_t port = 0; port < TBC_CACHED_PORTS; ++port) {
         if (port == TBC_PORT_CONTROL) {
             continue;
@@ -46,7 +46,7 @@ TEST_F(Port, WritesOfCachedPortsAreSentWhenTheyChange) {
     }
 }
 
-TEST_F(Port, WritesOfPort10AreAlwaysSent) {
+TEST_F(PortTest, WritesOfPort10AreAlwaysSent) {
     cached(10) = TBC_CONTROL_EMPTY;
     PortWrite(inform(), 10, TBC_CONTROL_EMPTY);
     PortWrite(inform(), 10, TBC_CONTROL_EMPTY);
@@ -54,7 +54,7 @@ TEST_F(Port, WritesOfPort10AreAlwaysSent) {
     EXPECT_EQ(cached(10), 0x6001);
 }
 
-TEST_F(Port, AControllerResetZeroesTheCache) {
+TEST_F(PortTest, AControllerResetZeroesTheCache) {
     for (const uint16_t value : std::initializer_list<uint16_t>{0x7001, 0x7003, 0xFFFF}) {
         for (size_t port = 0; port < TBC_EXTENDED_PORTS; ++port) {
             cached(port) = 0x0055;
@@ -71,7 +71,7 @@ TEST_F(Port, AControllerResetZeroesTheCache) {
     }
 }
 
-TEST_F(Port, OtherControlWordsAreNoReset) {
+TEST_F(PortTest, OtherControlWordsAreNoReset) {
     for (const uint16_t value :
          std::initializer_list<uint16_t>{0x7000, 0x6001, 0x5001, 0x3001, 0x7004, 0x4080}) {
         cached(3) = 0x0055;
@@ -81,7 +81,7 @@ TEST_F(Port, OtherControlWordsAreNoReset) {
     }
 }
 
-TEST_F(Port, TheResetWordResetsOnlyInPort10) {
+TEST_F(PortTest, TheResetWordResetsOnlyInPort10) {
     cached(3) = 0x0055;
     PortWrite(inform(), 9, 0x7001);
     PortWrite(inform(), 11, 0x7001);
@@ -89,7 +89,7 @@ TEST_F(Port, TheResetWordResetsOnlyInPort10) {
     EXPECT_EQ(cached(9), 0x7001);
 }
 
-TEST_F(Port, WritesAbove15AreAlwaysSentAndNotCached) {
+TEST_F(PortTest, WritesAbove15AreAlwaysSentAndNotCached) {
     for (const uint16_t port : std::initializer_list<uint16_t>{16, 23, 24, 31}) {
         PortWrite(inform(), port, 0x0011);
         PortWrite(inform(), port, 0x0011);
@@ -99,7 +99,7 @@ TEST_F(Port, WritesAbove15AreAlwaysSentAndNotCached) {
     }
 }
 
-TEST_F(Port, UncachedWritesPassTheCache) {
+TEST_F(PortTest, UncachedWritesPassTheCache) {
     PortWriteNoCache(inform(), 5, 0);
     EXPECT_EQ(flushed(), "write 5 0000\n");
     PortWriteNoCache(inform(), 5, 7);
@@ -107,7 +107,7 @@ TEST_F(Port, UncachedWritesPassTheCache) {
     EXPECT_EQ(cached(5), 0);
 }
 
-TEST_F(Port, ReadsUpTo15ComeFromTheCache) {
+TEST_F(PortTest, ReadsUpTo15ComeFromTheCache) {
     for (uint16_t port = 0; port < TBC_CACHED_PORTS; ++port) {
         cached(port) = static_cast<uint16_t>(0x0100 + port);
         uint16_t word = 0;
@@ -117,7 +117,7 @@ TEST_F(Port, ReadsUpTo15ComeFromTheCache) {
     EXPECT_EQ(flushed(), "");
 }
 
-TEST_F(Port, ReadsFrom16OnNeedAFlush) {
+TEST_F(PortTest, ReadsFrom16OnNeedAFlush) {
     cached(16) = 0x0100;
     proxy.pod().answer(TBC_PORT_STATUS0, {0x0042});
     uint16_t word = 9;
@@ -127,7 +127,7 @@ TEST_F(Port, ReadsFrom16OnNeedAFlush) {
     EXPECT_EQ(word, 0x0042);
 }
 
-TEST_F(Port, UncachedReadsOfCachedPortsGoToThePod) {
+TEST_F(PortTest, UncachedReadsOfCachedPortsGoToThePod) {
     proxy.pod().answer(5, {0x0C0C});
     uint16_t word = 0;
     EXPECT_EQ(PortReadNoCache(inform(), 5, &word), 0);
@@ -142,7 +142,7 @@ struct SettleCase {
     bool settles;
 };
 
-TEST_F(Port, OldPodsWithASlowClockSettleAfterEachWordSent) {
+TEST_F(PortTest, OldPodsWithASlowClockSettleAfterEachWordSent) {
     const SettleCase cases[] = {
         {true, 0x0000, 23, true},   {true, 0x0100, 23, true},  {true, 0x01FF, 23, true},
         {true, 0x0200, 23, false},  {true, 0x0400, 23, false}, {true, 0x10100, 23, true},
@@ -160,7 +160,7 @@ TEST_F(Port, OldPodsWithASlowClockSettleAfterEachWordSent) {
     }
 }
 
-TEST_F(Port, APodErrorDropsAccesses) {
+TEST_F(PortTest, APodErrorDropsAccesses) {
     handle.inform.podError = -5;
     uint16_t word = 9;
     EXPECT_EQ(PortReadNoCache(inform(), 22, &word), 0);
@@ -179,7 +179,7 @@ TEST_F(Port, APodErrorDropsAccesses) {
     EXPECT_EQ(flushed(), "");
 }
 
-TEST_F(Port, ZeroingTheCacheLeavesThePortsAbove15) {
+TEST_F(PortTest, ZeroingTheCacheLeavesThePortsAbove15) {
     for (size_t port = 0; port < TBC_EXTENDED_PORTS; ++port) {
         cached(port) = 1;
     }
@@ -189,7 +189,7 @@ TEST_F(Port, ZeroingTheCacheLeavesThePortsAbove15) {
     }
 }
 
-TEST_F(Port, WithoutAControllerBlockCachedPortsAreLeftAlone) {
+TEST_F(PortTest, WithoutAControllerBlockCachedPortsAreLeftAlone) {
     handle.inform.pJscControl = nullptr;
     uint16_t word = 9;
     EXPECT_EQ(PortRead(inform(), 15, &word), -116);
@@ -202,7 +202,7 @@ TEST_F(Port, WithoutAControllerBlockCachedPortsAreLeftAlone) {
     EXPECT_EQ(proxy.pod().block()->tbcMblockPtr, SHM_EMPTY_BATCH_WORDS + 2);
 }
 
-TEST_F(Port, NullPointersAreRefused) {
+TEST_F(PortTest, NullPointersAreRefused) {
     uint16_t word = 9;
     EXPECT_EQ(PortRead(nullptr, 3, &word), -122);
     EXPECT_EQ(PortReadNoCache(nullptr, 3, &word), -122);

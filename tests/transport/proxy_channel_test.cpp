@@ -77,14 +77,14 @@ sem_t* fail_sem_open(const char* name, int flags, ...) {
 }
 
 // A handle is declared behind the proxy: it detaches when it goes, and that takes a proxy.
-class Channel : public testing::Test {
+class ChannelTest : public testing::Test {
 protected:
     LeakGuard leaks;
 };
 
 // ---- choosing a pod ----
 
-TEST_F(Channel, AttachesToTheOnlyPod) {
+TEST_F(ChannelTest, AttachesToTheOnlyPod) {
     RecordingProxy proxy({PodSpec{.serial = 42, .revision = 0x0302}});
     BareHandle handle;
     handle.inform.emuRevision = 7;
@@ -98,7 +98,7 @@ TEST_F(Channel, AttachesToTheOnlyPod) {
     expect_detached(handle);
 }
 
-TEST_F(Channel, NamesTheSemaphoresAfterTheSerialNumber) {
+TEST_F(ChannelTest, NamesTheSemaphoresAfterTheSerialNumber) {
     const std::pair<uint32_t, const char*> cases[] = {
         {42, "talvor_lcl_s_s_000042 talvor_lcl_s_c_000042"},
         {0, "talvor_lcl_s_s_000000 talvor_lcl_s_c_000000"},
@@ -117,7 +117,7 @@ TEST_F(Channel, NamesTheSemaphoresAfterTheSerialNumber) {
     }
 }
 
-TEST_F(Channel, TakesTheFirstUsedRecordWithoutASerialNumber) {
+TEST_F(ChannelTest, TakesTheFirstUsedRecordWithoutASerialNumber) {
     RecordingProxy proxy({PodSpec{.serial = 9, .revision = 0x0100, .used = false},
                           PodSpec{.serial = 5, .revision = 0x0200},
                           PodSpec{.serial = 3, .revision = 0x0300}});
@@ -129,7 +129,7 @@ TEST_F(Channel, TakesTheFirstUsedRecordWithoutASerialNumber) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, TakesTheRecordThatCarriesTheSerialNumber) {
+TEST_F(ChannelTest, TakesTheRecordThatCarriesTheSerialNumber) {
     RecordingProxy proxy({PodSpec{.serial = 5}, PodSpec{.serial = 3, .revision = 0x0300}});
     BareHandle handle;
     handle.inform.qelVariable.sn = 3;
@@ -139,7 +139,7 @@ TEST_F(Channel, TakesTheRecordThatCarriesTheSerialNumber) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, PassesOverUnusedRecordsWithTheSerialNumber) {
+TEST_F(ChannelTest, PassesOverUnusedRecordsWithTheSerialNumber) {
     RecordingProxy proxy({PodSpec{.serial = 3, .used = false}});
     BareHandle handle;
     handle.inform.qelVariable.sn = 3;
@@ -148,7 +148,7 @@ TEST_F(Channel, PassesOverUnusedRecordsWithTheSerialNumber) {
     EXPECT_EQ(value_of(proxy.mutex()), 1);
 }
 
-TEST_F(Channel, ASerialNumberThatNoRecordCarries) {
+TEST_F(ChannelTest, ASerialNumberThatNoRecordCarries) {
     RecordingProxy proxy({PodSpec{.serial = 5}});
     BareHandle handle;
     handle.inform.qelVariable.sn = 6;
@@ -157,7 +157,7 @@ TEST_F(Channel, ASerialNumberThatNoRecordCarries) {
     EXPECT_EQ(value_of(proxy.mutex()), 1);
 }
 
-TEST_F(Channel, AnEmptyTable) {
+TEST_F(ChannelTest, AnEmptyTable) {
     RecordingProxy proxy;
     BareHandle handle;
     proxy.table().max_instances = 0;
@@ -166,7 +166,7 @@ TEST_F(Channel, AnEmptyTable) {
     EXPECT_EQ(value_of(proxy.mutex()), 1);
 }
 
-TEST_F(Channel, LooksAtNoRecordBehindTheCount) {
+TEST_F(ChannelTest, LooksAtNoRecordBehindTheCount) {
     RecordingProxy proxy({PodSpec{.serial = 5}, PodSpec{.serial = 6}});
     BareHandle handle;
     handle.inform.qelVariable.sn = 6;
@@ -177,7 +177,7 @@ TEST_F(Channel, LooksAtNoRecordBehindTheCount) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, ATableThatClaimsMoreThan128RecordsHas128) {
+TEST_F(ChannelTest, ATableThatClaimsMoreThan128RecordsHas128) {
     RecordingProxy proxy;
     BareHandle handle;
     for (const uint32_t claimed : {129U, UINT32_MAX}) {
@@ -190,7 +190,7 @@ TEST_F(Channel, ATableThatClaimsMoreThan128RecordsHas128) {
     }
 }
 
-TEST_F(Channel, FindsTheLastRecord) {
+TEST_F(ChannelTest, FindsTheLastRecord) {
     RecordingProxy proxy;
     BareHandle handle;
     gbl_shm& table = proxy.table();
@@ -203,7 +203,7 @@ TEST_F(Channel, FindsTheLastRecord) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, AnyNonZeroMarkMeansUsed) {
+TEST_F(ChannelTest, AnyNonZeroMarkMeansUsed) {
     RecordingProxy proxy;
     BareHandle handle;
     proxy.table().devs[0].recUsed = 0x8000;
@@ -211,7 +211,7 @@ TEST_F(Channel, AnyNonZeroMarkMeansUsed) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, ABlockNameWithoutItsEndIsCutAt63Characters) {
+TEST_F(ChannelTest, ABlockNameWithoutItsEndIsCutAt63Characters) {
     const std::string cut = "/" + std::string(62, 'p');
     RecordingProxy proxy({PodSpec{.block_name = cut + "x"}});
     BareHandle handle;
@@ -223,20 +223,20 @@ TEST_F(Channel, ABlockNameWithoutItsEndIsCutAt63Characters) {
 
 // ---- what is missing or cannot be opened ----
 
-TEST_F(Channel, NoProxyAtAll) {
+TEST_F(ChannelTest, NoProxyAtAll) {
     BareHandle handle;
     EXPECT_EQ(handle.open(), -1);
     expect_detached(handle);
 }
 
-TEST_F(Channel, NoHandle) {
+TEST_F(ChannelTest, NoHandle) {
     EXPECT_EQ(OpenUsbDevice(nullptr), -1);
     EXPECT_EQ(CloseUsbDevice(nullptr), 0);
     EXPECT_EQ(wr_supp_reg(nullptr, 1), -190);
     my_wait(nullptr);
 }
 
-TEST_F(Channel, TheTableIsMissing) {
+TEST_F(ChannelTest, TheTableIsMissing) {
     RecordingProxy proxy;
     BareHandle handle;
     const RestoredOs restored;
@@ -249,7 +249,7 @@ TEST_F(Channel, TheTableIsMissing) {
     EXPECT_EQ(value_of(proxy.mutex()), 1);
 }
 
-TEST_F(Channel, ATableOfTheWrongSizeIsASilentSuccess) {
+TEST_F(ChannelTest, ATableOfTheWrongSizeIsASilentSuccess) {
     RecordingProxy proxy;
     BareHandle handle;
     for (const off_t size : {off_t{0}, off_t{10243}, off_t{10245}}) {
@@ -262,7 +262,7 @@ TEST_F(Channel, ATableOfTheWrongSizeIsASilentSuccess) {
     EXPECT_TRUE(proxy.pod().commands().empty());
 }
 
-TEST_F(Channel, APodBlockThatDoesNotExistIsASilentSuccess) {
+TEST_F(ChannelTest, APodBlockThatDoesNotExistIsASilentSuccess) {
     RecordingProxy proxy({PodSpec{.block_size = 0}});
     BareHandle handle;
     EXPECT_EQ(handle.open(), 0);
@@ -270,7 +270,7 @@ TEST_F(Channel, APodBlockThatDoesNotExistIsASilentSuccess) {
     EXPECT_EQ(value_of(proxy.mutex()), 1);
 }
 
-TEST_F(Channel, APodBlockOfTheWrongSizeIsASilentSuccess) {
+TEST_F(ChannelTest, APodBlockOfTheWrongSizeIsASilentSuccess) {
     for (const off_t size : {1, 524327, 524329}) {
         RecordingProxy proxy({PodSpec{.block_size = size}});
         BareHandle handle;
@@ -283,7 +283,7 @@ TEST_F(Channel, APodBlockOfTheWrongSizeIsASilentSuccess) {
 // Lets a number of calls through and then fails one.
 unsigned calls_before_failure;
 
-TEST_F(Channel, ASizeThatCannotBeQueried) {
+TEST_F(ChannelTest, ASizeThatCannotBeQueried) {
     RecordingProxy proxy;
     BareHandle handle;
     const RestoredOs restored;
@@ -298,7 +298,7 @@ TEST_F(Channel, ASizeThatCannotBeQueried) {
     }
 }
 
-TEST_F(Channel, AnObjectThatCannotBeMapped) {
+TEST_F(ChannelTest, AnObjectThatCannotBeMapped) {
     RecordingProxy proxy;
     BareHandle handle;
     const RestoredOs restored;
@@ -314,7 +314,7 @@ TEST_F(Channel, AnObjectThatCannotBeMapped) {
     }
 }
 
-TEST_F(Channel, AWaitOnTheMutexThatASignalInterruptsGoesOn) {
+TEST_F(ChannelTest, AWaitOnTheMutexThatASignalInterruptsGoesOn) {
     RecordingProxy proxy;
     BareHandle handle;
     const RestoredOs restored;
@@ -333,7 +333,7 @@ TEST_F(Channel, AWaitOnTheMutexThatASignalInterruptsGoesOn) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, AWaitOnTheMutexThatFailsEndsTheOpen) {
+TEST_F(ChannelTest, AWaitOnTheMutexThatFailsEndsTheOpen) {
     RecordingProxy proxy;
     BareHandle handle;
     const RestoredOs restored;
@@ -356,7 +356,7 @@ TEST_F(Channel, AWaitOnTheMutexThatFailsEndsTheOpen) {
     expect_detached(handle);
 }
 
-TEST_F(Channel, WaitsForTheMutex) {
+TEST_F(ChannelTest, WaitsForTheMutex) {
     RecordingProxy proxy;
     BareHandle handle;
     sem_wait(proxy.mutex());
@@ -378,7 +378,7 @@ TEST_F(Channel, WaitsForTheMutex) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, ASemaphoreThatCannotBeOpenedIsASilentSuccessWithAMessage) {
+TEST_F(ChannelTest, ASemaphoreThatCannotBeOpenedIsASilentSuccessWithAMessage) {
     RecordingProxy proxy;
     BareHandle handle;
     const RestoredOs restored;
@@ -401,7 +401,7 @@ TEST_F(Channel, ASemaphoreThatCannotBeOpenedIsASilentSuccessWithAMessage) {
     EXPECT_TRUE(proxy.pod().commands().empty());
 }
 
-TEST_F(Channel, PrintsNothingOtherwise) {
+TEST_F(ChannelTest, PrintsNothingOtherwise) {
     RecordingProxy proxy;
     BareHandle handle;
     testing::internal::CaptureStderr();
@@ -414,7 +414,7 @@ TEST_F(Channel, PrintsNothingOtherwise) {
 
 // ---- the handshake ----
 
-TEST_F(Channel, TheMutexIsFreeDuringTheHandshake) {
+TEST_F(ChannelTest, TheMutexIsFreeDuringTheHandshake) {
     RecordingProxy proxy;
     BareHandle handle;
     int during = -1;
@@ -424,7 +424,7 @@ TEST_F(Channel, TheMutexIsFreeDuringTheHandshake) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, TheRevisionIsReadAfterTheHandshake) {
+TEST_F(ChannelTest, TheRevisionIsReadAfterTheHandshake) {
     RecordingProxy proxy;
     BareHandle handle;
     proxy.pod().interfere([&](lcl_shm&) { proxy.table().devs[0].devRev = 0x0401; });
@@ -433,7 +433,7 @@ TEST_F(Channel, TheRevisionIsReadAfterTheHandshake) {
     CloseUsbDevice(handle.get());
 }
 
-TEST_F(Channel, ARecordThatVanishesDuringTheHandshake) {
+TEST_F(ChannelTest, ARecordThatVanishesDuringTheHandshake) {
     RecordingProxy proxy({PodSpec{.serial = 1}, PodSpec{.serial = 2}});
     BareHandle handle;
     handle.inform.qelVariable.sn = 2;
@@ -443,7 +443,7 @@ TEST_F(Channel, ARecordThatVanishesDuringTheHandshake) {
     EXPECT_THAT(proxy.pod(1).commands(), ElementsAre(SHM_CMD_ATTACH));
 }
 
-TEST_F(Channel, TheStatusOfAttachAndDetachIsNotLookedAt) {
+TEST_F(ChannelTest, TheStatusOfAttachAndDetachIsNotLookedAt) {
     RecordingProxy proxy;
     BareHandle handle;
     proxy.pod().interfere([](lcl_shm& block) { block.status = -1; });
@@ -451,7 +451,7 @@ TEST_F(Channel, TheStatusOfAttachAndDetachIsNotLookedAt) {
     EXPECT_EQ(CloseUsbDevice(handle.get()), 0);
 }
 
-TEST_F(Channel, ClosingTwiceIsOneDetach) {
+TEST_F(ChannelTest, ClosingTwiceIsOneDetach) {
     RecordingProxy proxy;
     BareHandle handle;
     ASSERT_EQ(handle.open(), 0);
@@ -460,7 +460,7 @@ TEST_F(Channel, ClosingTwiceIsOneDetach) {
     EXPECT_THAT(proxy.pod().commands(), ElementsAre(SHM_CMD_ATTACH, SHM_CMD_DETACH));
 }
 
-TEST_F(Channel, ClosingLeavesTheSemaphoresInTheSystem) {
+TEST_F(ChannelTest, ClosingLeavesTheSemaphoresInTheSystem) {
     RecordingProxy proxy;
     BareHandle handle;
     ASSERT_EQ(handle.open(), 0);
@@ -471,7 +471,7 @@ TEST_F(Channel, ClosingLeavesTheSemaphoresInTheSystem) {
 
 // ---- the support register ----
 
-TEST_F(Channel, WritesTheSupportRegister) {
+TEST_F(ChannelTest, WritesTheSupportRegister) {
     RecordingProxy proxy;
     BareHandle handle;
     ASSERT_EQ(handle.open(), 0);
@@ -483,7 +483,7 @@ TEST_F(Channel, WritesTheSupportRegister) {
                 ElementsAre(SHM_CMD_ATTACH, SHM_CMD_SUPPORT_WRITE, SHM_CMD_SUPPORT_WRITE));
 }
 
-TEST_F(Channel, ARefusedSupportWrite) {
+TEST_F(ChannelTest, ARefusedSupportWrite) {
     RecordingProxy proxy;
     BareHandle handle;
     ASSERT_EQ(handle.open(), 0);
@@ -501,7 +501,7 @@ TEST_F(Channel, ARefusedSupportWrite) {
     proxy.pod().interfere(nullptr);
 }
 
-TEST_F(Channel, ASupportWriteLeavesTheBatchAlone) {
+TEST_F(ChannelTest, ASupportWriteLeavesTheBatchAlone) {
     RecordingProxy proxy;
     BareHandle handle;
     ASSERT_EQ(handle.open(), 0);
@@ -513,7 +513,7 @@ TEST_F(Channel, ASupportWriteLeavesTheBatchAlone) {
 
 // ---- the wait ----
 
-TEST_F(Channel, TheWaitSpinsWithADeadlineThatIsOver) {
+TEST_F(ChannelTest, TheWaitSpinsWithADeadlineThatIsOver) {
     const RestoredOs restored;
     static int attempts;
     attempts = 0;
@@ -531,7 +531,7 @@ TEST_F(Channel, TheWaitSpinsWithADeadlineThatIsOver) {
     sem_destroy(&semaphore);
 }
 
-TEST_F(Channel, TheWaitTakesOnePost) {
+TEST_F(ChannelTest, TheWaitTakesOnePost) {
     BareHandle handle;
     sem_t semaphore;
     sem_init(&semaphore, 0, 2);
@@ -560,7 +560,7 @@ TEST_F(Channel, TheWaitTakesOnePost) {
 
 // ---- several handles on one pod ----
 
-TEST_F(Channel, TwoHandlesOfOneProcessTakeTurns) {
+TEST_F(ChannelTest, TwoHandlesOfOneProcessTakeTurns) {
     RecordingProxy proxy;
     BareHandle handle;
     BareHandle other;
@@ -579,7 +579,7 @@ TEST_F(Channel, TwoHandlesOfOneProcessTakeTurns) {
     EXPECT_EQ(qel_PerformIo(handle.get()), 0);
 }
 
-TEST_F(Channel, TwoPodsOfOneProcessStandApart) {
+TEST_F(ChannelTest, TwoPodsOfOneProcessStandApart) {
     RecordingProxy proxy({PodSpec{.serial = 1}, PodSpec{.serial = 2}});
     BareHandle handle;
     BareHandle other;
@@ -594,7 +594,7 @@ TEST_F(Channel, TwoPodsOfOneProcessStandApart) {
     EXPECT_EQ(proxy.pod(1).text(), "write 23 0002\n");
 }
 
-TEST_F(Channel, AHandleInAnotherProcessUsesTheSamePod) {
+TEST_F(ChannelTest, AHandleInAnotherProcessUsesTheSamePod) {
     RecordingProxy proxy;
     BareHandle handle;
     uint16_t next = 1;

@@ -17,10 +17,10 @@ namespace {
 using test_support::LeakGuard;
 using test_support::RestoredOs;
 
-class Share : public testing::Test {
+class ShareTest : public testing::Test {
 protected:
-    Share() { share.size = 1000; }
-    ~Share() override {
+    ShareTest() { share.size = 1000; }
+    ~ShareTest() override {
         if (share.objectName[0] != '\0') {
             shm_unlink(share.objectName);
         }
@@ -55,7 +55,7 @@ protected:
     ShareInform share{};
 };
 
-TEST_F(Share, TheFirstCreates) {
+TEST_F(ShareTest, TheFirstCreates) {
     bool created = false;
     ASSERT_EQ(sys_ShareAlloc(&names, &share, &created), 0);
     EXPECT_TRUE(created);
@@ -74,7 +74,7 @@ TEST_F(Share, TheFirstCreates) {
     EXPECT_EQ(share.size, 0U);
 }
 
-TEST_F(Share, ALaterOneAttachesToWhatStandsThere) {
+TEST_F(ShareTest, ALaterOneAttachesToWhatStandsThere) {
     bool created = false;
     ASSERT_EQ(sys_ShareAlloc(&names, &share, &created), 0);
     std::strcpy(static_cast<char*>(share.pMemory), "content");
@@ -95,7 +95,7 @@ TEST_F(Share, ALaterOneAttachesToWhatStandsThere) {
     EXPECT_EQ(object_bytes(), -1);
 }
 
-TEST_F(Share, AnotherProcessAttachesToIt) {
+TEST_F(ShareTest, AnotherProcessAttachesToIt) {
     bool created = false;
     ASSERT_EQ(sys_ShareAlloc(&names, &share, &created), 0);
     const pid_t child = fork();
@@ -118,7 +118,7 @@ TEST_F(Share, AnotherProcessAttachesToIt) {
     EXPECT_EQ(object_bytes(), -1);
 }
 
-TEST_F(Share, TheNameDependsOnEachPart) {
+TEST_F(ShareTest, TheNameDependsOnEachPart) {
     const auto name_of = [](const ShareNames& parts) {
         ShareNames copy = parts;
         ShareInform block{};
@@ -139,7 +139,7 @@ TEST_F(Share, TheNameDependsOnEachPart) {
     EXPECT_NE(name_of({"control", "libjsctalvor.so", driver, 8}), name);
 }
 
-TEST_F(Share, RefusesNullPointers) {
+TEST_F(ShareTest, RefusesNullPointers) {
     bool created = true;
     EXPECT_EQ(sys_ShareAlloc(nullptr, &share, &created), -122);
     EXPECT_EQ(sys_ShareAlloc(&names, nullptr, &created), -122);
@@ -147,12 +147,12 @@ TEST_F(Share, RefusesNullPointers) {
     EXPECT_EQ(sys_ShareFree(nullptr), -122);
 }
 
-TEST_F(Share, RefusesASizeOfZero) {
+TEST_F(ShareTest, RefusesASizeOfZero) {
     share.size = 0;
     expect_failed(-164);
 }
 
-TEST_F(Share, RefusesMissingNames) {
+TEST_F(ShareTest, RefusesMissingNames) {
     names.pName2 = nullptr;
     expect_failed(-164);
     names = {nullptr, "libjsctalvor.so", driver, 7};
@@ -161,31 +161,31 @@ TEST_F(Share, RefusesMissingNames) {
     expect_failed(-164);
 }
 
-TEST_F(Share, AnObjectThatCannotBeOpened) {
+TEST_F(ShareTest, AnObjectThatCannotBeOpened) {
     const RestoredOs restored;
     os_calls.shm_open = [](const char*, int, mode_t) { return -1; };
     expect_failed(-164);
 }
 
-TEST_F(Share, ASizeThatCannotBeQueried) {
+TEST_F(ShareTest, ASizeThatCannotBeQueried) {
     const RestoredOs restored;
     os_calls.fstat = [](int, struct stat*) { return -1; };
     expect_failed(-164);
 }
 
-TEST_F(Share, AnObjectThatCannotBeExtended) {
+TEST_F(ShareTest, AnObjectThatCannotBeExtended) {
     const RestoredOs restored;
     os_calls.ftruncate = [](int, off_t) { return -1; };
     expect_failed(-164);
 }
 
-TEST_F(Share, AnObjectThatCannotBeMapped) {
+TEST_F(ShareTest, AnObjectThatCannotBeMapped) {
     const RestoredOs restored;
     os_calls.mmap = [](void*, size_t, int, int, int, off_t) { return MAP_FAILED; };
     expect_failed(-164);
 }
 
-TEST_F(Share, ASmallerBlockIsLeftAsItWas) {
+TEST_F(ShareTest, ASmallerBlockIsLeftAsItWas) {
     bool created = false;
     ASSERT_EQ(sys_ShareAlloc(&names, &share, &created), 0);
     std::memset(static_cast<char*>(share.pMemory) - 4, 0x5A, 1004);
@@ -206,7 +206,7 @@ TEST_F(Share, ASmallerBlockIsLeftAsItWas) {
     EXPECT_EQ(sys_ShareFree(&share), 0);
 }
 
-TEST_F(Share, FreeingWhatIsNotMappedIsNoError) {
+TEST_F(ShareTest, FreeingWhatIsNotMappedIsNoError) {
     EXPECT_EQ(sys_ShareFree(&share), 0);
     EXPECT_EQ(share.size, 1000U);
     bool created = false;

@@ -1,4 +1,5 @@
 #include "podsim/model/chain.h"
+#include "podsim/model/chain_check.h"
 #include "reference_chain.h"
 
 #include <gtest/gtest.h>

@@ -6,7 +6,7 @@
 namespace talvor::cli {
 namespace {
 
-TEST(ListChain, ListsTheDevicesOfABoard) {
+TEST(ListChainTest, ListsTheDevicesOfABoard) {
     const PodsimProcess simulator(five());
     const auto outcome = test_support::run_program(
         {test_support::built_program("list_chain"), source_file("examples/board.toml")});
@@ -18,7 +18,7 @@ TEST(ListChain, ListsTheDevicesOfABoard) {
                               "0x05707E35, 10 instruction bits, store\n");
 }
 
-TEST(ListChain, SaysWhatIsWrong) {
+TEST(ListChainTest, SaysWhatIsWrong) {
     const auto outcome = test_support::run_program({test_support::built_program("list_chain")});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_EQ(outcome.errors, "list_chain: pod proxy: no pod proxy is running on this machine\n");

@@ -8,7 +8,7 @@
 namespace talvor::cli {
 namespace {
 
-TEST(Manual, ShowsWhatTheProgramDoes) {
+TEST(ManualTest, ShowsWhatTheProgramDoes) {
     test_support::run_boxes_of(source_file("docs/talvor.md"), 7);
 }
 
@@ -26,7 +26,7 @@ void expect_all_named(const Command& command, const std::string& page, Written w
     }
 }
 
-TEST(Pages, NameEveryCommandAndOption) {
+TEST(PagesTest, NameEveryCommandAndOption) {
     CommonOptions options;
     CommandLine line("talvor", "");
     build_command_line(line, options);
@@ -42,7 +42,7 @@ TEST(Pages, NameEveryCommandAndOption) {
                      });
 }
 
-TEST(Demonstration, PlaysItsFileInEveryWay) {
+TEST(DemonstrationTest, PlaysItsFileInEveryWay) {
     const std::string svf = source_file("examples/demo.svf");
     for (const std::vector<std::string>& options :
          {std::vector<std::string>{}, {"--exact"}, {"--no-check"}, {"--keep-going"}}) {

@@ -23,15 +23,15 @@ void expect_done(const Outcome& outcome, const std::string& out) {
     EXPECT_EQ(outcome.err, "");
 }
 
-TEST(Chain, ListsEveryDevice) {
+TEST(ChainTest, ListsEveryDevice) {
     expect_done(simulated({"chain"}), kChain);
 }
 
-TEST(Chain, OptionsMayStandBehindTheCommand) {
+TEST(ChainTest, OptionsMayStandBehindTheCommand) {
     expect_done(talvor({"chain", "--simulate"}), kChain);
 }
 
-TEST(Chain, TakesNamesAndLengthsFromTheBoardFile) {
+TEST(ChainTest, TakesNamesAndLengthsFromTheBoardFile) {
     const Outcome outcome = simulated({"--board", source_file("examples/board.toml"), "chain"});
     expect_done(outcome, R"(5 devices, 33 instruction bits
   #  name    IDCODE      manufacturer           part    version  IR bits
@@ -44,7 +44,7 @@ Device 1 is nearest TDI, device 5 nearest TDO.
 )");
 }
 
-TEST(Chain, IsADocumentWithJson) {
+TEST(ChainTest, IsADocumentWithJson) {
     const Outcome outcome = simulated({"chain", "--json"});
     EXPECT_EQ(outcome.status, 0);
     const auto document = nlohmann::json::parse(outcome.out);
@@ -56,7 +56,7 @@ TEST(Chain, IsADocumentWithJson) {
     EXPECT_EQ(document.at("lengths_known"), true);
 }
 
-TEST(Chain, AmbiguousLengthsAreAskedFor) {
+TEST(ChainTest, AmbiguousLengthsAreAskedFor) {
     const std::string description = file_with("ambiguous.toml", R"(
 [[pod]]
 serial = 1
@@ -84,16 +84,16 @@ The instruction lengths are ambiguous: the capture 0x35 has 2 places where a dev
                          "file\n");
 }
 
-TEST(Shift, ReadsIdcodesThroughTheDataPath) {
+TEST(ShiftTest, ReadsIdcodesThroughTheDataPath) {
     // 129 bits, the device nearest TDO first: its code stands in the lowest bits.
     expect_done(simulated({"dr", "0", "--bits", "129"}), "0x0581BCFC63456789A3D5A07E305707E35\n");
 }
 
-TEST(Shift, CapturesEndInBinary01) {
+TEST(ShiftTest, CapturesEndInBinary01) {
     expect_done(simulated({"ir", "0x1FFFFFFFF", "--bits", "33"}), "0x008840401\n");
 }
 
-TEST(Shift, AddressesOneDevice) {
+TEST(ShiftTest, AddressesOneDevice) {
     expect_done(simulated({"ir", "0x2", "--device", "2"}), "0x1\n");
     expect_done(simulated({"dr", "0", "--bits", "32", "--device", "2", "--ir", "0x2"}),
                 "0x1A2B3C4D\n");
@@ -101,7 +101,7 @@ TEST(Shift, AddressesOneDevice) {
     expect_done(simulated({"dr", "0x1", "--bits", "1", "--device", "3", "--ir", "0x1F"}), "0x0\n");
 }
 
-TEST(Shift, KnowsWhatItDoesNotKnow) {
+TEST(ShiftTest, KnowsWhatItDoesNotKnow) {
     const Outcome outcome = simulated({"dr", "0", "--device", "2"});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.err,
@@ -114,7 +114,7 @@ TEST(Shift, KnowsWhatItDoesNotKnow) {
     EXPECT_EQ(beyond.err, "talvor: device 6: the chain has 5 devices\n");
 }
 
-TEST(State, IsShownAndMoved) {
+TEST(StateTest, IsShownAndMoved) {
     expect_done(simulated({"state"}), "Test-Logic-Reset\n");
     expect_done(simulated({"state", "get"}), "Test-Logic-Reset\n");
     expect_done(simulated({"state", "move", "pausedr"}), "Pause-DR\n");
@@ -126,7 +126,7 @@ TEST(State, IsShownAndMoved) {
                 "  \"state\": \"pauseir\"\n}\n");
 }
 
-TEST(Reset, PrintsTheLogInWords) {
+TEST(ResetTest, PrintsTheLogInWords) {
     const Outcome outcome = simulated({"reset"});
     expect_done(outcome, R"(Reset log
    6  only the test-bus controller is used
@@ -146,13 +146,13 @@ TEST(Reset, PrintsTheLogInWords) {
 )");
 }
 
-TEST(Reset, SaysThatTrstWasPulsed) {
+TEST(ResetTest, SaysThatTrstWasPulsed) {
     const Outcome outcome = simulated({"reset", "--trst", "--hard", "--soft", "--hidden"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.starts_with("Reset log\n  41  TRSTn was pulsed\n")) << outcome.out;
 }
 
-TEST(Status, ShowsPodAndPins) {
+TEST(StatusTest, ShowsPodAndPins) {
     expect_done(simulated({"status"}), R"(  pod           serial 5, revision 3.2
   controller    basic, kind 1, utility revision 1, alive
   test clock    3.846 MHz
@@ -166,7 +166,7 @@ TEST(Status, ShowsPodAndPins) {
 }
 
 // Major and minor are hexadecimal, as the pod's maker writes them.
-TEST(Status, ShowsTheRevisionInHexadecimal) {
+TEST(StatusTest, ShowsTheRevisionInHexadecimal) {
     const std::string description =
         file_with("revision.toml", "[[pod]]\nserial = 1\nrevision = 0x0210\n[[pod.tap]]\n"
                                    "name = \"a\"\nir_length = 4\n");
@@ -177,7 +177,7 @@ TEST(Status, ShowsTheRevisionInHexadecimal) {
     EXPECT_EQ(nlohmann::json::parse(info.out).at("pods").at(0).at("revision"), "2.10");
 }
 
-TEST(Status, IsWatched) {
+TEST(StatusTest, IsWatched) {
     const Outcome outcome = simulated({"status", "--watch", "0.01", "--count", "3", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     size_t documents = 0;
@@ -187,7 +187,7 @@ TEST(Status, IsWatched) {
     EXPECT_EQ(documents, 3U);
 }
 
-TEST(Link, IsShownSetAndFound) {
+TEST(LinkTest, IsShownSetAndFound) {
     expect_done(simulated({"link"}), "  applied  3 test clocks\n  default  3\n  maximum  31\n");
     expect_done(simulated({"--link", "7", "link", "show"}),
                 "  applied  7 test clocks\n  default  3\n  maximum  31\n");
@@ -201,7 +201,7 @@ TEST(Link, IsShownSetAndFound) {
               std::string::npos);
 }
 
-TEST(Link, FindsTheCableOfAnyLength) {
+TEST(LinkTest, FindsTheCableOfAnyLength) {
     for (const int delay : {0, 3, 9, 31}) {
         const std::string description =
             file_with("cable.toml", "[[pod]]\nserial = 1\ncable_delay = " + std::to_string(delay) +
@@ -217,7 +217,7 @@ TEST(Link, FindsTheCableOfAnyLength) {
     }
 }
 
-TEST(Reg, ReadsWritesAndPolls) {
+TEST(RegTest, ReadsWritesAndPolls) {
     expect_done(simulated({"reg", "read", "17"}), "17  0x8003\n");
     expect_done(simulated({"reg", "read", "4"}), " 4  0x0083\n");
     expect_done(simulated({"reg", "read", "16", "2"}), "16  0x0000\n17  0x8003\n");
@@ -230,7 +230,7 @@ TEST(Reg, ReadsWritesAndPolls) {
                          "  next: basic controllers have registers 0 to 23, the others 0 to 31\n");
 }
 
-TEST(Tclk, ConvertsWithoutAPod) {
+TEST(TclkTest, ConvertsWithoutAPod) {
     expect_done(talvor({"tclk", "convert", "10.375MHz"}),
                 R"(  coordinate  (3, 19): 2^3 x (1 + 19/64) MHz
   packed      0x0313
@@ -242,7 +242,7 @@ TEST(Tclk, ConvertsWithoutAPod) {
               "{\n  \"y\": -1,\n  \"z\": 0,\n  \"packed\": 65280,\n  \"hertz\": 500000\n}\n");
 }
 
-TEST(Tclk, FindsTheHighestClockThatWorks) {
+TEST(TclkTest, FindsTheHighestClockThatWorks) {
     const Outcome outcome = simulated({"tclk", "search", "--json"});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     const auto document = nlohmann::json::parse(outcome.out);
@@ -255,7 +255,7 @@ TEST(Tclk, FindsTheHighestClockThatWorks) {
     }
 }
 
-TEST(Tclk, PrintsATableAndWhatToWriteDown) {
+TEST(TclkTest, PrintsATableAndWhatToWriteDown) {
     const Outcome outcome = simulated({"tclk", "search"});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.starts_with("  phase   coordinate  wanted       divider  test clock\n"))
@@ -266,7 +266,7 @@ TEST(Tclk, PrintsATableAndWhatToWriteDown) {
               std::string::npos);
 }
 
-TEST(TestClock, IsChosenWithTck) {
+TEST(TestClockTest, IsChosenWithTck) {
     const Outcome outcome = simulated({"--tck", "10MHz", "status"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.out.find("test clock    10 MHz\n"), std::string::npos) << outcome.out;
@@ -274,7 +274,7 @@ TEST(TestClock, IsChosenWithTck) {
     EXPECT_EQ(fast.status, 1) << fast.out;
 }
 
-TEST(Bench, MeasuresFourRates) {
+TEST(BenchTest, MeasuresFourRates) {
     const Outcome outcome = simulated({"bench", "--seconds", "0.02", "--json"});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     const auto document = nlohmann::json::parse(outcome.out);
@@ -285,7 +285,7 @@ TEST(Bench, MeasuresFourRates) {
     }
 }
 
-TEST(Completion, IsBashThatBashAccepts) {
+TEST(CompletionTest, IsBashThatBashAccepts) {
     const Outcome script = talvor({"completion", "bash"});
     ASSERT_EQ(script.status, 0);
     const std::string test = script.out + R"(

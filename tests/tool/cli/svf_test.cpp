@@ -34,7 +34,7 @@ nlohmann::json document(const Outcome& outcome) {
     return nlohmann::json::parse(outcome.out);
 }
 
-TEST(Svf, PlaysAFileAndSumsItUp) {
+TEST(SvfTest, PlaysAFileAndSumsItUp) {
     const std::string path =
         file_with("good.svf", std::string(kSelectScratch) + "SDR 32 TDI (DEADBEEF) TDO (0);\n"
                                                             "SDR 32 TDI (0) TDO (DEADBEEF);\n");
@@ -45,14 +45,14 @@ TEST(Svf, PlaysAFileAndSumsItUp) {
                                   "  9 statements, 3 scans of 105 bits, 3 compared\n");
 }
 
-TEST(Svf, ReadsTheStandardInput) {
+TEST(SvfTest, ReadsTheStandardInput) {
     const Outcome outcome = simulated({"svf", "-"}, "STATE RESET;\nSIR 33 TDI (1FFFFFFFF);\n");
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_NE(outcome.out.find("2 statements, 1 scan of 33 bits"), std::string::npos)
         << outcome.out;
 }
 
-TEST(Svf, AMismatchIsNamedWithLineAndBits) {
+TEST(SvfTest, AMismatchIsNamedWithLineAndBits) {
     const std::string path =
         file_with("wrong.svf", std::string(kSelectScratch) + "SDR 32 TDI (DEADBEEF);\n"
                                                              "SDR 32 TDI (0) TDO (DEADBEEE) MASK "
@@ -68,7 +68,7 @@ TEST(Svf, AMismatchIsNamedWithLineAndBits) {
     EXPECT_NE(outcome.err.find("DEADBEEF"), std::string::npos) << outcome.err;
 }
 
-TEST(Svf, KeepsGoingWhenAsked) {
+TEST(SvfTest, KeepsGoingWhenAsked) {
     std::string text = kSelectScratch;
     for (int i = 0; i < 6; ++i) {
         text += fmt::format("SDR 32 TDI ({:X}) TDO ({:X});\n", i + 1, i % 2 == 0 ? i : 0xFF);
@@ -88,7 +88,7 @@ TEST(Svf, KeepsGoingWhenAsked) {
     EXPECT_EQ(result.at("summary").at("compared_scans"), 7);
 }
 
-TEST(Svf, ADryRunShiftsNothing) {
+TEST(SvfTest, ADryRunShiftsNothing) {
     const PodsimProcess simulator(five());
     const std::string path =
         file_with("dry.svf", std::string(kSelectScratch) + "SDR 32 TDI (DEADBEEF);\n");
@@ -108,7 +108,7 @@ struct Refusal {
     std::string text;
 };
 
-TEST(Svf, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
+TEST(SvfTest, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
     const Refusal refusals[] = {
         {"TRST ON;", 1, "TRST"},
         {"TRST Z;", 1, "TRST"},
@@ -147,7 +147,7 @@ uint64_t idle_clocks(const std::string& vcd) {
     return clocks;
 }
 
-TEST(Svf, AMistakeInTheFileIsNamedWithLineAndNextStep) {
+TEST(SvfTest, AMistakeInTheFileIsNamedWithLineAndNextStep) {
     const std::string path = file_with("bad.svf", "STATE RESET;\nSDR 8 TDI (1FF);\n");
     const Outcome outcome = simulated({"svf", path});
     EXPECT_EQ(outcome.status, 2);
@@ -158,7 +158,7 @@ TEST(Svf, AMistakeInTheFileIsNamedWithLineAndNextStep) {
                   "  next: correct the file there; --dry-run checks it and shifts nothing\n");
 }
 
-TEST(Svf, RunsAtLeastTheClocksThatAreAskedFor) {
+TEST(SvfTest, RunsAtLeastTheClocksThatAreAskedFor) {
     for (const uint64_t clocks : {1U, 7U, 8U, 1000U, 100000U}) {
         const std::string trace = file_with("run.vcd", "");
         const auto run = [&](uint64_t count) {
@@ -175,7 +175,7 @@ TEST(Svf, RunsAtLeastTheClocksThatAreAskedFor) {
     }
 }
 
-TEST(Svf, AChangeOfFrequencyLeavesTheTargetAsItIs) {
+TEST(SvfTest, AChangeOfFrequencyLeavesTheTargetAsItIs) {
     const Outcome outcome = play(std::string(kSelectScratch) + "SDR 32 TDI (600DF00D);\n"
                                                                "FREQUENCY 1E6 HZ;\n"
                                                                "SDR 32 TDI (12345678) TDO "
@@ -185,7 +185,7 @@ TEST(Svf, AChangeOfFrequencyLeavesTheTargetAsItIs) {
     EXPECT_EQ(outcome.status, 0) << outcome.err << outcome.out;
 }
 
-TEST(Svf, StatePathsAreWalkedAsWritten) {
+TEST(SvfTest, StatePathsAreWalkedAsWritten) {
     const Outcome outcome =
         play(std::string(kSelectScratch) + "ENDDR DRPAUSE;\nSDR 32 TDI (CAFEF00D);\n"
                                            "STATE DREXIT2 DRUPDATE IDLE;\n"
@@ -194,7 +194,7 @@ TEST(Svf, StatePathsAreWalkedAsWritten) {
 }
 
 // Thousands of scans whose answers are known: each reads what the one before it wrote.
-TEST(Svf, ALargeFileIsAnsweredBitForBit) {
+TEST(SvfTest, ALargeFileIsAnsweredBitForBit) {
     std::mt19937 random(7);
     std::string text = kSelectScratch;
     uint32_t last = 0;
@@ -215,7 +215,7 @@ TEST(Svf, ALargeFileIsAnsweredBitForBit) {
 }
 
 // A scan much longer than its path gives back what went in, five BYPASS bits later.
-TEST(Svf, ALongScanComesBackThroughBypass) {
+TEST(SvfTest, ALongScanComesBackThroughBypass) {
     constexpr size_t kBits = 300'000;
     std::mt19937 random(11);
     Bits out(kBits);
@@ -236,7 +236,7 @@ TEST(Svf, ALongScanComesBackThroughBypass) {
         << adjusted.err.substr(0, 500);
 }
 
-TEST(Svf, ShowsProgressWhenAsked) {
+TEST(SvfTest, ShowsProgressWhenAsked) {
     std::string text = kSelectScratch;
     for (int i = 0; i < 3000; ++i) {
         text += "SDR 32 TDI (0);\n";

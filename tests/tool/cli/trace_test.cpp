@@ -9,7 +9,7 @@
 namespace talvor::cli {
 namespace {
 
-TEST(Trace, DrawsInTheTerminal) {
+TEST(TraceTest, DrawsInTheTerminal) {
     const Outcome outcome = talvor({"trace", "--count", "60", "ir", "0x1FFFFFFFF", "--bits", "33"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.starts_with("0x008840401\n")) << outcome.out;
@@ -18,7 +18,7 @@ TEST(Trace, DrawsInTheTerminal) {
     EXPECT_NE(outcome.out.find("Test-Logic-Reset"), std::string::npos);
 }
 
-TEST(Trace, DrawsAPicture) {
+TEST(TraceTest, DrawsAPicture) {
     const std::string svg = file_with("scan.svg", "");
     const Outcome outcome =
         talvor({"trace", "--svg", svg, "--title", "A scan", "--count", "30", "dr", "0xFFFFFFFF"});
@@ -32,14 +32,14 @@ TEST(Trace, DrawsAPicture) {
     EXPECT_NE(picture.find("</svg>"), std::string::npos);
 }
 
-TEST(Trace, ShowsTheLastClocksToo) {
+TEST(TraceTest, ShowsTheLastClocksToo) {
     const Outcome outcome = talvor({"trace", "--last", "--count", "5", "state", "move", "pauseir"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.starts_with("Pause-IR\n")) << outcome.out;
     EXPECT_EQ(outcome.out.find("Test-Logic-Reset"), std::string::npos) << outcome.out;
 }
 
-TEST(Trace, ShowsWhatWasSeenWhenTheCommandFails) {
+TEST(TraceTest, ShowsWhatWasSeenWhenTheCommandFails) {
     const std::string svf = file_with("mismatch.svf", "STATE RESET;\nSIR 33 TDI (0) TDO (0);\n");
     const Outcome outcome = talvor({"trace", "--count", "60", "svf", svf});
     EXPECT_EQ(outcome.status, 1);
@@ -47,14 +47,14 @@ TEST(Trace, ShowsWhatWasSeenWhenTheCommandFails) {
     EXPECT_FALSE(outcome.err.empty());
 }
 
-TEST(Trace, LeavesADocumentAlone) {
+TEST(TraceTest, LeavesADocumentAlone) {
     const Outcome outcome = talvor({"trace", "--count", "8", "chain", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.ends_with("}\n")) << outcome.out;
     EXPECT_EQ(outcome.out.find("TMS"), std::string::npos);
 }
 
-TEST(Trace, LeavesNothingBehind) {
+TEST(TraceTest, LeavesNothingBehind) {
     // A folder of this test's own: others run beside it.
     const TemporaryFolder folder = TemporaryFolder::create().value();
     setenv("TMPDIR", folder.path().c_str(), 1);
@@ -64,7 +64,7 @@ TEST(Trace, LeavesNothingBehind) {
     EXPECT_TRUE(std::filesystem::is_empty("/dev/shm"));
 }
 
-TEST(Trace, WithoutRoomForTheWaveformSaysWhatToSet) {
+TEST(TraceTest, WithoutRoomForTheWaveformSaysWhatToSet) {
     setenv("TMPDIR", "/nonexistent", 1);
     const Outcome outcome = talvor({"trace", "chain"});
     unsetenv("TMPDIR");
@@ -75,7 +75,7 @@ TEST(Trace, WithoutRoomForTheWaveformSaysWhatToSet) {
         << outcome.err;
 }
 
-TEST(Trace, ShowsTheHelpOfItsCommand) {
+TEST(TraceTest, ShowsTheHelpOfItsCommand) {
     const Outcome outcome = talvor({"trace", "chain", "--help"});
     EXPECT_EQ(outcome.status, 0);
     EXPECT_NE(outcome.out.find("Usage: talvor chain"), std::string::npos) << outcome.out;
@@ -83,7 +83,7 @@ TEST(Trace, ShowsTheHelpOfItsCommand) {
 }
 
 // Five TMS ones lead to Test-Logic-Reset from any state, so a reset must have them.
-TEST(Reset, OfTheTapHasFiveOnesInARow) {
+TEST(ResetTest, OfTheTapHasFiveOnesInARow) {
     const std::string vcd = file_with("reset.vcd", "");
     const Outcome outcome = talvor({"trace", "--vcd", vcd, "--svg", vcd + ".svg", "svf",
                                     file_with("reset.svf", "STATE IDLE;\nSTATE RESET;\n")});

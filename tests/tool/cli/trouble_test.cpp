@@ -30,14 +30,14 @@ uint64_t batches(const PodsimProcess& simulator) {
 // More batches than connecting takes: then a host is at work.
 constexpr uint64_t kConnectedBatches = 300;
 
-TEST(NoProxy, IsSaidWithTheNextStep) {
+TEST(NoProxyTest, IsSaidWithTheNextStep) {
     expect_refusal(talvor({"chain"}),
                    "talvor: pod proxy: no pod proxy is running on this machine\n"
                    "  next: start a pod proxy, or use --simulate for a simulated pod; 'talvor "
                    "doctor' checks step by step\n");
 }
 
-TEST(NoProxy, IsAnAnswerForInfo) {
+TEST(NoProxyTest, IsAnAnswerForInfo) {
     const Outcome outcome = talvor({"info"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.ends_with("Pod proxy\n  not running; start one, or use --simulate\n"))
@@ -48,7 +48,7 @@ TEST(NoProxy, IsAnAnswerForInfo) {
     EXPECT_TRUE(document.at("pods").empty());
 }
 
-TEST(NoProxy, IsWhatTheDoctorFindsFirst) {
+TEST(NoProxyTest, IsWhatTheDoctorFindsFirst) {
     const Outcome outcome = talvor({"doctor"});
     EXPECT_EQ(outcome.status, 1);
     EXPECT_NE(outcome.out.find("ok     board file   none given; the pod's own defaults are used\n"),
@@ -62,7 +62,7 @@ TEST(NoProxy, IsWhatTheDoctorFindsFirst) {
     EXPECT_NE(outcome.err.find("  next: start a pod proxy"), std::string::npos) << outcome.err;
 }
 
-TEST(Pods, AreListed) {
+TEST(PodsTest, AreListed) {
     const PodsimProcess simulator(five());
     const Outcome outcome = talvor({"info"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -73,7 +73,7 @@ TEST(Pods, AreListed) {
         << outcome.out;
 }
 
-TEST(Pods, AreChosenBySerialNumber) {
+TEST(PodsTest, AreChosenBySerialNumber) {
     const PodsimProcess simulator(read_file(source_file("examples/two-pods.toml")));
     const auto document = nlohmann::json::parse(talvor({"info", "--json"}).out);
     ASSERT_EQ(document.at("pods").size(), 2U);
@@ -91,7 +91,7 @@ TEST(Pods, AreChosenBySerialNumber) {
         << other.err;
 }
 
-TEST(Generation, AtOddsWithTheRevisionIsSaid) {
+TEST(GenerationTest, AtOddsWithTheRevisionIsSaid) {
     const PodsimProcess simulator(five());
     const std::string board = file_with("generation.toml", "[KELM]\nPOD_EMUVERSION = 2\n");
     expect_refusal(talvor({"--board", board, "chain"}),
@@ -106,7 +106,7 @@ struct Fault {
     const char* code;
 };
 
-TEST(Faults, AreNamedWithCodeAndSentence) {
+TEST(FaultsTest, AreNamedWithCodeAndSentence) {
     const PodsimProcess simulator(five());
     const Fault faults[] = {
         {"power off", "power on",
@@ -136,7 +136,7 @@ TEST(Faults, AreNamedWithCodeAndSentence) {
 }
 
 // The driver prints the words of a failed loop-back test; they must not spoil a document.
-TEST(Faults, LeaveJsonADocument) {
+TEST(FaultsTest, LeaveJsonADocument) {
     const PodsimProcess simulator(five());
     simulator.ctl("loopback corrupt");
     const Outcome outcome = talvor({"--json", "chain"});
@@ -147,7 +147,7 @@ TEST(Faults, LeaveJsonADocument) {
     EXPECT_EQ(document.at("error").at("kind"), "pod");
 }
 
-TEST(Faults, InTheMiddleOfTheWorkAreDiagnosed) {
+TEST(FaultsTest, InTheMiddleOfTheWorkAreDiagnosed) {
     const PodsimProcess simulator(five());
     // The bench would run for an hour, but for the power that goes.
     Running bench({"bench", "--seconds", "1000"});
@@ -160,7 +160,7 @@ TEST(Faults, InTheMiddleOfTheWorkAreDiagnosed) {
     EXPECT_NE(bench.err().find("-180 eJTI_ERROR_NO_POWER"), std::string::npos) << bench.err();
 }
 
-TEST(Chain, WithoutDevicesIsAWire) {
+TEST(ChainTest, WithoutDevicesIsAWire) {
     const std::string description = file_with("empty.toml", "[[pod]]\nserial = 1\n");
     const Outcome wire = talvor({"--simulate", description, "chain"});
     EXPECT_EQ(wire.status, 1);
@@ -169,7 +169,7 @@ TEST(Chain, WithoutDevicesIsAWire) {
                         "devices\n");
 }
 
-TEST(DeadProxy, IsToldFromALivingOne) {
+TEST(DeadProxyTest, IsToldFromALivingOne) {
     PodsimProcess simulator(five());
     simulator.stop(SIGKILL);
     expect_refusal(talvor({"chain"}),
@@ -184,7 +184,7 @@ TEST(DeadProxy, IsToldFromALivingOne) {
     EXPECT_EQ(talvor({"chain"}).status, 0);
 }
 
-TEST(DeadProxy, IsNoticedWhileTheDriverWaitsForIt) {
+TEST(DeadProxyTest, IsNoticedWhileTheDriverWaitsForIt) {
     PodsimProcess simulator(five());
     simulator.ctl("latency 3600000000");
     Running chain({"--patience", "0", "chain"});
@@ -198,7 +198,7 @@ TEST(DeadProxy, IsNoticedWhileTheDriverWaitsForIt) {
     const PodsimProcess again(five());
 }
 
-TEST(SilentProxy, IsGivenUpWhenPatienceEnds) {
+TEST(SilentProxyTest, IsGivenUpWhenPatienceEnds) {
     const PodsimProcess simulator(five());
     simulator.ctl("latency 3000000");
     const Outcome outcome = talvor({"--patience", "0.5", "--json", "chain"});
@@ -209,7 +209,7 @@ TEST(SilentProxy, IsGivenUpWhenPatienceEnds) {
     simulator.ctl("latency 0");
 }
 
-TEST(OtherHosts, ThatEndedWithoutDisconnectingAreNoticed) {
+TEST(OtherHostsTest, ThatEndedWithoutDisconnectingAreNoticed) {
     const PodsimProcess simulator(five());
     simulator.ctl("latency 2000000");
     // Given up in the middle of connecting: its controller block stays, with its counts.
@@ -228,7 +228,7 @@ TEST(OtherHosts, ThatEndedWithoutDisconnectingAreNoticed) {
     EXPECT_EQ(talvor({"doctor"}).status, 0) << "what the doctor says helps";
 }
 
-TEST(OtherHosts, ThatAreConnectedAreNamed) {
+TEST(OtherHostsTest, ThatAreConnectedAreNamed) {
     const PodsimProcess simulator(five());
     Running other({"status", "--watch", "0.2"});
     ASSERT_TRUE(await([&other] { return !other.out().empty(); })) << other.err();
@@ -240,7 +240,7 @@ TEST(OtherHosts, ThatAreConnectedAreNamed) {
         << doctor.out;
 }
 
-TEST(Doctor, IsContentWithAGoodPod) {
+TEST(DoctorTest, IsContentWithAGoodPod) {
     const Outcome outcome = simulated({"--board", source_file("examples/board.toml"), "doctor"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_EQ(outcome.err, "");
@@ -251,7 +251,7 @@ TEST(Doctor, IsContentWithAGoodPod) {
     EXPECT_EQ(good, 11U) << outcome.out;
 }
 
-TEST(Doctor, NamesKeysThatNobodyReads) {
+TEST(DoctorTest, NamesKeysThatNobodyReads) {
     const std::string board = file_with("misspelt.toml", "[KELM]\nPOD_TCKDVI = 3\nPOD_SN = 5\n");
     const Outcome outcome = simulated({"--board", board, "doctor"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
@@ -261,7 +261,7 @@ TEST(Doctor, NamesKeysThatNobodyReads) {
         << outcome.out;
 }
 
-TEST(ExtendedController, CannotBeConnected) {
+TEST(ExtendedControllerTest, CannotBeConnected) {
     const std::string description = file_with(
         "exl.toml", "[[pod]]\nserial = 1\ncontroller = \"exl\"\n[[pod.tap]]\nname = \"a\"\n"
                     "ir_length = 4\n");
@@ -273,7 +273,7 @@ TEST(ExtendedController, CannotBeConnected) {
                            "memory\n");
 }
 
-TEST(Interrupt, DisconnectsFirst) {
+TEST(InterruptTest, DisconnectsFirst) {
     const PodsimProcess simulator(five());
     Running status({"status", "--watch", "0.1"});
     ASSERT_TRUE(await([&status] { return !status.out().empty(); })) << status.err();
@@ -285,7 +285,7 @@ TEST(Interrupt, DisconnectsFirst) {
         << doctor.out;
 }
 
-TEST(Interrupt, EndsAnSvfFileWithItsReason) {
+TEST(InterruptTest, EndsAnSvfFileWithItsReason) {
     std::string text = "STATE RESET;\n";
     for (int i = 0; i < 2000; ++i) {
         text += "RUNTEST 0.01 SEC;\n";
@@ -299,7 +299,7 @@ TEST(Interrupt, EndsAnSvfFileWithItsReason) {
         << svf.err();
 }
 
-TEST(Simulator, ABadDescriptionIsItsOwnWords) {
+TEST(SimulatorTest, ABadDescriptionIsItsOwnWords) {
     const std::string description = file_with("bad-pod.toml", "[[pod]]\nserial = \"x\"\n");
     const Outcome outcome = talvor({"--simulate", description, "chain"});
     EXPECT_EQ(outcome.status, 2);

@@ -6,7 +6,7 @@
 namespace talvor::cli {
 namespace {
 
-TEST(Usage, HelpAndVersionAreNoErrors) {
+TEST(UsageTest, HelpAndVersionAreNoErrors) {
     const Outcome version = talvor({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_EQ(version.out, "talvor 0.1.0\n");
@@ -26,7 +26,7 @@ struct Mistake {
     std::string err;
 };
 
-TEST(Usage, MistakesEndWith2AndSayWhatToDo) {
+TEST(UsageTest, MistakesEndWith2AndSayWhatToDo) {
     const Mistake mistakes[] = {
         {{}, "talvor: A subcommand is required\n  next: run 'talvor --help'\n"},
         {{"chian"}, "talvor: chian: is no command\n  next: run 'talvor --help'\n"},
@@ -70,7 +70,7 @@ TEST(Usage, MistakesEndWith2AndSayWhatToDo) {
     }
 }
 
-TEST(Usage, ErrorsAreDocumentsWithJson) {
+TEST(UsageTest, ErrorsAreDocumentsWithJson) {
     const Outcome outcome = talvor({"--json", "tclk", "convert", "x"});
     EXPECT_EQ(outcome.status, 2);
     EXPECT_EQ(outcome.out, R"({
@@ -84,7 +84,7 @@ TEST(Usage, ErrorsAreDocumentsWithJson) {
     EXPECT_FALSE(outcome.err.empty());
 }
 
-TEST(Usage, ABadKeyOfTheBoardFileIsNamedWithItsLine) {
+TEST(UsageTest, ABadKeyOfTheBoardFileIsNamedWithItsLine) {
     const std::string board = file_with("bad-key.toml", "[KELM]\nPOD_TCKDIV = 16\n");
     const Outcome outcome = simulated({"--board", board, "chain"});
     EXPECT_EQ(outcome.status, 2);
@@ -96,7 +96,7 @@ TEST(Usage, ABadKeyOfTheBoardFileIsNamedWithItsLine) {
                   "what each key takes\n");
 }
 
-TEST(Usage, AKeyOfTheWrongTypeIsNamedWithItsLine) {
+TEST(UsageTest, AKeyOfTheWrongTypeIsNamedWithItsLine) {
     const std::string board = file_with("bad-type.toml", "[KELM]\n\nPOD_AW_EN = \"perhaps\"\n");
     const Outcome outcome = simulated({"--board", board, "chain"});
     EXPECT_EQ(outcome.status, 2);

@@ -31,7 +31,7 @@ std::string error_of(CommandLine& line, const Words& words) {
     return outcome ? "" : headline(outcome.error()) + " / " + outcome.error().next_step;
 }
 
-TEST(CommandLine, ChoosesTheInnermostCommand) {
+TEST(CommandLineTest, ChoosesTheInnermostCommand) {
     for (const auto& [words, chosen] :
          {std::pair<Words, std::string>{{"link"}, "link"}, {{"link", "find"}, "find"}}) {
         CommandLine line("prog", "");
@@ -42,7 +42,7 @@ TEST(CommandLine, ChoosesTheInnermostCommand) {
     }
 }
 
-TEST(CommandLine, ChoosesNothingWhenHelpIsPrinted) {
+TEST(CommandLineTest, ChoosesNothingWhenHelpIsPrinted) {
     CommandLine line("prog", "");
     line.program().command("link", "", nothing);
     testing::internal::CaptureStdout();
@@ -51,7 +51,7 @@ TEST(CommandLine, ChoosesNothingWhenHelpIsPrinted) {
     EXPECT_FALSE(line.chosen());
 }
 
-TEST(CommandLine, PrintsItsVersion) {
+TEST(CommandLineTest, PrintsItsVersion) {
     CommandLine line("prog", "");
     line.set_version("prog 7");
     testing::internal::CaptureStdout();
@@ -59,7 +59,7 @@ TEST(CommandLine, PrintsItsVersion) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "prog 7\n");
 }
 
-TEST(CommandLine, NamesTheWordThatItCannotPlace) {
+TEST(CommandLineTest, NamesTheWordThatItCannotPlace) {
     CommandLine line("prog", "");
     Command reg = line.program().command("reg", "", nullptr);
     reg.command("read", "", nothing);
@@ -96,7 +96,7 @@ void add_values(Command command, Values& values) {
     command.option("WORDS", values.words, "").required();
 }
 
-TEST(Options, TakeWhatIsGiven) {
+TEST(OptionsTest, TakeWhatIsGiven) {
     CommandLine line("prog", "");
     Values values;
     add_values(line.program().command("do", "", nothing), values);
@@ -115,7 +115,7 @@ TEST(Options, TakeWhatIsGiven) {
     EXPECT_EQ(values.words, (Words{"a", "b"}));
 }
 
-TEST(Options, KeepTheirDefaults) {
+TEST(OptionsTest, KeepTheirDefaults) {
     CommandLine line("prog", "");
     Values values;
     add_values(line.program().command("do", "", nothing), values);
@@ -128,7 +128,7 @@ TEST(Options, KeepTheirDefaults) {
     EXPECT_FALSE(values.flag);
 }
 
-TEST(Options, RefuseWhatTheirChecksDoNotAllow) {
+TEST(OptionsTest, RefuseWhatTheirChecksDoNotAllow) {
     for (const auto& [words, error] : {
              std::pair<Words, std::string_view>{{"do", "--text", "x", "a"}, "--text: x not in "},
              {{"do", "--seconds", "-1", "a"}, "--seconds: "},
@@ -147,7 +147,7 @@ TEST(Options, RefuseWhatTheirChecksDoNotAllow) {
     }
 }
 
-TEST(Options, MayReadTheirTextThemselves) {
+TEST(OptionsTest, MayReadTheirTextThemselves) {
     CommandLine line("prog", "");
     std::string taken;
     const auto take = [&taken](const std::string& text) -> Status {
@@ -163,7 +163,7 @@ TEST(Options, MayReadTheirTextThemselves) {
     EXPECT_EQ(error_of(line, {"do", "--own", "bad"}), "--own: bad is bad / run 'prog do --help'");
 }
 
-TEST(Options, OfTheProgramMayStandBehindTheCommand) {
+TEST(OptionsTest, OfTheProgramMayStandBehindTheCommand) {
     CommandLine line("prog", "");
     bool flag = false;
     line.program().flag("--flag", flag, "");
@@ -172,7 +172,7 @@ TEST(Options, OfTheProgramMayStandBehindTheCommand) {
     EXPECT_TRUE(flag);
 }
 
-TEST(Command, TakesTheRestFromTheFirstUnknownWord) {
+TEST(CommandTest, TakesTheRestFromTheFirstUnknownWord) {
     CommandLine line("prog", "");
     bool outer = false;
     bool inner = false;
@@ -187,7 +187,7 @@ TEST(Command, TakesTheRestFromTheFirstUnknownWord) {
     EXPECT_EQ(rest, (Words{"chain", "--outer", "--inner"}));
 }
 
-TEST(Command, NamesItsOptionsButTheHiddenOnes) {
+TEST(CommandTest, NamesItsOptionsButTheHiddenOnes) {
     CommandLine line("prog", "");
     std::string text;
     Command command = line.program().command("do", "what it does", nothing);

@@ -7,7 +7,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-TEST(JoinSimulate, TakesADescriptionOnlyWhenItIsOne) {
+TEST(JoinSimulateTest, TakesADescriptionOnlyWhenItIsOne) {
     EXPECT_EQ(join_simulate({"--simulate", "chain"}), (Words{"--simulate", "chain"}));
     EXPECT_EQ(join_simulate({"chain", "--simulate"}), (Words{"chain", "--simulate"}));
     EXPECT_EQ(join_simulate({"--simulate", "five.toml", "chain"}),
@@ -25,7 +25,7 @@ struct Built {
     CommandLine line{"talvor", ""};
 };
 
-TEST(BuiltCommandLine, EveryCommandHasADescription) {
+TEST(BuiltCommandLineTest, EveryCommandHasADescription) {
     Built built;
     const std::vector<Command> list = built.line.program().commands();
     EXPECT_EQ(list.size(), 15U);
@@ -34,7 +34,7 @@ TEST(BuiltCommandLine, EveryCommandHasADescription) {
     }
 }
 
-TEST(BuiltCommandLine, CommonOptionsMayStandBeforeAndBehindTheCommand) {
+TEST(BuiltCommandLineTest, CommonOptionsMayStandBeforeAndBehindTheCommand) {
     for (const Words& words :
          {Words{"--pod", "7", "--json", "chain"}, Words{"chain", "--pod", "7", "--json"}}) {
         Built built;
@@ -45,13 +45,13 @@ TEST(BuiltCommandLine, CommonOptionsMayStandBeforeAndBehindTheCommand) {
     }
 }
 
-TEST(BuiltCommandLine, InstructionLengthsAreAList) {
+TEST(BuiltCommandLineTest, InstructionLengthsAreAList) {
     Built built;
     ASSERT_EQ(built.line.parse({"--ir-lengths", "4,5,8", "chain"}), CommandLine::Outcome::Chosen);
     EXPECT_EQ(built.options.instruction_lengths, (std::vector<uint32_t>{4, 5, 8}));
 }
 
-TEST(BuiltCommandLine, InstructionLengthsThatAreNoneAreRefused) {
+TEST(BuiltCommandLineTest, InstructionLengthsThatAreNoneAreRefused) {
     Built built;
     const auto outcome = built.line.parse({"--ir-lengths", "4,x", "chain"});
     ASSERT_FALSE(outcome);
@@ -59,7 +59,7 @@ TEST(BuiltCommandLine, InstructionLengthsThatAreNoneAreRefused) {
               "--ir-lengths: 4,x: expected lengths from 2 to 65536, as in 4,5,8");
 }
 
-TEST(BuiltCommandLine, ADescriptionMeansASimulatedPod) {
+TEST(BuiltCommandLineTest, ADescriptionMeansASimulatedPod) {
     Built built;
     ASSERT_EQ(built.line.parse({"--simulate-description", "x.toml", "chain"}),
               CommandLine::Outcome::Chosen);

@@ -5,7 +5,7 @@
 namespace talvor {
 namespace {
 
-TEST(ParseFrequency, TakesHertzAndUnits) {
+TEST(ParseFrequencyTest, TakesHertzAndUnits) {
     struct Case {
         const char* text;
         double hertz;
@@ -19,7 +19,7 @@ TEST(ParseFrequency, TakesHertzAndUnits) {
     }
 }
 
-TEST(ParseFrequency, RefusesWhatIsNone) {
+TEST(ParseFrequencyTest, RefusesWhatIsNone) {
     for (const char* text : {"", "MHz", "0", "-1", "10GHz", "10 MHz x", "nan", "inf", "1MHzz"}) {
         const Result<double> hertz = parse_frequency(text);
         ASSERT_FALSE(hertz) << text;
@@ -28,7 +28,7 @@ TEST(ParseFrequency, RefusesWhatIsNone) {
     }
 }
 
-TEST(ParseState, KnowsTheWordsInAnyCase) {
+TEST(ParseStateTest, KnowsTheWordsInAnyCase) {
     EXPECT_EQ(*parse_state("reset"), StableState::Reset);
     EXPECT_EQ(*parse_state("TLR"), StableState::Reset);
     EXPECT_EQ(*parse_state("Idle"), StableState::Idle);
@@ -39,14 +39,14 @@ TEST(ParseState, KnowsTheWordsInAnyCase) {
     EXPECT_EQ(shift.error().reason, "is no stable state: expected reset, idle, pausedr or pauseir");
 }
 
-TEST(ParseState, ReadsBackWhatItPrints) {
+TEST(ParseStateTest, ReadsBackWhatItPrints) {
     for (const StableState state :
          {StableState::Reset, StableState::Idle, StableState::PauseDr, StableState::PauseIr}) {
         EXPECT_EQ(*parse_state(state_word(state)), state);
     }
 }
 
-TEST(ParseNumber, HasALimit) {
+TEST(ParseNumberTest, HasALimit) {
     EXPECT_EQ(*parse_number("31", 31, "register"), 31U);
     EXPECT_EQ(*parse_number("0x1f", 31, "register"), 31U);
     for (const char* text : {"32", "-1", "x", ""}) {
@@ -57,7 +57,7 @@ TEST(ParseNumber, HasALimit) {
     }
 }
 
-TEST(ParseLengths, ReadsAListBetweenCommas) {
+TEST(ParseLengthsTest, ReadsAListBetweenCommas) {
     EXPECT_EQ(parse_lengths("4", "list"), (std::vector<uint32_t>{4}));
     EXPECT_EQ(parse_lengths("4,0x10,65536", "list"), (std::vector<uint32_t>{4, 16, 65536}));
     for (const char* text : {"", ",", ",4", "4,,5", "1", "65537", "4,x", "4 5"}) {
@@ -68,7 +68,7 @@ TEST(ParseLengths, ReadsAListBetweenCommas) {
     }
 }
 
-TEST(ParseBits, IsAsLongAsItsDigitsUnlessToldOtherwise) {
+TEST(ParseBitsTest, IsAsLongAsItsDigitsUnlessToldOtherwise) {
     EXPECT_EQ(parse_bits("0x1F", 0, "data")->size(), 8U);
     EXPECT_EQ(parse_bits("1F", 5, "data")->size(), 5U);
     EXPECT_EQ(hex_text(*parse_bits("1F", 33, "data")), "0x00000001F");

@@ -7,7 +7,7 @@
 namespace talvor {
 namespace {
 
-TEST(Json, WritesEveryKindOfValue) {
+TEST(JsonTest, WritesEveryKindOfValue) {
     EXPECT_EQ(Json().text(), "null");
     EXPECT_EQ(Json(nullptr).text(), "null");
     EXPECT_EQ(Json(true).text(), "true");
@@ -23,7 +23,7 @@ TEST(Json, WritesEveryKindOfValue) {
     EXPECT_EQ(Json::array().text(), "[]");
 }
 
-TEST(Json, KeepsTheOrderOfMembers) {
+TEST(JsonTest, KeepsTheOrderOfMembers) {
     Json json{{"zebra", 1}, {"ant", "two"}, {"inner", {{"b", nullptr}, {"a", false}}}};
     json["later"] = 3.5;
     json["zebra"] = 4;
@@ -39,11 +39,11 @@ TEST(Json, KeepsTheOrderOfMembers) {
                            "}");
 }
 
-TEST(Json, AnObjectOfOneMemberIsNoText) {
+TEST(JsonTest, AnObjectOfOneMemberIsNoText) {
     EXPECT_EQ((Json{{"path", "ir"}}).text(), "{\n  \"path\": \"ir\"\n}");
 }
 
-TEST(Json, ArraysHoldWhatIsPushed) {
+TEST(JsonTest, ArraysHoldWhatIsPushed) {
     Json list = Json::array();
     list.push_back(Json{{"n", 1}});
     list.push_back("x");
@@ -60,7 +60,7 @@ TEST(Json, ArraysHoldWhatIsPushed) {
 }
 
 // A file name is any bytes, and its error must still be a document.
-TEST(Json, ReplacesWhatIsNoUtf8) {
+TEST(JsonTest, ReplacesWhatIsNoUtf8) {
     EXPECT_EQ(Json("a\xFF").text(), "\"a\xEF\xBF\xBD\"");
 }
 

@@ -7,7 +7,7 @@
 namespace talvor {
 namespace {
 
-TEST(Toned, StandsBetweenTheCodesOfItsTone) {
+TEST(TonedTest, StandsBetweenTheCodesOfItsTone) {
     EXPECT_EQ(toned(Tone::Plain, "x"), "x");
     EXPECT_EQ(toned(Tone::Strong, "x"), "\033[1mx\033[0m");
     EXPECT_EQ(toned(Tone::Good, "x"), "\033[32mx\033[0m");
@@ -15,7 +15,7 @@ TEST(Toned, StandsBetweenTheCodesOfItsTone) {
     EXPECT_EQ(toned(Tone::Faint, "x"), "\033[2mx\033[0m");
 }
 
-TEST(ErrorJson, HoldsEverythingThatIsThere) {
+TEST(ErrorJsonTest, HoldsEverythingThatIsThere) {
     const Failure failed = library_error("connecting the pod", -180);
     const auto full = nlohmann::json::parse(to_json(failed.value()).text());
     EXPECT_EQ(full.at("kind"), "pod");
@@ -25,7 +25,7 @@ TEST(ErrorJson, HoldsEverythingThatIsThere) {
     EXPECT_FALSE(full.at("next_step").get<std::string>().empty());
 }
 
-TEST(ErrorJson, LeavesOutWhatIsNotThere) {
+TEST(ErrorJsonTest, LeavesOutWhatIsNotThere) {
     EXPECT_EQ(to_json(usage_error("x", "is wrong").value()).text(),
               "{\n  \"kind\": \"usage\",\n  \"thing\": \"x\",\n  \"reason\": \"is wrong\"\n}");
 }

@@ -8,26 +8,26 @@ namespace {
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 
-TEST(ProgressLine, ShowsPartRateAndTimeLeft) {
+TEST(ProgressLineTest, ShowsPartRateAndTimeLeft) {
     EXPECT_EQ(progress_line("play", 5'000'000, 10'000'000, seconds(2)),
               "play   50 % [###############---------------]  2.5 MB/s  0:02 left");
     EXPECT_EQ(progress_line("check", 1, 3, seconds(1)),
               "check  33 % [##########--------------------]  1 B/s  0:02 left");
 }
 
-TEST(ProgressLine, SaysNothingAboutTheRateAtFirst) {
+TEST(ProgressLineTest, SaysNothingAboutTheRateAtFirst) {
     EXPECT_EQ(progress_line("play", 1000, 10'000, milliseconds(199)),
               "play   10 % [###---------------------------]");
     EXPECT_EQ(progress_line("play", 0, 10'000, seconds(5)),
               "play    0 % [------------------------------]");
 }
 
-TEST(ProgressLine, AnEmptyFileIsDone) {
+TEST(ProgressLineTest, AnEmptyFileIsDone) {
     EXPECT_EQ(progress_line("play", 0, 0, milliseconds(0)),
               "play  100 % [##############################]");
 }
 
-TEST(ByteText, TakesTheUnitThatFits) {
+TEST(ByteTextTest, TakesTheUnitThatFits) {
     EXPECT_EQ(byte_text(0), "0 B");
     EXPECT_EQ(byte_text(999), "999 B");
     EXPECT_EQ(byte_text(1000), "1.0 kB");
@@ -35,7 +35,7 @@ TEST(ByteText, TakesTheUnitThatFits) {
     EXPECT_EQ(byte_text(5e12), "5000.0 GB");
 }
 
-TEST(ClockText, HasHoursOnlyWhenNeeded) {
+TEST(ClockTextTest, HasHoursOnlyWhenNeeded) {
     EXPECT_EQ(clock_text(seconds(0)), "0:00");
     EXPECT_EQ(clock_text(seconds(75)), "1:15");
     EXPECT_EQ(clock_text(seconds(3599)), "59:59");

@@ -5,7 +5,7 @@
 namespace talvor {
 namespace {
 
-TEST(TextTable, ColumnsAreAsWideAsTheirWidestCell) {
+TEST(TextTableTest, ColumnsAreAsWideAsTheirWidestCell) {
     TextTable table({"a", "long head", "c"});
     table.add({"wide cell", "x", "1"});
     table.add({"y", "z", ""});
@@ -14,14 +14,14 @@ TEST(TextTable, ColumnsAreAsWideAsTheirWidestCell) {
                                         "  y          z"}));
 }
 
-TEST(TextTable, MayHaveNoHeads) {
+TEST(TextTableTest, MayHaveNoHeads) {
     TextTable table({});
     table.add({"power", "on"});
     EXPECT_EQ(table.lines(), (std::vector<std::string>{"  power  on"}));
     EXPECT_TRUE(TextTable({}).lines().empty());
 }
 
-TEST(TextTable, CountsCharactersAndNotBytes) {
+TEST(TextTableTest, CountsCharactersAndNotBytes) {
     TextTable table({});
     table.add({"\u00b5s", "1"});
     table.add({"ab", "2"});
