@@ -8,7 +8,7 @@
 namespace {
 
 // Twenty entries, several of them with beginnings in common.
-constexpr const char* table[] = {
+constexpr const char* kTable[] = {
     "default",    "disable",       "enable",        "tms_reset",     "tms_idle",   "scan_dr",
     "scan_ir",    "pause_dr",      "pause_ir",      "link_delay",    "link_value", "loop_mode",
     "loop_value", "boot_mode_one", "boot_mode_two", "boot_mode_six", "edge_rise",  "edge_fall",
@@ -19,7 +19,7 @@ void find(benchmark::State& state, const char* text) {
     const auto length = static_cast<uint32_t>(std::strlen(text));
     for (auto _ : state) {
         uint32_t index = 0;
-        benchmark::DoNotOptimize(str0_find_keyword(text, table, &index, length));
+        benchmark::DoNotOptimize(str0_find_keyword(text, kTable, &index, length));
         benchmark::DoNotOptimize(index);
     }
 }

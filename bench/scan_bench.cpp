@@ -17,9 +17,9 @@ namespace {
 using test_support::InstantPod;
 using Scan = int32_t (*)(JSC_Inform*, const JSC_JtagCommand*, const JSC_JtagParam16*);
 
-constexpr uint32_t word_bits = 16;
-constexpr uint32_t half_a_million_bits = 524288; // a few words more than a block holds both ways
-constexpr uint32_t block_fitting_bits = 500000;  // one flush
+constexpr uint32_t kWordBits = 16;
+constexpr uint32_t kHalfAMillionBits = 524288; // a few words more than a block holds both ways
+constexpr uint32_t kBlockFittingBits = 500000; // one flush
 
 double processor_seconds() {
     timespec now{};
@@ -28,19 +28,19 @@ double processor_seconds() {
 }
 
 double seconds_of_memcpy(const std::vector<uint16_t>& from, std::vector<uint16_t>& into) {
-    constexpr int rounds = 256;
+    constexpr int kRounds = 256;
     const double begin = processor_seconds();
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < kRounds; ++round) {
         std::memcpy(into.data(), from.data(), from.size() * sizeof(uint16_t));
         benchmark::DoNotOptimize(into.data());
         benchmark::ClobberMemory();
     }
-    return (processor_seconds() - begin) / rounds;
+    return (processor_seconds() - begin) / kRounds;
 }
 
 void make_scans(benchmark::State& state, Scan scan, bool adjust) {
     const auto bits = static_cast<uint32_t>(state.range(0));
-    const size_t words = (bits + word_bits - 1) / word_bits;
+    const size_t words = (bits + kWordBits - 1) / kWordBits;
     InstantPod pod;
     pod.recording = false;
     std::vector<uint16_t> sent(words, 0x5AC3);
@@ -66,23 +66,23 @@ void make_scans(benchmark::State& state, Scan scan, bool adjust) {
 void scan_both(benchmark::State& state) {
     make_scans(state, jsc_ScanBoth16, false);
 }
-BENCHMARK(scan_both)->Arg(32)->Arg(1000)->Arg(block_fitting_bits)->Arg(half_a_million_bits);
+BENCHMARK(scan_both)->Arg(32)->Arg(1000)->Arg(kBlockFittingBits)->Arg(kHalfAMillionBits);
 
 void scan_both_adjusted(benchmark::State& state) {
     make_scans(state, jsc_ScanBoth16, true);
 }
-BENCHMARK(scan_both_adjusted)->Arg(half_a_million_bits);
+BENCHMARK(scan_both_adjusted)->Arg(kHalfAMillionBits);
 
 // With the flush that follows some time; the send itself makes none.
 void scan_send(benchmark::State& state) {
     make_scans(state, jsc_ScanSend16, false);
 }
-BENCHMARK(scan_send)->Arg(32)->Arg(1000)->Arg(half_a_million_bits);
+BENCHMARK(scan_send)->Arg(32)->Arg(1000)->Arg(kHalfAMillionBits);
 
 void scan_receive(benchmark::State& state) {
     make_scans(state, jsc_ScanRecv16, false);
 }
-BENCHMARK(scan_receive)->Arg(32)->Arg(1000)->Arg(half_a_million_bits);
+BENCHMARK(scan_receive)->Arg(32)->Arg(1000)->Arg(kHalfAMillionBits);
 
 void get_state(benchmark::State& state) {
     InstantPod pod;

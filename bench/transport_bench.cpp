@@ -19,9 +19,9 @@ namespace {
 using test_support::InstantPod;
 using Clock = std::chrono::steady_clock;
 
-constexpr uint32_t items_per_round = 16384;
+constexpr uint32_t kItemsPerRound = 16384;
 // 524,288 bits.
-constexpr uint32_t scan_words = 32768;
+constexpr uint32_t kScanWords = 32768;
 
 void count_items(benchmark::State& state, uint32_t items) {
     state.counters["per_item"] = benchmark::Counter(
@@ -33,13 +33,13 @@ template <typename Queue>
 void queue_items(benchmark::State& state, Queue queue) {
     InstantPod pod;
     for (auto _ : state) {
-        for (uint32_t item = 0; item < items_per_round; ++item) {
+        for (uint32_t item = 0; item < kItemsPerRound; ++item) {
             queue(pod.get(), item);
         }
         test_support::empty_batch(*pod.block);
         batch_drop_reads(pod.get());
     }
-    count_items(state, items_per_round);
+    count_items(state, kItemsPerRound);
 }
 
 void BM_QueueWrite(benchmark::State& state) {
@@ -63,14 +63,14 @@ void BM_QueueWait(benchmark::State& state) {
 BENCHMARK(BM_QueueWait);
 
 double seconds_of_memcpy(const std::vector<uint16_t>& from, std::vector<uint16_t>& into) {
-    constexpr int rounds = 64;
+    constexpr int kRounds = 64;
     const auto begin = Clock::now();
-    for (int round = 0; round < rounds; ++round) {
+    for (int round = 0; round < kRounds; ++round) {
         std::memcpy(into.data(), from.data(), from.size() * sizeof(uint16_t));
         benchmark::DoNotOptimize(into.data());
         benchmark::ClobberMemory();
     }
-    return std::chrono::duration<double>(Clock::now() - begin).count() / rounds;
+    return std::chrono::duration<double>(Clock::now() - begin).count() / kRounds;
 }
 
 // A stream of a scan's words, flushed and scattered: `queue` queues one word.
@@ -78,13 +78,13 @@ template <typename Queue>
 void stream_words(benchmark::State& state, Queue queue) {
     InstantPod pod;
     pod.recording = false;
-    std::vector<uint16_t> sent(scan_words, 0x5AC3);
-    std::vector<uint16_t> received(scan_words);
+    std::vector<uint16_t> sent(kScanWords, 0x5AC3);
+    std::vector<uint16_t> received(kScanWords);
     double seconds = 0;
     for (auto _ : state) {
         const auto begin = Clock::now();
         BatchCursor cursor = cursor_open(pod.get());
-        for (uint32_t word = 0; word < scan_words; ++word) {
+        for (uint32_t word = 0; word < kScanWords; ++word) {
             queue(cursor, sent[word], &received[word]);
         }
         cursor_close(cursor);
@@ -93,7 +93,7 @@ void stream_words(benchmark::State& state, Queue queue) {
         seconds += std::chrono::duration<double>(Clock::now() - begin).count();
     }
     const auto rounds = static_cast<double>(state.iterations());
-    count_items(state, scan_words);
+    count_items(state, kScanWords);
     state.counters["to_memcpy"] = seconds / rounds / seconds_of_memcpy(sent, received);
     state.counters["flushes"] = static_cast<double>(pod.flushes) / rounds;
 }
@@ -179,8 +179,8 @@ int32_t bare_round_trip(AnsweringThread& proxy, Wait wait) {
 
 // The wait as the driver's contract has it: a deadline that is over.
 void wait_by_deadline(sem_t* semaphore) {
-    constexpr timespec past{.tv_sec = 10, .tv_nsec = 100'000'000};
-    while (sem_timedwait(semaphore, &past) != 0) {
+    constexpr timespec kPast{.tv_sec = 10, .tv_nsec = 100'000'000};
+    while (sem_timedwait(semaphore, &kPast) != 0) {
     }
 }
 
@@ -211,7 +211,7 @@ double median(std::vector<double>& turns) {
 // The driver's exchange beside one that is written out, in turns, so that both see the same
 // machine; and a whole flush of one queued write, with the three status reads that it adds.
 void BM_Handshake(benchmark::State& state) {
-    constexpr int trips_per_turn = 20;
+    constexpr int kTripsPerTurn = 20;
     keep_on_processor(0);
     AnsweringThread proxy;
     JSC_Control control{};
@@ -225,7 +225,7 @@ void BM_Handshake(benchmark::State& state) {
     std::vector<double> deadline;
     std::vector<double> trying;
     const auto measure = [](std::vector<double>& turns, auto trip) {
-        turns.push_back(seconds_of(trips_per_turn, trip) / trips_per_turn);
+        turns.push_back(seconds_of(kTripsPerTurn, trip) / kTripsPerTurn);
     };
     for (auto _ : state) {
         measure(exchange,

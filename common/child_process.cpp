@@ -34,11 +34,12 @@ public:
             flags |= POSIX_SPAWN_SETPGROUP;
         }
         posix_spawnattr_setflags(&attributes_, static_cast<short>(flags));
-        if (options.output) {
-            posix_spawn_file_actions_adddup2(&actions_, *options.output, STDOUT_FILENO);
-        }
-        if (options.errors) {
-            posix_spawn_file_actions_adddup2(&actions_, *options.errors, STDERR_FILENO);
+        redirect(options.input, STDIN_FILENO);
+        redirect(options.output, STDOUT_FILENO);
+        redirect(options.errors, STDERR_FILENO);
+        for (const int descriptor : options.kept) {
+            // Onto itself: that takes the mark away.
+            redirect(descriptor, descriptor);
         }
     }
     ~Attributes() {
@@ -52,6 +53,12 @@ public:
     [[nodiscard]] const posix_spawn_file_actions_t* actions() const noexcept { return &actions_; }
 
 private:
+    void redirect(std::optional<int> from, int to) {
+        if (from) {
+            posix_spawn_file_actions_adddup2(&actions_, *from, to);
+        }
+    }
+
     posix_spawnattr_t attributes_{};
     posix_spawn_file_actions_t actions_{};
 };

@@ -13,10 +13,12 @@
 namespace talvor {
 
 struct SpawnOptions {
-    std::vector<std::string>
-        arguments{};             // the program first; one without a slash is looked for in PATH
+    // The program first; one without a slash is looked for in PATH.
+    std::vector<std::string> arguments{};
+    std::optional<int> input{};  // descriptor for its standard input; else this program's
     std::optional<int> output{}; // descriptor for its standard output; else this program's
     std::optional<int> errors{}; // descriptor for its standard error; else this program's
+    std::vector<int> kept{};     // descriptors that stay open in it though they close on exec
     bool own_group = false;      // a process group of its own: Ctrl-C does not reach it
 };
 

@@ -62,13 +62,13 @@ using Failure = tl::unexpected<Error>;
 
 namespace detail {
 
-// The value of a result that holds one.
+// The value of a result that holds one; who asked only whether it worked leaves it.
 template <typename T>
-[[nodiscard]] T value_of(Result<T>&& result) {
+T value_of(Result<T>&& result) {
     return *std::move(result);
 }
 template <typename T>
-[[nodiscard]] T value_of(const Result<T>& result) {
+T value_of(const Result<T>& result) {
     return *result;
 }
 inline void value_of(const Status& /*done*/) noexcept {}

@@ -17,7 +17,7 @@ class FailedReadTest : public testing::Test {
 protected:
     FailedReadTest() {
         TimeValueInitial(pod.get());
-        pod.give = [](uint16_t port) { return port == TBC_PORT_RECEIVE ? next_value : 0; };
+        pod.give = [](uint16_t port) { return port == TBC_PORT_RECEIVE ? kNextValue : 0; };
         pod.failing = 1;
         PortRead(pod.get(), TBC_PORT_RECEIVE, &lost);
         EXPECT_EQ(qel_PerformIo(pod.get()), -140);
@@ -29,15 +29,15 @@ protected:
         uint16_t word = 0;
         PortRead(pod.get(), TBC_PORT_RECEIVE, &word);
         EXPECT_EQ(qel_PerformIo(pod.get()), 0);
-        EXPECT_EQ(word, next_value);
-        EXPECT_EQ(lost, untouched);
+        EXPECT_EQ(word, kNextValue);
+        EXPECT_EQ(lost, kUntouched);
     }
 
-    static constexpr uint16_t next_value = 0x1234;
-    static constexpr uint16_t untouched = 0xAAAA;
+    static constexpr uint16_t kNextValue = 0x1234;
+    static constexpr uint16_t kUntouched = 0xAAAA;
     InstantPod pod{POD_REVISION_2};
     RecordedSleeps sleeps;
-    uint16_t lost = untouched;
+    uint16_t lost = kUntouched;
 };
 
 TEST_F(FailedReadTest, IsDroppedWhenTheCodeIsGiven) {

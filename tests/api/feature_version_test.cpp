@@ -32,17 +32,17 @@ TEST(MultipleVersionTest, ChecksItsArguments) {
     InstantPod pod;
     bool known = true;
     uint32_t value = 99;
-    constexpr JSC_FeatureId feature = eJSC_FEATURE_ID_TBC_VERSION;
-    EXPECT_EQ(jsc_MultipleVersion(nullptr, feature, &known, &value), -122);
-    EXPECT_EQ(jsc_MultipleVersion(pod.get(), feature, nullptr, &value), -122);
-    EXPECT_EQ(jsc_MultipleVersion(pod.get(), feature, &known, nullptr), -122);
-    EXPECT_EQ(tbc_MultipleVersion(pod.get(), feature, nullptr, &value), -122);
-    EXPECT_EQ(tbc_MultipleVersion(pod.get(), feature, &known, nullptr), -122);
-    EXPECT_EQ(tbc_MultipleVersion(nullptr, feature, &known, &value), -122);
+    constexpr JSC_FeatureId kFeature = eJSC_FEATURE_ID_TBC_VERSION;
+    EXPECT_EQ(jsc_MultipleVersion(nullptr, kFeature, &known, &value), -122);
+    EXPECT_EQ(jsc_MultipleVersion(pod.get(), kFeature, nullptr, &value), -122);
+    EXPECT_EQ(jsc_MultipleVersion(pod.get(), kFeature, &known, nullptr), -122);
+    EXPECT_EQ(tbc_MultipleVersion(pod.get(), kFeature, nullptr, &value), -122);
+    EXPECT_EQ(tbc_MultipleVersion(pod.get(), kFeature, &known, nullptr), -122);
+    EXPECT_EQ(tbc_MultipleVersion(nullptr, kFeature, &known, &value), -122);
     EXPECT_TRUE(known);
     EXPECT_EQ(value, 99U);
     pod.inform.pJscControl = nullptr;
-    EXPECT_EQ(jsc_MultipleVersion(pod.get(), feature, &known, &value), -116);
+    EXPECT_EQ(jsc_MultipleVersion(pod.get(), kFeature, &known, &value), -116);
     EXPECT_FALSE(known);
     EXPECT_EQ(value, 0U);
 }

@@ -60,17 +60,17 @@ TEST_F(FirmwareTest, ALoadNeedsItsData) {
 }
 
 TEST_F(FirmwareTest, ChecksItsArguments) {
-    constexpr JSC_FirmwareId id = eJSC_FIRMWARE_ID_CLIENT;
-    EXPECT_EQ(jsc_FirmwareSupport(nullptr, id, &known, &support), -122);
-    EXPECT_EQ(jsc_FirmwareSupport(&handle, id, nullptr, &support), -122);
-    EXPECT_EQ(jsc_FirmwareSupport(&handle, id, &known, nullptr), -122);
-    EXPECT_EQ(jsc_FirmwareVersion(nullptr, id, &known, &support, &number), -122);
-    EXPECT_EQ(jsc_FirmwareVersion(&handle, id, nullptr, &support, &number), -122);
-    EXPECT_EQ(jsc_FirmwareVersion(&handle, id, &known, nullptr, &number), -122);
-    EXPECT_EQ(jsc_FirmwareVersion(&handle, id, &known, &support, nullptr), -122);
+    constexpr JSC_FirmwareId kId = eJSC_FIRMWARE_ID_CLIENT;
+    EXPECT_EQ(jsc_FirmwareSupport(nullptr, kId, &known, &support), -122);
+    EXPECT_EQ(jsc_FirmwareSupport(&handle, kId, nullptr, &support), -122);
+    EXPECT_EQ(jsc_FirmwareSupport(&handle, kId, &known, nullptr), -122);
+    EXPECT_EQ(jsc_FirmwareVersion(nullptr, kId, &known, &support, &number), -122);
+    EXPECT_EQ(jsc_FirmwareVersion(&handle, kId, nullptr, &support, &number), -122);
+    EXPECT_EQ(jsc_FirmwareVersion(&handle, kId, &known, nullptr, &number), -122);
+    EXPECT_EQ(jsc_FirmwareVersion(&handle, kId, &known, &support, nullptr), -122);
     const auto refused = [&](JSC_Inform* inform, bool* k, bool* s, JSC_FirmwareAction* a,
                              uint32_t* used) {
-        return jsc_FirmwareConfig(inform, id, k, s, a, 1, 2, data, 4, used);
+        return jsc_FirmwareConfig(inform, kId, k, s, a, 1, 2, data, 4, used);
     };
     EXPECT_EQ(refused(nullptr, &known, &support, &action, &number), -122);
     EXPECT_EQ(refused(&handle, nullptr, &support, &action, &number), -122);

@@ -191,27 +191,27 @@ TEST_F(LogFileTest, OneThatCannotBeMadeLeavesNone) {
 }
 
 TEST_F(LogFileTest, ChecksItsArguments) {
-    constexpr JSC_LogFileId id = eJSC_LOGFILE_ID_RESET;
+    constexpr JSC_LogFileId kId = eJSC_LOGFILE_ID_RESET;
     uint32_t word = 99;
-    EXPECT_EQ(jsc_LogFileCreate(nullptr, id, &known, 4, &word), -122);
-    EXPECT_EQ(jsc_LogFileCreate(handle, id, nullptr, 4, &word), -122);
-    EXPECT_EQ(jsc_LogFileCreate(handle, id, &known, 4, nullptr), -122);
-    EXPECT_EQ(jsc_LogFileDelete(nullptr, id, &known), -122);
-    EXPECT_EQ(jsc_LogFileDelete(handle, id, nullptr), -122);
-    EXPECT_EQ(jsc_LogFileErase(nullptr, id, &known), -122);
-    EXPECT_EQ(jsc_LogFileErase(handle, id, nullptr), -122);
-    EXPECT_EQ(jsc_LogFileMode(nullptr, id, &known, true), -122);
-    EXPECT_EQ(jsc_LogFileMode(handle, id, nullptr, true), -122);
-    EXPECT_EQ(jsc_LogFileAppend(nullptr, id, &known, 1), -122);
-    EXPECT_EQ(jsc_LogFileAppend(handle, id, nullptr, 1), -122);
-    EXPECT_EQ(jsc_LogFileRead(nullptr, id, &known, 1, &word, &actual, &total), -122);
-    EXPECT_EQ(jsc_LogFileRead(handle, id, nullptr, 1, &word, &actual, &total), -122);
-    EXPECT_EQ(jsc_LogFileRead(handle, id, &known, 1, nullptr, &actual, &total), -122);
-    EXPECT_EQ(jsc_LogFileRead(handle, id, &known, 1, &word, nullptr, &total), -122);
-    EXPECT_EQ(jsc_LogFileRead(handle, id, &known, 0, &word, &actual, &total), -122);
+    EXPECT_EQ(jsc_LogFileCreate(nullptr, kId, &known, 4, &word), -122);
+    EXPECT_EQ(jsc_LogFileCreate(handle, kId, nullptr, 4, &word), -122);
+    EXPECT_EQ(jsc_LogFileCreate(handle, kId, &known, 4, nullptr), -122);
+    EXPECT_EQ(jsc_LogFileDelete(nullptr, kId, &known), -122);
+    EXPECT_EQ(jsc_LogFileDelete(handle, kId, nullptr), -122);
+    EXPECT_EQ(jsc_LogFileErase(nullptr, kId, &known), -122);
+    EXPECT_EQ(jsc_LogFileErase(handle, kId, nullptr), -122);
+    EXPECT_EQ(jsc_LogFileMode(nullptr, kId, &known, true), -122);
+    EXPECT_EQ(jsc_LogFileMode(handle, kId, nullptr, true), -122);
+    EXPECT_EQ(jsc_LogFileAppend(nullptr, kId, &known, 1), -122);
+    EXPECT_EQ(jsc_LogFileAppend(handle, kId, nullptr, 1), -122);
+    EXPECT_EQ(jsc_LogFileRead(nullptr, kId, &known, 1, &word, &actual, &total), -122);
+    EXPECT_EQ(jsc_LogFileRead(handle, kId, nullptr, 1, &word, &actual, &total), -122);
+    EXPECT_EQ(jsc_LogFileRead(handle, kId, &known, 1, nullptr, &actual, &total), -122);
+    EXPECT_EQ(jsc_LogFileRead(handle, kId, &known, 1, &word, nullptr, &total), -122);
+    EXPECT_EQ(jsc_LogFileRead(handle, kId, &known, 0, &word, &actual, &total), -122);
     EXPECT_EQ(word, 99U);
     make(4);
-    EXPECT_EQ(jsc_LogFileRead(handle, id, &known, 3, &word, &actual, nullptr), 0)
+    EXPECT_EQ(jsc_LogFileRead(handle, kId, &known, 3, &word, &actual, nullptr), 0)
         << "the total alone may be left out; nothing is read then";
     EXPECT_TRUE(known);
     EXPECT_EQ(actual, 0U);

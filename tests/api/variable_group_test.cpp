@@ -39,7 +39,7 @@ bool remove_record(Variable** variable) {
     return remove_fails;
 }
 
-constexpr VariableGroup group{create, initial, read, remove_record};
+constexpr VariableGroup kGroup{create, initial, read, remove_record};
 
 class VariableGroupTest : public testing::Test {
 protected:
@@ -48,7 +48,7 @@ protected:
         create_fails = remove_fails = false;
         read_code = 0;
     }
-    int32_t run() { return read_group(group, nullptr, nullptr, &kept); }
+    int32_t run() { return read_group(kGroup, nullptr, nullptr, &kept); }
     Variable kept{5};
 };
 

@@ -17,15 +17,15 @@ using test_support::LeakGuard;
 using test_support::RecordingProxy;
 using Words = std::array<uint16_t, 5>;
 
-constexpr Words expected_words = {0x5AC3, 0xA53C, 0x0F0F, 0x3CA5, 0xC35A};
+constexpr Words kExpectedWords = {0x5AC3, 0xA53C, 0x0F0F, 0x3CA5, 0xC35A};
 
-constexpr const char* entry_text = "write 12 000f\nwrite 10 6001\nwrite 4 0800\nwrite 1 0400\n"
+constexpr const char* kEntryText = "write 12 000f\nwrite 10 6001\nwrite 4 0800\nwrite 1 0400\n"
                                    "write 16 0000\n"
                                    "read 22\nread 22\nread 22\nread 22\nread 22\n";
-constexpr const char* test_text = "write 23 c35a\nwrite 23 3ca5\nwrite 23 f0f0\nwrite 23 a53c\n"
+constexpr const char* kTestText = "write 23 c35a\nwrite 23 3ca5\nwrite 23 f0f0\nwrite 23 a53c\n"
                                   "write 23 5ac3\n"
                                   "read 22\nread 22\nread 22\nread 22\nread 22\n";
-constexpr const char* restore_text = "write 23 0000\nwrite 23 0000\nwrite 23 ffff\n"
+constexpr const char* kRestoreText = "write 23 0000\nwrite 23 0000\nwrite 23 ffff\n"
                                      "write 23 0000\nwrite 23 0000\nwrite 1 0004\n"
                                      "write 16 0000\nwrite 4 0000\nwrite 12 0000\n"
                                      "write 10 6001\nwrite 10 7004\n";
@@ -58,11 +58,11 @@ TEST_F(DetectTest, APerfectLoopBack) {
     std::fflush(stdout);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     ASSERT_EQ(proxy.pod().batches().size(), 2U);
-    EXPECT_EQ(proxy.pod().batches()[0].body(), entry_text);
-    EXPECT_EQ(proxy.pod().batches()[1].body(), test_text);
+    EXPECT_EQ(proxy.pod().batches()[0].body(), kEntryText);
+    EXPECT_EQ(proxy.pod().batches()[1].body(), kTestText);
     EXPECT_EQ(handle.control.priorConfig, 0);
     EXPECT_EQ(qel_PerformIo(handle.get()), 0);
-    EXPECT_EQ(proxy.pod().last_batch().body(), restore_text);
+    EXPECT_EQ(proxy.pod().last_batch().body(), kRestoreText);
 }
 
 TEST_F(DetectTest, TheTestRunsWithItsOwnConfiguration) {
@@ -88,8 +88,8 @@ int32_t model_verdict(const Words& words) {
     for (size_t index = 0; index < words.size(); ++index) {
         const unsigned low = words[index] % 256U;
         const unsigned high = words[index] / 256U;
-        low_bad = low_bad || low != expected_words[index] % 256U;
-        high_bad = high_bad || high != expected_words[index] / 256U;
+        low_bad = low_bad || low != kExpectedWords[index] % 256U;
+        high_bad = high_bad || high != kExpectedWords[index] / 256U;
         high_ff = high_ff && high == 255;
         low_ff = low_ff && low == 255;
         high_00 = high_00 && words[index] <= 255;
@@ -116,8 +116,8 @@ TEST_F(DetectTest, StuckBytes) {
     Words low_ones{};
     Words high_zeros{};
     Words low_zeros{};
-    for (size_t index = 0; index < expected_words.size(); ++index) {
-        const uint16_t word = expected_words[index];
+    for (size_t index = 0; index < kExpectedWords.size(); ++index) {
+        const uint16_t word = kExpectedWords[index];
         high_ones[index] = static_cast<uint16_t>(word | 0xFF00);
         low_ones[index] = static_cast<uint16_t>(word | 0x00FF);
         high_zeros[index] = static_cast<uint16_t>(word & 0x00FF);
@@ -128,7 +128,7 @@ TEST_F(DetectTest, StuckBytes) {
     EXPECT_EQ(verdict_on(low_ones), Verdict(-174, ""));
     EXPECT_EQ(verdict_on(high_zeros), Verdict(-175, ""));
     EXPECT_EQ(verdict_on(low_zeros), Verdict(-176, ""));
-    EXPECT_EQ(verdict_on(expected_words), Verdict(0, ""));
+    EXPECT_EQ(verdict_on(kExpectedWords), Verdict(0, ""));
 }
 
 TEST_F(DetectTest, CorruptWordsArePrinted) {
@@ -142,7 +142,7 @@ TEST_F(DetectTest, CorruptWordsArePrinted) {
     EXPECT_EQ(all_zeros, -171);
     EXPECT_EQ(zeros_printed, "0000 5ac3\n0000 a53c\n0000 0f0f\n0000 3ca5\n0000 c35a\n");
     // The writes that leave the test are queued whatever the verdict.
-    EXPECT_EQ(proxy.pod().last_batch().body(), restore_text);
+    EXPECT_EQ(proxy.pod().last_batch().body(), kRestoreText);
 }
 
 // Bytes that are right, stuck or wrong, in every combination by word.
@@ -161,8 +161,8 @@ TEST_F(DetectTest, EveryPatternGetsTheVerdictOfTheRules) {
         const unsigned high_way = random() % 4;
         for (size_t index = 0; index < words.size(); ++index) {
             const unsigned low =
-                byte_of(expected_words[index] & 0xFF, uniform ? low_way : random() % 4);
-            const unsigned high = byte_of(static_cast<uint16_t>(expected_words[index] >> 8),
+                byte_of(kExpectedWords[index] & 0xFF, uniform ? low_way : random() % 4);
+            const unsigned high = byte_of(static_cast<uint16_t>(kExpectedWords[index] >> 8),
                                           uniform ? high_way : random() % 4);
             words[index] = static_cast<uint16_t>(high << 8 | low);
         }

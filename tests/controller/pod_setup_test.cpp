@@ -23,10 +23,10 @@ TEST(PodGenerationTest, AgreesWithTheRevisionOrIsNone) {
 }
 
 TEST(PodClockTest, HasABitForEachOption) {
-    constexpr uint32_t later = 0x0200;
+    constexpr uint32_t kLater = 0x0200;
     QEL_Variable pod{};
     pod.version = 2;
-    EXPECT_EQ(pod_clock_word(pod, later), 0x0000);
+    EXPECT_EQ(pod_clock_word(pod, kLater), 0x0000);
     struct Row {
         bool QEL_Variable::*option;
         uint16_t word;
@@ -36,7 +36,7 @@ TEST(PodClockTest, HasABitForEachOption) {
                            Row{&QEL_Variable::aclken, 0x0800}}) {
         QEL_Variable one = pod;
         one.*row.option = true;
-        EXPECT_EQ(pod_clock_word(one, later), row.word);
+        EXPECT_EQ(pod_clock_word(one, kLater), row.word);
     }
 }
 
@@ -75,26 +75,26 @@ TEST(PodClockTest, TheRevisionSaysWhichRateFieldThereIs) {
 }
 
 TEST(PodTimingTest, HasAFieldForEachOption) {
-    constexpr uint32_t revision = 0x0300;
+    constexpr uint32_t kRevision = 0x0300;
     QEL_Variable pod{};
-    EXPECT_EQ(pod_timing_word(pod, revision), 0x0001) << "the host waits";
+    EXPECT_EQ(pod_timing_word(pod, kRevision), 0x0001) << "the host waits";
     pod.aw = true;
-    EXPECT_EQ(pod_timing_word(pod, revision), 0x0000);
+    EXPECT_EQ(pod_timing_word(pod, kRevision), 0x0000);
     QEL_Variable one = pod;
     one.tckb = true;
-    EXPECT_EQ(pod_timing_word(one, revision), 0x0002);
+    EXPECT_EQ(pod_timing_word(one, kRevision), 0x0002);
     one = pod;
     one.tmsofs = 0xD;
-    EXPECT_EQ(pod_timing_word(one, revision), 5 << 2);
+    EXPECT_EQ(pod_timing_word(one, kRevision), 5 << 2);
     one = pod;
     one.tdoofs = 0xE;
-    EXPECT_EQ(pod_timing_word(one, revision), 6 << 5);
+    EXPECT_EQ(pod_timing_word(one, kRevision), 6 << 5);
     one = pod;
     one.tckdly = 7;
-    EXPECT_EQ(pod_timing_word(one, revision), 3 << 10);
+    EXPECT_EQ(pod_timing_word(one, kRevision), 3 << 10);
     one = pod;
     one.loopb = true;
-    EXPECT_EQ(pod_timing_word(one, revision), 0x1000);
+    EXPECT_EQ(pod_timing_word(one, kRevision), 0x1000);
 }
 
 TEST(PodTimingTest, EmuModesAreThereFromTheThirdGenerationOn) {

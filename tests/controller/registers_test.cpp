@@ -148,12 +148,12 @@ TEST_F(RegistersTest, AWriteStepsThroughAddressesAndWords) {
 }
 
 TEST_F(RegistersTest, BlocksLongerThanTheOutBlock) {
-    constexpr uint32_t count = 200000;
+    constexpr uint32_t kCount = 200000;
     uint16_t next = 0;
     proxy.pod().answer_with(22, [&next] { return next++; });
-    std::vector<uint16_t> words(count);
-    EXPECT_EQ(RegisterRead(handle.get(), false, true, 22, count, words.data()), 0);
-    for (uint32_t index = 0; index < count; ++index) {
+    std::vector<uint16_t> words(kCount);
+    EXPECT_EQ(RegisterRead(handle.get(), false, true, 22, kCount, words.data()), 0);
+    for (uint32_t index = 0; index < kCount; ++index) {
         ASSERT_EQ(words[index], static_cast<uint16_t>(index));
     }
     EXPECT_EQ(proxy.pod().batches().size(), 2U);
@@ -161,10 +161,10 @@ TEST_F(RegistersTest, BlocksLongerThanTheOutBlock) {
     bool right = true;
     proxy.pod().watch_writes(
         [&](uint16_t port, uint16_t value) { right = right && port == 23 && value == expected++; });
-    EXPECT_EQ(RegisterWrite(handle.get(), false, true, 23, count, words.data()), 0);
+    EXPECT_EQ(RegisterWrite(handle.get(), false, true, 23, kCount, words.data()), 0);
     EXPECT_EQ(qel_PerformIo(handle.get()), 0);
     EXPECT_TRUE(right);
-    EXPECT_EQ(expected, static_cast<uint16_t>(count));
+    EXPECT_EQ(expected, static_cast<uint16_t>(kCount));
 }
 
 TEST_F(RegistersTest, AFlushThatMadeRoomAndFailedIsReturned) {

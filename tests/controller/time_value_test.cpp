@@ -17,7 +17,7 @@ protected:
     JSC_Inform inform{};
 };
 
-constexpr uint32_t defaults_us[] = {500,    10000,  10000, 500,    10000, 0,      2000,
+constexpr uint32_t kDefaultsUs[] = {500,    10000,  10000, 500,    10000, 0,      2000,
                                     10000,  2000,   20000, 2000,   20000, 500000, 500000,
                                     500000, 500000, 2000,  500000, 2000,  20000};
 
@@ -33,11 +33,11 @@ TEST_F(TimeValueTest, EachTypeHasItsDefault) {
             uint32_t value = 77;
             bool forever = !stall;
             EXPECT_EQ(TimeValueQuery(&inform, type_of(type), &value, &forever), 0);
-            EXPECT_EQ(value, defaults_us[type - 1]) << type;
+            EXPECT_EQ(value, kDefaultsUs[type - 1]) << type;
             EXPECT_EQ(forever, stall && type >= 13) << type;
             value = 77;
             EXPECT_EQ(TimeValueQuery(&inform, type_of(type), &value), 0);
-            EXPECT_EQ(value, defaults_us[type - 1]) << type;
+            EXPECT_EQ(value, kDefaultsUs[type - 1]) << type;
         }
     }
 }

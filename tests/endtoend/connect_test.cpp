@@ -15,7 +15,7 @@ namespace {
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint32_t idcode = 0x1A2B3C4D;
+constexpr uint32_t kIdcode = 0x1A2B3C4D;
 
 uint32_t number(const Words& words) {
     return static_cast<uint32_t>(words.at(0)) | static_cast<uint32_t>(words.at(1)) << 16;
@@ -42,7 +42,7 @@ TEST(ConnectTest, InitialisesAFreshPodTheLongWay) {
     EXPECT_EQ(status_text(simulator, "condition_latch"), "false");
     EXPECT_EQ(status_text(simulator, "tap_state"), "Test-Logic-Reset");
     EXPECT_EQ(actual_link_delay(host), 3U);
-    EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), idcode);
+    EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), kIdcode);
     EXPECT_EQ(host.disconnect(), 0);
     EXPECT_TRUE(host.last());
     EXPECT_EQ(host.remove(), 0);
@@ -126,7 +126,7 @@ TEST(ConnectTest, RefusesAPodOfAnotherGeneration) {
             const bool match = generation == version;
             EXPECT_EQ(host.connect(), match ? 0 : eJTI_ERROR_CONTROLLER_KIND);
             if (match) {
-                EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), idcode);
+                EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), kIdcode);
             } else {
                 EXPECT_EQ(host.disconnect(), eJTI_ERROR_HANDLE_STATE);
                 EXPECT_EQ(host.remove(), eJTI_ERROR_HANDLE_STATE);
@@ -147,7 +147,7 @@ TEST(ConnectTest, WorksWithThePodWaitingByItselfAndWithout) {
             Host host(keys);
             ASSERT_EQ(host.connect(), 0) << simulator.log();
             ASSERT_EQ(host.move(eJSC_JTAG_STATE_RESET), 0);
-            EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), idcode);
+            EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), kIdcode);
             // Longer than the register: behind what it captured come the leading ones of the
             // adjustment, then what was sent.
             host.exchange(eJSC_JTAG_SHIFT_IR, 4, {8});
@@ -193,7 +193,7 @@ TEST(ConnectTest, KnowsTheKindsOfController) {
         uint16_t word = 0;
         EXPECT_EQ(host->RegisterRead(host.handle(), true, true, 24, 1, &word), one.register_24);
         EXPECT_EQ(host->RegisterRead(host.handle(), true, true, 23, 0, &word), 0);
-        EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), idcode);
+        EXPECT_EQ(number(host.capture(eJSC_JTAG_SHIFT_DR, 32)), kIdcode);
     }
 }
 

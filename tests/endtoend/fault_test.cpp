@@ -18,7 +18,7 @@ namespace {
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint16_t scratch = 8;
+constexpr uint16_t kScratch = 8;
 const Words idcode{0x3C4D, 0x1A2B};
 
 // The whole way: reset, IDCODE, a word through a register.
@@ -26,7 +26,7 @@ void expect_usable(Host& host) {
     EXPECT_EQ(host->Diagnose(host.handle(), 0), 0);
     EXPECT_EQ(host.move(eJSC_JTAG_STATE_RESET), 0);
     EXPECT_EQ(host.capture(eJSC_JTAG_SHIFT_DR, 32), idcode);
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
     host.exchange(eJSC_JTAG_SHIFT_DR, 32, {0x600D, 0xDA7A});
     EXPECT_EQ(host.exchange(eJSC_JTAG_SHIFT_DR, 32, {0, 0}), Words({0x600D, 0xDA7A}));
     EXPECT_EQ(host.state(), eJSC_JTAG_STATE_IDLE);
@@ -227,11 +227,11 @@ TEST_F(FaultTest, FailedBatchInTheMiddleOfALongScan) {
     Host host;
     ASSERT_EQ(host.connect(), 0);
     const JSC_JtagCommand command = scan_command(eJSC_JTAG_SHIFT_DR);
-    constexpr uint32_t bits = 2'000'000;
-    Words in(words_of(bits));
-    const Words out(words_of(bits), 0x5AC3);
+    constexpr uint32_t kBits = 2'000'000;
+    Words in(words_of(kBits));
+    const Words out(words_of(kBits), 0x5AC3);
     expect_ctl("fail 1");
-    EXPECT_EQ(host.both(command, bits, out, in), eJTI_ERROR_BATCH_FAILED);
+    EXPECT_EQ(host.both(command, kBits, out, in), eJTI_ERROR_BATCH_FAILED);
     JSC_JtagState state{};
     EXPECT_EQ(host->GetState(host.handle(), &state), eJTI_ERROR_BATCH_FAILED);
     EXPECT_EQ(state, eJSC_JTAG_STATE_INVALID_FIRST);
@@ -344,13 +344,13 @@ TEST(FaultWhileConnectingTest, InEachBatch) {
         }
         expect_usable_anew(pod_keys(2, serial));
     }
-    constexpr int32_t failed = eJTI_ERROR_BATCH_FAILED;
+    constexpr int32_t kFailed = eJTI_ERROR_BATCH_FAILED;
     EXPECT_THAT(codes, testing::ElementsAre(
-                           eJTI_ERROR_POD_SETUP, failed, failed, failed, failed, failed,
+                           eJTI_ERROR_POD_SETUP, kFailed, kFailed, kFailed, kFailed, kFailed,
                            // A version that cannot be read counts as no controller.
-                           eJTI_ERROR_CONTROLLER_KIND, failed,
+                           eJTI_ERROR_CONTROLLER_KIND, kFailed,
                            // Changes of TRSTn may fail: the TAP is reset otherwise.
-                           0, 0, 0, failed, failed,
+                           0, 0, 0, kFailed, kFailed,
                            // And so may the second look at the version, of the quick start.
                            0));
 }

@@ -16,14 +16,14 @@ namespace {
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint16_t scratch = 8; // instructions
-constexpr uint16_t updates = 9;
+constexpr uint16_t kScratch = 8; // instructions
+constexpr uint16_t kUpdates = 9;
 
 // A device with a scratch register of this length, and a counter.
 std::string long_pod(uint64_t bits) {
     talvor::podsim::DeviceDescription device;
-    device.registers.push_back({"", {scratch}, talvor::podsim::ScratchRegister{bits, {}}});
-    device.registers.push_back({"", {updates}, talvor::podsim::CounterRegister{32}});
+    device.registers.push_back({"", {kScratch}, talvor::podsim::ScratchRegister{bits, {}}});
+    device.registers.push_back({"", {kUpdates}, talvor::podsim::CounterRegister{32}});
     return pod_text({}, {{device}, {}});
 }
 
@@ -40,7 +40,7 @@ Keys waiting(bool pod_waits) {
 
 // Sends one pattern and takes it back with another on its way in; then each way alone.
 void expect_whole(Host& host, uint32_t bits) {
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
     Words one = random_words(words_of(bits), bits);
     Words other = random_words(words_of(bits), bits + 1);
     if (bits % 16 != 0) {
@@ -65,23 +65,23 @@ void expect_whole(Host& host, uint32_t bits) {
 
 TEST(LengthTest, HalfAMillionBitsComeBack) {
     LeakGuard leaks;
-    constexpr uint32_t bits = 524'288;
-    PodsimProcess simulator(long_pod(bits), {"--strict"});
+    constexpr uint32_t kBits = 524'288;
+    PodsimProcess simulator(long_pod(kBits), {"--strict"});
     for (const bool pod_waits : {true, false}) {
         Host host(waiting(pod_waits));
         ASSERT_EQ(host.connect(), 0);
-        expect_whole(host, bits);
+        expect_whole(host, kBits);
     }
     EXPECT_EQ(simulator.log(), "");
 }
 
 TEST(LengthTest, TenMillionBitsComeBack) {
     LeakGuard leaks;
-    constexpr uint32_t bits = 10'000'003;
-    PodsimProcess simulator(long_pod(bits), {"--strict"});
+    constexpr uint32_t kBits = 10'000'003;
+    PodsimProcess simulator(long_pod(kBits), {"--strict"});
     Host host(waiting(false));
     ASSERT_EQ(host.connect(), 0);
-    expect_whole(host, bits);
+    expect_whole(host, kBits);
     EXPECT_EQ(simulator.log(), "");
 }
 
@@ -90,14 +90,14 @@ TEST(LengthTest, FourThousandSendsStayQueuedAndArrive) {
     PodsimProcess simulator(long_pod(48), {"--strict"});
     Host host;
     ASSERT_EQ(host.connect(), 0);
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {updates});
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kUpdates});
     const uint64_t before = status_number(simulator, "batches");
-    constexpr uint32_t scans = 4000;
-    for (uint32_t i = 0; i < scans; ++i) {
+    constexpr uint32_t kScans = 4000;
+    for (uint32_t i = 0; i < kScans; ++i) {
         ASSERT_EQ(host.send(scan_command(eJSC_JTAG_SHIFT_DR), 32, {1, 2}), 0);
     }
     EXPECT_EQ(status_number(simulator, "batches"), before) << "nothing was flushed";
-    EXPECT_EQ(host.capture(eJSC_JTAG_SHIFT_DR, 32), Words({scans, 0}));
+    EXPECT_EQ(host.capture(eJSC_JTAG_SHIFT_DR, 32), Words({kScans, 0}));
     EXPECT_EQ(status_number(simulator, "batches"), before + 1);
     EXPECT_EQ(simulator.log(), "");
 }
@@ -108,7 +108,7 @@ TEST(LengthTest, AQueueThatIsTooLongIsFlushedOnTheWay) {
     PodsimProcess simulator(long_pod(1000), {"--strict"});
     Host host;
     ASSERT_EQ(host.connect(), 0);
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
     const uint64_t before = status_number(simulator, "batches");
     const Words first = random_words(words_of(1000), 1);
     const Words last = random_words(words_of(992), 2); // a multiple of 16, to keep the words whole

@@ -14,13 +14,14 @@ namespace {
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint16_t marked = 8; // instruction of a register that captures the pattern
-constexpr uint32_t bits = 64;
-constexpr uint64_t pattern = 0xC0FF'EE15'900D'1DEA;
+constexpr uint16_t kMarked = 8; // instruction of a register that captures the pattern
+constexpr uint32_t kBits = 64;
+constexpr uint64_t kPattern = 0xC0FF'EE15'900D'1DEA;
 
 std::string marked_pod(uint32_t serial, unsigned pipeline, unsigned cable) {
     talvor::podsim::DeviceDescription device;
-    device.registers.push_back({"", {marked}, talvor::podsim::ConstantRegister{bits, {pattern}}});
+    device.registers.push_back(
+        {"", {kMarked}, talvor::podsim::ConstantRegister{kBits, {kPattern}}});
     PodText pod;
     pod.serial = serial;
     pod.return_pipeline = pipeline;
@@ -31,10 +32,10 @@ std::string marked_pod(uint32_t serial, unsigned pipeline, unsigned cable) {
 uint64_t capture(Host& host, JSC_JtagAdjust adjust) {
     JSC_JtagCommand command = scan_command(eJSC_JTAG_SHIFT_DR);
     command.jtagAdjust = adjust;
-    Words words(bits / 16);
-    EXPECT_EQ(host.receive(command, bits, words), 0);
+    Words words(kBits / 16);
+    EXPECT_EQ(host.receive(command, kBits, words), 0);
     uint64_t value = 0;
-    for (uint32_t i = 0; i < bits / 16; ++i) {
+    for (uint32_t i = 0; i < kBits / 16; ++i) {
         value |= static_cast<uint64_t>(words[i]) << (16 * i);
     }
     return value;
@@ -43,9 +44,9 @@ uint64_t capture(Host& host, JSC_JtagAdjust adjust) {
 // What a stream that is `late` bits behind (before, when negative) keeps of the pattern.
 void expect_shifted(uint64_t got, int late) {
     if (late >= 0) {
-        EXPECT_EQ(got >> late, pattern << late >> late);
+        EXPECT_EQ(got >> late, kPattern << late >> late);
     } else {
-        EXPECT_EQ(got << -late, pattern >> -late << -late);
+        EXPECT_EQ(got << -late, kPattern >> -late << -late);
     }
 }
 
@@ -54,8 +55,8 @@ TEST(LinkDelayTest, OffByAnyNumberOfBitsShiftsTheData) {
     PodsimProcess simulator(marked_pod(1, 16, 3), {"--strict"});
     Host host;
     ASSERT_EQ(host.connect(), 0);
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {marked});
-    ASSERT_EQ(capture(host, eJSC_JTAG_ADJUST_AUTO), pattern);
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kMarked});
+    ASSERT_EQ(capture(host, eJSC_JTAG_ADJUST_AUTO), kPattern);
     ASSERT_EQ(host->PutLinkDelay(host.handle(), -3), 0);
     for (int link = 0; link <= 31; ++link) {
         SCOPED_TRACE(link);
@@ -68,7 +69,7 @@ TEST(LinkDelayTest, OffByAnyNumberOfBitsShiftsTheData) {
         expect_shifted(capture(host, eJSC_JTAG_ADJUST_AUTO), std::max(3 - link, -16));
         ASSERT_EQ(host->PutLinkDelay(host.handle(), 1), 0);
     }
-    EXPECT_EQ(capture(host, eJSC_JTAG_ADJUST_AUTO) >> 3, pattern << 3 >> 3) << "32 applies as 0";
+    EXPECT_EQ(capture(host, eJSC_JTAG_ADJUST_AUTO) >> 3, kPattern << 3 >> 3) << "32 applies as 0";
     EXPECT_EQ(simulator.log(), "");
 }
 
@@ -89,8 +90,8 @@ TEST(LinkDelayTest, MatchesACableOfAnyLength) {
             Host host(keys);
             ASSERT_EQ(host.connect(), 0) << key;
             ASSERT_EQ(host.move(eJSC_JTAG_STATE_RESET), 0);
-            host.exchange(eJSC_JTAG_SHIFT_IR, 4, {marked});
-            EXPECT_EQ(capture(host, eJSC_JTAG_ADJUST_AUTO), pattern) << key;
+            host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kMarked});
+            EXPECT_EQ(capture(host, eJSC_JTAG_ADJUST_AUTO), kPattern) << key;
         }
     }
     EXPECT_EQ(simulator.log(), "");
@@ -104,7 +105,7 @@ TEST(AdjustmentTest, TakesThePipelineOfThePodOutOfTheData) {
         SCOPED_TRACE(serial);
         Host host(pod_keys(2, serial));
         ASSERT_EQ(host.connect(), 0);
-        host.exchange(eJSC_JTAG_SHIFT_IR, 4, {marked});
+        host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kMarked});
         const bool pipelined = serial == 1;
         expect_shifted(capture(host, eJSC_JTAG_ADJUST_AUTO), pipelined ? 0 : -16);
         expect_shifted(capture(host, eJSC_JTAG_ADJUST_USER), pipelined ? 16 : 0);
@@ -115,7 +116,8 @@ TEST(AdjustmentTest, TakesThePipelineOfThePodOutOfTheData) {
 TEST(AdjustmentTest, ShowsThatTheTargetIsClockedTooFast) {
     LeakGuard leaks;
     talvor::podsim::DeviceDescription device;
-    device.registers.push_back({"", {marked}, talvor::podsim::ConstantRegister{bits, {pattern}}});
+    device.registers.push_back(
+        {"", {kMarked}, talvor::podsim::ConstantRegister{kBits, {kPattern}}});
     std::string text = pod_text({}, {{device}, {}});
     text.insert(text.find("serial"), "max_tck_hz = 10_000_000\n");
     PodsimProcess simulator(text, {"--strict"});
@@ -124,7 +126,7 @@ TEST(AdjustmentTest, ShowsThatTheTargetIsClockedTooFast) {
         Host host(Keys{{"KELM.POD_TCKDIV", fast ? "6" : "7"}, {"KELM.POD_TCKEXP", "0"}});
         ASSERT_EQ(host.connect(), 0);
         ASSERT_EQ(host.move(eJSC_JTAG_STATE_RESET), 0);
-        host.exchange(eJSC_JTAG_SHIFT_IR, 4, {marked});
+        host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kMarked});
         expect_shifted(capture(host, eJSC_JTAG_ADJUST_AUTO), fast ? 1 : 0);
     }
 }

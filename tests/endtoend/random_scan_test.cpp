@@ -16,9 +16,9 @@
 namespace endtoend {
 namespace {
 
-constexpr uint32_t pods = 24;
-constexpr int steps = 250;
-constexpr uint16_t untouched = 0xDEAD;
+constexpr uint32_t kPods = 24;
+constexpr int kSteps = 250;
+constexpr uint16_t kUntouched = 0xDEAD;
 
 // One pod with its chain, and what the host is told about it.
 struct Session {
@@ -168,8 +168,8 @@ private:
         const uint32_t repeats = random_() % 4 == 0 ? 1 + static_cast<uint32_t>(random_() % 3) : 1;
         Words out(size_t{2} * ((bits + 31) / 32) * repeats);
         std::ranges::generate(out, [this] { return static_cast<uint16_t>(random_()); });
-        Words in(out.size(), untouched);
-        Words expected(out.size(), untouched);
+        Words in(out.size(), kUntouched);
+        Words expected(out.size(), kUntouched);
         EXPECT_EQ(run(kind, command, bits, repeats, out, in), 0);
         model_.scan(kind, command, bits, command.jtagShift == eJSC_JTAG_SHIFT_IR ? ir_ : dr_,
                     repeats, out, expected);
@@ -180,8 +180,8 @@ private:
 
     void tally(const Words& received) {
         for (const uint16_t word : received) {
-            words_ += word != untouched ? 1 : 0;
-            ones_ += word != untouched ? static_cast<unsigned>(std::popcount(word)) : 0;
+            words_ += word != kUntouched ? 1 : 0;
+            ones_ += word != kUntouched ? static_cast<unsigned>(std::popcount(word)) : 0;
         }
     }
 
@@ -215,7 +215,7 @@ TEST(RandomScansTest, GiveTheHostWhatThePlainChainGives) {
     test_support::LeakGuard leaks;
     std::vector<Session> sessions;
     std::string text;
-    for (uint32_t serial = 1; serial <= pods; ++serial) {
+    for (uint32_t serial = 1; serial <= kPods; ++serial) {
         sessions.push_back(make_session(serial));
         text += pod_text(sessions.back().pod, sessions.back().chain);
     }
@@ -228,7 +228,7 @@ TEST(RandomScansTest, GiveTheHostWhatThePlainChainGives) {
         ASSERT_EQ(host.created(), 0);
         ASSERT_EQ(host.connect(), 0) << simulator.log();
         RandomWalk walk(session, host);
-        for (int i = 0; i < steps; ++i) {
+        for (int i = 0; i < kSteps; ++i) {
             walk.step();
             ASSERT_FALSE(testing::Test::HasFailure())
                 << "pod " << session.pod.serial << ", step " << i << "\n"

@@ -14,7 +14,7 @@ using Log = std::vector<uint32_t>;
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint32_t scratch = 8; // its instruction
+constexpr uint32_t kScratch = 8; // its instruction
 
 // A pod with one device, and a host connected to it.
 struct Session {
@@ -24,7 +24,7 @@ struct Session {
 
     // Selects the scratch register and stores a value in it.
     void store(const Words& value) {
-        host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+        host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
         host.exchange(eJSC_JTAG_SHIFT_DR, 32, value);
     }
     // What the selected register captures; it then holds the same.
@@ -150,7 +150,7 @@ TEST(ResetTest, ReachesTheTargetAsAskedFor) {
         EXPECT_EQ(status_text(session.simulator, "target_reset"), "false");
         EXPECT_EQ(session.captured(), one.target_is_reset ? idcode : stored);
         if (one.target_is_reset) { // a TAP reset leaves the data registers alone
-            session.host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+            session.host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
             EXPECT_EQ(session.captured(), stored);
         }
         EXPECT_EQ(session.simulator.log(), "");

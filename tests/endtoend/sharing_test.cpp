@@ -17,7 +17,7 @@ namespace {
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint16_t scratch = 8;
+constexpr uint16_t kScratch = 8;
 
 Words number(uint32_t value) {
     return {static_cast<uint16_t>(value), static_cast<uint16_t>(value >> 16)};
@@ -29,7 +29,7 @@ TEST(SharingTest, TwoHandlesTakeTurns) {
     Host one;
     ASSERT_EQ(one.connect(), 0);
     EXPECT_TRUE(one.first());
-    one.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    one.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
     const uint64_t batches = status_number(simulator, "batches");
     Host other;
     ASSERT_EQ(other.created(), 0);
@@ -98,7 +98,7 @@ TEST(SharingTest, TwoProcessesShareThePodAndTheController) {
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     Host host;
     ASSERT_EQ(host.connect(), 0);
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
     host.exchange(eJSC_JTAG_SHIFT_DR, 32, number(0));
     for (uint32_t round = 0; round < 5; ++round) {
         const uint32_t before = round * 2;

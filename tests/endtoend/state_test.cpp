@@ -16,15 +16,15 @@ namespace {
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr JSC_JtagState states[] = {eJSC_JTAG_STATE_RESET, eJSC_JTAG_STATE_IDLE,
-                                    eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
-constexpr const char* names[] = {"Test-Logic-Reset", "Run-Test/Idle", "Pause-DR", "Pause-IR"};
+constexpr JSC_JtagState kStates[] = {eJSC_JTAG_STATE_RESET, eJSC_JTAG_STATE_IDLE,
+                                     eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
+constexpr const char* kNames[] = {"Test-Logic-Reset", "Run-Test/Idle", "Pause-DR", "Pause-IR"};
 
 // Test clocks of a move on the standard's state diagram, worked out by hand: rows are where it
 // begins, columns where it ends, both in the order of `states`.
-constexpr int quickest[4][4] = {{0, 1, 5, 6}, {3, 0, 4, 5}, {5, 3, 6, 7}, {5, 3, 6, 7}};
+constexpr int kQuickest[4][4] = {{0, 1, 5, 6}, {3, 0, 4, 5}, {5, 3, 6, 7}, {5, 3, 6, 7}};
 // To Run-Test/Idle, 7 clocks there, and on.
-constexpr int via_idle[4][4] = {
+constexpr int kViaIdle[4][4] = {
     {11, 8, 12, 13}, {10, 7, 11, 12}, {13, 10, 14, 15}, {13, 10, 14, 15}};
 
 class Clocks {
@@ -55,14 +55,14 @@ TEST(StatesTest, AreReachedByEachTransitFromEachOther) {
         for (int from = 0; from < 4; ++from) {
             for (int to = 0; to < 4; ++to) {
                 SCOPED_TRACE(testing::Message()
-                             << names[from] << " to " << names[to] << ", transit " << transit);
-                ASSERT_EQ(host.move(states[from]), 0);
-                ASSERT_EQ(host.state(), states[from]);
+                             << kNames[from] << " to " << kNames[to] << ", transit " << transit);
+                ASSERT_EQ(host.move(kStates[from]), 0);
+                ASSERT_EQ(host.state(), kStates[from]);
                 clocks.passed();
-                ASSERT_EQ(host.move(states[to], transit), 0);
-                EXPECT_EQ(host.state(), states[to]);
-                EXPECT_EQ(status_text(simulator, "tap_state"), names[to]);
-                const auto& expected = transit == eJSC_JTAG_TRANSIT_VIA_IDLE ? via_idle : quickest;
+                ASSERT_EQ(host.move(kStates[to], transit), 0);
+                EXPECT_EQ(host.state(), kStates[to]);
+                EXPECT_EQ(status_text(simulator, "tap_state"), kNames[to]);
+                const auto& expected = transit == eJSC_JTAG_TRANSIT_VIA_IDLE ? kViaIdle : kQuickest;
                 EXPECT_EQ(clocks.passed(), static_cast<uint64_t>(expected[from][to]));
             }
         }
@@ -78,7 +78,7 @@ TEST(StatesTest, ThatDoNotHoldAreRefused) {
     for (int state = eJSC_JTAG_STATE_INVALID_FIRST; state <= eJSC_JTAG_STATE_INVALID_LAST;
          ++state) {
         const auto end = static_cast<JSC_JtagState>(state);
-        const bool holds = std::ranges::find(states, end) != std::end(states);
+        const bool holds = std::ranges::find(kStates, end) != std::end(kStates);
         EXPECT_EQ(host.move(end), holds ? 0 : eJTI_ERROR_BAD_ARGUMENT) << state;
     }
     EXPECT_EQ(host.state(), eJSC_JTAG_STATE_PAUSE_IR);

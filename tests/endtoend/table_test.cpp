@@ -9,19 +9,19 @@
 namespace endtoend {
 namespace {
 
-constexpr size_t slots = sizeof(JSC_Interface) / sizeof(void*);
+constexpr size_t kSlots = sizeof(JSC_Interface) / sizeof(void*);
 
-std::array<void*, slots> slots_of(const JSC_Interface& table) {
-    std::array<void*, slots> all{};
+std::array<void*, kSlots> slots_of(const JSC_Interface& table) {
+    std::array<void*, kSlots> all{};
     std::memcpy(all.data(), &table, sizeof table);
     return all;
 }
 
 TEST(TableTest, HoldsFiftyFourOperations) {
-    ASSERT_EQ(slots, 54U);
+    ASSERT_EQ(kSlots, 54U);
     JSC_Interface* table = nullptr;
     ASSERT_EQ(driver_library().CreateInterface(&table), 0);
-    for (size_t slot = 0; slot < slots; ++slot) {
+    for (size_t slot = 0; slot < kSlots; ++slot) {
         EXPECT_NE(slots_of(*table)[slot], nullptr) << slot;
     }
     EXPECT_EQ(driver_library().DeleteInterface(&table), 0);

@@ -9,9 +9,9 @@ namespace {
 
 using talvor::TapState;
 
-constexpr unsigned lead_bits = 16;
-constexpr unsigned idle_clocks = 7;
-constexpr size_t longest_delay = 1024;
+constexpr unsigned kLeadBits = 16;
+constexpr unsigned kIdleClocks = 7;
+constexpr size_t kLongestDelay = 1024;
 
 TapState stable_state(JSC_JtagState state) {
     switch (state) {
@@ -56,7 +56,7 @@ std::vector<bool> level(uint32_t count, bool ones) {
 } // namespace
 
 TargetModel::TargetModel(const talvor::podsim::ChainDescription& chain, unsigned return_delay)
-    : chain_(chain), return_delay_(return_delay), returned_(longest_delay, true) {}
+    : chain_(chain), return_delay_(return_delay), returned_(kLongestDelay, true) {}
 
 JSC_JtagState TargetModel::state() const {
     for (const JSC_JtagState state : {eJSC_JTAG_STATE_RESET, eJSC_JTAG_STATE_IDLE,
@@ -77,7 +77,7 @@ void TargetModel::clock_to(TapState end) {
 void TargetModel::go_to(TapState end, JSC_JtagTransit transit) {
     if (transit == eJSC_JTAG_TRANSIT_VIA_IDLE) {
         clock_to(TapState::RunTestIdle);
-        for (unsigned i = 0; i < idle_clocks; ++i) {
+        for (unsigned i = 0; i < kIdleClocks; ++i) {
             chain_.clock(false, true);
         }
     } else if (end == TapState::PauseDr || end == TapState::PauseIr) {
@@ -126,9 +126,9 @@ void TargetModel::scan(ScanKind kind, const JSC_JtagCommand& command, uint32_t b
         }
         // Ambles are ones. The preamble takes the leading word over from the main shift.
         if (ambles.before != 0) {
-            shift(shift_state, level(ambles.before + (adjust ? lead_bits : 0), true), pause);
+            shift(shift_state, level(ambles.before + (adjust ? kLeadBits : 0), true), pause);
         }
-        const uint32_t lead = adjust && receives && ambles.before == 0 ? lead_bits : 0;
+        const uint32_t lead = adjust && receives && ambles.before == 0 ? kLeadBits : 0;
         std::vector<bool> tdi = level(lead, kind == ScanKind::Both);
         const bool reuse = command.jtagUsage == eJSC_JTAG_USAGE_REUSE;
         for (uint32_t i = 0; i < bits; ++i) {

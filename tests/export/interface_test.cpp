@@ -18,16 +18,16 @@ using test_support::RecordingConfig;
 using test_support::RestoredOs;
 
 using Slot = JTI_Error (*)();
-constexpr size_t slots = 54;
+constexpr size_t kSlots = 54;
 
 TEST(InterfaceTest, IsATableOf54FilledSlots) {
     JSC_Interface* table = nullptr;
     ASSERT_EQ(JSC_CreateInterface(&table), 0);
     ASSERT_NE(table, nullptr);
-    Slot filled[slots];
+    Slot filled[kSlots];
     static_assert(sizeof filled == sizeof *table);
     std::memcpy(filled, table, sizeof filled);
-    for (size_t slot = 0; slot < slots; ++slot) {
+    for (size_t slot = 0; slot < kSlots; ++slot) {
         EXPECT_NE(filled[slot], nullptr) << slot;
     }
     EXPECT_EQ(JSC_DeleteInterface(&table), 0);
@@ -71,10 +71,10 @@ TEST(InterfaceTest, ScansOfEveryWidthAreThoseOf16Bits) {
 }
 
 TEST(InterfaceTest, NoOtherFunctionFillsTwoSlots) {
-    Slot filled[slots];
+    Slot filled[kSlots];
     std::memcpy(filled, &operations, sizeof filled);
-    for (size_t slot = 0; slot < slots; ++slot) {
-        for (size_t other = slot + 1; other < slots; ++other) {
+    for (size_t slot = 0; slot < kSlots; ++slot) {
+        for (size_t other = slot + 1; other < kSlots; ++other) {
             const bool scan = slot >= 14 && slot <= 25 && (slot - 14) / 4 == (other - 14) / 4;
             EXPECT_EQ(filled[slot] == filled[other], scan) << slot << ' ' << other;
         }
@@ -82,7 +82,7 @@ TEST(InterfaceTest, NoOtherFunctionFillsTwoSlots) {
 }
 
 // What a deleted table's memory holds when it is freed.
-Slot freed_slots[slots];
+Slot freed_slots[kSlots];
 
 void watch_free(void* block) {
     std::memcpy(freed_slots, block, sizeof freed_slots);
@@ -95,7 +95,7 @@ TEST(InterfaceTest, EverySlotOfADeletedTableAnswers) {
     const RestoredOs restored;
     os_calls.free = watch_free;
     ASSERT_EQ(JSC_DeleteInterface(&table), 0);
-    for (size_t slot = 0; slot < slots; ++slot) {
+    for (size_t slot = 0; slot < kSlots; ++slot) {
         EXPECT_EQ(freed_slots[slot](), -601) << slot;
     }
 }

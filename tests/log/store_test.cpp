@@ -12,9 +12,9 @@ namespace {
 
 using Words = std::vector<uint32_t>;
 
-constexpr uint32_t number_mark = 0xFFFFFFFF;
-constexpr uint32_t string_mark = 0xFFFFFFFE;
-constexpr uint32_t guard = 0xA5A5A5A5;
+constexpr uint32_t kNumberMark = 0xFFFFFFFF;
+constexpr uint32_t kStringMark = 0xFFFFFFFE;
+constexpr uint32_t kGuard = 0xA5A5A5A5;
 
 // An enabled log that deletes itself.
 struct Log {
@@ -36,22 +36,22 @@ struct Log {
 
 struct Reading {
     Words values; // limit + 1 words and one more that must stay as it was
-    uint32_t actual = guard;
-    uint32_t total = guard;
+    uint32_t actual = kGuard;
+    uint32_t total = kGuard;
 };
 
 Reading read(LOG_HANDLE handle, uint32_t limit) {
     Reading reading;
-    reading.values.assign(limit + 2, guard);
+    reading.values.assign(limit + 2, kGuard);
     zdl_LogFileRead(handle, limit, reading.values.data(), &reading.actual, &reading.total);
-    EXPECT_EQ(reading.values.back(), guard);
+    EXPECT_EQ(reading.values.back(), kGuard);
     return reading;
 }
 
 // The words up to the first one that was not written.
 Words written(const Reading& reading) {
     Words words = reading.values;
-    while (!words.empty() && words.back() == guard) {
+    while (!words.empty() && words.back() == kGuard) {
         words.pop_back();
     }
     return words;
@@ -181,7 +181,7 @@ TEST(StoreTest, The257thEntryFindsALogOf256WordsFull) {
 TEST(StoreTest, ANumberEntryIsMarkNumberKey) {
     Log log(3);
     EXPECT_EQ(zdl_LogFileUnsign(log.handle, 39, 1234), 0);
-    EXPECT_EQ(log.words(), (Words{number_mark, 1234, 39}));
+    EXPECT_EQ(log.words(), (Words{kNumberMark, 1234, 39}));
 }
 
 TEST(StoreTest, ANumberEntryStopsAtTheFirstWordThatDoesNotFit) {
@@ -189,7 +189,7 @@ TEST(StoreTest, ANumberEntryStopsAtTheFirstWordThatDoesNotFit) {
         Log log(room + 1);
         zdl_LogFileBasic(log.handle, 9);
         EXPECT_EQ(zdl_LogFileUnsign(log.handle, 39, 1234), eJTI_ERROR_LOG_FULL);
-        Words expected{9, number_mark, 1234};
+        Words expected{9, kNumberMark, 1234};
         expected.resize(room + 1);
         EXPECT_EQ(log.words(), expected);
 
@@ -202,7 +202,7 @@ TEST(StoreTest, ANumberEntryStopsAtTheFirstWordThatDoesNotFit) {
 // The words of a string entry, as the bytes of a text padded with NULs.
 Words string_entry(const std::string& text, uint32_t key) {
     const uint32_t count = (static_cast<uint32_t>(text.size() & ~size_t{3}) + 4) / 4;
-    Words words{string_mark, count};
+    Words words{kStringMark, count};
     words.resize(2 + count);
     std::memcpy(&words[2], text.data(), text.size());
     words.push_back(key);
@@ -235,15 +235,15 @@ TEST(StoreTest, AStringEntryNeedsRoomForTextAndKey) {
         Log short_of_one(3);
         zdl_LogFileMode(short_of_one.handle, silent);
         EXPECT_EQ(zdl_LogFileString(short_of_one.handle, 77, "abc"), eJTI_ERROR_LOG_FULL);
-        EXPECT_EQ(short_of_one.words(), (Words{string_mark, 1}));
+        EXPECT_EQ(short_of_one.words(), (Words{kStringMark, 1}));
 
         Log no_count(1);
         zdl_LogFileMode(no_count.handle, silent);
         EXPECT_EQ(zdl_LogFileString(no_count.handle, 77, "abc"), eJTI_ERROR_LOG_FULL);
-        EXPECT_EQ(no_count.words(), Words{string_mark});
+        EXPECT_EQ(no_count.words(), Words{kStringMark});
 
         EXPECT_EQ(zdl_LogFileString(no_count.handle, 77, "abc"), eJTI_ERROR_LOG_FULL);
-        EXPECT_EQ(no_count.words(), Words{string_mark});
+        EXPECT_EQ(no_count.words(), Words{kStringMark});
     }
 }
 
@@ -259,7 +259,7 @@ TEST(StoreTest, AReadGivesCountEntriesAndAClosingZero) {
     zdl_LogFileBasic(log.handle, 5);
     zdl_LogFileUnsign(log.handle, 39, 3);
     const Reading reading = read(log.handle, 10);
-    EXPECT_EQ(written(reading), (Words{6, 5, number_mark, 3, 39, 0}));
+    EXPECT_EQ(written(reading), (Words{6, 5, kNumberMark, 3, 39, 0}));
     EXPECT_EQ(reading.actual, 6U);
     EXPECT_EQ(reading.total, 6U);
 }
@@ -312,15 +312,15 @@ TEST(StoreTest, ACutReadWritesLimitPlusOneWordsAndStillTellsTheWholeCount) {
 
 TEST(StoreTest, AReadNeedsItsThreePointers) {
     Log log(8);
-    uint32_t values[8] = {guard};
-    uint32_t actual = guard;
-    uint32_t total = guard;
+    uint32_t values[8] = {kGuard};
+    uint32_t actual = kGuard;
+    uint32_t total = kGuard;
     zdl_LogFileRead(log.handle, 4, nullptr, &actual, &total);
     zdl_LogFileRead(log.handle, 4, values, nullptr, &total);
     zdl_LogFileRead(log.handle, 4, values, &actual, nullptr);
-    EXPECT_EQ(values[0], guard);
-    EXPECT_EQ(actual, guard);
-    EXPECT_EQ(total, guard);
+    EXPECT_EQ(values[0], kGuard);
+    EXPECT_EQ(actual, kGuard);
+    EXPECT_EQ(total, kGuard);
 }
 
 TEST(StoreTest, AgreesWithAVectorUnderRandomEntries) {
@@ -346,14 +346,14 @@ TEST(StoreTest, AgreesWithAVectorUnderRandomEntries) {
             if (any(random) % 2 == 0) {
                 ASSERT_EQ(zdl_LogFileBasic(log.handle, key), append({key}));
             } else {
-                ASSERT_EQ(zdl_LogFileUnsign(log.handle, key, 8), append({number_mark, 8, key}));
+                ASSERT_EQ(zdl_LogFileUnsign(log.handle, key, 8), append({kNumberMark, 8, key}));
             }
             const std::string text(any(random) % 12, 'x');
             const Words entry = string_entry(text, key);
             const bool fits = model.size() + entry.size() <= capacity;
             ASSERT_EQ(zdl_LogFileString(log.handle, key, text.c_str()),
                       fits ? 0 : static_cast<int>(eJTI_ERROR_LOG_FULL));
-            append(fits ? entry : Words{string_mark, entry[1]});
+            append(fits ? entry : Words{kStringMark, entry[1]});
             ASSERT_EQ(log.words(), model);
         }
     }
@@ -366,7 +366,7 @@ TEST(StoreTest, EveryControllerKindHasItsKey) {
         {-1, 65}, {14, 65}, {99, 65}, {INT32_MAX, 65}, {INT32_MIN, 65},
     };
     for (const auto& [kind, key] : cases) {
-        uint32_t entry = guard;
+        uint32_t entry = kGuard;
         EXPECT_EQ(zdl_LogFileXlatVersion(static_cast<JTI_ControlId>(kind), &entry), 0);
         EXPECT_EQ(entry, key) << kind;
     }

@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr coord_t all_coords = 0x10000;
+constexpr coord_t kAllCoords = 0x10000;
 
 struct Parts {
     int y;
@@ -111,7 +111,7 @@ TEST(CoordTest, HertzOfNamedCoordinates) {
 }
 
 TEST(CoordTest, HertzAgreeWithDoublePrecisionForEveryCoordinate) {
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         const auto [y, z] = split(coord);
         const double hertz = std::trunc(std::pow(2.0, y) * (z / 64.0 + 1) * 1e6);
         ASSERT_EQ(pll_CoordToHertz(coord), static_cast<hertz_t>(std::fmod(hertz, 4294967296.0)))
@@ -122,7 +122,7 @@ TEST(CoordTest, HertzAgreeWithDoublePrecisionForEveryCoordinate) {
 TEST(CoordTest, AStepIsOneMantissaUnitOfTheOctave) {
     EXPECT_EQ(pll_CoordToStep(packed(6, 33)), packed(0, 0));
     EXPECT_EQ(pll_CoordToHertz(pll_CoordToStep(packed(7, 1))), 2'000'000U);
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         ASSERT_EQ(pll_CoordToStep(coord), packed(split(coord).y - 6, 0));
     }
 }
@@ -143,7 +143,7 @@ TEST(CoordTest, EachTextOverwritesTheLast) {
 }
 
 TEST(CoordTest, TextsAgreeWithStreamsForEveryCoordinate) {
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         const auto [y, z] = split(coord);
         std::ostringstream text;
         text << (y < 0 ? '-' : '+') << std::hex << std::uppercase << std::setfill('0') << ' '
@@ -171,10 +171,10 @@ TEST(CoordTest, ComparisonIsThatOfThePartsInOrder) {
         const auto [y, z] = split(coord);
         return y * 256 + z;
     };
-    for (coord_t a = 0; a < all_coords; ++a) {
+    for (coord_t a = 0; a < kAllCoords; ++a) {
         ASSERT_TRUE(pll_OneGteTwo(a, a));
         ASSERT_FALSE(pll_OneAltTwo(a, a));
-        for (coord_t b = a % 97; b < all_coords; b += 997) {
+        for (coord_t b = a % 97; b < kAllCoords; b += 997) {
             ASSERT_EQ(pll_OneGteTwo(a, b), order(a) >= order(b)) << a << ' ' << b;
             ASSERT_EQ(pll_OneAltTwo(a, b), order(a) < order(b)) << a << ' ' << b;
         }
@@ -194,7 +194,7 @@ TEST(CoordTest, SubMarginCrossesTheOctave) {
 }
 
 TEST(CoordTest, LoweringByAMarginOfOneChangesNothing) {
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         ASSERT_EQ(changed(pll_SubMargin, coord, 1U), coord);
     }
 }
@@ -262,7 +262,7 @@ TEST(CoordTest, MarginsFollowTheirFormulasOverEveryCoordinate) {
     for (uint32_t margin = 0; margin < 136; ++margin) {
         margins.push_back(margin);
     }
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         for (const uint32_t margin : margins) {
             ASSERT_EQ(changed(pll_AddMargin, coord, margin), model_add_margin(split(coord), margin))
                 << coord << ' ' << margin;
@@ -275,7 +275,7 @@ TEST(CoordTest, MarginsFollowTheirFormulasOverEveryCoordinate) {
 TEST(CoordTest, PowerOfTwoMovesYAlone) {
     EXPECT_EQ(changed(pll_PowerOfTwo, packed(3, 16), 1), packed(4, 16));
     EXPECT_EQ(changed(pll_PowerOfTwo, packed(3, 16), -4), packed(-1, 16));
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         const auto [y, z] = split(coord);
         for (const int value : {0, 1, -1, 7, 127, 128, -128, 255, 256, 300, -300}) {
             ASSERT_EQ(changed(pll_PowerOfTwo, coord, value), packed(y + value, z));
@@ -327,7 +327,7 @@ TEST(CoordTest, MantissasAbove63CarryAndBorrowOnce) {
 }
 
 TEST(CoordTest, ModuloRoundsTheMantissaDown) {
-    for (coord_t coord = 0; coord < all_coords; ++coord) {
+    for (coord_t coord = 0; coord < kAllCoords; ++coord) {
         const auto [y, z] = split(coord);
         for (int value = 1; value <= 66; ++value) {
             ASSERT_EQ(changed(pll_SubModulo, coord, static_cast<uint32_t>(value)),

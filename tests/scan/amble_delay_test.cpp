@@ -8,11 +8,11 @@ namespace {
 
 using test_support::InstantPod;
 
-constexpr JSC_JtagAmbleDelay settings{true, 1, 2, true, 3, 4, 5, 6, true, 7, 8, 9, 10};
+constexpr JSC_JtagAmbleDelay kSettings{true, 1, 2, true, 3, 4, 5, 6, true, 7, 8, 9, 10};
 
 TEST(AmbleDelayTest, GivesTheGroupsThatAreAskedFor) {
     InstantPod pod;
-    pod.control.ambleDelay = settings;
+    pod.control.ambleDelay = kSettings;
     JSC_JtagAmbleDelay asked{};
     EXPECT_EQ(jsc_GetAmbleDelay(pod.get(), &asked), 0);
     EXPECT_EQ(asked.mainIR + asked.mainDR + asked.preAmbleIR + asked.posAmbleIR + asked.preAmbleDR +
@@ -47,7 +47,7 @@ TEST(AmbleDelayTest, GivesTheGroupsThatAreAskedFor) {
 
 TEST(AmbleDelayTest, TakesTheGroupsThatAreGivenOnceTheControllerIsIdle) {
     InstantPod pod;
-    JSC_JtagAmbleDelay given = settings;
+    JSC_JtagAmbleDelay given = kSettings;
     given.useAmbles = false;
     EXPECT_EQ(jsc_PutAmbleDelay(pod.get(), &given), 0);
     const JSC_JtagAmbleDelay& kept = pod.control.ambleDelay;
@@ -59,7 +59,7 @@ TEST(AmbleDelayTest, TakesTheGroupsThatAreGivenOnceTheControllerIsIdle) {
     EXPECT_EQ(kept.endDelay3, 10U);
     EXPECT_FALSE(kept.useMains) << "the flags are not kept";
     EXPECT_FALSE(kept.useDelays);
-    given = settings;
+    given = kSettings;
     given.useMains = given.useDelays = false;
     given.mainIR = given.endDelay0 = 99;
     EXPECT_EQ(jsc_PutAmbleDelay(pod.get(), &given), 0);
@@ -77,7 +77,7 @@ TEST(AmbleDelayTest, ForcedEndDelaysWinWhenDelaysAreGiven) {
     TBC_Variable& variable = pod.inform.tbcVariable;
     variable.forceOnceEnd = 70;
     variable.forceManyEnd = 80;
-    JSC_JtagAmbleDelay given = settings;
+    JSC_JtagAmbleDelay given = kSettings;
     variable.useForceOnceEnd = true;
     EXPECT_EQ(jsc_PutAmbleDelay(pod.get(), &given), 0);
     EXPECT_EQ(pod.control.ambleDelay.endDelay0, 70U);
@@ -95,7 +95,7 @@ TEST(AmbleDelayTest, ForcedEndDelaysWinWhenDelaysAreGiven) {
 
 TEST(AmbleDelayTest, ChecksItsArguments) {
     InstantPod pod;
-    JSC_JtagAmbleDelay given = settings;
+    JSC_JtagAmbleDelay given = kSettings;
     EXPECT_EQ(jsc_GetAmbleDelay(pod.get(), nullptr), -122);
     EXPECT_EQ(jsc_PutAmbleDelay(pod.get(), nullptr), -122);
     EXPECT_EQ(jsc_GetAmbleDelay(nullptr, &given), -122);

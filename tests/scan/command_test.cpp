@@ -163,15 +163,15 @@ TEST(AmbleCommandTest, ChoosesThePathAndTheSides) {
         uint32_t pre;
         uint32_t pos;
     };
-    constexpr uint32_t kept = 99;
-    for (const Row& row :
-         {Row{1, 8, 0, 0, 0}, Row{2, 8, 0, 1, 0}, Row{3, 8, 0, 0, 2}, Row{4, 8, 0, 1, 2},
-          Row{1, 6, 0, 0, 0}, Row{2, 6, 0, 3, 0}, Row{3, 2, 0, 0, 4}, Row{4, 0, 0, 3, 4},
-          Row{0, 0, -122, kept, kept}, Row{5, 0, -122, kept, kept}, Row{-1, 0, -122, kept, kept}}) {
+    constexpr uint32_t kKept = 99;
+    for (const Row& row : {Row{1, 8, 0, 0, 0}, Row{2, 8, 0, 1, 0}, Row{3, 8, 0, 0, 2},
+                           Row{4, 8, 0, 1, 2}, Row{1, 6, 0, 0, 0}, Row{2, 6, 0, 3, 0},
+                           Row{3, 2, 0, 0, 4}, Row{4, 0, 0, 3, 4}, Row{0, 0, -122, kKept, kKept},
+                           Row{5, 0, -122, kKept, kKept}, Row{-1, 0, -122, kKept, kKept}}) {
         JSC_JtagCommand made{};
         made.jtagAmble = static_cast<JSC_JtagAmble>(row.amble);
-        uint32_t pre = kept;
-        uint32_t pos = kept;
+        uint32_t pre = kKept;
+        uint32_t pos = kKept;
         EXPECT_EQ(DoAmbleCommand(pod.get(), &made, row.wake, &pre, &pos), row.code) << row.amble;
         EXPECT_EQ(pre, row.pre) << row.amble;
         EXPECT_EQ(pos, row.pos) << row.amble;

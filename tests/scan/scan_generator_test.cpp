@@ -43,7 +43,7 @@ struct Board {
     uint16_t revision = 0x0100;
 };
 
-constexpr uint32_t buffer_words = 400;
+constexpr uint32_t kBufferWords = 400;
 
 uint16_t source_word(uint32_t index) {
     return static_cast<uint16_t>(index * 40503U + 0x1234U);
@@ -57,11 +57,11 @@ uint16_t received_word(uint32_t index) {
 class Generator {
 public:
     Generator(const ScanCase& scan, const Board& board)
-        : destination(buffer_words, untouched), scan_(scan), board_(board) {
+        : destination(kBufferWords, kUntouched), scan_(scan), board_(board) {
         make();
     }
 
-    static constexpr uint16_t untouched = 0xDEAD;
+    static constexpr uint16_t kUntouched = 0xDEAD;
 
     std::vector<Words> batches; // flushed ones, then what is left queued
     Words destination;
@@ -280,7 +280,7 @@ public:
         pod_.give = [this](uint16_t port) {
             return port == TBC_PORT_RECEIVE ? received_word(received_++) : uint16_t{0};
         };
-        for (uint32_t index = 0; index < buffer_words; ++index) {
+        for (uint32_t index = 0; index < kBufferWords; ++index) {
             source_.push_back(source_word(index));
         }
     }
@@ -294,7 +294,7 @@ public:
         std::fill(std::begin(pod_.control.registerCache), std::end(pod_.control.registerCache),
                   uint16_t{0});
         received_ = 0;
-        destination_.assign(buffer_words, Generator::untouched);
+        destination_.assign(kBufferWords, Generator::kUntouched);
         const int32_t code = make(scan);
         pod_.batches.push_back(pod_.queued());
         EXPECT_EQ(code, 0) << describe(scan);
@@ -341,22 +341,22 @@ private:
     Words destination_;
 };
 
-constexpr Kind kinds[] = {Kind::Zeros, Kind::Ones, Kind::Send, Kind::Both, Kind::Receive};
-constexpr uint32_t bit_counts[] = {1, 2, 15, 16, 17, 31, 32, 33, 48, 100, 1000};
-constexpr JSC_JtagState ends[] = {eJSC_JTAG_STATE_RESET, eJSC_JTAG_STATE_IDLE,
-                                  eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
-constexpr JSC_JtagAmble ambles[] = {eJSC_JTAG_AMBLE_NEITHER, eJSC_JTAG_AMBLE_PREAMBLE,
-                                    eJSC_JTAG_AMBLE_POSTAMBLE, eJSC_JTAG_AMBLE_BOTH};
-constexpr JSC_JtagTransit transits[] = {eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_TRANSIT_VIA_CAPTURE,
-                                        eJSC_JTAG_TRANSIT_VIA_IDLE};
-constexpr JSC_JtagWidth widths[] = {eJSC_JTAG_WIDTH_8, eJSC_JTAG_WIDTH_16, eJSC_JTAG_WIDTH_32};
+constexpr Kind kKinds[] = {Kind::Zeros, Kind::Ones, Kind::Send, Kind::Both, Kind::Receive};
+constexpr uint32_t kBitCounts[] = {1, 2, 15, 16, 17, 31, 32, 33, 48, 100, 1000};
+constexpr JSC_JtagState kEnds[] = {eJSC_JTAG_STATE_RESET, eJSC_JTAG_STATE_IDLE,
+                                   eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
+constexpr JSC_JtagAmble kAmbles[] = {eJSC_JTAG_AMBLE_NEITHER, eJSC_JTAG_AMBLE_PREAMBLE,
+                                     eJSC_JTAG_AMBLE_POSTAMBLE, eJSC_JTAG_AMBLE_BOTH};
+constexpr JSC_JtagTransit kTransits[] = {eJSC_JTAG_TRANSIT_QUICKEST, eJSC_JTAG_TRANSIT_VIA_CAPTURE,
+                                         eJSC_JTAG_TRANSIT_VIA_IDLE};
+constexpr JSC_JtagWidth kWidths[] = {eJSC_JTAG_WIDTH_8, eJSC_JTAG_WIDTH_16, eJSC_JTAG_WIDTH_32};
 
 // What goes around the main shift, for one shift.
 bool all_surroundings(Bench& bench, ScanCase scan) {
-    for (const JSC_JtagState end : ends) {
-        for (const JSC_JtagAmble amble : ambles) {
-            for (const JSC_JtagTransit before : transits) {
-                for (const JSC_JtagTransit after : transits) {
+    for (const JSC_JtagState end : kEnds) {
+        for (const JSC_JtagAmble amble : kAmbles) {
+            for (const JSC_JtagTransit before : kTransits) {
+                for (const JSC_JtagTransit after : kTransits) {
                     scan.end = end;
                     scan.amble = amble;
                     scan.before = before;
@@ -375,7 +375,7 @@ bool all_surroundings(Bench& bench, ScanCase scan) {
 bool all_repeats(Bench& bench, ScanCase scan) {
     for (const uint32_t repeat : {1U, 3U}) {
         for (const bool reuse : {false, true}) {
-            for (const JSC_JtagWidth width : widths) {
+            for (const JSC_JtagWidth width : kWidths) {
                 scan.repeat = repeat;
                 scan.reuse = reuse;
                 scan.width = width;
@@ -389,9 +389,9 @@ bool all_repeats(Bench& bench, ScanCase scan) {
 }
 
 bool all_shifts(Bench& bench, bool (*vary)(Bench&, ScanCase)) {
-    for (const Kind kind : kinds) {
+    for (const Kind kind : kKinds) {
         for (const bool ir : {false, true}) {
-            for (const uint32_t bits : bit_counts) {
+            for (const uint32_t bits : kBitCounts) {
                 for (const bool adjust : {false, true}) {
                     ScanCase scan;
                     scan.kind = kind;
@@ -411,10 +411,10 @@ bool all_shifts(Bench& bench, bool (*vary)(Bench&, ScanCase)) {
 TEST(ScanGeneratorTest, EveryCombinationGivesTheWordsOfTheRules) {
     Bench bench{Board{}};
     EXPECT_TRUE(all_shifts(bench, all_repeats));
-    constexpr size_t shifts = std::size(kinds) * 2 * std::size(bit_counts) * 2;
-    constexpr size_t surroundings =
-        std::size(ends) * std::size(ambles) * std::size(transits) * std::size(transits);
-    EXPECT_EQ(bench.compared(), shifts * surroundings * 2 * 2 * std::size(widths));
+    constexpr size_t kShifts = std::size(kKinds) * 2 * std::size(kBitCounts) * 2;
+    constexpr size_t kSurroundings =
+        std::size(kEnds) * std::size(kAmbles) * std::size(kTransits) * std::size(kTransits);
+    EXPECT_EQ(bench.compared(), kShifts * kSurroundings * 2 * 2 * std::size(kWidths));
 }
 
 TEST(ScanGeneratorTest, APodThatWaitsByItselfGetsNoBufferWaits) {

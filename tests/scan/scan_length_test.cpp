@@ -105,11 +105,11 @@ TEST(ScanLengthTest, HalfAMillionBitsBothWaysThroughTheChannel) {
     Loop loop;
     proxy.pod().watch_writes([&](uint16_t port, uint16_t value) { loop.take(port, value); });
     proxy.pod().answer_with(TBC_PORT_RECEIVE, [&] { return loop.give(); });
-    constexpr uint32_t bits = 524288;
-    Words out = pattern(bits / 16);
-    Words in(bits / 16);
+    constexpr uint32_t kBits = 524288;
+    Words out = pattern(kBits / 16);
+    Words in(kBits / 16);
     const JSC_JtagCommand command = scan_command();
-    const JSC_JtagParam16 param{1, 0, bits, out.data(), in.data()};
+    const JSC_JtagParam16 param{1, 0, kBits, out.data(), in.data()};
     EXPECT_EQ(jsc_ScanBoth16(handle.get(), &command, &param), 0);
     EXPECT_EQ(loop.sent, out);
     EXPECT_EQ(in, inverted(out));
@@ -119,10 +119,10 @@ TEST(ScanLengthTest, HalfAMillionBitsBothWaysThroughTheChannel) {
 
 TEST(ScanLengthTest, TenMillionBitsBothWays) {
     LoopPod looping;
-    constexpr uint32_t bits = 10'000'000;
-    Words out = pattern(bits / 16);
-    Words in(bits / 16);
-    const JSC_JtagParam16 param{1, 0, bits, out.data(), in.data()};
+    constexpr uint32_t kBits = 10'000'000;
+    Words out = pattern(kBits / 16);
+    Words in(kBits / 16);
+    const JSC_JtagParam16 param{1, 0, kBits, out.data(), in.data()};
     EXPECT_EQ(jsc_ScanBoth16(looping.pod.get(), &looping.command, &param), 0);
     EXPECT_TRUE(looping.loop.sent == out);
     EXPECT_TRUE(in == inverted(out));
@@ -137,10 +137,10 @@ TEST(ScanLengthTest, TenMillionBitsAdjustedWithAmblesAndTransits) {
     looping.command.jtagAmble = eJSC_JTAG_AMBLE_POSTAMBLE;
     looping.command.jtagAdjust = eJSC_JTAG_ADJUST_AUTO;
     looping.pod.control.ambleDelay.posAmbleDR = 4;
-    constexpr uint32_t bits = 10'000'001;
-    Words out = pattern(bits / 16 + 1);
-    Words in(bits / 16 + 1);
-    const JSC_JtagParam16 param{1, 0, bits, out.data(), in.data()};
+    constexpr uint32_t kBits = 10'000'001;
+    Words out = pattern(kBits / 16 + 1);
+    Words in(kBits / 16 + 1);
+    const JSC_JtagParam16 param{1, 0, kBits, out.data(), in.data()};
     EXPECT_EQ(jsc_ScanBoth16(looping.pod.get(), &looping.command, &param), 0);
     EXPECT_EQ(looping.loop.sent.front(), 0xFFFF);
     looping.loop.sent.erase(looping.loop.sent.begin());
@@ -150,9 +150,9 @@ TEST(ScanLengthTest, TenMillionBitsAdjustedWithAmblesAndTransits) {
 
 TEST(ScanLengthTest, TenMillionBitsSent) {
     LoopPod looping;
-    constexpr uint32_t bits = 10'000'000;
-    Words out = pattern(bits / 16);
-    const JSC_JtagParam16 param{1, 0, bits, out.data(), nullptr};
+    constexpr uint32_t kBits = 10'000'000;
+    Words out = pattern(kBits / 16);
+    const JSC_JtagParam16 param{1, 0, kBits, out.data(), nullptr};
     EXPECT_EQ(jsc_ScanSend16(looping.pod.get(), &looping.command, &param), 0);
     EXPECT_EQ(qel_PerformIo(looping.pod.get()), 0);
     EXPECT_TRUE(looping.loop.sent == out);
@@ -177,26 +177,26 @@ TEST(ScanLengthTest, TenMillionBitsReceived) {
 
 TEST(ScanLengthTest, ManyRepeatsBothWays) {
     LoopPod looping;
-    constexpr uint32_t bits = 100;
-    constexpr uint32_t repeats = 5000;
-    Words out = pattern(size_t{7} * repeats);
+    constexpr uint32_t kBits = 100;
+    constexpr uint32_t kRepeats = 5000;
+    Words out = pattern(size_t{7} * kRepeats);
     Words in(out.size());
-    const JSC_JtagParam16 param{repeats, 0, bits, out.data(), in.data()};
+    const JSC_JtagParam16 param{kRepeats, 0, kBits, out.data(), in.data()};
     EXPECT_EQ(jsc_ScanBoth16(looping.pod.get(), &looping.command, &param), 0);
     EXPECT_TRUE(looping.loop.sent == out);
     EXPECT_TRUE(in == inverted(out));
-    EXPECT_EQ(looping.pod.flushes, repeats) << "one a scan that receives";
+    EXPECT_EQ(looping.pod.flushes, kRepeats) << "one a scan that receives";
 }
 
 TEST(ScanLengthTest, ThousandsOfSendsStayQueuedAndComeOutInOrder) {
     InstantPod pod;
     const JSC_JtagCommand command = scan_command();
-    constexpr uint32_t scans = 4000;
-    constexpr uint32_t words = 63;
-    Words out = pattern(size_t{scans} * words);
+    constexpr uint32_t kScans = 4000;
+    constexpr uint32_t kWords = 63;
+    Words out = pattern(size_t{kScans} * kWords);
     Words expected;
-    for (uint32_t scan = 0; scan < scans; ++scan) {
-        const JSC_JtagParam16 param{1, 0, 1000, &out[size_t{scan} * words], nullptr};
+    for (uint32_t scan = 0; scan < kScans; ++scan) {
+        const JSC_JtagParam16 param{1, 0, 1000, &out[size_t{scan} * kWords], nullptr};
         ASSERT_EQ(jsc_ScanSend16(pod.get(), &command, &param), 0);
         if (scan == 0) {
             for (const int word : {0x400C, 999}) {
@@ -212,12 +212,12 @@ TEST(ScanLengthTest, ThousandsOfSendsStayQueuedAndComeOutInOrder) {
         for (const int word : {0x400A, 0x6001, 0x400A, 0x4080}) {
             expected.push_back(static_cast<uint16_t>(word));
         }
-        for (uint32_t word = 0; word < words; ++word) {
+        for (uint32_t word = 0; word < kWords; ++word) {
             if (word > 1) {
                 expected.push_back(SHM_WAIT_WRITE_ONE);
             }
             expected.push_back(0x4017);
-            expected.push_back(out[size_t{scan} * words + word]);
+            expected.push_back(out[size_t{scan} * kWords + word]);
         }
     }
     EXPECT_GT(pod.flushes, 0U);
@@ -233,16 +233,16 @@ TEST(ScanLengthTest, ReadsOverSeveralMarkersKeepTheirOrder) {
     InstantPod pod;
     uint16_t next = 0;
     pod.give = [&](uint16_t port) { return port == TBC_PORT_RECEIVE ? next++ : uint16_t{0x0BAD}; };
-    constexpr uint32_t words = 3 * SHM_MARKER_READS + 17;
-    Words in(words);
+    constexpr uint32_t kWords = 3 * SHM_MARKER_READS + 17;
+    Words in(kWords);
     const JSC_JtagCommand command = scan_command();
-    const JSC_JtagParam16 param{1, 0, words * 16, nullptr, in.data()};
+    const JSC_JtagParam16 param{1, 0, kWords * 16, nullptr, in.data()};
     EXPECT_EQ(jsc_ScanRecv16(pod.get(), &command, &param), 0);
     ASSERT_EQ(pod.batches.size(), 1U);
     EXPECT_EQ(std::count(pod.batches[0].begin(), pod.batches[0].end(), SHM_MARKER_OPEN), 1);
     EXPECT_EQ(std::count(pod.batches[0].begin(), pod.batches[0].end(), SHM_MARKER_FULL), 2)
         << "the first stands before the batch";
-    for (uint32_t word = 0; word < words; ++word) {
+    for (uint32_t word = 0; word < kWords; ++word) {
         ASSERT_EQ(in[word], word);
     }
 }
@@ -255,10 +255,10 @@ void pad(InstantPod& pod, uint32_t count) {
 }
 
 TEST(ScanLengthTest, AScanThatExactlyFillsTheBlockIsOneFlush) {
-    constexpr uint32_t words = 60000;
+    constexpr uint32_t kWords = 60000;
     const JSC_JtagCommand command = scan_command();
-    Words in(words);
-    const JSC_JtagParam16 param{1, 0, words * 16, nullptr, in.data()};
+    Words in(kWords);
+    const JSC_JtagParam16 param{1, 0, kWords * 16, nullptr, in.data()};
     uint32_t natural = 0;
     {
         InstantPod pod;
@@ -272,13 +272,13 @@ TEST(ScanLengthTest, AScanThatExactlyFillsTheBlockIsOneFlush) {
         uint16_t next = 0;
         pod.give = [&](uint16_t port) { return port == TBC_PORT_RECEIVE ? next++ : uint16_t{0}; };
         pad(pod, padding);
-        in.assign(words, 0xDEAD);
+        in.assign(kWords, 0xDEAD);
         EXPECT_EQ(jsc_ScanRecv16(pod.get(), &command, &param), 0);
         EXPECT_EQ(pod.batches.size(), padding > room ? 2U : 1U) << padding - room;
         if (padding == room) {
             EXPECT_EQ(pod.batches[0].size() + SHM_EMPTY_BATCH_WORDS, size_t{SHM_BLOCK_WORDS});
         }
-        for (uint32_t word = 0; word < words; ++word) {
+        for (uint32_t word = 0; word < kWords; ++word) {
             ASSERT_EQ(in[word], static_cast<uint16_t>(word)) << padding - room;
         }
     }

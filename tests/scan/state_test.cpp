@@ -15,10 +15,10 @@ std::string queued(const InstantPod& pod) {
 }
 
 TEST(GetStateTest, TranslatesEveryCode) {
-    constexpr JSC_JtagState states[] = {eJSC_JTAG_STATE_RESET,    eJSC_JTAG_STATE_RESET,
-                                        eJSC_JTAG_STATE_IDLE,     eJSC_JTAG_STATE_IDLE,
-                                        eJSC_JTAG_STATE_SHIFT_DR, eJSC_JTAG_STATE_SHIFT_IR,
-                                        eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
+    constexpr JSC_JtagState kStates[] = {eJSC_JTAG_STATE_RESET,    eJSC_JTAG_STATE_RESET,
+                                         eJSC_JTAG_STATE_IDLE,     eJSC_JTAG_STATE_IDLE,
+                                         eJSC_JTAG_STATE_SHIFT_DR, eJSC_JTAG_STATE_SHIFT_IR,
+                                         eJSC_JTAG_STATE_PAUSE_DR, eJSC_JTAG_STATE_PAUSE_IR};
     InstantPod pod;
     for (uint16_t code = 0; code < 8; ++code) {
         // Bits above the code are the controller's own.
@@ -27,8 +27,8 @@ TEST(GetStateTest, TranslatesEveryCode) {
         };
         JSC_JtagState state = eJSC_JTAG_STATE_INVALID_LAST;
         EXPECT_EQ(jsc_GetState(pod.get(), &state), 0);
-        EXPECT_EQ(state, states[code]);
-        EXPECT_EQ(gLegacyToJtagState[code], states[code]);
+        EXPECT_EQ(state, kStates[code]);
+        EXPECT_EQ(gLegacyToJtagState[code], kStates[code]);
     }
     EXPECT_EQ(talvor::notation::text(pod.batches[0]),
               "wait done\nread 18\nread 31\nread 16\nread 17\n");

@@ -13,7 +13,7 @@ using test_support::InstantPod;
 using test_support::RecordedSleeps;
 using Delays = std::vector<uint32_t>;
 
-constexpr uint16_t latched = SUPPORT_CONDITION;
+constexpr uint16_t kLatched = SUPPORT_CONDITION;
 
 // A pod of generation 2, which needs no pause after a clear pulse, with a log.
 class TrstTest : public testing::Test {
@@ -28,9 +28,9 @@ protected:
 
     // The condition latch, in the pod and as of the last flush.
     void set_condition(bool set) {
-        pod.control.StatusCache = set ? latched : 0;
+        pod.control.StatusCache = set ? kLatched : 0;
         pod.give = [set](uint16_t port) {
-            return static_cast<uint16_t>(port == 31 && set ? latched : 0);
+            return static_cast<uint16_t>(port == 31 && set ? kLatched : 0);
         };
     }
 

@@ -14,7 +14,7 @@ using testing::AnyOf;
 using testing::HasSubstr;
 
 const std::string library = TALVOR_LIBRARY;
-constexpr bool sanitized = TALVOR_SANITIZED;
+constexpr bool kSanitized = TALVOR_SANITIZED;
 
 std::vector<std::string> lines_of(std::istream& stream) {
     std::vector<std::string> lines;
@@ -52,7 +52,7 @@ std::vector<std::string> exported_names() {
 }
 
 TEST(LibraryTest, ExportsExactlyTheListedNames) {
-    if (sanitized) {
+    if (kSanitized) {
         GTEST_SKIP() << "the sanitizers export names of their own";
     }
     std::ifstream file(std::string(TALVOR_SOURCE_DIR) + "/tests/structure/exports.txt");
@@ -69,7 +69,7 @@ TEST(LibraryTest, IsNamedAsHostsLoadIt) {
 }
 
 TEST(LibraryTest, NeedsTheCLibraryAndItsMathsOnly) {
-    if (sanitized) {
+    if (kSanitized) {
         GTEST_SKIP() << "the sanitizers bring a runtime";
     }
     const auto needed = lines_with(output_of({"readelf", "-d", library}), "(NEEDED)");
@@ -92,7 +92,7 @@ TEST(LibraryTest, IsLinkedHardened) {
 }
 
 TEST(LibraryTest, RunsNoCodeOfItsOwnWhenLoaded) {
-    if (sanitized) {
+    if (kSanitized) {
         GTEST_SKIP() << "the sanitizers register themselves when loaded";
     }
     // One entry of 8 bytes: the C runtime's own frame_dummy.

@@ -2,6 +2,8 @@
 // in single bytes above 127.
 #pragma once
 
+#include "common/temporary.h"
+
 #include <string>
 
 namespace test_support {
@@ -19,7 +21,7 @@ public:
     bool is_set() const { return set_; }
 
 private:
-    std::string folder_;
+    talvor::Result<talvor::TemporaryFolder> folder_ = talvor::TemporaryFolder::create();
     std::string before_;
     bool set_ = false;
 };

@@ -9,7 +9,7 @@
 namespace test_support {
 namespace {
 
-constexpr const char* shm_folder = "/dev/shm";
+constexpr const char* kShmFolder = "/dev/shm";
 
 std::set<std::string> open_descriptors() {
     std::set<std::string> found;
@@ -28,7 +28,7 @@ std::multiset<std::string> shared_mappings() {
     std::multiset<std::string> found;
     std::ifstream maps("/proc/self/maps");
     for (std::string line; std::getline(maps, line);) {
-        if (const size_t path = line.find(shm_folder); path != std::string::npos) {
+        if (const size_t path = line.find(kShmFolder); path != std::string::npos) {
             found.insert(line.substr(path));
         }
     }
@@ -37,7 +37,7 @@ std::multiset<std::string> shared_mappings() {
 
 std::set<std::string> shared_names() {
     std::set<std::string> found;
-    for (const auto& entry : std::filesystem::directory_iterator(shm_folder)) {
+    for (const auto& entry : std::filesystem::directory_iterator(kShmFolder)) {
         found.insert(entry.path().filename().string());
     }
     return found;

@@ -1,5 +1,6 @@
 #include "support/manual.h"
 
+#include "common/temporary.h"
 #include "support/podsim_process.h"
 #include "support/run_program.h"
 
@@ -42,14 +43,6 @@ std::vector<Box> boxes_of(const std::string& path) {
     return boxes;
 }
 
-// Relative names of a page begin at the top of the source tree; what it writes goes here.
-fs::path folder_for_boxes(const fs::path& source) {
-    std::string folder = fs::temp_directory_path() / "talvor-manual-XXXXXX";
-    EXPECT_NE(mkdtemp(folder.data()), nullptr);
-    fs::create_directory_symlink(source / "examples", folder + "/examples");
-    return folder;
-}
-
 void run_box(const Box& box, const fs::path& folder) {
     const fs::path programs = fs::path(built_program("talvor-podsim")).parent_path();
     const std::string script = folder / "box.sh";
@@ -67,11 +60,14 @@ void run_box(const Box& box, const fs::path& folder) {
 void run_boxes_of(const std::string& page, size_t boxes) {
     const std::vector<Box> found = boxes_of(page);
     EXPECT_EQ(found.size(), boxes);
-    const fs::path folder = folder_for_boxes(TALVOR_SOURCE_DIR);
+    // Relative names of a page begin at the top of the source tree; what it writes goes here.
+    const auto folder = talvor::TemporaryFolder::create();
+    ASSERT_TRUE(folder) << headline(folder.error());
+    fs::create_directory_symlink(fs::path(TALVOR_SOURCE_DIR) / "examples",
+                                 folder->path() + "/examples");
     for (const Box& box : found) {
-        run_box(box, folder);
+        run_box(box, folder->path());
     }
-    fs::remove_all(folder);
 }
 
 } // namespace test_support

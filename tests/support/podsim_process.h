@@ -4,8 +4,11 @@
 // add_dependencies(<test> talvor-podsim).
 #pragma once
 
+#include "common/child_process.h"
+#include "common/temporary.h"
 #include "support/run_program.h"
 
+#include <optional>
 #include <string>
 #include <sys/types.h>
 #include <vector>
@@ -27,22 +30,22 @@ public:
     // Stops it, and removes its files.
     ~PodsimProcess();
 
-    bool running() const { return pid_ > 0; }
-    pid_t pid() const { return pid_; }
+    bool running() const { return process_ && process_->running(); }
+    pid_t pid() const { return process_ ? process_->pid() : -1; }
     // Sends a fault command; the answer: "ok", the status as JSON, or "error: REASON".
     std::string ctl(const std::string& command) const;
     // Everything on its log so far (warnings, failed batches; with --log each batch).
     std::string log() const;
     // A directory of this process's own that goes away with it.
-    const std::string& directory() const { return directory_; }
+    const std::string& directory() const { return folder_.path(); }
     // Ends it with SIGTERM (or another signal) and waits; the exit status, or 128 plus the number
     // of the signal that killed it. -1 when it was not running.
     int stop();
     int stop(int signal);
 
 private:
-    std::string directory_;
-    pid_t pid_ = -1;
+    talvor::TemporaryFolder folder_;
+    std::optional<talvor::ChildProcess> process_;
 };
 
 } // namespace test_support

@@ -23,7 +23,7 @@ namespace {
 namespace notation = talvor::notation;
 using notation::Kind;
 
-constexpr size_t status_reads = 3;
+constexpr size_t kStatusReads = 3;
 
 uint16_t reversed(uint16_t word) {
     unsigned result = 0;
@@ -95,20 +95,20 @@ std::string semaphore_name(bool is_start, uint32_t serial) {
 }
 
 bool ends_with_status_reads(const std::vector<notation::Item>& items) {
-    static constexpr std::array<uint16_t, status_reads> ports = {TBC_PORT_SUPPORT, TBC_PORT_STATUS0,
-                                                                 TBC_PORT_STATUS1};
+    static constexpr std::array<uint16_t, kStatusReads> kPorts = {
+        TBC_PORT_SUPPORT, TBC_PORT_STATUS0, TBC_PORT_STATUS1};
     // A marker may stand between the three.
     size_t found = 0;
-    for (auto item = items.rbegin(); item != items.rend() && found < status_reads; ++item) {
+    for (auto item = items.rbegin(); item != items.rend() && found < kStatusReads; ++item) {
         if (item->kind == Kind::MarkerOpen || item->kind == Kind::MarkerFull) {
             continue;
         }
-        if (item->kind != Kind::Read || item->port != ports[status_reads - 1 - found]) {
+        if (item->kind != Kind::Read || item->port != kPorts[kStatusReads - 1 - found]) {
             return false;
         }
         ++found;
     }
-    return found == status_reads;
+    return found == kStatusReads;
 }
 
 std::string joined(std::span<const notation::Item> items) {
@@ -201,7 +201,7 @@ std::string RecordedBatch::text() const {
 std::string RecordedBatch::body() const {
     std::vector<notation::Item> items = items_of(*this);
     if (ends_with_status_reads(items)) {
-        for (size_t left = status_reads; left != 0; items.pop_back()) {
+        for (size_t left = kStatusReads; left != 0; items.pop_back()) {
             left -= items.back().kind == Kind::Read ? 1 : 0;
         }
     }

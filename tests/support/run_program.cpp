@@ -1,15 +1,16 @@
 #include "support/run_program.h"
 
+#include "common/child_process.h"
+
 #include <array>
-#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace test_support {
 namespace {
+
+constexpr int kNotRun = 127; // as a shell reports it
 
 using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
 
@@ -33,21 +34,6 @@ std::string contents(std::FILE* file) {
     return text;
 }
 
-[[noreturn]] void become(const std::vector<std::string>& command, std::FILE* in, std::FILE* out,
-                         std::FILE* err) {
-    std::vector<char*> arguments;
-    for (const std::string& word : command) {
-        arguments.push_back(const_cast<char*>(word.c_str()));
-    }
-    arguments.push_back(nullptr);
-    dup2(fileno(in), STDIN_FILENO);
-    dup2(fileno(out), STDOUT_FILENO);
-    dup2(fileno(err), STDERR_FILENO);
-    execvp(arguments[0], arguments.data());
-    std::perror(arguments[0]);
-    _exit(127);
-}
-
 } // namespace
 
 ProgramResult run_program(const std::vector<std::string>& command, const std::string& input) {
@@ -58,15 +44,15 @@ ProgramResult run_program(const std::vector<std::string>& command, const std::st
     std::fflush(in.get());
     std::rewind(in.get());
 
-    const pid_t child = fork();
-    if (child == 0) {
-        become(command, in.get(), out.get(), err.get());
+    auto child = talvor::ChildProcess::spawn({.arguments = command,
+                                              .input = fileno(in.get()),
+                                              .output = fileno(out.get()),
+                                              .errors = fileno(err.get())});
+    if (!child) {
+        return {kNotRun, "", headline(child.error()) + "\n"};
     }
-    int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    const int code = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return {code, contents(out.get()), contents(err.get())};
+    const int status = child->wait().shell_status();
+    return {status, contents(out.get()), contents(err.get())};
 }
 
 } // namespace test_support

@@ -7,7 +7,7 @@
 namespace {
 
 const char* table[] = {"default", "debug", "", "Legacy", "debugger", nullptr};
-constexpr uint32_t untouched = 0xABCD;
+constexpr uint32_t kUntouched = 0xABCD;
 
 struct Lookup {
     const char* text;
@@ -26,11 +26,11 @@ TEST(KeywordTest, WholeTextsMatchInAnyCase) {
         {"de", 0, 5},      {"defaults", 0, 5}, {"", 0, 5},       {"x", 0, 5},
     };
     for (const Lookup& c : cases) {
-        uint32_t index = untouched;
+        uint32_t index = kUntouched;
         expect(sys_Str0ArrayCmpInsStr(c.text, table, &index), index, c);
-        index = untouched;
+        index = kUntouched;
         expect(str0_find_keyword(c.text, table, &index, 0), index, c);
-        index = untouched;
+        index = kUntouched;
         expect(sys_Str0ArrayCmpInsLen(c.text, table, &index, 0), index, c);
     }
 }
@@ -41,16 +41,16 @@ TEST(KeywordTest, TheFirstEntryThatBeginsLikeTheTextWins) {
         {"legacy", 6, 3}, {"legacyx", 7, 5}, {"legacyx", 6, 3}, {"x", 1, 5},      {"d", 1, 0},
     };
     for (const Lookup& c : cases) {
-        uint32_t index = untouched;
+        uint32_t index = kUntouched;
         expect(sys_Str0ArrayCmpInsLen(c.text, table, &index, c.length), index, c);
-        index = untouched;
+        index = kUntouched;
         expect(str0_find_keyword(c.text, table, &index, c.length), index, c);
     }
 }
 
 TEST(KeywordTest, EmptyEntriesAreSkippedButCounted) {
     const char* empty_first[] = {"", "", "one", nullptr};
-    uint32_t index = untouched;
+    uint32_t index = kUntouched;
     EXPECT_EQ(sys_Str0ArrayCmpInsLen("", empty_first, &index, 4), nullptr);
     EXPECT_EQ(index, 3U);
     EXPECT_STREQ(sys_Str0ArrayCmpInsStr("ONE", empty_first, &index), "one");
@@ -65,18 +65,18 @@ TEST(KeywordTest, TheIndexMayBeLeftOut) {
 
 TEST(KeywordTest, AnEmptyTableHasNoMatch) {
     const char* none[] = {nullptr};
-    uint32_t index = untouched;
+    uint32_t index = kUntouched;
     EXPECT_EQ(sys_Str0ArrayCmpInsStr("a", none, &index), nullptr);
     EXPECT_EQ(index, 0U);
 }
 
 TEST(KeywordTest, NullTextOrTableLeavesTheIndexAlone) {
-    uint32_t index = untouched;
+    uint32_t index = kUntouched;
     EXPECT_EQ(sys_Str0ArrayCmpInsStr(nullptr, table, &index), nullptr);
     EXPECT_EQ(sys_Str0ArrayCmpInsStr("a", nullptr, &index), nullptr);
     EXPECT_EQ(sys_Str0ArrayCmpInsLen(nullptr, table, &index, 1), nullptr);
     EXPECT_EQ(sys_Str0ArrayCmpInsLen("a", nullptr, &index, 1), nullptr);
-    EXPECT_EQ(index, untouched);
+    EXPECT_EQ(index, kUntouched);
 }
 
 TEST(KeywordTest, EveryAbbreviationFindsTheFirstEntryThatBeginsWithIt) {
@@ -87,7 +87,7 @@ TEST(KeywordTest, EveryAbbreviationFindsTheFirstEntryThatBeginsWithIt) {
             while (strncasecmp(table[first], table[entry], length) != 0) {
                 ++first;
             }
-            uint32_t index = untouched;
+            uint32_t index = kUntouched;
             str0_find_keyword(table[entry], table, &index, length);
             EXPECT_EQ(index, first) << table[entry] << ' ' << length;
         }

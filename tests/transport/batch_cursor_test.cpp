@@ -15,19 +15,19 @@ using testing::Each;
 // ---- runs ----
 
 TEST_F(BatchTest, ARunQueuesWhatSingleAccessesQueue) {
-    constexpr uint32_t count = 5000;
-    std::vector<uint16_t> words(count);
+    constexpr uint32_t kCount = 5000;
+    std::vector<uint16_t> words(kCount);
     const auto texts_of_two_ways = [&](bool slow_clock) {
         handle.inform.qelVariable.slowclk = slow_clock;
         proxy.pod().forget();
-        for (uint32_t index = 0; index < count; ++index) {
+        for (uint32_t index = 0; index < kCount; ++index) {
             batch_wait(inform(), SHM_WAIT_READ_ONE);
             PortWriteNoCache(inform(), TBC_PORT_SEND, static_cast<uint16_t>(index));
             PortReadNoCache(inform(), TBC_PORT_RECEIVE, &words[index]);
         }
         EXPECT_EQ(qel_PerformIo(inform()), 0);
         BatchCursor cursor = cursor_open(inform());
-        for (uint32_t index = 0; index < count; ++index) {
+        for (uint32_t index = 0; index < kCount; ++index) {
             cursor_wait(cursor, SHM_WAIT_READ_ONE);
             cursor_write(cursor, TBC_PORT_SEND, static_cast<uint16_t>(index));
             cursor_read(cursor, TBC_PORT_RECEIVE, &words[index]);
@@ -44,12 +44,12 @@ TEST_F(BatchTest, ARunQueuesWhatSingleAccessesQueue) {
 }
 
 TEST_F(BatchTest, ARunFlushesWhenTheBlockIsFull) {
-    constexpr uint32_t count = 3 * 32768;
+    constexpr uint32_t kCount = 3 * 32768;
     uint16_t next = 0;
     proxy.pod().answer_with(TBC_PORT_RECEIVE, [&next] { return next++; });
-    std::vector<uint16_t> words(count);
+    std::vector<uint16_t> words(kCount);
     BatchCursor cursor = cursor_open(inform());
-    for (uint32_t index = 0; index < count; ++index) {
+    for (uint32_t index = 0; index < kCount; ++index) {
         cursor_wait(cursor, SHM_WAIT_READ_ONE);
         cursor_write(cursor, TBC_PORT_SEND, static_cast<uint16_t>(index));
         cursor_read(cursor, TBC_PORT_RECEIVE, &words[index]);
@@ -57,11 +57,11 @@ TEST_F(BatchTest, ARunFlushesWhenTheBlockIsFull) {
     cursor_close(cursor);
     EXPECT_EQ(qel_PerformIo(inform()), 0);
     EXPECT_EQ(proxy.pod().batches().size(), 4U);
-    for (uint32_t index = 0; index < count; ++index) {
+    for (uint32_t index = 0; index < kCount; ++index) {
         ASSERT_EQ(words[index], static_cast<uint16_t>(index));
     }
     const RecordedBatch& full = proxy.pod().batches().front();
-    EXPECT_GT(full.words.size(), block_words - 2);
+    EXPECT_GT(full.words.size(), kBlockWords - 2);
 }
 
 TEST_F(BatchTest, ARunDropsTheRestAfterAFailedFlush) {

@@ -11,8 +11,8 @@
 
 #include <string>
 
-inline constexpr uint32_t block_words = SHM_BLOCK_WORDS;
-inline constexpr const char* status_reads = "read 31\nread 16\nread 17\n";
+inline constexpr uint32_t kBlockWords = SHM_BLOCK_WORDS;
+inline constexpr const char* kStatusReads = "read 31\nread 16\nread 17\n";
 
 class BatchTest : public testing::Test {
 protected:

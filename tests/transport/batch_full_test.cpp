@@ -21,26 +21,26 @@ class BatchFillTest : public BatchTest, public testing::WithParamInterface<FillC
 
 // The item, the three status reads and nothing else end exactly with the block.
 TEST_P(BatchFillTest, AnItemThatExactlyFillsTheBlockStaysInTheBatch) {
-    fill_to(block_words - 3 - GetParam().item_words);
+    fill_to(kBlockWords - 3 - GetParam().item_words);
     uint16_t word = 0;
     GetParam().queue(inform(), &word);
     EXPECT_TRUE(proxy.pod().batches().empty());
     EXPECT_EQ(qel_PerformIo(inform()), 0);
     ASSERT_EQ(proxy.pod().batches().size(), 1U);
     const RecordedBatch& batch = proxy.pod().last_batch();
-    EXPECT_EQ(batch.words.size(), block_words);
-    EXPECT_TRUE(batch.text().ends_with(std::string(GetParam().text) + status_reads));
+    EXPECT_EQ(batch.words.size(), kBlockWords);
+    EXPECT_TRUE(batch.text().ends_with(std::string(GetParam().text) + kStatusReads));
 }
 
 TEST_P(BatchFillTest, AnItemThatMissesOneWordIsFlushedFor) {
-    fill_to(block_words - 3 - GetParam().item_words + 1);
+    fill_to(kBlockWords - 3 - GetParam().item_words + 1);
     proxy.pod().answer(TBC_PORT_RECEIVE, {0x00CD});
     uint16_t word = 0;
     GetParam().queue(inform(), &word);
     ASSERT_EQ(proxy.pod().batches().size(), 1U);
-    EXPECT_EQ(proxy.pod().last_batch().words.size(), block_words - GetParam().item_words + 1);
+    EXPECT_EQ(proxy.pod().last_batch().words.size(), kBlockWords - GetParam().item_words + 1);
     EXPECT_TRUE(
-        proxy.pod().last_batch().text().ends_with(std::string("wait done\n") + status_reads));
+        proxy.pod().last_batch().text().ends_with(std::string("wait done\n") + kStatusReads));
     EXPECT_EQ(qel_PerformIo(inform()), 0);
     ASSERT_EQ(proxy.pod().batches().size(), 2U);
     EXPECT_EQ(proxy.pod().last_batch().body(), GetParam().text);
@@ -78,25 +78,25 @@ TEST_F(BatchTest, AnyMixtureOfItemsIsTheSameInOneBatchOrMany) {
         proxy.pod().forget();
         uint16_t next = 0;
         proxy.pod().answer_with(TBC_PORT_RECEIVE, [&next] { return next++; });
-        constexpr uint32_t rounds = 33000;
-        std::vector<uint16_t> words(rounds);
+        constexpr uint32_t kRounds = 33000;
+        std::vector<uint16_t> words(kRounds);
         for (uint32_t filler = 0; filler < offset; ++filler) {
             batch_wait(inform(), SHM_WAIT_DONE);
         }
-        for (uint32_t round = 0; round < rounds; ++round) {
+        for (uint32_t round = 0; round < kRounds; ++round) {
             batch_wait(inform(), SHM_WAIT_READ_ONE);
             PortWriteNoCache(inform(), TBC_PORT_SEND, static_cast<uint16_t>(round));
             PortReadNoCache(inform(), TBC_PORT_RECEIVE, &words[round]);
         }
         EXPECT_EQ(qel_PerformIo(inform()), 0);
         EXPECT_EQ(proxy.pod().batches().size(), 2U);
-        for (uint32_t round = 0; round < rounds; ++round) {
+        for (uint32_t round = 0; round < kRounds; ++round) {
             ASSERT_EQ(words[round], static_cast<uint16_t>(round));
         }
         // Written out once, the words of both batches are the items in order.
         std::vector<uint16_t> sent;
         for (const RecordedBatch& batch : proxy.pod().batches()) {
-            ASSERT_LE(batch.words.size(), block_words);
+            ASSERT_LE(batch.words.size(), kBlockWords);
             ASSERT_EQ(batch.words[batch.words.size() - 3], TBC_PORT_SUPPORT);
             for (size_t index = 2; index < batch.words.size(); ++index) {
                 if (batch.words[index] == (TBC_PORT_SEND | SHM_WORD_WRITE)) {
@@ -104,8 +104,8 @@ TEST_F(BatchTest, AnyMixtureOfItemsIsTheSameInOneBatchOrMany) {
                 }
             }
         }
-        ASSERT_EQ(sent.size(), rounds);
-        for (uint32_t round = 0; round < rounds; ++round) {
+        ASSERT_EQ(sent.size(), kRounds);
+        for (uint32_t round = 0; round < kRounds; ++round) {
             ASSERT_EQ(sent[round], static_cast<uint16_t>(round));
         }
     }
@@ -117,7 +117,7 @@ TEST_F(BatchTest, ReadsFillTheBlockToItsLastWord) {
     uint32_t words = SHM_EMPTY_BATCH_WORDS;
     uint32_t expected = 0;
     const auto total = [](uint32_t reads) { return 2 + reads + 3 + (reads + 3) / 2048; };
-    while (total(expected + 1) <= block_words) {
+    while (total(expected + 1) <= kBlockWords) {
         ++expected;
     }
     uint16_t word = 0;
@@ -140,15 +140,15 @@ TEST_F(BatchTest, RoomIsKeptForAMarkerOfTheStatusReads) {
             PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
         }
         const uint32_t marker = reads + 3 == 2048 ? 1 : 0;
-        fill_to(block_words - 3 - marker);
+        fill_to(kBlockWords - 3 - marker);
         EXPECT_EQ(qel_PerformIo(inform()), 0);
         ASSERT_EQ(proxy.pod().batches().size(), 1U);
-        EXPECT_EQ(proxy.pod().last_batch().words.size(), block_words);
+        EXPECT_EQ(proxy.pod().last_batch().words.size(), kBlockWords);
         proxy.pod().forget();
         for (uint32_t read = 0; read < reads; ++read) {
             PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
         }
-        fill_to(block_words - 3 - marker);
+        fill_to(kBlockWords - 3 - marker);
         batch_wait(inform(), SHM_WAIT_READ_ONE);
         EXPECT_EQ(proxy.pod().batches().size(), 1U);
         EXPECT_EQ(qel_PerformIo(inform()), 0);
@@ -157,16 +157,16 @@ TEST_F(BatchTest, RoomIsKeptForAMarkerOfTheStatusReads) {
 }
 
 TEST_F(BatchTest, ABareWordIsNeverFlushedFor) {
-    fill_to(block_words - 4);
+    fill_to(kBlockWords - 4);
     qel_PostData(inform(), SHM_WAIT_READ_ONE);
     EXPECT_EQ(handle.inform.podError, 0);
     qel_PostData(inform(), SHM_WAIT_READ_ONE);
     EXPECT_EQ(handle.inform.podError, -140);
-    EXPECT_EQ(block().tbcMblockPtr, block_words - 3);
+    EXPECT_EQ(block().tbcMblockPtr, kBlockWords - 3);
     EXPECT_TRUE(proxy.pod().batches().empty());
     EXPECT_EQ(batch_take_failure(inform()), -140);
     EXPECT_EQ(qel_PerformIo(inform()), 0);
-    EXPECT_EQ(proxy.pod().last_batch().words.size(), block_words);
+    EXPECT_EQ(proxy.pod().last_batch().words.size(), kBlockWords);
 }
 
 // ---- a flush that made room and failed ----
@@ -175,7 +175,7 @@ class FailedRoomTest : public BatchTest {
 protected:
     FailedRoomTest() {
         PortReadNoCache(inform(), TBC_PORT_RECEIVE, &before);
-        fill_to(block_words - 3);
+        fill_to(kBlockWords - 3);
         proxy.pod().fail_batches(1, -55);
         PortReadNoCache(inform(), TBC_PORT_RECEIVE, &after);
     }
@@ -234,7 +234,7 @@ TEST_F(FailedRoomTest, RecoversOnceItIsTaken) {
 TEST_F(BatchTest, AFailedFlushForAWriteOrWaitIsNotedToo) {
     for (const bool for_wait : {false, true}) {
         proxy.pod().forget();
-        fill_to(block_words - 3);
+        fill_to(kBlockWords - 3);
         proxy.pod().fail_batches(1);
         if (for_wait) {
             batch_wait(inform(), SHM_WAIT_DONE);

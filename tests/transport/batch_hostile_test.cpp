@@ -53,19 +53,19 @@ TEST_P(BatchHostileTest, RefusesItems) {
 
 INSTANTIATE_TEST_SUITE_P(
     AllCounters, BatchHostileTest,
-    testing::Values(Counters{"PointerPastTheBlock", block_words + 1, 1, 0, 0},
+    testing::Values(Counters{"PointerPastTheBlock", kBlockWords + 1, 1, 0, 0},
                     Counters{"PointerLargest", UINT32_MAX, 1, 0, 0},
-                    Counters{"PointerAtTheEnd", block_words, 1, 0, 0},
-                    Counters{"PointerWithoutRoomForStatus", block_words - 2, 1, 0, 0},
+                    Counters{"PointerAtTheEnd", kBlockWords, 1, 0, 0},
+                    Counters{"PointerWithoutRoomForStatus", kBlockWords - 2, 1, 0, 0},
                     Counters{"LocalReadsFull", 10, 1, 2048, 0},
                     Counters{"LocalReadsLargest", 10, 1, UINT32_MAX, 0},
-                    Counters{"ReadsPastTheInBlock", 10, 1, 0, block_words + 1},
+                    Counters{"ReadsPastTheInBlock", 10, 1, 0, kBlockWords + 1},
                     Counters{"ReadsLargest", 10, 1, 0, UINT32_MAX},
-                    Counters{"ReadsWithoutRoomForStatus", 10, 1, 0, block_words - 2}),
+                    Counters{"ReadsWithoutRoomForStatus", 10, 1, 0, kBlockWords - 2}),
     [](const auto& instance) { return instance.param.name; });
 
 TEST_F(BatchTest, AMarkerOutsideTheBlockIsNotWritten) {
-    for (const uint32_t marker : {block_words, UINT32_MAX}) {
+    for (const uint32_t marker : {kBlockWords, UINT32_MAX}) {
         block().rdCntrLcl = 2047;
         block().rdCntrGbl = 2047;
         block().tbcMblockPtr = 2100;
@@ -81,8 +81,8 @@ TEST_F(BatchTest, AMarkerOutsideTheBlockIsNotWritten) {
 }
 
 TEST_F(BatchTest, AProxyThatDoesNotEmptyTheBatchFailsIt) {
-    fill_to(block_words - 3);
-    proxy.pod().interfere([](lcl_shm& shared) { shared.tbcMblockPtr = block_words - 3; });
+    fill_to(kBlockWords - 3);
+    proxy.pod().interfere([](lcl_shm& shared) { shared.tbcMblockPtr = kBlockWords - 3; });
     batch_wait(inform(), SHM_WAIT_DONE);
     EXPECT_EQ(proxy.pod().batches().size(), 1U);
     EXPECT_EQ(batch_failure(inform()), -140);

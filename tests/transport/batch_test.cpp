@@ -97,7 +97,7 @@ TEST_F(BatchTest, FlushesReadsIntoTheirDestinations) {
     EXPECT_EQ(qel_PerformIo(inform()), 0);
     EXPECT_THAT(words, ElementsAre(0x1234, 0x5678));
     EXPECT_EQ(proxy.pod().last_batch().text(),
-              std::string("write 4 0080\nread 22\nread 22\n") + status_reads);
+              std::string("write 4 0080\nread 22\nread 22\n") + kStatusReads);
     EXPECT_EQ(pending(), 0U);
     EXPECT_EQ(handle.inform.opListTail, nullptr);
 }
@@ -132,7 +132,7 @@ TEST_F(BatchTest, BelowThreeWordsNothingIsQueued) {
 }
 
 TEST_F(BatchTest, FindsTheWordsBehindWhateverStandsInTheInBlock) {
-    for (const uint32_t place : {1U, 77U, block_words - 4}) {
+    for (const uint32_t place : {1U, 77U, kBlockWords - 4}) {
         proxy.pod().place_reads_at(place);
         proxy.pod().answer(TBC_PORT_RECEIVE, {static_cast<uint16_t>(0x4000 + place)});
         uint16_t word = 0;
@@ -163,15 +163,15 @@ TEST_F(BatchTest, ANodeTakesAsManyWordsAsItCounts) {
 }
 
 TEST_F(BatchTest, ScattersOverManyMarkers) {
-    constexpr uint32_t count = 3 * SHM_MARKER_READS + 5;
+    constexpr uint32_t kCount = 3 * SHM_MARKER_READS + 5;
     uint16_t next = 0;
     proxy.pod().answer_with(TBC_PORT_RECEIVE, [&next] { return next++; });
-    std::vector<uint16_t> words(count);
+    std::vector<uint16_t> words(kCount);
     for (uint16_t& word : words) {
         PortRead(inform(), TBC_PORT_RECEIVE, &word);
     }
     EXPECT_EQ(qel_PerformIo(inform()), 0);
-    for (uint32_t index = 0; index < count; ++index) {
+    for (uint32_t index = 0; index < kCount; ++index) {
         ASSERT_EQ(words[index], static_cast<uint16_t>(index));
     }
     const RecordedBatch& batch = proxy.pod().last_batch();
@@ -180,7 +180,7 @@ TEST_F(BatchTest, ScattersOverManyMarkers) {
     EXPECT_EQ(batch.words[4099], SHM_MARKER_FULL);
     EXPECT_EQ(batch.last_marker, 6148U);
     EXPECT_EQ(batch.words[6148], SHM_MARKER_OPEN);
-    EXPECT_EQ(batch.reads_global, count + 3);
+    EXPECT_EQ(batch.reads_global, kCount + 3);
     EXPECT_EQ(batch.reads_local, 8U);
 }
 
@@ -258,7 +258,7 @@ TEST_F(BatchTest, WordsPastTheInBlockDoNotExist) {
     // The four words of the next batch end with the in-block; ten reads wait for them.
     uint16_t block_of_many[4] = {1, 2, 3, 4};
     qel_PostReadOp(inform(), 4, block_of_many);
-    proxy.pod().place_reads_at(block_words - 4);
+    proxy.pod().place_reads_at(kBlockWords - 4);
     proxy.pod().answer(TBC_PORT_RECEIVE, {0x00AA});
     uint16_t last = 6;
     PortRead(inform(), TBC_PORT_RECEIVE, &last);
@@ -285,7 +285,7 @@ TEST_P(BatchStatusTest, IsBoundedBeforeUse) {
         if (shared.cmd == SHM_CMD_EXECUTE) {
             shared.status = param.status;
             shared.tbcIMblock[0] = 0x1234;
-            shared.tbcIMblock[block_words - 4] = 0x5678;
+            shared.tbcIMblock[kBlockWords - 4] = 0x5678;
         }
     });
     uint16_t word = 9;
