@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 namespace {
 
 using structure::Floors;
@@ -209,6 +211,19 @@ TEST(FloorsTest, HostHeadersDoNotKnowTheDriversOwn) {
 
 TEST(FloorsTest, TheChannelHeaderStandsOnItsOwn) {
     EXPECT_THAT(tree().at("include/shm_structs.h"), IsEmpty());
+}
+
+TEST(FloorsTest, WhatIsInstalledIsWhatHostsAndProxiesInclude) {
+    std::ifstream file(std::string(TALVOR_SOURCE_DIR) + "/include/CMakeLists.txt");
+    std::vector<std::string> installed;
+    bool in_set = false;
+    for (std::string word; file >> word;) {
+        in_set = in_set || word == "FILES";
+        if (in_set && word.find(".h") != word.npos) {
+            installed.push_back("include/" + word.substr(0, word.find(')')));
+        }
+    }
+    EXPECT_THAT(installed, testing::UnorderedElementsAreArray(kHostHeaders));
 }
 
 TEST(FloorsTest, TheFolderOfHeadersHoldsSeven) {
