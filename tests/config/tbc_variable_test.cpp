@@ -385,11 +385,11 @@ TEST(TbcVariableTest, SignOfTheLinkDelayChoosesTheReadOfTheNumber) {
     const struct {
         const char* text;
         RecordingConfig::Read read;
-    } cases[] = {{"-5", signed32}, {"+5", signed32}, {"5", unsigned32}};
+    } cases[] = {{"-5", Signed32}, {"+5", Signed32}, {"5", Unsigned32}};
     for (const auto& item : cases) {
         RecordingConfig config(Config::Keys{{"VEXIL.LINKDLY", item.text}});
         EXPECT_EQ(read_config(kFamily, config).code, 0);
-        EXPECT_EQ(config.reads_of("VEXIL.LINKDLY"), (std::vector{string, item.read}));
+        EXPECT_EQ(config.reads_of("VEXIL.LINKDLY"), (std::vector{String, item.read}));
 
         RecordingConfig failing(Config::Keys{{"VEXIL.LINKDLY", item.text}});
         failing.fail_read("VEXIL.LINKDLY", item.read, kHostError);
@@ -398,7 +398,7 @@ TEST(TbcVariableTest, SignOfTheLinkDelayChoosesTheReadOfTheNumber) {
     for (const char* word : {"default", "automatic"}) {
         RecordingConfig config(Config::Keys{{"VEXIL.LINKDLY", word}});
         EXPECT_EQ(read_config(kFamily, config).code, 0);
-        EXPECT_EQ(config.reads_of("VEXIL.LINKDLY"), (std::vector{string}));
+        EXPECT_EQ(config.reads_of("VEXIL.LINKDLY"), (std::vector{String}));
     }
 }
 
@@ -407,14 +407,14 @@ TEST(TbcVariableTest, OlderLinkKeyFailsAsTheNewerOne) {
     lookup.fail_lookup("VEXIL.LINKDLY", kHostError);
     EXPECT_EQ(read_config(kFamily, lookup).code, kHostError);
     RecordingConfig text(Config::Keys{{"VEXIL.LINKDLY", "5"}});
-    text.fail_read("VEXIL.LINKDLY", RecordingConfig::Read::string, kHostError);
+    text.fail_read("VEXIL.LINKDLY", RecordingConfig::Read::String, kHostError);
     EXPECT_EQ(read_config(kFamily, text).code, kHostError);
 }
 
 TEST(TbcVariableTest, LinkDelayOfNoTextIsReadAsANumber) {
     RecordingConfig config;
     config.set_raw("VEXIL.LINKDLY", nullptr, 3);
-    config.fail_read("VEXIL.LINKDLY", RecordingConfig::Read::unsigned32, kHostError);
+    config.fail_read("VEXIL.LINKDLY", RecordingConfig::Read::Unsigned32, kHostError);
     EXPECT_EQ(read_config(kFamily, config).code, kBadValue);
 }
 

@@ -19,12 +19,12 @@ public:
     // A basic controller behind a pod of this revision.
     explicit InstantPod(uint16_t revision = POD_REVISION_1) {
         active = this;
-        sem_init(&complete_semaphore, 0, 0);
+        sem_init(&complete_semaphore_, 0, 0);
         os_calls.sem_post = execute;
         inform.pJscControl = &control;
         inform.ProxyShm = block.get();
-        inform.evStartSem = &start_semaphore;
-        inform.evCompleteSem = &complete_semaphore;
+        inform.evStartSem = &start_semaphore_;
+        inform.evCompleteSem = &complete_semaphore_;
         inform.emuRevision = revision;
         control.ctlrRevise = eJTI_CONTROL_ID_TBC;
         control.emuRevision = revision;
@@ -36,7 +36,7 @@ public:
     InstantPod& operator=(const InstantPod&) = delete;
     ~InstantPod() {
         batch_release(&inform);
-        sem_destroy(&complete_semaphore);
+        sem_destroy(&complete_semaphore_);
         active = nullptr;
     }
 
@@ -69,7 +69,7 @@ private:
 
     static int execute(sem_t* /*semaphore*/) {
         active->execute_batch();
-        return ::sem_post(&active->complete_semaphore);
+        return ::sem_post(&active->complete_semaphore_);
     }
 
     void execute_batch() {
@@ -116,8 +116,8 @@ private:
     }
 
     RestoredOs restored_;
-    sem_t start_semaphore{};
-    sem_t complete_semaphore{};
+    sem_t start_semaphore_{};
+    sem_t complete_semaphore_{};
 };
 
 } // namespace test_support

@@ -198,7 +198,7 @@ void check_read_errors(const Family<Record>& family) {
             RecordingConfig config;
             fill(family, config).fail_read(item.key, read, kHostError);
             Record record = initial_record(family);
-            const bool own = read != RecordingConfig::Read::string && item.number_code != 0;
+            const bool own = read != RecordingConfig::Read::String && item.number_code != 0;
             EXPECT_EQ(family.read(config.handle(), config.table(), &record),
                       own ? item.number_code : kHostError);
             EXPECT_EQ(config.keys_asked(), first_keys(family, at + 1));

@@ -94,7 +94,7 @@ void RecordingConfig::set_absent_answer(const std::string& key, const char* text
 }
 
 void RecordingConfig::fail_read(const std::string& key, JTI_Error error) {
-    for (const Read read : {Read::string, Read::boolean, Read::unsigned32, Read::signed32}) {
+    for (const Read read : {Read::String, Read::Boolean, Read::Unsigned32, Read::Signed32}) {
         fail_read(key, read, error);
     }
 }
@@ -179,11 +179,11 @@ JTI_Error RecordingConfig::error_of(const Entry& entry, Read read) const {
 JTI_Error RecordingConfig::get_string(CFG_Handle handle, JBD_Context context, uint32_t* pLength,
                                       const char** ppText) {
     RecordingConfig& config = self(handle);
-    const Entry* entry = config.record_read(context, Read::string);
+    const Entry* entry = config.record_read(context, Read::String);
     if (entry == nullptr) {
         return kUnexpectedCall;
     }
-    const JTI_Error error = config.error_of(*entry, Read::string);
+    const JTI_Error error = config.error_of(*entry, Read::String);
     *pLength = error == 0 ? entry->length : 5;
     *ppText = error == 0 ? entry->text : "spoil";
     return error;
@@ -191,12 +191,12 @@ JTI_Error RecordingConfig::get_string(CFG_Handle handle, JBD_Context context, ui
 
 JTI_Error RecordingConfig::get_boolean(CFG_Handle handle, JBD_Context context, bool* pValue) {
     RecordingConfig& config = self(handle);
-    const Entry* entry = config.record_read(context, Read::boolean);
+    const Entry* entry = config.record_read(context, Read::Boolean);
     if (entry == nullptr) {
         return kUnexpectedCall;
     }
     *pValue = true;
-    if (const JTI_Error error = config.error_of(*entry, Read::boolean)) {
+    if (const JTI_Error error = config.error_of(*entry, Read::Boolean)) {
         return error;
     }
     for (const char* word : {"yes", "true", "1"}) {
@@ -216,12 +216,12 @@ JTI_Error RecordingConfig::get_boolean(CFG_Handle handle, JBD_Context context, b
 
 JTI_Error RecordingConfig::get_unsigned(CFG_Handle handle, JBD_Context context, uint32_t* pValue) {
     RecordingConfig& config = self(handle);
-    const Entry* entry = config.record_read(context, Read::unsigned32);
+    const Entry* entry = config.record_read(context, Read::Unsigned32);
     if (entry == nullptr) {
         return kUnexpectedCall;
     }
     *pValue = 0xBAD;
-    if (const JTI_Error error = config.error_of(*entry, Read::unsigned32)) {
+    if (const JTI_Error error = config.error_of(*entry, Read::Unsigned32)) {
         return error;
     }
     if (!entry->found) {
@@ -233,12 +233,12 @@ JTI_Error RecordingConfig::get_unsigned(CFG_Handle handle, JBD_Context context, 
 
 JTI_Error RecordingConfig::get_signed(CFG_Handle handle, JBD_Context context, int32_t* pValue) {
     RecordingConfig& config = self(handle);
-    const Entry* entry = config.record_read(context, Read::signed32);
+    const Entry* entry = config.record_read(context, Read::Signed32);
     if (entry == nullptr) {
         return kUnexpectedCall;
     }
     *pValue = 0xBAD;
-    if (const JTI_Error error = config.error_of(*entry, Read::signed32)) {
+    if (const JTI_Error error = config.error_of(*entry, Read::Signed32)) {
         return error;
     }
     if (!entry->found) {

@@ -23,7 +23,7 @@ public:
     static constexpr JTI_Error kNotANumber = -9001;
     static constexpr JTI_Error kNotABoolean = -9002;
 
-    enum class Read { string, boolean, unsigned32, signed32 };
+    enum class Read { String, Boolean, Unsigned32, Signed32 };
 
     using Keys = std::map<std::string, std::string>; // texts by key
 
