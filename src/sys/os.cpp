@@ -1,6 +1,7 @@
 #include "sys/os.h"
 
 #include <cstdlib>
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -22,4 +23,6 @@ constinit OsCalls os_calls = {
     .sem_post = ::sem_post,
     .clock_gettime = ::clock_gettime,
     .usleep = ::usleep,
+    .fcntl = ::fcntl,
+    .pwrite = ::pwrite,
 };

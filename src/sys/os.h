@@ -31,6 +31,9 @@ struct OsCalls {
     // Time.
     int (*clock_gettime)(clockid_t clock, struct timespec* now);
     int (*usleep)(useconds_t delay_us);
+    // Files behind a descriptor; what goes with the command of fcntl follows it.
+    int (*fcntl)(int fd, int command, ...);
+    ssize_t (*pwrite)(int fd, const void* bytes, size_t count, off_t offset);
 };
 
 // The table in use. It holds the C library's own calls from the start of the program on; only tests

@@ -3,11 +3,22 @@
 #include "sys/check.h"
 #include "sys/object_name.h"
 #include "sys/os.h"
+#include "transport/share_mark.h"
 
+#include <atomic>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
 
 namespace {
+
+// An object between its opening and the end of the attach or the release.
+struct OpenObject {
+    int fd;      // negative: not open
+    size_t size; // what it must have
+    bool gated;  // no other handle attaches or releases meanwhile
+    bool fresh;  // nobody has sized it yet
+};
 
 // A mapped object: the attach count, then the caller's memory.
 uint8_t* object_start(const ShareInform* pShare) {
@@ -22,31 +33,156 @@ size_t object_size(const ShareInform* pShare) {
     return size_t{pShare->size} + SHARE_HEADER_SIZE;
 }
 
-// Sees to it that the object has its size, extending one that nobody has sized yet.
-bool size_object(int fd, size_t size, bool* pCreated) {
+// Whether the object has lost its name, so that the name, if there is one, is another object's.
+bool is_nameless(const OpenObject& object) {
     struct stat status {};
-    if (os_calls.fstat(fd, &status) != 0) {
-        return false;
-    }
-    if (status.st_size != 0) {
-        *pCreated = false;
-        return status.st_size >= static_cast<off_t>(size);
-    }
-    *pCreated = true;
-    return os_calls.ftruncate(fd, static_cast<off_t>(size)) == 0;
+    return object.gated && os_calls.fstat(object.fd, &status) == 0 && status.st_nlink == 0;
 }
 
-void* map_object(int fd, size_t size, bool* pCreated) {
-    bool created = false;
-    if (!size_object(fd, size, &created)) {
+void close_object(const OpenObject& object) {
+    if (object.gated) {
+        share_let_go(object.fd);
+    }
+    os_calls.close(object.fd);
+}
+
+// Opens the object of the name, creating it when there is none, and enters its gate. The last user
+// may remove it between the two: then the name is looked up again.
+OpenObject open_object(const ShareInform* pShare) {
+    constexpr int kAttempts = 100; // a file system that counts no links must not keep us here
+    OpenObject object{.fd = -1, .size = object_size(pShare), .gated = false, .fresh = false};
+    for (int attempt = 1;; ++attempt) {
+        object.fd = os_calls.shm_open(pShare->objectName, O_CREAT | O_RDWR, SHM_OBJECT_MODE);
+        if (object.fd < 0) {
+            return object;
+        }
+        object.gated = share_has_reserve(pShare->size) && share_enter_gate(object.fd);
+        if (attempt == kAttempts || !is_nameless(object)) {
+            return object;
+        }
+        close_object(object);
+    }
+}
+
+// Gives an object that nobody has sized its size, and a mark where the locks are there for it.
+bool make_object(const OpenObject& object) {
+    if (object.gated && share_hold(object.fd)) {
+        return share_write_mark(object.fd);
+    }
+    return os_calls.ftruncate(object.fd, static_cast<off_t>(object.size)) == 0;
+}
+
+// Sees to it that the object has its size.
+bool size_object(OpenObject* object) {
+    struct stat status {};
+    if (os_calls.fstat(object->fd, &status) != 0) {
+        return false;
+    }
+    object->fresh = status.st_size == 0;
+    return object->fresh ? make_object(*object)
+                         : status.st_size >= static_cast<off_t>(object->size);
+}
+
+void* map_object(OpenObject* object) {
+    if (!size_object(object)) {
         return nullptr;
     }
-    void* const object = os_calls.mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
-    if (object == MAP_FAILED) {
-        return nullptr;
+    void* const memory =
+        os_calls.mmap(nullptr, object->size, PROT_READ | PROT_WRITE, MAP_SHARED, object->fd, 0);
+    return memory == MAP_FAILED ? nullptr : memory;
+}
+
+// ---- counting users ----
+
+// Whoever is killed between two of these steps leaves a mark with more users than the count has,
+// never fewer: fewer would mean that a host without marks is there. So the order of the stores
+// counts, as it does for a signal handler.
+void next_step() {
+    std::atomic_signal_fence(std::memory_order_seq_cst);
+}
+
+// Makes a block that was left behind as if it were fresh.
+void renew(void* memory) {
+    attach_count(memory) = 0;
+    next_step();
+    std::memset(static_cast<uint8_t*>(memory) + SHARE_HEADER_SIZE, 0, sizeof(JSC_Control));
+    next_step();
+    share_mark(memory).users = 1;
+}
+
+// Counts this handle in. True when it is the block's creator, or its creator anew.
+bool count_in(const OpenObject& object, void* memory) {
+    uint32_t& count = attach_count(memory);
+    if (object.fresh) {
+        count = 0;
+        return true;
     }
-    *pCreated = created;
-    return object;
+    if (object.gated && share_is_marked(memory) && share_hold(object.fd)) {
+        if (share_is_alone(object.fd) && !share_counts_others(memory, count)) {
+            renew(memory);
+            return true;
+        }
+        ++share_mark(memory).users;
+        next_step();
+    }
+    ++count;
+    return false;
+}
+
+// Counts this handle out. True when nobody is left: by the count, or because whoever it still
+// counts was killed.
+bool count_out(const OpenObject& object, void* memory) {
+    uint32_t& count = attach_count(memory);
+    const bool marked = object.gated && share_is_marked(memory);
+    const bool left_alone =
+        marked && share_is_alone(object.fd) && !share_counts_others(memory, count);
+    const bool last = count == 0;
+    if (!last) {
+        --count;
+    }
+    next_step();
+    if (marked && share_mark(memory).users != 0) {
+        --share_mark(memory).users;
+    }
+    return last || left_alone;
+}
+
+// ---- the two operations, from the name on ----
+
+int32_t attach_object(ShareInform* pShare, OpenObject* object, bool* pCreated) {
+    void* const memory = map_object(object);
+    if (memory == nullptr) {
+        if (object->fresh) {
+            os_calls.shm_unlink(pShare->objectName);
+        }
+        close_object(*object);
+        return eJTI_ERROR_SHARED_BLOCK;
+    }
+    // Plain increments, as hosts with other drivers make them: hosts serialise creation and
+    // release.
+    *pCreated = count_in(*object, memory);
+    if (object->gated) {
+        share_leave_gate(object->fd);
+    }
+    pShare->pHandle = object->fd;
+    pShare->pMemory = static_cast<uint8_t*>(memory) + SHARE_HEADER_SIZE;
+    return eJTI_ERROR_NONE;
+}
+
+void release_object(const ShareInform* pShare) {
+    const int fd = static_cast<int>(pShare->pHandle);
+    const OpenObject object{.fd = fd,
+                            .size = object_size(pShare),
+                            .gated = share_has_reserve(pShare->size) && share_enter_gate(fd),
+                            .fresh = false};
+    void* const memory = object_start(pShare);
+    const bool remove = count_out(object, memory);
+    os_calls.munmap(memory, object.size);
+    if (remove && !is_nameless(object)) {
+        os_calls.shm_unlink(pShare->objectName);
+    }
+    // Only now the locks go: nobody attaches to an object that is about to lose its name.
+    close_object(object);
 }
 
 } // namespace
@@ -60,33 +196,15 @@ int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated) 
     RETURN_IF(sys_Str0GetObjectName(pShare->objectName, SHARE_NAME_LENGTH, "share", pNames->pName0,
                                     pNames->pName1, pNames->pName2, pNames->port) != 0,
               eJTI_ERROR_SHARED_BLOCK);
-    const int fd = os_calls.shm_open(pShare->objectName, O_CREAT | O_RDWR, SHM_OBJECT_MODE);
-    RETURN_IF(fd < 0, eJTI_ERROR_SHARED_BLOCK);
-    void* const object = map_object(fd, object_size(pShare), pCreated);
-    if (object == nullptr) {
-        os_calls.close(fd);
-        return eJTI_ERROR_SHARED_BLOCK;
-    }
-    // Plain increments, here and in the release: hosts serialise creation and release.
-    attach_count(object) = *pCreated ? 0 : attach_count(object) + 1;
-    pShare->pHandle = fd;
-    pShare->pMemory = static_cast<uint8_t*>(object) + SHARE_HEADER_SIZE;
-    return eJTI_ERROR_NONE;
+    OpenObject object = open_object(pShare);
+    RETURN_IF(object.fd < 0, eJTI_ERROR_SHARED_BLOCK);
+    return attach_object(pShare, &object, pCreated);
 }
 
 int32_t sys_ShareFree(ShareInform* pShare) {
     RETURN_IF(pShare == nullptr, eJTI_ERROR_BAD_ARGUMENT);
     RETURN_IF(pShare->pMemory == nullptr, eJTI_ERROR_NONE);
-    void* const object = object_start(pShare);
-    const bool last = attach_count(object) == 0;
-    if (!last) {
-        --attach_count(object);
-    }
-    os_calls.munmap(object, object_size(pShare));
-    os_calls.close(static_cast<int>(pShare->pHandle));
-    if (last) {
-        os_calls.shm_unlink(pShare->objectName);
-    }
+    release_object(pShare);
     pShare->pHandle = 0;
     pShare->pMemory = nullptr;
     pShare->size = 0;

@@ -3,14 +3,20 @@
 
 #include "jsc_internal.h"
 
-// Maps a named block, creating it when nobody has.
+// Maps a named block, creating it when nobody has. A controller block whose users were all killed
+// is made as if it were fresh, and this call is its creator (transport/share_mark.h); one without
+// the mark of this driver is taken as it stands. Waits while another handle of this driver attaches
+// to the same controller block or releases it.
 //   pNames    in:  parts that the object's name is hashed from
 //   pShare    in:  size in bytes; out: memory, descriptor, object name
-//   pCreated  out: this call created the block; its memory is then zero
+//   pCreated  out: this call created the block; its memory is then zero, but for the reserve of a
+//                  controller block, which is the driver's
 // -122 null pointer. -164 a size of 0, or the object could not be named, opened, sized or mapped,
 // or stands there smaller than it must be (it is then left as it was); pMemory is null then.
 JTI_EXPORT int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated);
 
-// Unmaps a block; the last user removes the object. A block that is not mapped is no error.
+// Unmaps a block; the last user removes the object: the last by the attach count, and, of a
+// controller block that carries this driver's mark, the last that lives. An object that has lost
+// its name is not looked for by it. A block that is not mapped is no error.
 // -122 null pointer.
 JTI_EXPORT int32_t sys_ShareFree(ShareInform* pShare);

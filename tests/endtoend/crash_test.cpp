@@ -1,0 +1,100 @@
+// Hosts that are killed in the middle of a session: the next one works as if nobody had been there,
+// and nothing is left behind.
+#include "description_text.h"
+#include "host.h"
+#include "support/leak_guard.h"
+#include "support/podsim_process.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <csignal>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace endtoend {
+namespace {
+
+using test_support::belongings_now;
+using test_support::LeakGuard;
+using test_support::PodsimProcess;
+
+constexpr uint16_t scratch = 8;
+const Words idcode{0x3C4D, 0x1A2B};
+
+// A host process that runs `work` with a connected host, says so, and is killed where it stands.
+template <typename Work>
+void kill_a_host(Work work) {
+    std::array<int, 2> ready{};
+    ASSERT_EQ(pipe(ready.data()), 0);
+    const pid_t child = fork();
+    if (child == 0) {
+        Host host;
+        const bool good = host.connect() == 0 && host.first() && work(host);
+        (void)!write(ready[1], good ? "y" : "n", 1);
+        for (;;) {
+            pause();
+        }
+    }
+    close(ready[1]);
+    char answer = 0;
+    EXPECT_EQ(read(ready[0], &answer, 1), 1);
+    close(ready[0]);
+    EXPECT_EQ(answer, 'y');
+    kill(child, SIGKILL);
+    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+}
+
+// The whole way of a fresh host: full connect, IDCODE, a word through a register.
+void expect_a_good_session() {
+    Host host;
+    ASSERT_EQ(host.created(), 0);
+    ASSERT_EQ(host.connect(), 0);
+    EXPECT_TRUE(host.first()) << "the hardware is set up anew";
+    ASSERT_EQ(host.move(eJSC_JTAG_STATE_RESET), 0);
+    EXPECT_EQ(host.capture(eJSC_JTAG_SHIFT_DR, 32), idcode);
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    host.exchange(eJSC_JTAG_SHIFT_DR, 32, {0x600D, 0xDA7A});
+    EXPECT_EQ(host.exchange(eJSC_JTAG_SHIFT_DR, 32, {0, 0}), Words({0x600D, 0xDA7A}));
+    EXPECT_EQ(host.disconnect(), 0);
+    EXPECT_TRUE(host.last());
+    EXPECT_EQ(host.remove(), 0);
+}
+
+TEST(Crash, AHostIsKilledInTheMiddleOfASession) {
+    LeakGuard leaks;
+    PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+    const auto before = belongings_now();
+    kill_a_host([](Host& host) {
+        // Settings that the next one must not inherit, and a scan that nobody flushes.
+        return host->PutLinkDelay(host.handle(), 3) == 0 &&
+               host.send(scan_command(eJSC_JTAG_SHIFT_DR, eJSC_JTAG_STATE_PAUSE_DR), 1000,
+                         Words(63)) == 0;
+    });
+    EXPECT_NE(belongings_now(), before) << "its controller block";
+    expect_a_good_session();
+    EXPECT_EQ(belongings_now(), before);
+}
+
+TEST(Crash, HostAndProxyAreKilled) {
+    LeakGuard leaks;
+    {
+        PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+        kill_a_host([](Host& host) { return host.capture(eJSC_JTAG_SHIFT_DR, 32) == idcode; });
+        EXPECT_EQ(simulator.stop(SIGKILL), 128 + SIGKILL);
+    }
+    PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+    expect_a_good_session();
+}
+
+TEST(Crash, HostsAreKilledOneAfterTheOther) {
+    LeakGuard leaks;
+    PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+    for (int round = 0; round < 10; ++round) {
+        kill_a_host([](Host& host) { return host.capture(eJSC_JTAG_SHIFT_DR, 32) == idcode; });
+    }
+    expect_a_good_session();
+}
+
+} // namespace
+} // namespace endtoend
