@@ -25,4 +25,5 @@ constinit OsCalls os_calls = {
     .usleep = ::usleep,
     .fcntl = ::fcntl,
     .pwrite = ::pwrite,
+    .posix_fallocate = ::posix_fallocate,
 };

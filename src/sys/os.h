@@ -34,6 +34,7 @@ struct OsCalls {
     // Files behind a descriptor; what goes with the command of fcntl follows it.
     int (*fcntl)(int fd, int command, ...);
     ssize_t (*pwrite)(int fd, const void* bytes, size_t count, off_t offset);
+    int (*posix_fallocate)(int fd, off_t offset, off_t length); // answers the errno itself
 };
 
 // The table in use. It holds the C library's own calls from the start of the program on; only tests

@@ -5,7 +5,9 @@
 #include "sys/os.h"
 #include "transport/share_mark.h"
 
+#include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -83,8 +85,20 @@ bool size_object(OpenObject* object) {
                          : status.st_size >= static_cast<off_t>(object->size);
 }
 
+// Gets the memory for what the driver touches, which is not there before: a full /dev/shm is told
+// here, and not by a signal at the first touch. What stands there stays.
+bool allocate_touched(const OpenObject& object) {
+    constexpr size_t kTouched = SHARE_HEADER_SIZE + sizeof(JSC_Control);
+    const auto length = static_cast<off_t>(std::min(object.size, kTouched));
+    int error = 0;
+    do {
+        error = os_calls.posix_fallocate(object.fd, 0, length);
+    } while (error == EINTR);
+    return error == 0;
+}
+
 void* map_object(OpenObject* object) {
-    if (!size_object(object)) {
+    if (!size_object(object) || !allocate_touched(*object)) {
         return nullptr;
     }
     void* const memory =

@@ -12,7 +12,8 @@
 //   pCreated  out: this call created the block; its memory is then zero, but for the reserve of a
 //                  controller block, which is the driver's
 // -122 null pointer. -164 a size of 0, or the object could not be named, opened, sized or mapped,
-// or stands there smaller than it must be (it is then left as it was); pMemory is null then.
+// or has no memory because the file system is full, or stands there smaller than it must be (it is
+// then left as it was). pMemory is null then, and an object that this call made is removed.
 JTI_EXPORT int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated);
 
 // Unmaps a block; the last user removes the object: the last by the attach count, and, of a
