@@ -26,4 +26,5 @@ constinit OsCalls os_calls = {
     .fcntl = ::fcntl,
     .pwrite = ::pwrite,
     .posix_fallocate = ::posix_fallocate,
+    .fchmod = ::fchmod,
 };

@@ -35,6 +35,7 @@ struct OsCalls {
     int (*fcntl)(int fd, int command, ...);
     ssize_t (*pwrite)(int fd, const void* bytes, size_t count, off_t offset);
     int (*posix_fallocate)(int fd, off_t offset, off_t length); // answers the errno itself
+    int (*fchmod)(int fd, mode_t mode);
 };
 
 // The table in use. It holds the C library's own calls from the start of the program on; only tests

@@ -48,13 +48,20 @@ void close_object(const OpenObject& object) {
     os_calls.close(object.fd);
 }
 
+// Where a kernel protects files in a folder that everybody may write to, another user's object
+// cannot be opened with O_CREAT, and can without.
+int open_or_create(const char* name) {
+    const int fd = os_calls.shm_open(name, O_CREAT | O_RDWR, SHM_OBJECT_MODE);
+    return fd < 0 && errno == EACCES ? os_calls.shm_open(name, O_RDWR, SHM_OBJECT_MODE) : fd;
+}
+
 // Opens the object of the name, creating it when there is none, and enters its gate. The last user
 // may remove it between the two: then the name is looked up again.
 OpenObject open_object(const ShareInform* pShare) {
     constexpr int kAttempts = 100; // a file system that counts no links must not keep us here
     OpenObject object{.fd = -1, .size = object_size(pShare), .gated = false, .fresh = false};
     for (int attempt = 1;; ++attempt) {
-        object.fd = os_calls.shm_open(pShare->objectName, O_CREAT | O_RDWR, SHM_OBJECT_MODE);
+        object.fd = open_or_create(pShare->objectName);
         if (object.fd < 0) {
             return object;
         }
@@ -66,8 +73,11 @@ OpenObject open_object(const ShareInform* pShare) {
     }
 }
 
-// Gives an object that nobody has sized its size, and a mark where the locks are there for it.
+// Gives an object that nobody has sized its size, and a mark where the locks are there for it. The
+// users of one pod share it as they share the proxy's objects, whatever this process's file mask
+// is; it need not be this user's object, so a mode that cannot be set is no error.
 bool make_object(const OpenObject& object) {
+    (void)os_calls.fchmod(object.fd, SHM_OBJECT_MODE);
     if (object.gated && share_hold(object.fd)) {
         return share_write_mark(object.fd);
     }
@@ -143,22 +153,27 @@ bool count_in(const OpenObject& object, void* memory) {
     return false;
 }
 
-// Counts this handle out. True when nobody is left: by the count, or because whoever it still
-// counts was killed.
+// Whether nobody is left when this handle goes: by the count, or because whoever it still counts
+// was killed.
+bool is_last(const OpenObject& object, bool marked, void* memory) {
+    const uint32_t count = attach_count(memory);
+    return count == 0 ||
+           (marked && share_is_alone(object.fd) && !share_counts_others(memory, count));
+}
+
+// Counts this handle out. True when it is the last: then it stays counted, so that an object which
+// this user may not remove is found like one that was left behind.
 bool count_out(const OpenObject& object, void* memory) {
-    uint32_t& count = attach_count(memory);
     const bool marked = object.gated && share_is_marked(memory);
-    const bool left_alone =
-        marked && share_is_alone(object.fd) && !share_counts_others(memory, count);
-    const bool last = count == 0;
-    if (!last) {
-        --count;
+    if (is_last(object, marked, memory)) {
+        return true;
     }
+    --attach_count(memory);
     next_step();
     if (marked && share_mark(memory).users != 0) {
         --share_mark(memory).users;
     }
-    return last || left_alone;
+    return false;
 }
 
 // ---- the two operations, from the name on ----

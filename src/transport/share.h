@@ -3,7 +3,8 @@
 
 #include "jsc_internal.h"
 
-// Maps a named block, creating it when nobody has. A controller block whose users were all killed
+// Maps a named block, creating it when nobody has, with permission bits 0666 whatever the process's
+// file mask is: the users of a pod share it. A controller block whose users were all killed
 // is made as if it were fresh, and this call is its creator (transport/share_mark.h); one without
 // the mark of this driver is taken as it stands. Waits while another handle of this driver attaches
 // to the same controller block or releases it.
