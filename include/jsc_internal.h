@@ -100,6 +100,7 @@ struct JSC_Inform {
     JSC_qel_oplist* opListFree; /* spent nodes, for reuse */
     JTI_Error batchError;       /* failure of a flush that made room; reported with podError */
     OwnReads ownReads;
+    PodIdentity pod; /* whose block ProxyShm is */
 };
 
 /* Collected during the long initialisation, for the reset log. */
@@ -140,6 +141,11 @@ JTI_STATIC_ASSERT(offsetof(JSC_Control, Status0Cache) == 312, "JSC_Control.Statu
 JTI_STATIC_ASSERT(offsetof(JSC_Control, Status1Cache) == 314, "JSC_Control.Status1Cache");
 JTI_STATIC_ASSERT(sizeof(JSC_Control) == 316, "JSC_Control");
 JTI_STATIC_ASSERT(SHARE_CONTROL_SIZE == 1048892u, "the controller block");
+JTI_STATIC_ASSERT(offsetof(PodIdentity, device) == 0, "PodIdentity.device");
+JTI_STATIC_ASSERT(offsetof(PodIdentity, inode) == 8, "PodIdentity.inode");
+JTI_STATIC_ASSERT(offsetof(PodIdentity, serial) == 16, "PodIdentity.serial");
+JTI_STATIC_ASSERT(offsetof(PodIdentity, revision) == 20, "PodIdentity.revision");
+JTI_STATIC_ASSERT(sizeof(PodIdentity) == 24, "PodIdentity");
 JTI_STATIC_ASSERT(sizeof(sem_t) == 32,
                   "semaphores are shared with the proxy as the C library lays them out");
 

@@ -45,7 +45,7 @@ int32_t controller_block_attach(JSC_Inform* pHandle) {
     ShareNames names{kBlockKind, kBlockOwner, emulator.pDriverName, *emulator.pPortAddress};
     bool created = true;
     pHandle->tbcShare.size = SHARE_CONTROL_SIZE;
-    RETURN_ON_ERROR(sys_ShareAlloc(&names, &pHandle->tbcShare, &created));
+    RETURN_ON_ERROR(share_attach(&names, pHandle->pod, &pHandle->tbcShare, &created));
     pHandle->pJscControl = static_cast<JSC_Control*>(pHandle->tbcShare.pMemory);
     return created ? fill_defaults(pHandle) : eJTI_ERROR_NONE;
 }

@@ -67,6 +67,8 @@ struct MappedObject {
     void* memory; // null when it is not mapped
     int fd;       // open while memory is mapped
     int32_t code; // why it is not mapped
+    dev_t device; // of a mapped object
+    ino_t inode;
 };
 
 void unmap_object(const MappedObject& object, size_t size) {
@@ -79,9 +81,9 @@ void unmap_object(const MappedObject& object, size_t size) {
 MappedObject map_object(const char* name, size_t size, int32_t absent) {
     const int fd = os_calls.shm_open(name, O_RDWR, SHM_OBJECT_MODE);
     if (fd < 0) {
-        return {nullptr, fd, absent};
+        return {nullptr, fd, absent, 0, 0};
     }
-    MappedObject object{nullptr, fd, kNoPod};
+    MappedObject object{nullptr, fd, kNoPod, 0, 0};
     struct stat status {};
     if (os_calls.fstat(fd, &status) == 0) {
         if (status.st_size != static_cast<off_t>(size)) {
@@ -90,6 +92,8 @@ MappedObject map_object(const char* name, size_t size, int32_t absent) {
                        os_calls.mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
                    memory != MAP_FAILED) {
             object.memory = memory;
+            object.device = status.st_dev;
+            object.inode = status.st_ino;
             return object;
         }
     }
@@ -116,7 +120,7 @@ int32_t find_pod(gbl_shm* table, uint32_t serial) {
     return kNoRecord;
 }
 
-bool attach_block(JSC_Inform* pJscInform, const gbl_shm_record& record, int32_t* pCode) {
+bool attach_block(JSC_Inform* pJscInform, gbl_shm_record& record, int32_t* pCode) {
     char name[SHM_POD_NAME_SIZE];
     std::memcpy(name, record.lcl_shm_name, sizeof name);
     name[SHM_POD_NAME_SIZE - 1] = '\0';
@@ -126,6 +130,10 @@ bool attach_block(JSC_Inform* pJscInform, const gbl_shm_record& record, int32_t*
         return false;
     }
     pJscInform->ProxyShm = static_cast<lcl_shm*>(object.memory);
+    pJscInform->pod = {.device = object.device,
+                       .inode = object.inode,
+                       .serial = shared_read(record.devSN),
+                       .revision = shared_read(record.devRev)};
     os_calls.close(object.fd);
     return true;
 }
@@ -206,6 +214,7 @@ int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
     pJscInform->ProxyShm = nullptr;
     pJscInform->evStartSem = nullptr;
     pJscInform->evCompleteSem = nullptr;
+    pJscInform->pod = {};
     sem_t* const mutex = lock_proxy();
     RETURN_IF(mutex == nullptr, kNoPod);
     const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), kNoPod);

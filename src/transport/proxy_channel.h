@@ -4,10 +4,10 @@
 #include "jsc_internal.h"
 
 // Chooses the pod that the configuration names (or the first) from the device table, maps its
-// block, opens its semaphores and attaches. Fills ProxyShm, evStartSem, evCompleteSem and
-// emuRevision. 0, or -1 when there is no proxy or no such pod. A table or block of the wrong size
-// and a semaphore that cannot be opened end the open early with 0 and nothing, or less, attached:
-// hosts rely on the success, and every later flush answers -140.
+// block, opens its semaphores and attaches. Fills ProxyShm, evStartSem, evCompleteSem, pod
+// and emuRevision. 0, or -1 when there is no proxy or no such pod. A table or block of the wrong
+// size and a semaphore that cannot be opened end the open early with 0 and nothing, or less,
+// attached: hosts rely on the success, and every later flush answers -140.
 JTI_EXPORT int32_t OpenUsbDevice(JSC_Inform* pJscInform);
 
 // Detaches and releases what OpenUsbDevice made, without a handshake when not all of it is there.

@@ -14,12 +14,16 @@
 
 namespace {
 
+// How often a name is looked up again: a file system that counts no links must not keep us.
+constexpr int kAttempts = 100;
+
 // An object between its opening and the end of the attach or the release.
 struct OpenObject {
-    int fd;      // negative: not open
-    size_t size; // what it must have
-    bool gated;  // no other handle attaches or releases meanwhile
-    bool fresh;  // nobody has sized it yet
+    int fd;          // negative: not open
+    size_t size;     // what it must have
+    bool gated;      // no other handle attaches or releases meanwhile
+    bool fresh;      // nobody has sized it yet
+    PodIdentity pod; // that the caller has open
 };
 
 // A mapped object: the attach count, then the caller's memory.
@@ -57,9 +61,9 @@ int open_or_create(const char* name) {
 
 // Opens the object of the name, creating it when there is none, and enters its gate. The last user
 // may remove it between the two: then the name is looked up again.
-OpenObject open_object(const ShareInform* pShare) {
-    constexpr int kAttempts = 100; // a file system that counts no links must not keep us here
-    OpenObject object{.fd = -1, .size = object_size(pShare), .gated = false, .fresh = false};
+OpenObject open_object(const ShareInform* pShare, const PodIdentity& pod) {
+    OpenObject object{
+        .fd = -1, .size = object_size(pShare), .gated = false, .fresh = false, .pod = pod};
     for (int attempt = 1;; ++attempt) {
         object.fd = open_or_create(pShare->objectName);
         if (object.fd < 0) {
@@ -79,7 +83,7 @@ OpenObject open_object(const ShareInform* pShare) {
 bool make_object(const OpenObject& object) {
     (void)os_calls.fchmod(object.fd, SHM_OBJECT_MODE);
     if (object.gated && share_hold(object.fd)) {
-        return share_write_mark(object.fd);
+        return share_write_mark(object.fd, object.pod);
     }
     return os_calls.ftruncate(object.fd, static_cast<off_t>(object.size)) == 0;
 }
@@ -125,40 +129,65 @@ void next_step() {
     std::atomic_signal_fence(std::memory_order_seq_cst);
 }
 
-// Makes a block that was left behind as if it were fresh.
-void renew(void* memory) {
-    attach_count(memory) = 0;
-    next_step();
+// Makes the record of a block as if it were fresh, for another pod perhaps.
+void clear_record(const OpenObject& object, void* memory) {
     std::memset(static_cast<uint8_t*>(memory) + SHARE_HEADER_SIZE, 0, sizeof(JSC_Control));
+    share_mark(memory).pod = object.pod;
+}
+
+// Whether everybody that the marked block counts was killed.
+bool is_left_behind(const OpenObject& object, void* memory) {
+    return share_is_alone(object.fd) && !share_counts_others(memory, attach_count(memory));
+}
+
+void count_up(void* memory, bool marked) {
+    if (marked) {
+        ++share_mark(memory).users;
+        next_step();
+    }
+    ++attach_count(memory);
+}
+
+void count_first(void* memory) {
+    attach_count(memory) = 0;
     next_step();
     share_mark(memory).users = 1;
 }
 
+// Counts this handle in on a marked block that it holds. True when it is the creator anew.
+bool count_in_marked(const OpenObject& object, void* memory) {
+    if (is_left_behind(object, memory)) {
+        clear_record(object, memory);
+        count_first(memory);
+        return true;
+    }
+    const bool other_pod = share_is_of_other_pod(memory, object.pod);
+    if (other_pod) {
+        clear_record(object, memory);
+    } else if (share_mark(memory).pod.inode == 0) {
+        share_mark(memory).pod = object.pod;
+    }
+    count_up(memory, true);
+    return other_pod;
+}
+
 // Counts this handle in. True when it is the block's creator, or its creator anew.
 bool count_in(const OpenObject& object, void* memory) {
-    uint32_t& count = attach_count(memory);
     if (object.fresh) {
-        count = 0;
+        attach_count(memory) = 0;
         return true;
     }
     if (object.gated && share_is_marked(memory) && share_hold(object.fd)) {
-        if (share_is_alone(object.fd) && !share_counts_others(memory, count)) {
-            renew(memory);
-            return true;
-        }
-        ++share_mark(memory).users;
-        next_step();
+        return count_in_marked(object, memory);
     }
-    ++count;
+    count_up(memory, false);
     return false;
 }
 
 // Whether nobody is left when this handle goes: by the count, or because whoever it still counts
 // was killed.
 bool is_last(const OpenObject& object, bool marked, void* memory) {
-    const uint32_t count = attach_count(memory);
-    return count == 0 ||
-           (marked && share_is_alone(object.fd) && !share_counts_others(memory, count));
+    return attach_count(memory) == 0 || (marked && is_left_behind(object, memory));
 }
 
 // Counts this handle out. True when it is the last: then it stays counted, so that an object which
@@ -178,24 +207,46 @@ bool count_out(const OpenObject& object, void* memory) {
 
 // ---- the two operations, from the name on ----
 
-int32_t attach_object(ShareInform* pShare, OpenObject* object, bool* pCreated) {
-    void* const memory = map_object(object);
-    if (memory == nullptr) {
-        if (object->fresh) {
-            os_calls.shm_unlink(pShare->objectName);
-        }
-        close_object(*object);
-        return eJTI_ERROR_SHARED_BLOCK;
+// Takes the name off a block that holds the state of a pod which is no longer there.
+bool drop_other_pods_block(const ShareInform* pShare, const OpenObject& object, void* memory) {
+    if (!object.gated || object.fresh || !share_is_marked(memory) ||
+        !share_is_of_other_pod(memory, object.pod)) {
+        return false;
     }
-    // Plain increments, as hosts with other drivers make them: hosts serialise creation and
-    // release.
-    *pCreated = count_in(*object, memory);
-    if (object->gated) {
-        share_leave_gate(object->fd);
+    return os_calls.shm_unlink(pShare->objectName) == 0;
+}
+
+int32_t give_up(const ShareInform* pShare, const OpenObject& object) {
+    if (object.fresh) {
+        os_calls.shm_unlink(pShare->objectName);
     }
-    pShare->pHandle = object->fd;
+    close_object(object);
+    return eJTI_ERROR_SHARED_BLOCK;
+}
+
+// Plain increments, as hosts with other drivers make them: hosts serialise creation and release.
+int32_t keep(ShareInform* pShare, const OpenObject& object, void* memory, bool* pCreated) {
+    *pCreated = count_in(object, memory);
+    if (object.gated) {
+        share_leave_gate(object.fd);
+    }
+    pShare->pHandle = object.fd;
     pShare->pMemory = static_cast<uint8_t*>(memory) + SHARE_HEADER_SIZE;
     return eJTI_ERROR_NONE;
+}
+
+int32_t attach_named(ShareInform* pShare, const PodIdentity& pod, bool* pCreated) {
+    for (int attempt = 1;; ++attempt) {
+        OpenObject object = open_object(pShare, pod);
+        RETURN_IF(object.fd < 0, eJTI_ERROR_SHARED_BLOCK);
+        void* const memory = map_object(&object);
+        RETURN_IF(memory == nullptr, give_up(pShare, object));
+        if (attempt == kAttempts || !drop_other_pods_block(pShare, object, memory)) {
+            return keep(pShare, object, memory, pCreated);
+        }
+        os_calls.munmap(memory, object.size);
+        close_object(object);
+    }
 }
 
 void release_object(const ShareInform* pShare) {
@@ -203,7 +254,8 @@ void release_object(const ShareInform* pShare) {
     const OpenObject object{.fd = fd,
                             .size = object_size(pShare),
                             .gated = share_has_reserve(pShare->size) && share_enter_gate(fd),
-                            .fresh = false};
+                            .fresh = false,
+                            .pod = {}};
     void* const memory = object_start(pShare);
     const bool remove = count_out(object, memory);
     os_calls.munmap(memory, object.size);
@@ -216,7 +268,8 @@ void release_object(const ShareInform* pShare) {
 
 } // namespace
 
-int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated) {
+int32_t share_attach(ShareNames* pNames, const PodIdentity& pod, ShareInform* pShare,
+                     bool* pCreated) {
     RETURN_IF(pNames == nullptr || pShare == nullptr || pCreated == nullptr,
               eJTI_ERROR_BAD_ARGUMENT);
     pShare->pHandle = 0;
@@ -225,9 +278,11 @@ int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated) 
     RETURN_IF(sys_Str0GetObjectName(pShare->objectName, SHARE_NAME_LENGTH, "share", pNames->pName0,
                                     pNames->pName1, pNames->pName2, pNames->port) != 0,
               eJTI_ERROR_SHARED_BLOCK);
-    OpenObject object = open_object(pShare);
-    RETURN_IF(object.fd < 0, eJTI_ERROR_SHARED_BLOCK);
-    return attach_object(pShare, &object, pCreated);
+    return attach_named(pShare, pod, pCreated);
+}
+
+int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated) {
+    return share_attach(pNames, PodIdentity{}, pShare, pCreated);
 }
 
 int32_t sys_ShareFree(ShareInform* pShare) {

@@ -17,6 +17,20 @@
 // then left as it was). pMemory is null then, and an object that this call made is removed.
 JTI_EXPORT int32_t sys_ShareAlloc(ShareNames* pNames, ShareInform* pShare, bool* pCreated);
 
+// The same, for the state of a pod.
+//   pod  in: that the caller has open; inode 0 when it has none
+// A controller block that is in use for another pod, because a fresh proxy stands where the one was
+// that its users know, does not fit: the register cache would keep back writes that the new pod has
+// never seen, and the use counts would have this handle's connect find the hardware set up. Its
+// users are mapped to the old proxy's blocks and reach no pod any more, so nothing is taken from
+// them: the block loses its name and stays theirs, and this call creates a new one, whose first
+// connect sets the hardware up. Where the name cannot be taken away, because the block is another
+// user's, its record is cleared in place instead and *pCreated is true; the use counts then begin
+// anew, and the old users' Disconnect and quit may answer -116. Blocks without the mark are taken
+// as they stand.
+int32_t share_attach(ShareNames* pNames, const PodIdentity& pod, ShareInform* pShare,
+                     bool* pCreated);
+
 // Unmaps a block; the last user removes the object: the last by the attach count, and, of a
 // controller block that carries this driver's mark, the last that lives. An object that has lost
 // its name is not looked for by it. A block that is not mapped is no error.

@@ -44,8 +44,19 @@ bool share_counts_others(void* object, uint32_t attach_count) {
     return uint64_t{attach_count} + 1 > shared_read(share_mark(object).users);
 }
 
-bool share_write_mark(int fd) {
-    const ShareMark mark{.text = kShareMarkText, .users = 1, .gate = 0, .hold = 0, .spare = {}};
+bool share_is_of_other_pod(void* object, const PodIdentity& pod) {
+    PodIdentity& stored = share_mark(object).pod;
+    const uint64_t inode = shared_read(stored.inode);
+    if (inode == 0 || pod.inode == 0) {
+        return false;
+    }
+    return inode != pod.inode || shared_read(stored.device) != pod.device ||
+           shared_read(stored.serial) != pod.serial || shared_read(stored.revision) != pod.revision;
+}
+
+bool share_write_mark(int fd, const PodIdentity& pod) {
+    const ShareMark mark{
+        .text = kShareMarkText, .pod = pod, .users = 1, .gate = 0, .hold = 0, .spare = {}};
     return os_calls.pwrite(fd, &mark, sizeof mark, kShareMarkOffset) == ssize_t{sizeof mark};
 }
 

@@ -10,22 +10,26 @@
 //
 // A host with another driver neither marks nor locks. A block that it made has no mark, and a mark
 // knows how many of our handles the block counts, so that such a host among them is noticed.
+//
+// The mark also says which pod the state belongs to, by the pod block that the proxy made for it.
 #pragma once
 
 #include "jsc_internal.h"
 
 struct ShareMark {
     uint64_t text;    // kShareMarkText
+    PodIdentity pod;  // whose state the block holds; inode 0: nobody has said
     uint32_t users;   // of the attach count's users, those that are handles of this driver
     uint8_t gate;     // locked exclusively while a handle attaches or releases
     uint8_t hold;     // locked shared by each attached handle
     uint8_t spare[2]; // 0
 };
 static_assert(offsetof(ShareMark, text) == 0);
-static_assert(offsetof(ShareMark, users) == 8);
-static_assert(offsetof(ShareMark, gate) == 12);
-static_assert(offsetof(ShareMark, hold) == 13);
-static_assert(sizeof(ShareMark) == 16);
+static_assert(offsetof(ShareMark, pod) == 8);
+static_assert(offsetof(ShareMark, users) == 32);
+static_assert(offsetof(ShareMark, gate) == 36);
+static_assert(offsetof(ShareMark, hold) == 37);
+static_assert(sizeof(ShareMark) == 40);
 
 // "talvor 1", the last character first.
 constexpr uint64_t kShareMarkText = 0x3120726F766C6174;
@@ -50,9 +54,12 @@ ShareMark& share_mark(void* object);
 // Whether the block counts users that are not our handles. What stands there may be anything.
 [[nodiscard]] bool share_counts_others(void* object, uint32_t attach_count);
 
+// Whether the block holds the state of another pod than this one. False when either is not known.
+[[nodiscard]] bool share_is_of_other_pod(void* object, const PodIdentity& pod);
+
 // Gives a fresh object, which has no size yet, its size and a mark with one user. False when the
 // file system has no room.
-[[nodiscard]] bool share_write_mark(int fd);
+[[nodiscard]] bool share_write_mark(int fd, const PodIdentity& pod);
 
 // Waits until no other handle attaches to the object or releases it, and keeps others out. False
 // where the kernel or the file system knows no such locks.

@@ -30,6 +30,14 @@ typedef struct ShareInform {
     char objectName[SHARE_NAME_SIZE];
 } ShareInform;
 
+/* What tells a pod behind a pod block from the one that a fresh proxy puts in its place. */
+typedef struct PodIdentity {
+    uint64_t device; /* of the pod block's file system */
+    uint64_t inode;  /* of the pod block; 0: no pod is known */
+    uint32_t serial; /* as the device table gives them */
+    uint32_t revision;
+} PodIdentity;
+
 /* The object begins with the attach count: 0 for the creator, one more for each later attacher. */
 #define SHARE_HEADER_SIZE 4u
 

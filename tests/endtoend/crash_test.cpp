@@ -22,27 +22,42 @@ using test_support::PodsimProcess;
 constexpr uint16_t scratch = 8;
 const Words idcode{0x3C4D, 0x1A2B};
 
-// A host process that runs `work` with a connected host, says so, and is killed where it stands.
+// A host process that connects, runs `work`, says so, and stays until it is killed where it stands.
+class DoomedHost {
+public:
+    template <typename Work>
+    explicit DoomedHost(Work work) {
+        std::array<int, 2> ready{};
+        EXPECT_EQ(pipe(ready.data()), 0);
+        pid_ = fork();
+        if (pid_ == 0) {
+            Host host;
+            const bool good = host.connect() == 0 && host.first() && work(host);
+            (void)!write(ready[1], good ? "y" : "n", 1);
+            for (;;) {
+                pause();
+            }
+        }
+        close(ready[1]);
+        char answer = 0;
+        EXPECT_EQ(read(ready[0], &answer, 1), 1);
+        close(ready[0]);
+        EXPECT_EQ(answer, 'y');
+    }
+    DoomedHost(const DoomedHost&) = delete;
+    DoomedHost& operator=(const DoomedHost&) = delete;
+    ~DoomedHost() {
+        kill(pid_, SIGKILL);
+        EXPECT_EQ(waitpid(pid_, nullptr, 0), pid_);
+    }
+
+private:
+    pid_t pid_ = -1;
+};
+
 template <typename Work>
 void kill_a_host(Work work) {
-    std::array<int, 2> ready{};
-    ASSERT_EQ(pipe(ready.data()), 0);
-    const pid_t child = fork();
-    if (child == 0) {
-        Host host;
-        const bool good = host.connect() == 0 && host.first() && work(host);
-        (void)!write(ready[1], good ? "y" : "n", 1);
-        for (;;) {
-            pause();
-        }
-    }
-    close(ready[1]);
-    char answer = 0;
-    EXPECT_EQ(read(ready[0], &answer, 1), 1);
-    close(ready[0]);
-    EXPECT_EQ(answer, 'y');
-    kill(child, SIGKILL);
-    EXPECT_EQ(waitpid(child, nullptr, 0), child);
+    const DoomedHost host(work);
 }
 
 // The whole way of a fresh host: full connect, IDCODE, a word through a register.
@@ -93,6 +108,17 @@ TEST(Crash, HostsAreKilledOneAfterTheOther) {
     for (int round = 0; round < 10; ++round) {
         kill_a_host([](Host& host) { return host.capture(eJSC_JTAG_SHIFT_DR, 32) == idcode; });
     }
+    expect_a_good_session();
+}
+
+// The old host lives, mapped to what the old proxy left; the new pod has never been set up.
+TEST(Crash, AFreshProxyStandsBehindTheBlockOfALivingHost) {
+    LeakGuard leaks;
+    PodsimProcess first(plain_pod_text({}), {"--strict"});
+    const DoomedHost old([](Host& host) { return host.capture(eJSC_JTAG_SHIFT_DR, 32) == idcode; });
+    EXPECT_EQ(first.stop(SIGKILL), 128 + SIGKILL);
+    PodsimProcess second(plain_pod_text({}), {"--strict"});
+    expect_a_good_session();
     expect_a_good_session();
 }
 

@@ -1,9 +1,8 @@
 // A controller block whose users were killed: who is its creator anew, who is not, and what is
 // left.
+#include "share_fixture.h"
 #include "support/failing_os.h"
 #include "support/leak_guard.h"
-#include "transport/share.h"
-#include "transport/share_mark.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,63 +23,9 @@ namespace {
 
 using test_support::LeakGuard;
 using test_support::RestoredOs;
-
-char driver[] = "driver";
-
-// A controller block as a handle attaches it.
-struct Block {
-    explicit Block(uint32_t port = 7) : names{"control", "libjsctalvor.so", driver, port} {}
-    int32_t attach() {
-        share.size = SHARE_CONTROL_SIZE; // a release clears it
-        return sys_ShareAlloc(&names, &share, &created);
-    }
-    int32_t release() { return sys_ShareFree(&share); }
-    JSC_Control& control() const { return *static_cast<JSC_Control*>(share.pMemory); }
-    uint8_t* object() const { return static_cast<uint8_t*>(share.pMemory) - SHARE_HEADER_SIZE; }
-    uint32_t& count() const { return *reinterpret_cast<uint32_t*>(object()); }
-    ShareMark& mark() const { return share_mark(object()); }
-
-    ShareNames names;
-    ShareInform share{};
-    bool created = false;
-};
-
-// A process that does its work, says so, and then stays until it is killed.
-class Victim {
-public:
-    explicit Victim(const std::function<bool()>& work) {
-        std::array<int, 2> ready{};
-        EXPECT_EQ(pipe(ready.data()), 0);
-        pid_ = fork();
-        if (pid_ == 0) {
-            const char answer = work() ? 'y' : 'n';
-            (void)!write(ready[1], &answer, 1);
-            for (;;) {
-                pause();
-            }
-        }
-        close(ready[1]);
-        char answer = 0;
-        EXPECT_EQ(read(ready[0], &answer, 1), 1);
-        EXPECT_EQ(answer, 'y');
-        close(ready[0]);
-    }
-    Victim(const Victim&) = delete;
-    Victim& operator=(const Victim&) = delete;
-    ~Victim() { die(); }
-
-    void die() {
-        if (pid_ > 0) {
-            kill(pid_, SIGKILL);
-            EXPECT_EQ(waitpid(pid_, nullptr, 0), pid_);
-            pid_ = -1;
-        }
-    }
-    pid_t pid() const { return pid_; }
-
-private:
-    pid_t pid_ = -1;
-};
+using transport_test::Block;
+using transport_test::name_stands;
+using transport_test::Victim;
 
 // A process of its own that attaches, changes the record and keeps the block.
 Victim user() {
@@ -122,14 +67,6 @@ void make_unmarked(Block& block, uint32_t count) {
     close(static_cast<int>(block.share.pHandle));
 }
 
-bool name_stands(const Block& block) {
-    const int fd = shm_open(block.share.objectName, O_RDONLY, 0);
-    if (fd >= 0) {
-        close(fd);
-    }
-    return fd >= 0;
-}
-
 class ShareCrash : public testing::Test {
 protected:
     ~ShareCrash() override {
@@ -145,8 +82,9 @@ TEST_F(ShareCrash, AFreshBlockIsMarkedBehindTheRecord) {
     ASSERT_EQ(block.attach(), 0);
     EXPECT_TRUE(block.created);
     EXPECT_EQ(block.count(), 0U);
-    EXPECT_EQ(std::memcmp(&block.mark(), "talvor 1\1\0\0", 12), 0);
+    EXPECT_EQ(std::memcmp(&block.mark(), "talvor 1", 8), 0);
     EXPECT_EQ(block.mark().users, 1U);
+    EXPECT_EQ(block.mark().pod.inode, 0U);
     struct stat status {};
     ASSERT_EQ(fstat(static_cast<int>(block.share.pHandle), &status), 0);
     EXPECT_EQ(status.st_size, 1048896);
