@@ -17,6 +17,17 @@
  * succeeded. When work that had to be flushed early fails, the code stays in the handle and further
  * work is dropped until Diagnose has reported it. Outputs are preset (0, false) before any work
  * unless said otherwise.
+ *
+ * A proxy that does not answer. The library waits for an answer without a limit. With the
+ * environment variable TALVOR_PROXY_PATIENCE_MS set to a number of milliseconds (1 or more, longer
+ * than the longest batch takes) when a handle is made, it waits that long for each answer and then
+ * gives the proxy up for this handle: the operation answers -140 (a support-register write -190,
+ * JSC_CreateHandle -141), every later one fails at once, and Disconnect and JSC_DeleteHandle wait
+ * for nothing. There is no way back for the handle; make a new one when the proxy answers again. A
+ * command that the proxy had not begun is withdrawn. One that it had begun may still be executed;
+ * until it has been answered a new handle is not opened (-141 after its own patience, or a wait
+ * without one), so that no handle takes another's answer for its own. What the target has seen of
+ * that batch is not known: reset the TAP first.
  */
 #ifndef JSC_EXPORT_H
 #define JSC_EXPORT_H

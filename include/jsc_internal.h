@@ -100,7 +100,9 @@ struct JSC_Inform {
     JSC_qel_oplist* opListFree; /* spent nodes, for reuse */
     JTI_Error batchError;       /* failure of a flush that made room; reported with podError */
     OwnReads ownReads;
-    PodIdentity pod; /* whose block ProxyShm is */
+    PodIdentity pod;     /* whose block ProxyShm is */
+    uint32_t patienceMs; /* longest wait for the proxy; 0: no limit */
+    bool proxyLost;      /* it did not answer within that */
 };
 
 /* Collected during the long initialisation, for the reset log. */

@@ -2,6 +2,7 @@
 
 #include "sys/check.h"
 #include "sys/os.h"
+#include "transport/post_wait.h"
 #include "transport/read_list.h"
 #include "transport/shared_field.h"
 
@@ -10,7 +11,6 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
-#include <sched.h>
 #include <sys/mman.h>
 
 namespace {
@@ -20,27 +20,6 @@ constexpr int32_t kNothingAttached = eJTI_ERROR_NONE;
 constexpr int32_t kNoPod = eJTI_ERROR_TRANSPORT;
 
 constexpr int32_t kNoRecord = -1;
-
-bool has_post(sem_t* pSemaphore) {
-    int posts = 0;
-    return sem_getvalue(pSemaphore, &posts) == 0 && posts > 0;
-}
-
-// Looks at the semaphore until a post is there, for about as long as a short exchange takes. The
-// proxy may need this processor to make the post, so others are let in again and again.
-void look_for_post(sem_t* pSemaphore) {
-    constexpr int kRounds = 64;
-    constexpr int kLooks = 32;
-    for (int round = 0; round < kRounds; ++round) {
-        for (int look = 0; look < kLooks; ++look) {
-            if (has_post(pSemaphore)) {
-                return;
-            }
-            __builtin_ia32_pause();
-        }
-        sched_yield();
-    }
-}
 
 // ---- the proxy-wide mutex ----
 
@@ -179,6 +158,47 @@ void release_channel(JSC_Inform* pJscInform) {
     close_semaphore(&pJscInform->evCompleteSem);
 }
 
+// ---- the patience of a host ----
+
+// An exchange that was given up after the proxy took it is still to be answered. The note of it
+// stands in the half of `data` that commands do not use: it is the driver's own field, and lives
+// exactly as long as the proxy that owes the answer.
+constexpr uint32_t kAnswerOwed = 0x0B5E0000;
+constexpr uint32_t kArgument = 0x0000FFFF;
+
+// Ends the use of a proxy that does not answer. A command that it never took is taken back.
+void give_up_on_proxy(JSC_Inform* pJscInform) {
+    pJscInform->proxyLost = true;
+    if (!take_post(pJscInform->evStartSem)) {
+        uint32_t& data = pJscInform->ProxyShm->data;
+        shared_write(data, kAnswerOwed | (shared_read(data) & kArgument));
+    }
+}
+
+// Takes an answer that the proxy owes to somebody who gave up, so that the next one is ours. False
+// when it does not come.
+bool take_owed_answer(JSC_Inform* pJscInform) {
+    uint32_t& data = pJscInform->ProxyShm->data;
+    const uint32_t value = shared_read(data);
+    if ((value & ~kArgument) != kAnswerOwed) {
+        return true;
+    }
+    if (!wait_for_post(pJscInform->evCompleteSem, pJscInform->patienceMs)) {
+        return false;
+    }
+    shared_write(data, value & kArgument);
+    return true;
+}
+
+// The first exchange of a handle. False when the proxy does not answer.
+bool shake_hands(JSC_Inform* pJscInform) {
+    if (!take_owed_answer(pJscInform)) {
+        return false;
+    }
+    channel_exchange(pJscInform, SHM_CMD_ATTACH);
+    return !pJscInform->proxyLost;
+}
+
 // ---- the open, from the table on ----
 
 // Attaches to the pod of a record. Lets the mutex go before the handshake, or on the way out.
@@ -189,9 +209,9 @@ int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t
                           open_semaphores(pJscInform, shared_read(record.devSN));
     unlock_proxy(mutex);
     RETURN_IF(!attached, code);
-    channel_exchange(pJscInform, SHM_CMD_ATTACH);
+    const bool answered = shake_hands(pJscInform);
     pJscInform->emuRevision = shared_read(record.devRev);
-    if (index >= instances(table)) {
+    if (!answered || index >= instances(table)) {
         release_channel(pJscInform);
         return kNoPod;
     }
@@ -215,6 +235,8 @@ int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
     pJscInform->evStartSem = nullptr;
     pJscInform->evCompleteSem = nullptr;
     pJscInform->pod = {};
+    pJscInform->proxyLost = false;
+    pJscInform->patienceMs = patience_of_environment();
     sem_t* const mutex = lock_proxy();
     RETURN_IF(mutex == nullptr, kNoPod);
     const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), kNoPod);
@@ -248,24 +270,20 @@ void my_wait(sem_t* pSemaphore) {
     if (pSemaphore == nullptr) {
         return;
     }
-    // Kept: the deadline lies in the past, so that every attempt returns at once and the wait spins
-    // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
-    constexpr timespec kDeadline{.tv_sec = 10, .tv_nsec = 100'000'000};
-    // An attempt without a post costs a system call, for which the kernel sets up a timer: ten
-    // times a short exchange. So the post is looked for first.
-    do {
-        look_for_post(pSemaphore);
-    } while (os_calls.sem_timedwait(pSemaphore, &kDeadline) != 0);
+    (void)wait_for_post(pSemaphore, 0);
 }
 
 bool channel_is_open(const JSC_Inform* pJscInform) {
-    return pJscInform->ProxyShm != nullptr && pJscInform->evStartSem != nullptr &&
-           pJscInform->evCompleteSem != nullptr;
+    return !pJscInform->proxyLost && pJscInform->ProxyShm != nullptr &&
+           pJscInform->evStartSem != nullptr && pJscInform->evCompleteSem != nullptr;
 }
 
 int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
     shared_write(pJscInform->ProxyShm->cmd, command);
     os_calls.sem_post(pJscInform->evStartSem);
-    my_wait(pJscInform->evCompleteSem);
+    if (!wait_for_post(pJscInform->evCompleteSem, pJscInform->patienceMs)) {
+        give_up_on_proxy(pJscInform);
+        return eJTI_ERROR_BATCH_FAILED;
+    }
     return shared_read(pJscInform->ProxyShm->status);
 }

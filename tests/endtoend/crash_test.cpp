@@ -9,6 +9,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -119,6 +120,68 @@ TEST(Crash, AFreshProxyStandsBehindTheBlockOfALivingHost) {
     EXPECT_EQ(first.stop(SIGKILL), 128 + SIGKILL);
     PodsimProcess second(plain_pod_text({}), {"--strict"});
     expect_a_good_session();
+    expect_a_good_session();
+}
+
+// ---- a proxy that does not answer, and a host that has a limit for its wait ----
+
+class Patience : public testing::Test {
+protected:
+    Patience() { setenv("TALVOR_PROXY_PATIENCE_MS", "1000", 1); }
+    ~Patience() override { unsetenv("TALVOR_PROXY_PATIENCE_MS"); }
+
+    // Every operation has its code, and the handle can be disconnected and deleted.
+    static void expect_given_up(Host& host) {
+        Words in(2);
+        EXPECT_EQ(host.receive(scan_command(eJSC_JTAG_SHIFT_DR), 32, in), eJTI_ERROR_BATCH_FAILED);
+        EXPECT_EQ(host->Diagnose(host.handle(), eJTI_ERROR_BATCH_FAILED), eJTI_ERROR_BATCH_FAILED);
+        EXPECT_EQ(host.receive(scan_command(eJSC_JTAG_SHIFT_DR), 32, in), eJTI_ERROR_BATCH_FAILED);
+        EXPECT_NE(host.disconnect(), 0);
+    }
+
+    LeakGuard leaks;
+};
+
+TEST_F(Patience, AProxyThatDiesUnderASession) {
+    Host host;
+    EXPECT_EQ(host.created(), eJTI_ERROR_POD_OPEN) << "none runs yet";
+    {
+        PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+        Host lost;
+        ASSERT_EQ(lost.connect(), 0);
+        EXPECT_EQ(simulator.stop(SIGKILL), 128 + SIGKILL);
+        expect_given_up(lost);
+    }
+    PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+    expect_a_good_session();
+}
+
+TEST_F(Patience, AProxyThatIsStoppedAndGoesOn) {
+    PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+    {
+        Host host;
+        ASSERT_EQ(host.connect(), 0);
+        ASSERT_EQ(kill(simulator.pid(), SIGSTOP), 0);
+        expect_given_up(host);
+        Host next;
+        EXPECT_EQ(next.created(), eJTI_ERROR_POD_OPEN);
+        ASSERT_EQ(kill(simulator.pid(), SIGCONT), 0);
+    }
+    unsetenv("TALVOR_PROXY_PATIENCE_MS"); // its answers may take as long as the machine likes
+    expect_a_good_session();
+}
+
+// The pod takes the batch and answers when it was given up.
+TEST_F(Patience, APodThatAnswersLate) {
+    PodsimProcess simulator(plain_pod_text({}), {"--strict"});
+    {
+        Host host;
+        ASSERT_EQ(host.connect(), 0);
+        EXPECT_EQ(simulator.ctl("latency 2500000"), "ok");
+        expect_given_up(host);
+        EXPECT_EQ(simulator.ctl("latency 0"), "ok");
+    }
+    unsetenv("TALVOR_PROXY_PATIENCE_MS");
     expect_a_good_session();
 }
 

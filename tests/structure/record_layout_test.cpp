@@ -73,6 +73,8 @@ TEST(RecordLayoutTest, AHandlesFieldsStandInTheirOrder) {
         offsetof(JSC_Inform, batchError),
         offsetof(JSC_Inform, ownReads),
         offsetof(JSC_Inform, pod),
+        offsetof(JSC_Inform, patienceMs),
+        offsetof(JSC_Inform, proxyLost),
     };
     EXPECT_EQ(offsets[0], 0U);
     for (size_t field = 1; field < std::size(offsets); ++field) {

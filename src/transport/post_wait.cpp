@@ -1,0 +1,71 @@
+#include "transport/post_wait.h"
+
+#include "sys/number.h"
+#include "sys/os.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <sched.h>
+
+namespace {
+
+bool has_post(sem_t* pSemaphore) {
+    int posts = 0;
+    return sem_getvalue(pSemaphore, &posts) == 0 && posts > 0;
+}
+
+// Looks at the semaphore until a post is there, for about as long as a short exchange takes. The
+// proxy may need this processor to make the post, so others are let in again and again.
+void look_for_post(sem_t* pSemaphore) {
+    constexpr int kRounds = 64;
+    constexpr int kLooks = 32;
+    for (int round = 0; round < kRounds; ++round) {
+        for (int look = 0; look < kLooks; ++look) {
+            if (has_post(pSemaphore)) {
+                return;
+            }
+            __builtin_ia32_pause();
+        }
+        sched_yield();
+    }
+}
+
+int64_t now_ms() {
+    timespec now{};
+    os_calls.clock_gettime(CLOCK_MONOTONIC, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000;
+}
+
+} // namespace
+
+bool take_post(sem_t* pSemaphore) {
+    // Kept: the deadline lies in the past, so that every attempt returns at once and a wait spins
+    // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
+    constexpr timespec kDeadline{.tv_sec = 10, .tv_nsec = 100'000'000};
+    return os_calls.sem_timedwait(pSemaphore, &kDeadline) == 0;
+}
+
+bool wait_for_post(sem_t* pSemaphore, uint32_t patience_ms) {
+    const int64_t start = patience_ms == 0 ? 0 : now_ms();
+    for (;;) {
+        // An attempt without a post costs a system call, for which the kernel sets up a timer: ten
+        // times a short exchange. So the post is looked for first.
+        look_for_post(pSemaphore);
+        const bool over = patience_ms != 0 && now_ms() - start >= patience_ms;
+        if (take_post(pSemaphore)) {
+            return true;
+        }
+        if (over) {
+            return false;
+        }
+    }
+}
+
+uint32_t patience_of_environment() {
+    int64_t number = 0;
+    if (sys_Str0ToSigned64(std::getenv("TALVOR_PROXY_PATIENCE_MS"), &number) || number < 1) {
+        return 0;
+    }
+    return static_cast<uint32_t>(std::min<int64_t>(number, std::numeric_limits<uint32_t>::max()));
+}
