@@ -5,18 +5,33 @@
  * For hosts (C11 or C++20). A host's order is: JSC_CreateInterface once; for each scan controller
  * JSC_CreateHandle, Connect through the table, operations, Disconnect, JSC_DeleteHandle; at the end
  * JSC_DeleteInterface. A handle must not be used from two threads at once; the library makes no
- * threads and takes no locks of its own.
+ * threads and takes no locks for an operation. A handle belongs to the process that made it: a
+ * child of fork must not use or delete it.
  *
  * Errors. Every operation returns 0 or a code of JTI_ErrorCode (jti_typedef.h). On top of the codes
  * that are listed with an operation of the table there are
  *   for any operation: -122 the handle is null; -116 the handle has no controller block (never
  *     initialised, or after a failed connect);
- *   for any that reaches the pod: -140 the proxy reported a failed batch.
+ *   for any that reaches the pod: -140 the proxy reported a failed batch, or was given up.
  * Reads that failed leave their destinations as they were; a receive buffer of a failed scan must
  * stay valid until Diagnose has reported the -140, or a later operation that reaches the pod has
  * succeeded. When work that had to be flushed early fails, the code stays in the handle and further
  * work is dropped until Diagnose has reported it. Outputs are preset (0, false) before any work
  * unless said otherwise.
+ *
+ * After -140 call Diagnose with that code before anything else reads from the pod. Until then the
+ * reads of the failed batch stay listed: the next batch that succeeds hands its first words to
+ * them, and the operation that asked for those words returns 0 with the wrong ones.
+ *
+ * Two hosts on one pod. A pod has one block for batches, and an operation may leave work queued in
+ * it. Handles that name the same pod, in one process or in several, may be open and connected at
+ * the same time, but only one of them may be at work: before another is used, the one at work must
+ * have finished with an operation that reads from the pod (GetState does) so that nothing of it is
+ * queued, and the target must be in a state that the other expects. Connecting and deleting count
+ * as work: attaching to a pod empties its batch. Nothing here enforces that. Hosts that do not keep
+ * to it destroy each other's batches: words are lost or go to the wrong host without an error, and
+ * a host may wait for an answer that the other one took. Hosts that know nothing of each other
+ * need a lock of their own around the whole session.
  *
  * A proxy that does not answer. The library waits for an answer without a limit. With the
  * environment variable TALVOR_PROXY_PATIENCE_MS set to a number of milliseconds (1 or more, longer
@@ -640,7 +655,8 @@ JTI_EXPORT JTI_Error JSC_DeleteInterface(JSC_Interface** ppInterface);
  *   pParameter  in: what to open and how
  * -122 null pointer (no handle is made then); client kind outside 1 to 20; null configuration. -131
  * no memory. -132 a scratch record could not be released. -141 the pod could not be opened: no
- * proxy, no such pod. -164 controller block. -116 counters inconsistent. Else the code of a
+ * proxy, no such pod, no answer in time. -164 controller block (a full /dev/shm, or an object of
+ * its name that is not one or may not be opened). -116 counters inconsistent. Else the code of a
  * configuration key, or the host's own.
  */
 JTI_EXPORT JTI_Error JSC_CreateHandle(JSC_Inform** ppHandle, JSC_Parameter* pParameter);
