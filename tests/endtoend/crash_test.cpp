@@ -20,7 +20,7 @@ using test_support::belongings_now;
 using test_support::LeakGuard;
 using test_support::PodsimProcess;
 
-constexpr uint16_t scratch = 8;
+constexpr uint16_t kScratch = 8;
 const Words idcode{0x3C4D, 0x1A2B};
 
 // A host process that connects, runs `work`, says so, and stays until it is killed where it stands.
@@ -69,7 +69,7 @@ void expect_a_good_session() {
     EXPECT_TRUE(host.first()) << "the hardware is set up anew";
     ASSERT_EQ(host.move(eJSC_JTAG_STATE_RESET), 0);
     EXPECT_EQ(host.capture(eJSC_JTAG_SHIFT_DR, 32), idcode);
-    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {scratch});
+    host.exchange(eJSC_JTAG_SHIFT_IR, 4, {kScratch});
     host.exchange(eJSC_JTAG_SHIFT_DR, 32, {0x600D, 0xDA7A});
     EXPECT_EQ(host.exchange(eJSC_JTAG_SHIFT_DR, 32, {0, 0}), Words({0x600D, 0xDA7A}));
     EXPECT_EQ(host.disconnect(), 0);
@@ -162,6 +162,9 @@ TEST_F(Patience, AProxyThatIsStoppedAndGoesOn) {
         Host host;
         ASSERT_EQ(host.connect(), 0);
         ASSERT_EQ(kill(simulator.pid(), SIGSTOP), 0);
+        int status = 0; // its threads go on until the stop has come through
+        ASSERT_EQ(waitpid(simulator.pid(), &status, WUNTRACED), simulator.pid());
+        ASSERT_TRUE(WIFSTOPPED(status));
         expect_given_up(host);
         Host next;
         EXPECT_EQ(next.created(), eJTI_ERROR_POD_OPEN);
