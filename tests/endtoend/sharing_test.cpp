@@ -122,7 +122,7 @@ TEST(SharingTest, TwoProcessesShareThePodAndTheController) {
 // A host that dies keeps its place in the use counts for as long as others are there, so that
 // nobody else is the first again; the pod serves on. The last that lives removes the controller
 // block.
-TEST(Sharing, AHostThatDiesDoesNotStopThePod) {
+TEST(SharingTest, AHostThatDiesDoesNotStopThePod) {
     LeakGuard leaks;
     PodsimProcess simulator(plain_pod_text({}), {"--strict"});
     {

@@ -52,9 +52,9 @@ int stepping_clock(clockid_t clock, timespec* now) {
 }
 
 // A handle on a block behind which nobody is.
-class NoProxy : public testing::Test {
+class NoProxyTest : public testing::Test {
 protected:
-    NoProxy() {
+    NoProxyTest() {
         sem_init(&start, 0, 0);
         sem_init(&complete, 0, 0);
         test_support::empty_batch(*block);
@@ -65,7 +65,7 @@ protected:
         clock_reads = 0;
         os_calls.clock_gettime = stepping_clock;
     }
-    ~NoProxy() override {
+    ~NoProxyTest() override {
         handle.inform.ProxyShm = nullptr;
         handle.inform.evStartSem = nullptr;
         handle.inform.evCompleteSem = nullptr;
@@ -85,7 +85,7 @@ protected:
     BareHandle handle;
 };
 
-TEST_F(NoProxy, AFlushEndsWhenThePatienceIsOver) {
+TEST_F(NoProxyTest, AFlushEndsWhenThePatienceIsOver) {
     uint16_t word = 0x5A5A;
     PortRead(handle.get(), TBC_PORT_RECEIVE, &word);
     EXPECT_EQ(qel_PerformIo(handle.get()), -140);
@@ -94,7 +94,7 @@ TEST_F(NoProxy, AFlushEndsWhenThePatienceIsOver) {
     EXPECT_FALSE(channel_is_open(handle.get()));
 }
 
-TEST_F(NoProxy, NothingWaitsASecondTime) {
+TEST_F(NoProxyTest, NothingWaitsASecondTime) {
     PortWrite(handle.get(), TBC_PORT_SEND, 1);
     EXPECT_EQ(qel_PerformIo(handle.get()), -140);
     clock_reads = 0;
@@ -106,25 +106,25 @@ TEST_F(NoProxy, NothingWaitsASecondTime) {
     EXPECT_EQ(block->cmd, SHM_CMD_EXECUTE);
 }
 
-TEST_F(NoProxy, ASupportWriteEndsWithItsOwnCode) {
+TEST_F(NoProxyTest, ASupportWriteEndsWithItsOwnCode) {
     EXPECT_EQ(wr_supp_reg(handle.get(), 3), -190);
     EXPECT_FALSE(channel_is_open(handle.get()));
 }
 
-TEST_F(NoProxy, ACommandThatNobodyTookIsTakenBack) {
+TEST_F(NoProxyTest, ACommandThatNobodyTookIsTakenBack) {
     EXPECT_EQ(wr_supp_reg(handle.get(), 0x1234), -190);
     EXPECT_EQ(posts_of(&start), 0);
     EXPECT_EQ(block->data, 0x1234U) << "no answer is owed";
 }
 
-TEST_F(NoProxy, ACommandThatWasTakenIsOwedAnAnswer) {
+TEST_F(NoProxyTest, ACommandThatWasTakenIsOwedAnAnswer) {
     have_commands_taken();
     EXPECT_EQ(wr_supp_reg(handle.get(), 0x1234), -190);
     EXPECT_EQ(block->data & 0xFFFFU, 0x1234U) << "the proxy may still read it";
     EXPECT_EQ(block->data >> 16, 0x0B5EU);
 }
 
-TEST_F(NoProxy, AnAnswerInTimeIsTaken) {
+TEST_F(NoProxyTest, AnAnswerInTimeIsTaken) {
     os_calls.clock_gettime = [](clockid_t, timespec* now) {
         *now = {};
         return 0;
@@ -140,14 +140,14 @@ TEST_F(NoProxy, AnAnswerInTimeIsTaken) {
     EXPECT_EQ(posts_of(&complete), 0);
 }
 
-TEST_F(NoProxy, AnAnswerWithTheLastLookIsTaken) {
+TEST_F(NoProxyTest, AnAnswerWithTheLastLookIsTaken) {
     handle.inform.patienceMs = 1;
     sem_post(&complete);
     EXPECT_EQ(channel_exchange(handle.get(), SHM_CMD_EXECUTE), 0);
     EXPECT_TRUE(channel_is_open(handle.get()));
 }
 
-TEST_F(NoProxy, WithoutALimitNoClockIsRead) {
+TEST_F(NoProxyTest, WithoutALimitNoClockIsRead) {
     handle.inform.patienceMs = 0;
     static int attempts;
     attempts = 0;
@@ -226,7 +226,7 @@ private:
     }
 };
 
-class LateProxy : public testing::Test {
+class LateProxyTest : public testing::Test {
 protected:
     // A fresh handle that is in step reads what the pod answers to its own batches.
     void expect_in_step(BareHandle& fresh) {
@@ -247,7 +247,7 @@ protected:
     BareHandle handle;
 };
 
-TEST_F(LateProxy, AnAttachThatIsNotAnsweredFailsTheOpen) {
+TEST_F(LateProxyTest, AnAttachThatIsNotAnsweredFailsTheOpen) {
     HeldProxy held(proxy.pod());
     EXPECT_EQ(handle.open(), -1);
     EXPECT_EQ(handle.inform.ProxyShm, nullptr);
@@ -259,7 +259,7 @@ TEST_F(LateProxy, AnAttachThatIsNotAnsweredFailsTheOpen) {
     expect_in_step(handle);
 }
 
-TEST_F(LateProxy, ABatchThatIsAnsweredLateDoesNotPutAFreshHandleOutOfStep) {
+TEST_F(LateProxyTest, ABatchThatIsAnsweredLateDoesNotPutAFreshHandleOutOfStep) {
     ASSERT_EQ(handle.open(), 0);
     HeldProxy held(proxy.pod());
     uint16_t word = 0x5A5A;
@@ -273,7 +273,7 @@ TEST_F(LateProxy, ABatchThatIsAnsweredLateDoesNotPutAFreshHandleOutOfStep) {
     EXPECT_EQ(word, 0x5A5A) << "nobody's any more";
 }
 
-TEST_F(LateProxy, AHandleWithoutALimitWaitsForWhatIsOwedToo) {
+TEST_F(LateProxyTest, AHandleWithoutALimitWaitsForWhatIsOwedToo) {
     ASSERT_EQ(handle.open(), 0);
     HeldProxy held(proxy.pod());
     EXPECT_EQ(wr_supp_reg(handle.get(), 1), -190);
@@ -285,7 +285,7 @@ TEST_F(LateProxy, AHandleWithoutALimitWaitsForWhatIsOwedToo) {
     expect_in_step(fresh);
 }
 
-TEST_F(LateProxy, WhileTheAnswerIsOwedNoHandleOpens) {
+TEST_F(LateProxyTest, WhileTheAnswerIsOwedNoHandleOpens) {
     HeldProxy held(proxy.pod());
     EXPECT_EQ(handle.open(), -1);
     EXPECT_EQ(handle.open(), -1);

@@ -67,9 +67,9 @@ void make_unmarked(Block& block, uint32_t count) {
     close(static_cast<int>(block.share.pHandle));
 }
 
-class ShareCrash : public testing::Test {
+class ShareCrashTest : public testing::Test {
 protected:
-    ~ShareCrash() override {
+    ~ShareCrashTest() override {
         if (block.share.objectName[0] != '\0') {
             shm_unlink(block.share.objectName);
         }
@@ -78,7 +78,7 @@ protected:
     Block block;
 };
 
-TEST_F(ShareCrash, AFreshBlockIsMarkedBehindTheRecord) {
+TEST_F(ShareCrashTest, AFreshBlockIsMarkedBehindTheRecord) {
     ASSERT_EQ(block.attach(), 0);
     EXPECT_TRUE(block.created);
     EXPECT_EQ(block.count(), 0U);
@@ -94,7 +94,7 @@ TEST_F(ShareCrash, AFreshBlockIsMarkedBehindTheRecord) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareCrash, ABlockOfTheDeadIsMadeAnew) {
+TEST_F(ShareCrashTest, ABlockOfTheDeadIsMadeAnew) {
     user().die();
     ASSERT_EQ(block.attach(), 0);
     EXPECT_TRUE(block.created);
@@ -113,7 +113,7 @@ TEST_F(ShareCrash, ABlockOfTheDeadIsMadeAnew) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareCrash, ABlockOfManyDeadIsMadeAnew) {
+TEST_F(ShareCrashTest, ABlockOfManyDeadIsMadeAnew) {
     Victim first = user();
     Victim second = user();
     Victim third = user();
@@ -128,7 +128,7 @@ TEST_F(ShareCrash, ABlockOfManyDeadIsMadeAnew) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareCrash, ABlockWithALivingUserStaysAsItIs) {
+TEST_F(ShareCrashTest, ABlockWithALivingUserStaysAsItIs) {
     Victim dead = user();
     Victim living = user();
     dead.die();
@@ -142,7 +142,7 @@ TEST_F(ShareCrash, ABlockWithALivingUserStaysAsItIs) {
     EXPECT_TRUE(name_stands(block));
 }
 
-TEST_F(ShareCrash, TheSurvivorRemovesTheBlockThoughTheDeadStillCount) {
+TEST_F(ShareCrashTest, TheSurvivorRemovesTheBlockThoughTheDeadStillCount) {
     ASSERT_EQ(block.attach(), 0);
     Victim first = user();
     Victim second = user();
@@ -154,7 +154,7 @@ TEST_F(ShareCrash, TheSurvivorRemovesTheBlockThoughTheDeadStillCount) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareCrash, TwoHandlesOfOneProcessHoldTwoLocks) {
+TEST_F(ShareCrashTest, TwoHandlesOfOneProcessHoldTwoLocks) {
     Block other;
     ASSERT_EQ(block.attach(), 0);
     ASSERT_EQ(other.attach(), 0);
@@ -173,7 +173,7 @@ TEST_F(ShareCrash, TwoHandlesOfOneProcessHoldTwoLocks) {
 }
 
 // The child has the parent's descriptor, and so its lock.
-TEST_F(ShareCrash, AForkedChildHoldsWhatItsParentHeld) {
+TEST_F(ShareCrashTest, AForkedChildHoldsWhatItsParentHeld) {
     std::array<int, 2> tell{};
     ASSERT_EQ(pipe(tell.data()), 0);
     Victim parent([&tell] {
@@ -204,7 +204,7 @@ TEST_F(ShareCrash, AForkedChildHoldsWhatItsParentHeld) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareCrash, AForkedChildDoesNotKeepTheLocksOfAHandleThatWasReleased) {
+TEST_F(ShareCrashTest, AForkedChildDoesNotKeepTheLocksOfAHandleThatWasReleased) {
     Block other;
     ASSERT_EQ(block.attach(), 0);
     ASSERT_EQ(other.attach(), 0);
@@ -221,7 +221,7 @@ TEST_F(ShareCrash, AForkedChildDoesNotKeepTheLocksOfAHandleThatWasReleased) {
 
 // ---- blocks of drivers without marks ----
 
-TEST_F(ShareCrash, AnUnmarkedBlockIsTakenAsItStands) {
+TEST_F(ShareCrashTest, AnUnmarkedBlockIsTakenAsItStands) {
     make_unmarked(block, 3);
     ASSERT_EQ(block.attach(), 0);
     EXPECT_FALSE(block.created);
@@ -233,7 +233,7 @@ TEST_F(ShareCrash, AnUnmarkedBlockIsTakenAsItStands) {
     EXPECT_TRUE(name_stands(block)) << "it counts three more";
 }
 
-TEST_F(ShareCrash, TheLastUserOfAnUnmarkedBlockRemovesIt) {
+TEST_F(ShareCrashTest, TheLastUserOfAnUnmarkedBlockRemovesIt) {
     make_unmarked(block, 0);
     Block other;
     ASSERT_EQ(block.attach(), 0);
@@ -247,7 +247,7 @@ TEST_F(ShareCrash, TheLastUserOfAnUnmarkedBlockRemovesIt) {
 }
 
 // A host with a driver that neither marks nor locks has attached to a marked block.
-TEST_F(ShareCrash, AUserWithoutALockIsNotTakenForDead) {
+TEST_F(ShareCrashTest, AUserWithoutALockIsNotTakenForDead) {
     ASSERT_EQ(block.attach(), 0);
     block.control().registerCache[5] = 0x1234;
     ++block.count();
@@ -284,7 +284,7 @@ bool killed_at_lock(int number, const std::function<void()>& work) {
     return WIFSIGNALED(status);
 }
 
-TEST_F(ShareCrash, AHandleKilledAtAnyLockBlocksNobody) {
+TEST_F(ShareCrashTest, AHandleKilledAtAnyLockBlocksNobody) {
     int kills = 0;
     const auto session = [] {
         Block own;
@@ -306,7 +306,7 @@ TEST_F(ShareCrash, AHandleKilledAtAnyLockBlocksNobody) {
 }
 
 // The users and the count as each interrupted step leaves them.
-TEST_F(ShareCrash, ACounterThatWasNotFinishedIsStillRecognised) {
+TEST_F(ShareCrashTest, ACounterThatWasNotFinishedIsStillRecognised) {
     for (const uint32_t users : {2U, 3U}) {
         Victim first = user();
         {
@@ -326,7 +326,7 @@ TEST_F(ShareCrash, ACounterThatWasNotFinishedIsStillRecognised) {
 // ---- attaching and releasing at the same time ----
 
 // The gate of an object keeps a second handle out until the first has attached.
-TEST_F(ShareCrash, OneAttachesAtATime) {
+TEST_F(ShareCrashTest, OneAttachesAtATime) {
     ASSERT_EQ(block.attach(), 0);
     const int fd = static_cast<int>(block.share.pHandle);
     ASSERT_TRUE(share_enter_gate(fd));
@@ -352,7 +352,7 @@ TEST_F(ShareCrash, OneAttachesAtATime) {
 }
 
 // Between the opening of an object and its lock, the last user removes it.
-TEST_F(ShareCrash, AnObjectThatLosesItsNameIsOpenedAgain) {
+TEST_F(ShareCrashTest, AnObjectThatLosesItsNameIsOpenedAgain) {
     Block other;
     ASSERT_EQ(other.attach(), 0);
     const RestoredOs restored;
@@ -377,7 +377,7 @@ TEST_F(ShareCrash, AnObjectThatLosesItsNameIsOpenedAgain) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareCrash, AFileSystemThatCountsNoLinksKeepsNobody) {
+TEST_F(ShareCrashTest, AFileSystemThatCountsNoLinksKeepsNobody) {
     const RestoredOs restored;
     os_calls.fstat = [](int fd, struct stat* status) {
         const int result = ::fstat(fd, status);
@@ -390,7 +390,7 @@ TEST_F(ShareCrash, AFileSystemThatCountsNoLinksKeepsNobody) {
     EXPECT_EQ(block.release(), 0);
 }
 
-TEST_F(ShareCrash, TheBlockOfAnotherUnderTheOldNameIsNotRemoved) {
+TEST_F(ShareCrashTest, TheBlockOfAnotherUnderTheOldNameIsNotRemoved) {
     ASSERT_EQ(block.attach(), 0);
     ASSERT_EQ(shm_unlink(block.share.objectName), 0); // somebody cleans up by hand
     Block other;
@@ -402,7 +402,7 @@ TEST_F(ShareCrash, TheBlockOfAnotherUnderTheOldNameIsNotRemoved) {
     EXPECT_FALSE(name_stands(other));
 }
 
-TEST_F(ShareCrash, ProcessesThatComeAndGoAtOnceLeaveNothing) {
+TEST_F(ShareCrashTest, ProcessesThatComeAndGoAtOnceLeaveNothing) {
     std::array<pid_t, 6> children{};
     for (pid_t& child : children) {
         child = fork();
@@ -440,7 +440,7 @@ int fail_one_lock(int fd, int command, struct flock* lock) {
     return ::fcntl(fd, command, lock);
 }
 
-class ShareWithoutLocks : public ShareCrash {
+class ShareWithoutLocksTest : public ShareCrashTest {
 protected:
     static void fail(int command, int type, int error) {
         failing_command = command;
@@ -453,7 +453,7 @@ protected:
 
 constexpr std::array kNoLockErrors{EINVAL, ENOLCK, EOPNOTSUPP, ENOSYS, EACCES, EBADF, EIO};
 
-TEST_F(ShareWithoutLocks, WithoutAGateTheBlockHasNoMark) {
+TEST_F(ShareWithoutLocksTest, WithoutAGateTheBlockHasNoMark) {
     for (const int error : kNoLockErrors) {
         SCOPED_TRACE(std::strerror(error));
         fail(F_OFD_SETLKW, F_WRLCK, error);
@@ -470,7 +470,7 @@ TEST_F(ShareWithoutLocks, WithoutAGateTheBlockHasNoMark) {
     }
 }
 
-TEST_F(ShareWithoutLocks, WithoutAHoldTheBlockHasNoMark) {
+TEST_F(ShareWithoutLocksTest, WithoutAHoldTheBlockHasNoMark) {
     for (const int error : kNoLockErrors) {
         SCOPED_TRACE(std::strerror(error));
         fail(F_OFD_SETLK, F_RDLCK, error);
@@ -482,7 +482,7 @@ TEST_F(ShareWithoutLocks, WithoutAHoldTheBlockHasNoMark) {
     }
 }
 
-TEST_F(ShareWithoutLocks, ABlockOfTheDeadIsThenTakenAsItStands) {
+TEST_F(ShareWithoutLocksTest, ABlockOfTheDeadIsThenTakenAsItStands) {
     struct Case {
         int command;
         int type;
@@ -505,7 +505,7 @@ TEST_F(ShareWithoutLocks, ABlockOfTheDeadIsThenTakenAsItStands) {
     }
 }
 
-TEST_F(ShareWithoutLocks, AUserWithoutAHoldIsNotTakenForDead) {
+TEST_F(ShareWithoutLocksTest, AUserWithoutAHoldIsNotTakenForDead) {
     ASSERT_EQ(block.attach(), 0);
     fail(F_OFD_SETLK, F_RDLCK, ENOLCK);
     Block unheld;
@@ -518,7 +518,7 @@ TEST_F(ShareWithoutLocks, AUserWithoutAHoldIsNotTakenForDead) {
     EXPECT_FALSE(name_stands(unheld));
 }
 
-TEST_F(ShareWithoutLocks, AReleaseWithoutAGateGoesByTheCount) {
+TEST_F(ShareWithoutLocksTest, AReleaseWithoutAGateGoesByTheCount) {
     ASSERT_EQ(block.attach(), 0);
     user().die();
     fail(F_OFD_SETLKW, F_WRLCK, ENOLCK);
@@ -526,7 +526,7 @@ TEST_F(ShareWithoutLocks, AReleaseWithoutAGateGoesByTheCount) {
     EXPECT_TRUE(name_stands(block)) << "the dead one counts";
 }
 
-TEST_F(ShareWithoutLocks, AnInterruptedLockIsTakenAgain) {
+TEST_F(ShareWithoutLocksTest, AnInterruptedLockIsTakenAgain) {
     static int interruptions;
     interruptions = 0;
     watch_locks([](int fd, int command, struct flock* lock) {
@@ -544,7 +544,7 @@ TEST_F(ShareWithoutLocks, AnInterruptedLockIsTakenAgain) {
     EXPECT_EQ(block.release(), 0);
 }
 
-TEST_F(ShareWithoutLocks, AMarkThatCannotBeWrittenLeavesNothingBehind) {
+TEST_F(ShareWithoutLocksTest, AMarkThatCannotBeWrittenLeavesNothingBehind) {
     for (const int error : {ENOSPC, EDQUOT, EFBIG, EIO, EINVAL}) {
         SCOPED_TRACE(std::strerror(error));
         failing_errno = error;
@@ -562,7 +562,7 @@ TEST_F(ShareWithoutLocks, AMarkThatCannotBeWrittenLeavesNothingBehind) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(ShareWithoutLocks, ABlockThatCannotBeMappedLeavesNothingBehind) {
+TEST_F(ShareWithoutLocksTest, ABlockThatCannotBeMappedLeavesNothingBehind) {
     os_calls.mmap = [](void*, size_t, int, int, int, off_t) { return MAP_FAILED; };
     EXPECT_EQ(block.attach(), -164);
     EXPECT_FALSE(name_stands(block));

@@ -28,15 +28,13 @@ int calls;
 off_t asked_from;
 off_t asked_length;
 
-class ShareFull : public testing::Test {
+class ShareFullTest : public testing::Test {
 protected:
     int32_t attach(uint32_t size = SHARE_CONTROL_SIZE) {
         share.size = size;
         return sys_ShareAlloc(&names, &share, &created);
     }
-    bool name_is_free() const {
-        return !std::filesystem::exists(std::string("/dev/shm/") + share.objectName);
-    }
+    static bool folder_is_empty() { return std::filesystem::is_empty("/dev/shm"); }
 
     LeakGuard leaks;
     RestoredOs restored;
@@ -46,7 +44,7 @@ protected:
     bool created = false;
 };
 
-TEST_F(ShareFull, AsksForWhatIsTouchedOnly) {
+TEST_F(ShareFullTest, AsksForWhatIsTouchedOnly) {
     os_calls.posix_fallocate = [](int fd, off_t from, off_t length) {
         asked_from = from;
         asked_length = length;
@@ -64,7 +62,7 @@ TEST_F(ShareFull, AsksForWhatIsTouchedOnly) {
     EXPECT_EQ(sys_ShareFree(&share), 0);
 }
 
-TEST_F(ShareFull, EachErrorLeavesNothingBehind) {
+TEST_F(ShareFullTest, EachErrorLeavesNothingBehind) {
     os_calls.posix_fallocate = [](int, off_t, off_t) { return failing_errno; };
     for (const int error : {ENOSPC, EFBIG, EIO, EINVAL, ENODEV, EBADF}) {
         SCOPED_TRACE(std::strerror(error));
@@ -73,26 +71,26 @@ TEST_F(ShareFull, EachErrorLeavesNothingBehind) {
             EXPECT_EQ(attach(size), -164);
             EXPECT_EQ(share.pMemory, nullptr);
             EXPECT_EQ(share.pHandle, 0);
-            EXPECT_TRUE(name_is_free());
+            EXPECT_TRUE(folder_is_empty());
         }
     }
 }
 
-TEST_F(ShareFull, ABlockThatStandsThereIsLeftAsItWas) {
+TEST_F(ShareFullTest, ABlockThatStandsThereIsLeftAsItWas) {
     ASSERT_EQ(attach(), 0);
     std::strcpy(static_cast<char*>(share.pMemory), "content");
     os_calls.posix_fallocate = [](int, off_t, off_t) { return ENOSPC; };
     ShareInform other{};
     other.size = SHARE_CONTROL_SIZE;
     EXPECT_EQ(sys_ShareAlloc(&names, &other, &created), -164);
-    EXPECT_FALSE(name_is_free());
+    EXPECT_FALSE(folder_is_empty());
     EXPECT_STREQ(static_cast<char*>(share.pMemory), "content");
     EXPECT_EQ(sys_ShareFree(&share), 0);
-    EXPECT_TRUE(name_is_free());
+    EXPECT_TRUE(folder_is_empty());
 }
 
 // A host with timers is interrupted at any time.
-TEST_F(ShareFull, AnInterruptedCallIsMadeAgain) {
+TEST_F(ShareFullTest, AnInterruptedCallIsMadeAgain) {
     calls = 0;
     os_calls.posix_fallocate = [](int fd, off_t from, off_t length) {
         return ++calls < 5 ? EINTR : ::posix_fallocate(fd, from, length);
@@ -102,10 +100,10 @@ TEST_F(ShareFull, AnInterruptedCallIsMadeAgain) {
     EXPECT_EQ(sys_ShareFree(&share), 0);
 }
 
-TEST_F(ShareFull, WithoutLocksASizeThatCannotBeHadLeavesNothingBehind) {
+TEST_F(ShareFullTest, WithoutLocksASizeThatCannotBeHadLeavesNothingBehind) {
     os_calls.ftruncate = [](int, off_t) { return -1; };
     EXPECT_EQ(attach(100), -164);
-    EXPECT_TRUE(name_is_free());
+    EXPECT_TRUE(folder_is_empty());
 }
 
 // ---- a file system that really is full ----
@@ -180,7 +178,7 @@ bool fails_on_an_empty_block_of_another() {
     return failed && fstat(fd, &status) == 0 && status.st_nlink == 1;
 }
 
-TEST(ShareFullDisk, AFullDiskIsAnErrorCode) {
+TEST(ShareFullDiskTest, AFullDiskIsAnErrorCode) {
     struct Case {
         unsigned pages;
         unsigned taken;

@@ -30,16 +30,16 @@ bool is_clear(const JSC_Control& control) {
 }
 
 // A block of the pod, in use.
-class SharePod : public testing::Test {
+class SharePodTest : public testing::Test {
 protected:
-    SharePod() {
+    SharePodTest() {
         EXPECT_EQ(block.attach_for(kPod), 0);
         EXPECT_TRUE(block.created);
         block.control().registerCache[5] = 0x1234;
         block.control().ctlrSoftUsed = 1;
         block.control().ctlrHardUsed = 1;
     }
-    ~SharePod() override {
+    ~SharePodTest() override {
         EXPECT_EQ(block.release(), 0);
         EXPECT_FALSE(name_stands(block));
     }
@@ -47,7 +47,7 @@ protected:
     Block block;
 };
 
-TEST_F(SharePod, TheBlockSaysWhosePodItIs) {
+TEST_F(SharePodTest, TheBlockSaysWhosePodItIs) {
     EXPECT_TRUE(equal(block.mark().pod, kPod));
     EXPECT_FALSE(share_is_of_other_pod(block.object(), kPod));
     PodIdentity other = kPod;
@@ -65,7 +65,7 @@ TEST_F(SharePod, TheBlockSaysWhosePodItIs) {
     EXPECT_FALSE(share_is_of_other_pod(block.object(), PodIdentity{}));
 }
 
-TEST_F(SharePod, HandlesOfThePodShareIt) {
+TEST_F(SharePodTest, HandlesOfThePodShareIt) {
     Block other;
     ASSERT_EQ(other.attach_for(kPod), 0);
     EXPECT_FALSE(other.created);
@@ -75,7 +75,7 @@ TEST_F(SharePod, HandlesOfThePodShareIt) {
     EXPECT_TRUE(name_stands(block));
 }
 
-TEST_F(SharePod, AHandleThatKnowsNoPodSharesIt) {
+TEST_F(SharePodTest, AHandleThatKnowsNoPodSharesIt) {
     Block other;
     ASSERT_EQ(other.attach(), 0);
     EXPECT_FALSE(other.created);
@@ -83,7 +83,7 @@ TEST_F(SharePod, AHandleThatKnowsNoPodSharesIt) {
     EXPECT_EQ(other.release(), 0);
 }
 
-TEST_F(SharePod, AHandleOfAFreshPodHasABlockOfItsOwn) {
+TEST_F(SharePodTest, AHandleOfAFreshPodHasABlockOfItsOwn) {
     Block fresh;
     ASSERT_EQ(fresh.attach_for(kFreshPod), 0);
     EXPECT_TRUE(fresh.created);
@@ -104,7 +104,7 @@ TEST_F(SharePod, AHandleOfAFreshPodHasABlockOfItsOwn) {
     EXPECT_FALSE(name_stands(block));
 }
 
-TEST_F(SharePod, TheOldHandlesLeaveTheNewBlockAlone) {
+TEST_F(SharePodTest, TheOldHandlesLeaveTheNewBlockAlone) {
     Block fresh;
     ASSERT_EQ(fresh.attach_for(kFreshPod), 0);
     EXPECT_EQ(block.release(), 0);
@@ -114,7 +114,7 @@ TEST_F(SharePod, TheOldHandlesLeaveTheNewBlockAlone) {
 }
 
 // The folder lets only its owner remove a block.
-TEST_F(SharePod, ABlockThatKeepsItsNameIsClearedInPlace) {
+TEST_F(SharePodTest, ABlockThatKeepsItsNameIsClearedInPlace) {
     const RestoredOs restored;
     os_calls.shm_unlink = [](const char*) {
         errno = EPERM;
@@ -132,7 +132,7 @@ TEST_F(SharePod, ABlockThatKeepsItsNameIsClearedInPlace) {
     EXPECT_TRUE(name_stands(block));
 }
 
-TEST_F(SharePod, AnUnmarkedBlockIsTakenWhateverItsPod) {
+TEST_F(SharePodTest, AnUnmarkedBlockIsTakenWhateverItsPod) {
     block.mark().text = 0;
     Block fresh;
     ASSERT_EQ(fresh.attach_for(kFreshPod), 0);
@@ -141,7 +141,7 @@ TEST_F(SharePod, AnUnmarkedBlockIsTakenWhateverItsPod) {
     EXPECT_EQ(fresh.release(), 0);
 }
 
-TEST(SharePodUnknown, TheFirstThatKnowsThePodSaysIt) {
+TEST(SharePodUnknownTest, TheFirstThatKnowsThePodSaysIt) {
     const LeakGuard leaks;
     Block block;
     ASSERT_EQ(block.attach(), 0);
@@ -153,7 +153,7 @@ TEST(SharePodUnknown, TheFirstThatKnowsThePodSaysIt) {
     EXPECT_EQ(block.release(), 0);
 }
 
-TEST(SharePodUnknown, ABlockOfTheDeadBelongsToThePodOfWhoMakesItAnew) {
+TEST(SharePodUnknownTest, ABlockOfTheDeadBelongsToThePodOfWhoMakesItAnew) {
     const LeakGuard leaks;
     Victim([] {
         static Block own;

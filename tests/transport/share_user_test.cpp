@@ -31,9 +31,9 @@ mode_t mode_of(const ShareInform& share) {
     return status.st_mode & 07777;
 }
 
-class ShareUser : public testing::Test {
+class ShareUserTest : public testing::Test {
 protected:
-    ~ShareUser() override { umask(mask); }
+    ~ShareUserTest() override { umask(mask); }
 
     LeakGuard leaks;
     RestoredOs restored;
@@ -42,7 +42,7 @@ protected:
     bool created = false;
 };
 
-TEST_F(ShareUser, TheFileMaskDoesNotKeepOthersOut) {
+TEST_F(ShareUserTest, TheFileMaskDoesNotKeepOthersOut) {
     for (const uint32_t size : {uint32_t{SHARE_CONTROL_SIZE}, 100U}) {
         ASSERT_EQ(attach(&share, &created, size), 0);
         EXPECT_EQ(mode_of(share), 0666U);
@@ -50,7 +50,7 @@ TEST_F(ShareUser, TheFileMaskDoesNotKeepOthersOut) {
     }
 }
 
-TEST_F(ShareUser, TheModeOfABlockThatStandsThereStays) {
+TEST_F(ShareUserTest, TheModeOfABlockThatStandsThereStays) {
     ASSERT_EQ(attach(&share, &created), 0);
     ASSERT_EQ(fchmod(static_cast<int>(share.pHandle), 0640), 0);
     ShareInform other{};
@@ -60,7 +60,7 @@ TEST_F(ShareUser, TheModeOfABlockThatStandsThereStays) {
     EXPECT_EQ(sys_ShareFree(&share), 0);
 }
 
-TEST_F(ShareUser, AModeThatCannotBeSetIsNoError) {
+TEST_F(ShareUserTest, AModeThatCannotBeSetIsNoError) {
     os_calls.fchmod = [](int, mode_t) {
         errno = EPERM;
         return -1;
@@ -72,7 +72,7 @@ TEST_F(ShareUser, AModeThatCannotBeSetIsNoError) {
 }
 
 // What a kernel with protected regular files answers for another user's object.
-TEST_F(ShareUser, AnObjectThatMayNotBeOpenedWithCreateIsOpenedWithout) {
+TEST_F(ShareUserTest, AnObjectThatMayNotBeOpenedWithCreateIsOpenedWithout) {
     ShareInform other{};
     ASSERT_EQ(attach(&other, &created), 0);
     os_calls.shm_open = [](const char* name, int flags, mode_t mode) {
@@ -89,7 +89,7 @@ TEST_F(ShareUser, AnObjectThatMayNotBeOpenedWithCreateIsOpenedWithout) {
     EXPECT_EQ(attach(&share, &created), -164) << "nothing is made without create";
 }
 
-TEST_F(ShareUser, OtherFailuresToOpenAreFinal) {
+TEST_F(ShareUserTest, OtherFailuresToOpenAreFinal) {
     static int opens;
     for (const int error : {EMFILE, ENFILE, ENOSPC, EPERM, ENOMEM, EROFS}) {
         static int failing_errno;
@@ -118,7 +118,7 @@ int as_user(uid_t user, Work work) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
-TEST_F(ShareUser, TwoUsersShareABlock) {
+TEST_F(ShareUserTest, TwoUsersShareABlock) {
     if (as_user(40001, [] { return true; }) != 0) {
         GTEST_SKIP() << "this user may not become another one";
     }
