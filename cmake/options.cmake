@@ -4,6 +4,7 @@ option(TALVOR_BUILD_BENCH "Build the benchmarks" ON)
 option(TALVOR_WERROR "Treat warnings as errors" OFF)
 option(TALVOR_COVERAGE "Instrument for coverage reports" OFF)
 option(TALVOR_MEMCHECK "Run the test programs under valgrind" OFF)
+option(TALVOR_FUZZ "Build the fuzzers" OFF)
 
 set(TALVOR_SANITIZE OFF CACHE STRING
   "Build everything with sanitizers: OFF; address (with undefined; ON means the same); thread")

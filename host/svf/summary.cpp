@@ -1,8 +1,20 @@
 #include "host/svf/summary.h"
 
 #include <algorithm>
+#include <limits>
 
 namespace talvor::svf {
+
+namespace {
+
+// Few statements bring these sums to their end, where they stay.
+template <typename Count>
+Count added(Count sum, Count more) {
+    constexpr Count kMost = std::numeric_limits<Count>::max();
+    return sum > kMost - more ? kMost : sum + more;
+}
+
+} // namespace
 
 void Summary::count(const Step& step) {
     ++statements;
@@ -20,8 +32,8 @@ void Summary::count(const Step& step) {
         ++state_moves;
         break;
     case Step::Kind::Run:
-        run_clocks += step.run.clocks;
-        run_time += step.run.min_time;
+        run_clocks = added(run_clocks, step.run.clocks);
+        run_time = std::chrono::nanoseconds(added(run_time.count(), step.run.min_time.count()));
         break;
     case Step::Kind::Nothing:
     case Step::Kind::Frequency:

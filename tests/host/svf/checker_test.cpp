@@ -42,6 +42,19 @@ TEST(CheckerTest, CountsWhatTheFileHolds) {
     EXPECT_TRUE(port.log.empty());
 }
 
+TEST(CheckerTest, SumsOfRunsStayAtTheirEnd) {
+    std::string text;
+    for (int i = 0; i < 120; ++i) { // each some 925 days
+        text += "RUNTEST IDLE 9223372036854775807 TCK 8E7 SEC;";
+    }
+    TextSource source(text);
+    RecordingPort port;
+    const Result<Summary> summary = check(source, port);
+    ASSERT_TRUE(summary) << headline(summary.error());
+    EXPECT_EQ(summary->run_time, std::chrono::nanoseconds::max());
+    EXPECT_EQ(summary->run_clocks, UINT64_MAX);
+}
+
 TEST(CheckerTest, ChecksAgainFromTheStart) {
     TextSource source("SIR 8 TDI (1);");
     const NullPort port;

@@ -1,0 +1,123 @@
+// SVF: reading, checking, planning and playing a file. The input is the file.
+#include "fuzz/base/check.h"
+#include "fuzz/base/heap_meter.h"
+#include "fuzz/targets.h"
+#include "host/jtag/null_port.h"
+#include "host/svf/checker.h"
+#include "host/svf/player.h"
+
+#include <string>
+
+namespace talvor::fuzz {
+namespace {
+
+constexpr const char* kName = "a.svf";
+constexpr uint64_t kMostBits = 1U << 16;
+// Six statements with three values each are remembered, one more is read, and a scan is joined from
+// three and its answer kept; the rest is for texts, tokens and the answer's own copies.
+constexpr size_t kMostBytes = (size_t{6} * 3 + 4 + 2 * 3 + 8) * (kMostBits / 8) * 2 + (1U << 20);
+
+// Takes everything, as a port with nothing behind it, and holds the player to what a port asks of
+// its callers.
+class StrictPort final : public JtagPort {
+public:
+    uint64_t scans = 0;
+    uint64_t bits = 0;
+
+    [[nodiscard]] Status can_scan(ScanPath, uint64_t length, bool) const override {
+        FUZZ_CHECK(length != 0 && length <= 3 * kMostBits, "a scan of a length that is allowed");
+        return {};
+    }
+    [[nodiscard]] Status can_run(StableState, uint64_t, ClockLine) const override { return {}; }
+    [[nodiscard]] Status can_set_trst(TrstLevel) const override { return {}; }
+    [[nodiscard]] Status can_set_max_frequency(std::optional<double> hertz) const override {
+        FUZZ_CHECK(!hertz || *hertz > 0, "a frequency above 0");
+        return {};
+    }
+
+    [[nodiscard]] Status reset_tap() override { return {}; }
+    [[nodiscard]] Status move(StableState) override { return {}; }
+    [[nodiscard]] Status scan(const Scan& scan) override {
+        FUZZ_CHECK(scan.out != nullptr && !scan.out->empty(), "a scan has bits");
+        const Result<Bits> again = Bits::from_hex(scan.out->to_hex(), scan.out->size());
+        FUZZ_CHECK(again && *again == *scan.out, "bits are the same after a trip through text");
+        ++scans;
+        bits += scan.out->size();
+        if (scan.in != nullptr) {
+            *scan.in = *scan.out;
+        }
+        return {};
+    }
+    [[nodiscard]] Status run(StableState, uint64_t, std::chrono::nanoseconds at_least) override {
+        FUZZ_CHECK(at_least.count() >= 0, "a time is not negative");
+        return {};
+    }
+    [[nodiscard]] Status set_trst(TrstLevel) override { return {}; }
+    [[nodiscard]] Status set_max_frequency(std::optional<double> hertz) override {
+        return can_set_max_frequency(hertz);
+    }
+    [[nodiscard]] Status flush() override { return {}; }
+};
+
+// The first piece of each line's number in "a.svf:12".
+void check_place(const Error& error, std::string_view text) {
+    check_error(error, kName);
+    const auto lines = static_cast<uint64_t>(std::count(text.begin(), text.end(), '\n')) + 1;
+    const std::string number = error.thing.substr(std::string_view(kName).size() + 1);
+    FUZZ_CHECK(std::stoull(number) >= 1 && std::stoull(number) <= lines,
+               "an error names a line of the file: " + error.thing);
+}
+
+Result<svf::Summary> check_in_pieces(std::string_view text, size_t piece_bytes) {
+    svf::TextSource source(text, kName, piece_bytes);
+    const StrictPort port;
+    return svf::check(source, port, {.limits = {kMostBits}, .progress = {}});
+}
+
+void check_playing(std::string_view text, const Result<svf::Summary>& checked) {
+    svf::TextSource source(text, kName);
+    StrictPort port;
+    uint64_t told = 0;
+    svf::PlayOptions options;
+    options.limits = {kMostBits};
+    options.keep_going = true;
+    options.on_mismatch = [&told](const svf::Mismatch& mismatch) {
+        ++told;
+        FUZZ_CHECK(mismatch.differing_bits != 0 && !mismatch.first_bits.empty(),
+                   "a mismatch has bits that differ");
+        check_error(svf::to_error(mismatch, kName), kName);
+    };
+    const Result<svf::PlayReport> played = svf::play(source, port, options);
+    FUZZ_CHECK(played.has_value() == checked.has_value(), "what was checked can be played");
+    if (!played) {
+        FUZZ_CHECK(played.error() == checked.error(), "both passes find the same fault");
+        return;
+    }
+    FUZZ_CHECK(played->summary == *checked, "both passes count the same");
+    FUZZ_CHECK(port.scans == checked->ir_scans + checked->dr_scans, "every scan was shifted");
+    FUZZ_CHECK(port.bits == checked->ir_bits + checked->dr_bits, "every bit was shifted");
+    FUZZ_CHECK(told == played->mismatches && played->complete, "every mismatch was told");
+    FUZZ_CHECK(checked->run_time.count() >= 0, "a sum of times is not negative");
+}
+
+} // namespace
+
+void run_svf(Bytes input) {
+    const std::string_view text = text_of(input);
+    const HeapMeter meter;
+    const Result<svf::Summary> checked = check_in_pieces(text, SIZE_MAX);
+    if (checked) {
+        FUZZ_CHECK(checked->bytes == text.size(), "a good file was read to its end");
+    } else {
+        check_place(checked.error(), text);
+    }
+    for (const size_t piece_bytes : {size_t{1}, size_t{7}}) {
+        FUZZ_CHECK(check_in_pieces(text, piece_bytes) == checked,
+                   "how a file is cut into pieces does not matter");
+    }
+    check_playing(text, checked);
+    FUZZ_CHECK(meter.peak_bytes() <= kMostBytes,
+               "memory is bounded: " + std::to_string(meter.peak_bytes()) + " bytes");
+}
+
+} // namespace talvor::fuzz

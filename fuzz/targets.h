@@ -1,0 +1,27 @@
+// What can be fuzzed. Each target takes any bytes, gives them to the code that reads such bytes
+// from outside, and ends the process when something does not hold (fuzz/base/check.h). It leaves
+// nothing behind: the next input finds what the first one found.
+//
+// The fuzzer runs a target as a program of its own (fuzz/fuzzer.cpp), and the tests replay the
+// files of fuzz/corpus/NAME through the same function (tests/fuzz).
+#pragma once
+
+#include "fuzz/base/input.h"
+
+#include <array>
+#include <string_view>
+
+namespace talvor::fuzz {
+
+void run_svf(Bytes input); // an SVF file
+
+struct Target {
+    std::string_view name; // of its corpus and its program
+    void (*run)(Bytes input);
+};
+
+inline constexpr std::array kTargets{
+    Target{"svf", run_svf},
+};
+
+} // namespace talvor::fuzz
