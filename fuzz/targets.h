@@ -14,6 +14,7 @@
 namespace talvor::fuzz {
 
 void run_svf(Bytes input); // an SVF file
+void run_vcd(Bytes input); // a value change dump
 
 struct Target {
     std::string_view name; // of its corpus and its program
@@ -22,6 +23,7 @@ struct Target {
 
 inline constexpr std::array kTargets{
     Target{"svf", run_svf},
+    Target{"vcd", run_vcd},
 };
 
 } // namespace talvor::fuzz

@@ -190,7 +190,8 @@ private:
         uint64_t number = 0;
         const auto [rest, error] = std::from_chars(text.data(), text.data() + text.size(), number);
         for (const Unit& unit : kUnits) {
-            if (error == std::errc() && unit.name == rest) {
+            if (error == std::errc() && unit.name == rest && number != 0 &&
+                number <= UINT64_MAX / unit.ps) {
                 tick_ps_ = number * unit.ps;
                 return {};
             }
@@ -258,6 +259,10 @@ private:
             std::from_chars(digits.data(), digits.data() + digits.size(), time);
         if (error != std::errc() || end != digits.data() + digits.size()) {
             return bad(fmt::format("'#{}' is no time", digits.substr(0, kShownWord)));
+        }
+        if (time > UINT64_MAX / tick_ps_) {
+            return bad(fmt::format("'#{}' is later than {} s", digits.substr(0, kShownWord),
+                                   UINT64_MAX / 1'000'000'000'000));
         }
         if (time * tick_ps_ < time_ps_) {
             return bad("the time goes backwards");

@@ -145,6 +145,18 @@ TEST(VcdTest, NamesWhatIsWrong) {
     EXPECT_EQ(message(kHeader + "#5\n$var\n"), "t.vcd:8: '$var' has no place among values");
 }
 
+TEST(VcdTest, ATimeThatDoesNotFitIsNamed) {
+    const std::string in_seconds = "$timescale 1 s $end" + kHeader.substr(kHeader.find("\n$var"));
+    const Result<Waveform> wave = read(in_seconds + "#0\n0!\n#18446744\n1!\n");
+    ASSERT_TRUE(wave) << headline(wave.error());
+    EXPECT_EQ(wave->samples.at(0).time_ps, 18'446'744'000'000'000'000U);
+    EXPECT_EQ(message(in_seconds + "#18446745\n1!\n"),
+              "t.vcd:7: '#18446745' is later than 18446744 s");
+    EXPECT_EQ(message("$timescale 99999999999 s $end"),
+              "t.vcd:1: '99999999999s' is no time scale that a trace has");
+    EXPECT_EQ(message("$timescale 0 ns $end"), "t.vcd:1: '0ns' is no time scale that a trace has");
+}
+
 TEST(VcdTest, AMissingFileIsNamed) {
     const Result<Waveform> wave = read_vcd_file("/nonexistent/t.vcd");
     ASSERT_FALSE(wave);
