@@ -13,9 +13,10 @@
 
 namespace talvor::fuzz {
 
-void run_svf(Bytes input);  // an SVF file
-void run_toml(Bytes input); // a description of pods, and a board
-void run_vcd(Bytes input);  // a value change dump
+void run_control(Bytes input); // requests to the control socket, and a script
+void run_svf(Bytes input);     // an SVF file
+void run_toml(Bytes input);    // a description of pods, and a board
+void run_vcd(Bytes input);     // a value change dump
 
 struct Target {
     std::string_view name; // of its corpus and its program
@@ -23,6 +24,7 @@ struct Target {
 };
 
 inline constexpr std::array kTargets{
+    Target{"control", run_control},
     Target{"svf", run_svf},
     Target{"toml", run_toml},
     Target{"vcd", run_vcd},
