@@ -13,6 +13,7 @@
 
 namespace talvor::fuzz {
 
+void run_bitbang(Bytes input); // answers of an external target
 void run_control(Bytes input); // requests to the control socket, and a script
 void run_svf(Bytes input);     // an SVF file
 void run_toml(Bytes input);    // a description of pods, and a board
@@ -24,10 +25,8 @@ struct Target {
 };
 
 inline constexpr std::array kTargets{
-    Target{"control", run_control},
-    Target{"svf", run_svf},
-    Target{"toml", run_toml},
-    Target{"vcd", run_vcd},
+    Target{"bitbang", run_bitbang}, Target{"control", run_control}, Target{"svf", run_svf},
+    Target{"toml", run_toml},       Target{"vcd", run_vcd},
 };
 
 } // namespace talvor::fuzz
