@@ -13,6 +13,7 @@
 
 namespace talvor::fuzz {
 
+void run_batch(Bytes input);   // batches for a simulated pod
 void run_bitbang(Bytes input); // answers of an external target
 void run_control(Bytes input); // requests to the control socket, and a script
 void run_svf(Bytes input);     // an SVF file
@@ -25,8 +26,8 @@ struct Target {
 };
 
 inline constexpr std::array kTargets{
-    Target{"bitbang", run_bitbang}, Target{"control", run_control}, Target{"svf", run_svf},
-    Target{"toml", run_toml},       Target{"vcd", run_vcd},
+    Target{"batch", run_batch}, Target{"bitbang", run_bitbang}, Target{"control", run_control},
+    Target{"svf", run_svf},     Target{"toml", run_toml},       Target{"vcd", run_vcd},
 };
 
 } // namespace talvor::fuzz
