@@ -13,12 +13,13 @@
 
 namespace talvor::fuzz {
 
-void run_batch(Bytes input);   // batches for a simulated pod
-void run_bitbang(Bytes input); // answers of an external target
-void run_control(Bytes input); // requests to the control socket, and a script
-void run_svf(Bytes input);     // an SVF file
-void run_toml(Bytes input);    // a description of pods, and a board
-void run_vcd(Bytes input);     // a value change dump
+void run_batch(Bytes input);         // batches for a simulated pod
+void run_bitbang(Bytes input);       // answers of an external target
+void run_configuration(Bytes input); // the keys of a board, as a host's table gives them
+void run_control(Bytes input);       // requests to the control socket, and a script
+void run_svf(Bytes input);           // an SVF file
+void run_toml(Bytes input);          // a description of pods, and a board
+void run_vcd(Bytes input);           // a value change dump
 
 struct Target {
     std::string_view name; // of its corpus and its program
@@ -26,8 +27,13 @@ struct Target {
 };
 
 inline constexpr std::array kTargets{
-    Target{"batch", run_batch}, Target{"bitbang", run_bitbang}, Target{"control", run_control},
-    Target{"svf", run_svf},     Target{"toml", run_toml},       Target{"vcd", run_vcd},
+    Target{"batch", run_batch},
+    Target{"bitbang", run_bitbang},
+    Target{"configuration", run_configuration},
+    Target{"control", run_control},
+    Target{"svf", run_svf},
+    Target{"toml", run_toml},
+    Target{"vcd", run_vcd},
 };
 
 } // namespace talvor::fuzz
