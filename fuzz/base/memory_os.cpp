@@ -16,12 +16,36 @@ namespace {
 MemoryOs* active = nullptr;
 constexpr size_t kMostHeapBytes = size_t{1} << 20; // no single block of the driver is larger
 
+// One of each size.
+std::map<size_t, std::unique_ptr<uint8_t[]>>& spare_memory() {
+    static std::map<size_t, std::unique_ptr<uint8_t[]>> spare;
+    return spare;
+}
+
 int fails(int error) {
     errno = error;
     return -1;
 }
 
 } // namespace
+
+MemoryOs::Memory::Memory(size_t bytes) : size_(bytes) {
+    std::unique_ptr<uint8_t[]>& spare = spare_memory()[bytes];
+    if (spare != nullptr) {
+        bytes_ = std::move(spare);
+        std::memset(bytes_.get(), 0, bytes);
+    } else {
+        bytes_ = std::make_unique<uint8_t[]>(bytes);
+    }
+}
+
+MemoryOs::Memory::~Memory() {
+    spare_memory()[size_] = std::move(bytes_);
+}
+
+uint8_t* MemoryOs::memory_of(const Object& object) {
+    return object.memory != nullptr ? object.memory->get() : nullptr;
+}
 
 MemoryOs::Semaphore::Semaphore(std::string title, unsigned value) : name(std::move(title)) {
     sem_init(&semaphore, 0, value);
@@ -83,7 +107,7 @@ struct MemoryCalls {
     static void resize(MemoryOs::Object& object, size_t bytes) {
         FUZZ_CHECK(object.bytes == 0 || object.bytes == bytes, "an object is sized once");
         if (object.bytes == 0) {
-            object.memory = std::make_unique<uint8_t[]>(bytes);
+            object.memory = std::make_unique<MemoryOs::Memory>(bytes);
             object.bytes = bytes;
         }
     }
@@ -104,9 +128,9 @@ struct MemoryCalls {
                      off_t offset) {
         const std::shared_ptr<MemoryOs::Object>& object = *at(fd);
         FUZZ_CHECK(offset == 0 && length <= object->bytes, "nothing is mapped beyond its object");
-        FUZZ_CHECK(active->mappings_.emplace(object->memory.get(), object).second,
-                   "an object is mapped once");
-        return object->memory.get();
+        uint8_t* const memory = MemoryOs::memory_of(*object);
+        FUZZ_CHECK(active->mappings_.emplace(memory, object).second, "an object is mapped once");
+        return memory;
     }
     static int unmap(void* address, size_t /*length*/) {
         FUZZ_CHECK(active->mappings_.erase(address) == 1, "what is unmapped was mapped");
@@ -176,7 +200,7 @@ struct MemoryCalls {
     static ssize_t write(int fd, const void* bytes, size_t count, off_t offset) {
         MemoryOs::Object& object = **at(fd);
         resize(object, static_cast<size_t>(offset) + count);
-        std::memcpy(object.memory.get() + offset, bytes, count);
+        std::memcpy(MemoryOs::memory_of(object) + offset, bytes, count);
         return static_cast<ssize_t>(count);
     }
     static int reserve(int fd, off_t offset, off_t length) {
@@ -230,8 +254,8 @@ uint8_t* MemoryOs::make_object(const std::string& name, size_t bytes) {
     auto object = std::make_shared<Object>();
     object->inode = ++inodes_;
     object->bytes = bytes;
-    object->memory = bytes != 0 ? std::make_unique<uint8_t[]>(bytes) : nullptr;
-    uint8_t* const memory = object->memory.get();
+    object->memory = bytes != 0 ? std::make_unique<Memory>(bytes) : nullptr;
+    uint8_t* const memory = memory_of(*object);
     objects_[name] = std::move(object);
     return memory;
 }

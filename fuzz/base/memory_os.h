@@ -37,8 +37,22 @@ public:
     void check_nothing_left() const;
 
 private:
+    // Memory that is 0 at first. Large pieces are kept for the next one: fresh pages cost more than
+    // all the rest of a run.
+    class Memory {
+    public:
+        explicit Memory(size_t bytes);
+        ~Memory();
+        Memory(const Memory&) = delete;
+        Memory& operator=(const Memory&) = delete;
+        uint8_t* get() const { return bytes_.get(); }
+
+    private:
+        std::unique_ptr<uint8_t[]> bytes_;
+        size_t size_;
+    };
     struct Object {
-        std::unique_ptr<uint8_t[]> memory;
+        std::unique_ptr<Memory> memory;
         size_t bytes = 0;
         uint64_t inode = 0;
         bool named = true;
@@ -53,6 +67,7 @@ private:
     };
     friend struct MemoryCalls;
 
+    static uint8_t* memory_of(const Object& object);
     std::shared_ptr<Object> find(const std::string& name) const;
 
     OsCalls before_;
