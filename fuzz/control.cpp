@@ -122,7 +122,7 @@ void check_socket(std::string_view text) {
     std::string expected;
     auto socket = control::Socket::listen(folder->path() + "/control", [&](std::string_view line) {
         heard.emplace_back(line);
-        const std::string answer = answer_to(line);
+        std::string answer = answer_to(line);
         FUZZ_CHECK(answer.find('\n') == answer.npos, "an answer is one line");
         expected += answer + "\n";
         return answer;

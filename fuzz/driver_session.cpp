@@ -180,7 +180,10 @@ JTI_Error DriverHost::operate(Input& input) {
     if (slot >= 28 && slot <= 33) {
         return checked(use_log(input, slot));
     }
-    return checked(slot >= 51 ? access_register(input, slot) : set_or_ask(input, slot));
+    if (slot >= 51) {
+        return checked(access_register(input, slot));
+    }
+    return checked(slot <= 10 ? use_pins(input, slot) : ask(input, slot));
 }
 
 JTI_Error DriverHost::move(Input& input) {
@@ -214,7 +217,16 @@ JTI_Error DriverHost::scan(Input& input, uint8_t slot) {
                         : table_->ScanRecv16(handle_, &command, &param);
 }
 
-JTI_Error DriverHost::set_or_ask(Input& input, uint8_t slot) {
+JTI_Error DriverHost::use_ambles(Input& input, uint8_t slot) {
+    JSC_JtagAmbleDelay amble{};
+    amble.useAmbles = true;
+    amble.preAmbleIR = amble.posAmbleDR = input.byte();
+    amble.posAmbleIR = amble.preAmbleDR = input.byte();
+    return slot == 4 ? table_->GetAmbleDelay(handle_, &amble)
+                     : table_->PutAmbleDelay(handle_, &amble);
+}
+
+JTI_Error DriverHost::use_pins(Input& input, uint8_t slot) {
     bool flag = false;
     uint32_t word = 0;
     switch (slot) {
@@ -224,14 +236,8 @@ JTI_Error DriverHost::set_or_ask(Input& input, uint8_t slot) {
         return table_->ModifyTrstn(handle_, static_cast<JSC_JtagPin>(input.up_to(3)),
                                    input.byte() & 1U, 0);
     case 4:
-    case 5: {
-        JSC_JtagAmbleDelay amble{};
-        amble.useAmbles = true;
-        amble.preAmbleIR = amble.posAmbleDR = input.byte();
-        amble.posAmbleIR = amble.preAmbleDR = input.byte();
-        return slot == 4 ? table_->GetAmbleDelay(handle_, &amble)
-                         : table_->PutAmbleDelay(handle_, &amble);
-    }
+    case 5:
+        return use_ambles(input, slot);
     case 6:
         return table_->GetLinkDelay(handle_, &word, &word, &word);
     case 7:
@@ -240,37 +246,43 @@ JTI_Error DriverHost::set_or_ask(Input& input, uint8_t slot) {
         return table_->WaitForTclk(handle_, input.byte());
     case 9:
         return table_->HoldFreeOuts(handle_, false, false, (input.byte() & 1U) != 0, false);
-    case 10:
+    default:
         return table_->TimingEdge(handle_, true, true);
-    case 34: {
-        const uint8_t bits = input.byte();
-        JSC_ResetAction reset{(bits & 1U) != 0, (bits & 2U) != 0,  (bits & 4U) != 0,
-                              (bits & 8U) != 0, (bits & 16U) != 0, (bits & 32U) != 0};
-        return table_->Reset(handle_, &reset);
     }
+}
+
+JTI_Error DriverHost::reset(uint8_t bits) {
+    JSC_ResetAction action{(bits & 1U) != 0, (bits & 2U) != 0,  (bits & 4U) != 0,
+                           (bits & 8U) != 0, (bits & 16U) != 0, (bits & 32U) != 0};
+    return table_->Reset(handle_, &action);
+}
+
+JTI_Error DriverHost::ask(Input& input, uint8_t slot) {
+    bool flag = false;
+    uint32_t word = 0;
+    JSC_AdjustStuff adjust{};
+    JSC_PodStatus pod_status{};
+    JSC_OldStatus old_status{};
+    JSC_JtagState state{};
+    switch (slot) {
+    case 34:
+        return reset(input.byte());
     case 35:
         return table_->Diagnose(handle_, (input.byte() & 1U) != 0 ? eJTI_ERROR_BATCH_FAILED : 0);
-    case 36: {
-        JSC_AdjustStuff adjust{(input.byte() & 1U) != 0, input.word() | 1U};
+    case 36:
+        adjust = {(input.byte() & 1U) != 0, input.word() | 1U};
         return table_->Adjust(handle_, &adjust);
-    }
-    case 38: {
-        JSC_PodStatus status{};
-        return table_->PodStatus(handle_, &status);
-    }
-    case 39: {
-        JSC_OldStatus status{};
-        return table_->OldStatus(handle_, &status);
-    }
+    case 38:
+        return table_->PodStatus(handle_, &pod_status);
+    case 39:
+        return table_->OldStatus(handle_, &old_status);
     case 41:
         return table_->MultipleVersion(handle_, static_cast<JSC_FeatureId>(input.up_to(5)), &flag,
                                        &word);
     case 42:
         return table_->Benchmark(handle_, input.up_to(2), true, &word);
-    default: {
-        JSC_JtagState state{};
+    default:
         return table_->GetState(handle_, &state);
-    }
     }
 }
 

@@ -75,7 +75,10 @@ private:
     JTI_Error checked(JTI_Error code) const;
     JTI_Error scan(Input& input, uint8_t slot);
     JTI_Error move(Input& input);
-    JTI_Error set_or_ask(Input& input, uint8_t slot);
+    JTI_Error use_ambles(Input& input, uint8_t slot);
+    JTI_Error use_pins(Input& input, uint8_t slot);
+    JTI_Error reset(uint8_t bits);
+    JTI_Error ask(Input& input, uint8_t slot);
     JTI_Error access_register(Input& input, uint8_t slot);
     JTI_Error use_log(Input& input, uint8_t slot);
     uint16_t* buffer(size_t words, Input& input);

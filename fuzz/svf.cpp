@@ -15,7 +15,7 @@ constexpr const char* kName = "a.svf";
 constexpr uint64_t kMostBits = 1U << 16;
 // Six statements with three values each are remembered, one more is read, and a scan is joined from
 // three and its answer kept; the rest is for texts, tokens and the answer's own copies.
-constexpr size_t kMostBytes = (size_t{6} * 3 + 4 + 2 * 3 + 8) * (kMostBits / 8) * 2 + (1U << 20);
+constexpr size_t kMostBytes = size_t{6 * 3 + 4 + 2 * 3 + 8} * (kMostBits / 8) * 2 + (1U << 20);
 
 // Takes everything, as a port with nothing behind it, and holds the player to what a port asks of
 // its callers.

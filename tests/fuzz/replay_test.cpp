@@ -1,6 +1,7 @@
 // Every file of every corpus goes through the function that the fuzzer calls with it. One that does
 // not hold ends the program, and the line above its end names the file.
 #include "fuzz/base/check.h"
+#include "fuzz/base/heap_meter.h"
 #include "fuzz/targets.h"
 
 #include <gmock/gmock.h>
@@ -66,6 +67,19 @@ TEST(CorpusTest, EveryFolderHasATarget) {
         folders.push_back(entry.path().filename());
     }
     EXPECT_THAT(folders, testing::UnorderedElementsAreArray(names));
+}
+
+TEST(HeapMeterTest, TellsThePeakSinceItsMaking) {
+    constexpr size_t kBytes = 300'000;
+    const HeapMeter during;
+    {
+        const std::string held(kBytes, 'x');
+        EXPECT_EQ(held.back(), 'x');
+    }
+    EXPECT_GE(during.peak_bytes(), kBytes);
+    EXPECT_LT(during.peak_bytes(), 2 * kBytes);
+    const HeapMeter afterwards;
+    EXPECT_LT(afterwards.peak_bytes(), kBytes);
 }
 
 TEST(CheckDeathTest, WhatDoesNotHoldEndsTheProgram) {
