@@ -1,12 +1,17 @@
-// How many bits a second the simulated pod's model shifts: the chain alone, and through the
-// controller's registers word by word, as batches do.
+// How many bits a second the simulated pod's model shifts: the chain alone, and through batches for
+// the controller's registers, runs of data words in one piece or word by word.
+#include "podsim/batch/decoder.h"
+#include "podsim/batch/queue.h"
 #include "podsim/model/chain.h"
 #include "podsim/model/controller.h"
 #include "shm_structs.h"
 
 #include <benchmark/benchmark.h>
 
+#include <atomic>
 #include <cstdint>
+#include <cstdio>
+#include <cstdlib>
 #include <random>
 #include <vector>
 
@@ -92,93 +97,143 @@ void ChainBypass(benchmark::State& state) {
 }
 BENCHMARK(ChainBypass)->Arg(1)->Arg(16)->Arg(256);
 
-// A controller with a chain whose first device has the instruction of the long register.
-class Pod {
+// What a driver queues for a scan of kScanBits bits, in as many batches as it takes.
+class ScanBatches {
 public:
-    explicit Pod(const ChainDescription& description)
-        : chain_(description), controller_({}, chain_) {
-        write(TBC_PORT_CONFIG, TBC_CONFIG_DEFAULT | LINK_DELAY_DEFAULT);
-        launch(TBC_STATE_IR_PATH | TBC_STATE_IDLE, TBC_SCAN_SEND, 4);
-        write(TBC_PORT_SEND, kSelectInstruction);
-        wait(SHM_WAIT_DONE);
+    ScanBatches(unsigned option, bool waits) : waits_(waits) {
+        queues_.emplace_back();
+        constexpr unsigned kWords = kScanBits / 16;
+        launch(TBC_STATE_IDLE, option, kScanBits);
+        switch (option) {
+        case TBC_SCAN_BOTH:
+            exchange(kWords);
+            break;
+        case TBC_SCAN_RECEIVE:
+            for (unsigned i = 0; i < kWords; ++i) {
+                wait_if_asked(SHM_WAIT_READ_ONE);
+                put(1).read(TBC_PORT_RECEIVE);
+            }
+            break;
+        case TBC_SCAN_SEND:
+            for (unsigned i = 0; i < kWords; ++i) {
+                if (i >= 2) {
+                    wait_if_asked(SHM_WAIT_WRITE_ONE);
+                }
+                put(2).write(TBC_PORT_SEND, i * 40503);
+            }
+            break;
+        default:
+            break;
+        }
+        put(1).word(SHM_WAIT_DONE);
     }
 
-    void write(uint16_t port, unsigned value) {
-        if (!controller_.write(port, static_cast<uint16_t>(value))) {
-            std::abort();
-        }
+    // Selects the first device's long register.
+    void select() {
+        launch(TBC_STATE_IR_PATH | TBC_STATE_IDLE, TBC_SCAN_SEND, 4);
+        put(2).write(TBC_PORT_SEND, kSelectInstruction);
+        put(1).word(SHM_WAIT_DONE);
     }
-    uint16_t read(uint16_t port) { return controller_.read(port).value_or(0); }
-    void wait(uint16_t word) {
-        if (!controller_.wait(word)) {
-            std::abort();
+
+    std::vector<batch::Queue>& queues() { return queues_; }
+
+private:
+    batch::Queue& put(size_t words) {
+        constexpr size_t kMarker = 1;
+        if (!queues_.back().has_room(words + kMarker)) {
+            queues_.emplace_back();
+        }
+        return queues_.back();
+    }
+    void wait_if_asked(unsigned word) {
+        if (waits_) {
+            put(1).word(word);
         }
     }
     void launch(unsigned end, unsigned option, uint64_t bits) {
-        write(TBC_PORT_COUNT_LOW, (bits - 1) & 0xFFFF);
-        write(TBC_PORT_COUNT_HIGH, static_cast<unsigned>((bits - 1) >> 16));
-        write(TBC_PORT_OPERATION, end | TBC_TRANSIT_SCAN);
-        write(TBC_PORT_CONFIG, option | TBC_CONFIG_DEFAULT | LINK_DELAY_DEFAULT);
-        write(TBC_PORT_CONTROL, TBC_CONTROL_EMPTY);
-        write(TBC_PORT_CONTROL, TBC_CONTROL_RUN);
+        constexpr unsigned kConfig = TBC_CONFIG_DEFAULT | LINK_DELAY_DEFAULT;
+        put(2).write(TBC_PORT_POD_TIMING, waits_ ? POD_TIMING_HOST_WAITS : 0);
+        put(2).write(TBC_PORT_COUNT_LOW, (bits - 1) & 0xFFFF);
+        put(2).write(TBC_PORT_COUNT_HIGH, static_cast<unsigned>((bits - 1) >> 16));
+        put(2).write(TBC_PORT_OPERATION, end | TBC_TRANSIT_SCAN);
+        put(2).write(TBC_PORT_CONFIG, option | kConfig);
+        put(2).write(TBC_PORT_CONTROL, TBC_CONTROL_EMPTY);
+        put(2).write(TBC_PORT_CONTROL, TBC_CONTROL_RUN);
     }
-
-    void scan_both() {
-        launch(TBC_STATE_IDLE, TBC_SCAN_BOTH, kScanBits);
-        constexpr unsigned kWords = kScanBits / 16;
-        write(TBC_PORT_SEND, 0x1234);
-        for (unsigned i = 1; i <= kWords; ++i) {
-            if (i < kWords) {
-                write(TBC_PORT_SEND, i);
+    // Two words are on their way.
+    void exchange(unsigned count) {
+        put(2).write(TBC_PORT_SEND, 0);
+        put(2).write(TBC_PORT_SEND, 1);
+        for (unsigned i = 0; i < count; ++i) {
+            wait_if_asked(SHM_WAIT_READ_ONE);
+            if (i >= 1 && i + 1 < count) {
+                put(2).write(TBC_PORT_SEND, i * 40503);
             }
-            wait(SHM_WAIT_READ_ONE);
-            benchmark::DoNotOptimize(read(TBC_PORT_RECEIVE));
+            put(1).read(TBC_PORT_RECEIVE);
         }
-        wait(SHM_WAIT_DONE);
     }
 
-    void scan_receive() {
-        launch(TBC_STATE_IDLE, TBC_SCAN_RECEIVE, kScanBits);
-        for (unsigned i = 0; i < kScanBits / 16; ++i) {
-            wait(SHM_WAIT_READ_ONE);
-            benchmark::DoNotOptimize(read(TBC_PORT_RECEIVE));
-        }
-        wait(SHM_WAIT_DONE);
+    bool waits_;
+    std::vector<batch::Queue> queues_;
+};
+
+// A controller that executes batches, as a pod does, their copy out of the block included.
+class Pod {
+public:
+    Pod(const ChainDescription& description, bool takes_runs)
+        : chain_(description), controller_(settings(takes_runs), chain_) {
+        ScanBatches scan(TBC_SCAN_ZEROS, true);
+        scan.select();
+        run(scan);
     }
 
-    void scan_send() {
-        launch(TBC_STATE_IDLE, TBC_SCAN_SEND, kScanBits);
-        for (unsigned i = 0; i < kScanBits / 16; ++i) {
-            wait(SHM_WAIT_WRITE_ONE);
-            write(TBC_PORT_SEND, i);
+    void run(ScanBatches& scan) {
+        for (batch::Queue& queue : scan.queues()) {
+            const batch::Outcome outcome =
+                batch::execute(queue.batch(), queue.in(), controller_, stop_);
+            if (outcome.error) {
+                std::fprintf(stderr, "word %zu: %s\n", outcome.error->index,
+                             outcome.error->reason.c_str());
+                std::abort();
+            }
         }
-        wait(SHM_WAIT_DONE);
-    }
-
-    void scan_ones() {
-        launch(TBC_STATE_IDLE, TBC_SCAN_ONES, kScanBits);
-        wait(SHM_WAIT_DONE);
     }
 
 private:
+    static ControllerSettings settings(bool takes_runs) {
+        ControllerSettings settings;
+        settings.strict = true;
+        settings.takes_runs = takes_runs;
+        return settings;
+    }
+
     Chain chain_;
     Controller controller_;
+    std::atomic<bool> stop_{false};
 };
 
-template <void (Pod::*kScan)()>
-void controller_scan(benchmark::State& state) {
+// Arguments: the number of devices in BYPASS, or 0: one long register; whether the batch holds the
+// waits; whether runs of data words are taken in one piece.
+void controller_scan(benchmark::State& state, unsigned option) {
     Pod pod(state.range(0) == 0 ? one_long_register()
-                                : bypass_chain(static_cast<int>(state.range(0))));
+                                : bypass_chain(static_cast<int>(state.range(0))),
+            state.range(2) != 0);
+    ScanBatches scan(option, state.range(1) != 0);
     for (auto _ : state) {
-        (pod.*kScan)();
+        pod.run(scan);
     }
     report_bits(state, kScanBits);
 }
 
-// The argument is the number of devices in BYPASS; 0 is one long register.
-BENCHMARK(controller_scan<&Pod::scan_both>)->Name("ControllerBoth")->Arg(0)->Arg(16);
-BENCHMARK(controller_scan<&Pod::scan_receive>)->Name("ControllerReceive")->Arg(0)->Arg(16);
-BENCHMARK(controller_scan<&Pod::scan_send>)->Name("ControllerSend")->Arg(0)->Arg(16);
-BENCHMARK(controller_scan<&Pod::scan_ones>)->Name("ControllerOnes")->Arg(0)->Arg(16);
+void arguments(benchmark::internal::Benchmark* bench) {
+    bench->ArgNames({"bypass", "waits", "runs"})->ArgsProduct({{0, 16}, {1, 0}, {1, 0}});
+}
+BENCHMARK_CAPTURE(controller_scan, Both, TBC_SCAN_BOTH)->Apply(arguments);
+BENCHMARK_CAPTURE(controller_scan, Receive, TBC_SCAN_RECEIVE)->Apply(arguments);
+BENCHMARK_CAPTURE(controller_scan, Send, TBC_SCAN_SEND)->Apply(arguments);
+BENCHMARK_CAPTURE(controller_scan, Ones, TBC_SCAN_ONES)
+    ->ArgNames({"bypass", "waits", "runs"})
+    ->Args({0, 1, 1})
+    ->Args({16, 1, 1});
 
 } // namespace

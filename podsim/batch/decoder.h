@@ -6,7 +6,9 @@
 
 #include "common/result.h"
 #include "podsim/batch/block.h"
+#include "podsim/batch/data_run.h"
 
+#include <algorithm>
 #include <atomic>
 #include <concepts>
 #include <cstddef>
@@ -27,6 +29,16 @@ concept Ports = requires(T ports, uint16_t port, uint16_t value, uint16_t word) 
     { ports.wait(word) } -> std::same_as<bool>;
     { ports.word_error() } -> std::same_as<const Error&>; // of the last word that was not done
     { ports.settle() } -> std::same_as<Status>;           // the batch is at its end
+};
+
+// A controller that takes runs of data words in one piece. run_steps takes as many whole steps as
+// it can, at most `count`, whose words begin at `words`, puts what they read from `received` on,
+// and says how many it took; nothing when it failed, with the reason of word_error(). What it does
+// not take comes word by word, and must do what it would have done without run_steps.
+template <class T>
+concept RunPorts = Ports<T> && requires(T ports, const DataStep& step, const uint16_t* words,
+                                        size_t count, uint16_t* received) {
+    { ports.run_steps(step, words, count, received) } -> std::same_as<std::optional<size_t>>;
 };
 
 // Why a batch failed.
@@ -62,6 +74,13 @@ public:
         ++run_reads_;
         return full_ || run_reads_ < SHM_MARKER_READS;
     }
+    // How many reads may follow before the next one needs a look at the markers.
+    size_t reads_allowed() const {
+        const size_t left = SHM_MARKER_READS - run_reads_;
+        return full_ || left == 0 ? left : left - 1;
+    }
+    // Counts as many reads; at most reads_allowed().
+    void take_reads(size_t count) { run_reads_ += static_cast<uint32_t>(count); }
     // After the last word: a reason when the head counts other reads than the stream held.
     std::optional<std::string> counts_differ(const Head& head, uint32_t reads) const;
 
@@ -110,6 +129,57 @@ private:
         if (markers_.marker_due() && word != SHM_MARKER_OPEN && word != SHM_MARKER_FULL) {
             return fail("a read-count marker must stand here");
         }
+        if constexpr (RunPorts<P>) {
+            if (const DataRun run = find_run(words_.subspan(index_), reads_allowed());
+                run.count != 0) {
+                return run_data(run);
+            }
+        }
+        return one_word(word);
+    }
+
+    // Executes a run: in one piece where the controller takes it so, else a step word by word.
+    bool run_data(const DataRun& run) {
+        for (size_t left = run.count; left != 0;) {
+            if (stop_.load(std::memory_order_relaxed)) {
+                return fail("the pod is being stopped");
+            }
+            const std::optional<size_t> taken =
+                ports_.run_steps(run.step, &words_[index_], left, in_.data() + reads_);
+            if (!taken) {
+                return fail(headline(ports_.word_error()));
+            }
+            if (*taken == 0 && !one_step(run.step)) {
+                return false;
+            }
+            left -= *taken == 0 ? 1 : *taken;
+            pass_steps(run.step, *taken);
+        }
+        return true;
+    }
+
+    // The words of a step, one after the other.
+    bool one_step(const DataStep& step) {
+        for (const size_t end = index_ + step.words(); index_ < end;) {
+            if (!one_word(words_[index_])) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void pass_steps(const DataStep& step, size_t count) {
+        index_ += count * step.words();
+        if (step.receives) {
+            markers_.take_reads(count);
+            reads_ += static_cast<uint32_t>(count);
+        }
+    }
+
+    // Up to the next marker and the end of the in-block.
+    size_t reads_allowed() const { return std::min(in_.size() - reads_, markers_.reads_allowed()); }
+
+    bool one_word(uint16_t word) {
         if ((word & SHM_WORD_CONTROL) != 0) {
             return control(word);
         }

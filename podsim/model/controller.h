@@ -5,6 +5,7 @@
 #include "hardware/pod_revision.h"
 #include "hardware/tbc_registers.h"
 #include "jti_typedef.h"
+#include "podsim/model/data_step.h"
 #include "podsim/model/edge_observer.h"
 #include "podsim/model/event_counter.h"
 #include "podsim/model/loop_back.h"
@@ -32,6 +33,7 @@ struct ControllerSettings {
     unsigned cable_delay_bits = LINK_DELAY_DEFAULT;
     uint32_t max_tck_hz = 0; // above it the target's TDO comes one bit late; 0: no limit
     bool strict = false;     // a host's mistake fails the batch instead of a warning
+    bool takes_runs = true;  // runs of data words in one piece; nobody can tell, save by the speed
 };
 
 // The faults that can be switched while the pod runs.
@@ -88,6 +90,13 @@ public:
         }
         return done(wait_other(word));
     }
+    // Takes the first of `count` equal steps of a batch in one piece, as far as they can be taken
+    // so and hold no mistake, and says how many; the others, the first of which may do more than
+    // those, are to be given word by word. Nothing when the target fails. Their words begin at
+    // `words`; what they read goes to `received`, a word for each step that receives. Does what the
+    // words would have done one by one.
+    [[nodiscard]] std::optional<size_t> run_steps(const DataStep& step, const uint16_t* words,
+                                                  size_t count, uint16_t* received);
     // Why the last word that failed did.
     [[nodiscard]] const Error& word_error() const { return word_error_; }
     // At the end of each batch: the operation in progress runs on as far as its data allows.
@@ -157,6 +166,7 @@ private:
     [[nodiscard]] Status make_room(size_t words);
     [[nodiscard]] Status run_to_end();
     [[nodiscard]] Status run_on();
+    bool may_run(const DataStep& step) const;
     bool waits_by_itself() const;
     bool port_exists(uint16_t port) const;
     unsigned scan_return_delay() const;

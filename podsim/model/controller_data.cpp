@@ -123,6 +123,24 @@ Result<uint16_t> Controller::read_receive() {
     return engine_.receive();
 }
 
+// Whether each of many such steps does the same: a word out, a word in, or both, none of them a
+// mistake.
+bool Controller::may_run(const DataStep& step) const {
+    return settings_.takes_runs && !loop_.active() && step.sends == engine_.sends() &&
+           step.receives == engine_.receives() && (step.wait != 0 || waits_by_itself()) &&
+           !(step.receives && announced_ != 0);
+}
+
+std::optional<size_t> Controller::run_steps(const DataStep& step, const uint16_t* words,
+                                            size_t count, uint16_t* received) {
+    const size_t steps = may_run(step) ? engine_.steps_in_one_piece(count) : 0;
+    if (steps != 0 &&
+        !done(engine_.run_steps(steps, {words + step.value_index(), step.words()}, received))) {
+        return std::nullopt;
+    }
+    return steps;
+}
+
 Status Controller::run_on() {
     TRY(engine_.sync());
     if (const uint64_t words = engine_.runnable(); words != 0) {

@@ -43,6 +43,7 @@ public:
     void push(std::span<const uint64_t> tdo, uint64_t count) {
         // Only the last ones can ever be read.
         uint64_t done = count > kKeptBits ? (count - kKeptBits) / kWordBits * kWordBits : 0;
+        position_ += done;
         for (; done < count; done += kWordBits) {
             const auto bits = static_cast<unsigned>(std::min<uint64_t>(kWordBits, count - done));
             push(tdo[done / kWordBits] & low_mask(bits), bits);

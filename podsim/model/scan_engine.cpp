@@ -89,16 +89,20 @@ Status ScanEngine::run(uint64_t count) {
     return prompt_ ? sync() : Status{};
 }
 
+Status ScanEngine::failed(Status status) {
+    abandon();
+    // Nothing comes of the words that were to be received.
+    unread_ = 0;
+    return status;
+}
+
 Status ScanEngine::clock_queue() {
     const auto bits =
         static_cast<unsigned>(std::min<uint64_t>(uint64_t{queued_words_} * kDataBits, scan_.bits));
     uint64_t tdo = 0;
     const bool leave = words_left_ == 0 && !stays_in_shift();
     if (Status status = bus_.shift({&queue_, 1}, {&tdo, 1}, bits, leave); !status) [[unlikely]] {
-        abandon();
-        // Nothing comes of the words that were to be received.
-        unread_ = 0;
-        return status;
+        return failed(std::move(status));
     }
     path_.push(tdo & low_mask(bits), bits);
     scan_.bits -= bits;

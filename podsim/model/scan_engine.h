@@ -12,6 +12,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 
 namespace talvor::podsim {
 
@@ -33,6 +34,12 @@ struct Scan {
     bool receive = false;                 // bits are collected into words
     bool level = false;                   // what the line sends when no words are sent
     unsigned return_delay = 0;            // at most kMaxReturnBits
+};
+
+// Words to send that stand `stride` (2 to 4) words apart.
+struct SpacedWords {
+    const uint16_t* next = nullptr;
+    size_t stride = 2;
 };
 
 // Runs scans on a test bus. A scan with data words moves only when it is told to, word by word, so
@@ -115,6 +122,14 @@ public:
         return take_word(bits);
     }
 
+    // A step sends one more word, runs one and receives one, each where the scan does so. How many
+    // of `count` steps run_steps takes: whole groups of words, and none of the scan's last ones. 0
+    // while received words stand in the buffer, or so few to send that a step would not be like the
+    // next.
+    size_t steps_in_one_piece(size_t count) const;
+    // Takes that many steps. `received` takes a word a step.
+    [[nodiscard]] Status run_steps(size_t steps, SpacedWords to_send, uint16_t* received);
+
 private:
     // Words that the queue holds at most; it has been clocked by then.
     static constexpr unsigned kQueueWords = kWordBits / kDataBits;
@@ -130,6 +145,9 @@ private:
     [[nodiscard]] Status run_fixed();
     [[nodiscard]] Status clock_queue();
     [[nodiscard]] Status finish();
+    [[nodiscard]] Status shift_groups(std::span<const uint64_t> tdi, uint16_t* received);
+    // Drops the scan after a failure of the target.
+    [[nodiscard]] Status failed(Status status);
     void keep_unread();
     [[nodiscard]] Result<uint16_t> read_word();
     // Bits of the next word to be read.

@@ -1,5 +1,6 @@
 #include "common/notation.h"
 #include "podsim/batch/decoder.h"
+#include "queue.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,34 +51,10 @@ private:
     uint16_t next_read_ = 100;
 };
 
-// Queues words as the driver does, markers and counters included.
-class Queue {
+// A batch in the notation, executed on recording ports.
+class TextQueue : public Queue {
 public:
-    Queue() { empty(*block_); }
-
-    Queue& word(uint16_t value) {
-        block_->tbcOMblock[block_->tbcMblockPtr++] = value;
-        return *this;
-    }
-    Queue& read(uint16_t port) {
-        word(port);
-        ++block_->rdCntrGbl;
-        if (++block_->rdCntrLcl == SHM_MARKER_READS) {
-            block_->rdCntrLcl = 0;
-            block_->useZeroOfs = 1;
-            block_->tbcOMblock[block_->lastWCNTR] = SHM_MARKER_FULL;
-            block_->lastWCNTR = block_->tbcMblockPtr;
-            word(SHM_MARKER_OPEN);
-        }
-        return *this;
-    }
-    Queue& reads(uint16_t port, int count) {
-        for (int i = 0; i < count; ++i) {
-            read(port);
-        }
-        return *this;
-    }
-    Queue& text(const char* lines) {
+    TextQueue& text(const char* lines) {
         const auto words = notation::parse(lines);
         EXPECT_TRUE(words) << lines;
         for (const uint16_t one : words.value_or(std::vector<uint16_t>{})) {
@@ -85,24 +62,17 @@ public:
         }
         return *this;
     }
-    lcl_shm& block() { return *block_; }
 
-    Outcome run(RecordingPorts& ports, std::span<uint16_t> in) {
-        std::vector<uint16_t> storage;
-        return execute(take(*block_, storage), in, ports, stop);
+    Outcome run(RecordingPorts& ports, std::span<uint16_t> in_block) {
+        return execute(batch(), in_block, ports, stop);
     }
-    Outcome run(RecordingPorts& ports) {
-        return run(ports, std::span(block_->tbcIMblock, SHM_BLOCK_WORDS));
-    }
+    Outcome run(RecordingPorts& ports) { return run(ports, in()); }
 
     std::atomic<bool> stop{false};
-
-private:
-    std::unique_ptr<lcl_shm> block_ = std::make_unique<lcl_shm>();
 };
 
 TEST(DecoderTest, AnEmptyBatchDoesNothingAndAnswers0) {
-    Queue queue;
+    TextQueue queue;
     RecordingPorts ports;
     const Outcome outcome = queue.run(ports);
     EXPECT_FALSE(outcome.error);
@@ -111,9 +81,10 @@ TEST(DecoderTest, AnEmptyBatchDoesNothingAndAnswers0) {
 }
 
 TEST(DecoderTest, ExecutesEveryKindOfWordInOrder) {
-    Queue queue;
-    queue.text("write 10 4080; wait send; wait send many; write 23 c000; wait recv");
-    queue.read(22).text("wait recv many").read(22).text("wait done; reserved").read(31);
+    TextQueue queue;
+    queue.text("write 10 4080; wait send; wait send many; write 23 c000; wait recv").read(22);
+    queue.text("wait recv many").read(22);
+    queue.text("wait done; reserved").read(31);
     RecordingPorts ports;
     const Outcome outcome = queue.run(ports);
     ASSERT_FALSE(outcome.error) << outcome.error->reason;
@@ -129,7 +100,7 @@ TEST(DecoderTest, ExecutesEveryKindOfWordInOrder) {
 
 TEST(DecoderTest, EveryPortFrom0To31IsReached) {
     for (unsigned port = 0; port <= 31; ++port) {
-        Queue queue;
+        TextQueue queue;
         queue.text(("write " + std::to_string(port) + " 5555").c_str());
         queue.read(static_cast<uint16_t>(port));
         RecordingPorts ports;
@@ -141,7 +112,7 @@ TEST(DecoderTest, EveryPortFrom0To31IsReached) {
 
 TEST(DecoderTest, ReadsOfSeveralRunsAreOneResult) {
     for (const int count : {2047, 2048, 2049, 4096, 5000}) {
-        Queue queue;
+        TextQueue queue;
         queue.reads(16, count);
         RecordingPorts ports;
         const Outcome outcome = queue.run(ports);
@@ -152,7 +123,7 @@ TEST(DecoderTest, ReadsOfSeveralRunsAreOneResult) {
 }
 
 // A batch that must fail at `index` with `reason`, after `executed` accesses.
-void expect_failure(Queue& queue, size_t index, const std::string& reason,
+void expect_failure(TextQueue& queue, size_t index, const std::string& reason,
                     std::vector<std::string> executed = {}) {
     RecordingPorts ports;
     const Outcome outcome = queue.run(ports);
@@ -166,21 +137,21 @@ void expect_failure(Queue& queue, size_t index, const std::string& reason,
 TEST(DecoderTest, AWordThatMeansNothingFailsTheBatchBeforeItHasAnEffect) {
     for (const uint16_t word :
          std::to_array<uint16_t>({0x8001, 0x9010, 0x9012, 0xBFFF, 0xC001, 0xC7FE, 0xFFFF})) {
-        Queue queue;
-        queue.text("write 4 1234").word(word).text("write 5 1");
+        TextQueue queue;
+        queue.text("write 4 1234").word(word).write(5, 1);
         expect_failure(queue, 4, "an unknown control word", {"write 4 1234"});
     }
 }
 
 TEST(DecoderTest, AWriteWithoutItsValueFails) {
-    Queue queue;
+    TextQueue queue;
     queue.text("write 4 1234").word(0x4005);
     expect_failure(queue, 4, "a write without its value", {"write 4 1234"});
 }
 
 TEST(DecoderTest, APortAbove31Fails) {
     for (const uint16_t word : std::to_array<uint16_t>({0x0020, 0x0040, 0x3FFF, 0x4020, 0x7FFF})) {
-        Queue queue;
+        TextQueue queue;
         queue.word(word).word(0);
         expect_failure(queue, 2, "a port above 31");
     }
@@ -188,7 +159,7 @@ TEST(DecoderTest, APortAbove31Fails) {
 
 TEST(DecoderTest, ARefusedAccessFailsTheBatchWithItsReason) {
     for (const char* access : {"write 4 1234", "read 22", "wait done"}) {
-        Queue queue;
+        TextQueue queue;
         queue.text("write 1 1").text(access).text("write 2 1");
         RecordingPorts ports;
         ports.refuse = access;
@@ -202,7 +173,7 @@ TEST(DecoderTest, ARefusedAccessFailsTheBatchWithItsReason) {
 }
 
 TEST(DecoderTest, TheEndOfABatchSettlesTheController) {
-    Queue queue;
+    TextQueue queue;
     queue.text("write 1 1");
     RecordingPorts ports;
     EXPECT_FALSE(queue.run(ports).error);
@@ -215,7 +186,7 @@ TEST(DecoderTest, TheEndOfABatchSettlesTheController) {
 }
 
 TEST(DecoderTest, ALengthThatNoBatchHasFailsBeforeAnything) {
-    Queue queue;
+    TextQueue queue;
     queue.text("write 4 1234");
     queue.block().tbcMblockPtr = SHM_BLOCK_WORDS + 1;
     expect_failure(queue, SHM_BLOCK_WORDS, "a batch of 131073 words is longer than the block");
@@ -228,7 +199,7 @@ TEST(DecoderTest, ALengthThatNoBatchHasFailsBeforeAnything) {
 }
 
 TEST(DecoderTest, TheTwoWordsOfAnEmptyBatchMustBeginEveryBatch) {
-    Queue queue;
+    TextQueue queue;
     queue.text("write 4 1234");
     queue.block().tbcOMblock[1] = 16;
     expect_failure(queue, 1, "a read-count marker must stand here");
@@ -238,23 +209,23 @@ TEST(DecoderTest, TheTwoWordsOfAnEmptyBatchMustBeginEveryBatch) {
 }
 
 TEST(DecoderTest, AMarkerStandsOnlyWhereTheReadCountSays) {
-    Queue early;
+    TextQueue early;
     early.read(16).word(SHM_MARKER_OPEN);
     expect_failure(early, 3, "a marker after 1 reads of a run", {"read 16"});
 
-    Queue moved;
+    TextQueue moved;
     moved.text("write 1 1");
     moved.block().lastWCNTR = 2;
     expect_failure(moved, 1, "an open marker that is not the last one");
 
-    Queue closed;
+    TextQueue closed;
     closed.text("write 1 1");
     closed.block().tbcOMblock[1] = SHM_MARKER_FULL;
     expect_failure(closed, 1, "the last marker is closed");
 }
 
 TEST(DecoderTest, AFullRunNeedsAClosedMarkerBeforeItAndAMarkerAfterIt) {
-    Queue unclosed;
+    TextQueue unclosed;
     unclosed.reads(16, 2048);
     unclosed.block().tbcOMblock[1] = SHM_MARKER_OPEN;
     unclosed.block().lastWCNTR = 1;
@@ -265,8 +236,8 @@ TEST(DecoderTest, AFullRunNeedsAClosedMarkerBeforeItAndAMarkerAfterIt) {
     EXPECT_EQ(outcome.error->index, 2U + 2047U);
     EXPECT_EQ(ports.seen.size(), 2047U);
 
-    Queue missing;
-    missing.reads(16, 2048).text("write 1 1");
+    TextQueue missing;
+    missing.reads(16, 2048).write(1, 1);
     missing.block().tbcOMblock[2 + 2048] = 0x4001;
     RecordingPorts others;
     const Outcome second = missing.run(others);
@@ -277,7 +248,7 @@ TEST(DecoderTest, AFullRunNeedsAClosedMarkerBeforeItAndAMarkerAfterIt) {
 }
 
 TEST(DecoderTest, ABatchThatCountsOtherReadsThanItHoldsFails) {
-    Queue queue;
+    TextQueue queue;
     queue.read(16);
     queue.block().rdCntrGbl = 2;
     expect_failure(queue, 3,
@@ -295,7 +266,7 @@ TEST(DecoderTest, ABatchThatCountsOtherReadsThanItHoldsFails) {
 }
 
 TEST(DecoderTest, AReadPastTheInBlockFailsBeforeItIsMade) {
-    Queue queue;
+    TextQueue queue;
     queue.reads(16, 3);
     RecordingPorts ports;
     uint16_t in[3] = {7, 7, 7};
@@ -310,7 +281,7 @@ TEST(DecoderTest, AReadPastTheInBlockFailsBeforeItIsMade) {
 }
 
 TEST(DecoderTest, AStopEndsTheBatchAtItsNextWord) {
-    Queue queue;
+    TextQueue queue;
     queue.text("write 1 1; write 2 2");
     RecordingPorts ports;
     ports.stop_after_access = &queue.stop;

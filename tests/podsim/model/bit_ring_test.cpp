@@ -113,6 +113,7 @@ TEST(ReturnPathTest, LongRunsKeepTheirEnd) {
         for (uint64_t i = 0; i < count; ++i) {
             by_bit.push(get_bits(bits, i, 1), 1);
         }
+        ASSERT_EQ(by_block.position(), by_bit.position());
         for (uint64_t back = 1; back <= ReturnPath::kKeptBits; ++back) {
             ASSERT_EQ(by_block.read(by_block.position() - back, 1),
                       by_bit.read(by_bit.position() - back, 1))
