@@ -3,7 +3,6 @@
 #include "podsim/proxy/names.h"
 
 #include <algorithm>
-#include <sched.h>
 #include <span>
 #include <sys/mman.h>
 
@@ -11,21 +10,11 @@ namespace talvor::podsim::proxy {
 namespace {
 
 using std::chrono::microseconds;
-using std::chrono::steady_clock;
-
-// Attempts between two looks at the clock; the processor is offered to others as often.
-constexpr int kAttemptsPerYield = 100;
 
 // How long a completion may stay untaken before we ask whether its host still lives, and the
 // longest pause between two such questions.
 constexpr microseconds kFirstDoubt{2'000};
 constexpr microseconds kLongestDoubt{1'000'000};
-
-void relax() {
-#if defined(__x86_64__)
-    __builtin_ia32_pause();
-#endif
-}
 
 } // namespace
 
@@ -38,20 +27,6 @@ Result<PodChannel> PodChannel::create(uint32_t serial, uint16_t revision) {
     batch::empty(channel.block());
     channel.block().devRev = revision;
     return channel;
-}
-
-bool PodChannel::spin_for_start(microseconds spin) {
-    const auto end = steady_clock::now() + spin;
-    do {
-        for (int attempt = 0; attempt < kAttemptsPerYield; ++attempt) {
-            if (start_.try_take()) {
-                return true;
-            }
-            relax();
-        }
-        sched_yield();
-    } while (steady_clock::now() < end);
-    return false;
 }
 
 void PodChannel::sleep_for_start(Backend& backend) {
@@ -73,8 +48,8 @@ void PodChannel::take_back_completion(Backend& backend) {
     }
 }
 
-bool PodChannel::await_start(microseconds spin, Backend& backend) {
-    if (!(spin.count() > 0 ? spin_for_start(spin) : start_.try_take())) {
+bool PodChannel::await_start(Spin& spin, Backend& backend) {
+    if (!spin.take(start_)) {
         sleep_for_start(backend);
     }
     return !stop_->asked;

@@ -4,10 +4,10 @@
 #include "podsim/proxy/backend.h"
 #include "podsim/proxy/semaphore.h"
 #include "podsim/proxy/shared_memory.h"
+#include "podsim/proxy/spin.h"
 #include "shm_structs.h"
 
 #include <atomic>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -22,10 +22,10 @@ public:
     // removed. Makes or opens the semaphores, with value 0. Only with the ownership taken.
     [[nodiscard]] static Result<PodChannel> create(uint32_t serial, uint16_t revision);
 
-    // Waits for a host's post of the start semaphore: spins for `spin`, yielding the processor,
-    // then sleeps. False when stop() was called. A completion that a dead host left untaken is
+    // Waits for a host's post of the start semaphore: looks for it as `spin` has it, then sleeps.
+    // False when stop() was called. A completion that a dead host left untaken is
     // taken back meanwhile, so that the next host does not mistake it for its own.
-    bool await_start(std::chrono::microseconds spin, Backend& backend);
+    bool await_start(Spin& spin, Backend& backend);
 
     // Executes the command in the block, answers and posts the complete semaphore. An exchange
     // whose host has been replaced by another while it ran is not answered.
@@ -45,7 +45,6 @@ private:
         : memory_(std::move(memory)), start_(std::move(start)), complete_(std::move(complete)) {}
 
     lcl_shm& block() const { return *static_cast<lcl_shm*>(memory_.data()); }
-    bool spin_for_start(std::chrono::microseconds spin);
     void sleep_for_start(Backend& backend);
     void take_back_completion(Backend& backend);
     void fail_exchange();

@@ -41,7 +41,8 @@ public:
     }
 
 private:
-    void serve(std::chrono::microseconds spin) {
+    void serve(std::chrono::microseconds limit) {
+        Spin spin(limit);
         while (channel_.await_start(spin, backend_)) {
             channel_.serve(backend_);
         }

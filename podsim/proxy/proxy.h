@@ -13,7 +13,7 @@
 namespace talvor::podsim::proxy {
 
 struct Options {
-    // How long a worker spins on the start semaphore after an exchange before it sleeps.
+    // How long a worker looks for the next start after an exchange, at most, before it sleeps.
     std::chrono::microseconds spin{50};
 };
 
