@@ -1,8 +1,10 @@
 #include "common/interrupt.h"
+#include "common/time_slice.h"
 #include "tool/commands/app.h"
 
 int main(int argc, char** argv) {
     talvor::watch_interrupts();
+    talvor::shorten_time_slice(); // a busy machine would keep every exchange waiting
     talvor::Context context;
     return talvor::run_program(context, std::vector<std::string>(argv + 1, argv + argc));
 }

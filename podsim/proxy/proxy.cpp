@@ -1,5 +1,6 @@
 #include "podsim/proxy/proxy.h"
 
+#include "common/time_slice.h"
 #include "podsim/proxy/ownership.h"
 #include "podsim/proxy/pod_channel.h"
 
@@ -42,6 +43,7 @@ public:
 
 private:
     void serve(std::chrono::microseconds limit) {
+        shorten_time_slice(); // where the kernel takes it
         Spin spin(limit);
         while (channel_.await_start(spin, backend_)) {
             channel_.serve(backend_);

@@ -1,6 +1,7 @@
 // talvor doctor: looks at everything between the board file and the target, in the order in which
 // one thing needs the other, and says what to do about the first that is wrong.
 #include "common/text.h"
+#include "common/time_slice.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/other_host.h"
@@ -14,9 +15,9 @@ constexpr size_t kPatternBits = 4096;
 constexpr uint64_t kPatternSeed = 3;
 
 // What is checked, in order; what is not reached is listed all the same.
-constexpr std::array<std::string_view, 11> kNames{
-    "board file",  "library", "pod proxy", "pod",   "connection", "board keys",
-    "other hosts", "target",  "pins",      "chain", "data"};
+constexpr std::array<std::string_view, 12> kNames{
+    "board file", "library",     "time slice", "pod proxy", "pod",   "connection",
+    "board keys", "other hosts", "target",     "pins",      "chain", "data"};
 
 class Doctor {
 public:
@@ -42,7 +43,7 @@ public:
 private:
     Status examine() {
         for (const auto check :
-             {&Doctor::board_file, &Doctor::library, &Doctor::proxy, &Doctor::pod,
+             {&Doctor::board_file, &Doctor::library, &Doctor::slice, &Doctor::proxy, &Doctor::pod,
               &Doctor::connection, &Doctor::board_keys, &Doctor::other_hosts, &Doctor::target,
               &Doctor::pins, &Doctor::chain, &Doctor::data}) {
             TRY((this->*check)());
@@ -84,6 +85,15 @@ private:
         const Library loaded = TRY(context_.library());
         const LibraryDescription about = TRY(loaded.description());
         return good(fmt::format("{}, built {}", loaded.path(), about.built));
+    }
+
+    // The program asked for a short one when it began.
+    Status slice() {
+        return time_slice() == kShortTimeSlice
+                   ? good(fmt::format("{} us, so that a busy machine keeps no exchange waiting",
+                                      kShortTimeSlice / std::chrono::microseconds(1)))
+                   : odd("as long as any other's: this kernel gives no short ones (Linux 6.12 "
+                         "does), and a busy machine slows every exchange");
     }
 
     Status proxy() {

@@ -281,7 +281,11 @@ TEST(DoctorTest, IsContentWithAGoodPod) {
     for (size_t at = 0; (at = outcome.out.find("ok     ", at)) != std::string::npos; ++at) {
         ++good;
     }
-    EXPECT_EQ(good, 11U) << outcome.out;
+    // A kernel older than 6.12 gives no short time slices, and nothing can be done about it.
+    const bool slices = outcome.out.find("note   time slice   as long as") == std::string::npos;
+    EXPECT_EQ(good, slices ? 12U : 11U) << outcome.out;
+    EXPECT_EQ(slices, outcome.out.find("ok     time slice   100 us, ") != std::string::npos)
+        << outcome.out;
 }
 
 TEST(DoctorTest, NamesKeysThatNobodyReads) {
