@@ -1,6 +1,8 @@
 // Cost of the transport: queueing, a whole stream of words, the handshake.
+#include "hardware/tbc_registers.h"
+#include "scan/scan_stream.h"
 #include "support/instant_pod.h"
-#include "transport/batch_cursor.h"
+#include "transport/batch_item.h"
 #include "transport/port.h"
 #include "transport/proxy_channel.h"
 
@@ -62,56 +64,68 @@ void BM_QueueWait(benchmark::State& state) {
 }
 BENCHMARK(BM_QueueWait);
 
-double seconds_of_memcpy(const std::vector<uint16_t>& from, std::vector<uint16_t>& into) {
-    constexpr int kRounds = 64;
+template <typename Work>
+double seconds_of(int rounds, Work work) {
     const auto begin = Clock::now();
-    for (int round = 0; round < kRounds; ++round) {
-        std::memcpy(into.data(), from.data(), from.size() * sizeof(uint16_t));
-        benchmark::DoNotOptimize(into.data());
-        benchmark::ClobberMemory();
+    for (int done = 0; done < rounds; ++done) {
+        work();
     }
-    return std::chrono::duration<double>(Clock::now() - begin).count() / kRounds;
+    return std::chrono::duration<double>(Clock::now() - begin).count();
 }
 
-// A stream of a scan's words, flushed and scattered: `queue` queues one word.
-template <typename Queue>
-void stream_words(benchmark::State& state, Queue queue) {
+// What a number of turns took, in seconds: the median, so that a turn in which the scheduler took
+// the processor away counts as one turn, not by its length.
+double median(std::vector<double>& turns) {
+    const auto middle = turns.begin() + static_cast<ptrdiff_t>(turns.size() / 2);
+    std::nth_element(turns.begin(), middle, turns.end());
+    return *middle;
+}
+
+// A stream of a scan's words, flushed and scattered, and a memcpy of the same bytes, in turns, so
+// that both see the same machine.
+void stream_words(benchmark::State& state, uint16_t option) {
+    constexpr int kCopies = 16;
     InstantPod pod;
     pod.recording = false;
     std::vector<uint16_t> sent(kScanWords, 0x5AC3);
     std::vector<uint16_t> received(kScanWords);
-    double seconds = 0;
+    const ScanWords words{kScanWords, false, sent.data(), received.data()};
+    std::vector<double> streams;
+    std::vector<double> copies;
     for (auto _ : state) {
-        const auto begin = Clock::now();
-        BatchCursor cursor = cursor_open(pod.get());
-        for (uint32_t word = 0; word < kScanWords; ++word) {
-            queue(cursor, sent[word], &received[word]);
-        }
-        cursor_close(cursor);
-        qel_PerformIo(pod.get());
-        benchmark::DoNotOptimize(received.data());
-        seconds += std::chrono::duration<double>(Clock::now() - begin).count();
+        streams.push_back(seconds_of(1, [&] {
+            benchmark::DoNotOptimize(scan_stream(pod.get(), option, words));
+            qel_PerformIo(pod.get());
+            benchmark::DoNotOptimize(received.data());
+        }));
+        copies.push_back(seconds_of(kCopies,
+                                    [&] {
+                                        std::memcpy(received.data(), sent.data(),
+                                                    kScanWords * sizeof sent[0]);
+                                        benchmark::DoNotOptimize(received.data());
+                                        benchmark::ClobberMemory();
+                                    }) /
+                         kCopies);
     }
-    const auto rounds = static_cast<double>(state.iterations());
-    count_items(state, kScanWords);
-    state.counters["to_memcpy"] = seconds / rounds / seconds_of_memcpy(sent, received);
-    state.counters["flushes"] = static_cast<double>(pod.flushes) / rounds;
+    const double stream = median(streams);
+    state.counters["ns_per_word"] = stream / kScanWords * 1e9;
+    state.counters["to_memcpy"] = stream / median(copies);
+    state.counters["flushes"] =
+        static_cast<double>(pod.flushes) / static_cast<double>(state.iterations());
 }
 
 void BM_StreamBothWays(benchmark::State& state) {
-    stream_words(state, [](BatchCursor& cursor, uint16_t sent, uint16_t* received) {
-        cursor_wait(cursor, SHM_WAIT_READ_ONE);
-        cursor_write(cursor, TBC_PORT_SEND, sent);
-        cursor_read(cursor, TBC_PORT_RECEIVE, received);
-    });
+    stream_words(state, TBC_SCAN_BOTH);
 }
 BENCHMARK(BM_StreamBothWays);
 
+void BM_StreamReceive(benchmark::State& state) {
+    stream_words(state, TBC_SCAN_RECEIVE);
+}
+BENCHMARK(BM_StreamReceive);
+
 void BM_StreamSend(benchmark::State& state) {
-    stream_words(state, [](BatchCursor& cursor, uint16_t sent, uint16_t*) {
-        cursor_wait(cursor, SHM_WAIT_WRITE_ONE);
-        cursor_write(cursor, TBC_PORT_SEND, sent);
-    });
+    stream_words(state, TBC_SCAN_SEND);
 }
 BENCHMARK(BM_StreamSend);
 
@@ -189,23 +203,6 @@ void wait_by_trying(sem_t* semaphore) {
     while (sem_trywait(semaphore) != 0) {
         __builtin_ia32_pause();
     }
-}
-
-template <typename Trip>
-double seconds_of(int trips, Trip trip) {
-    const auto begin = Clock::now();
-    for (int done = 0; done < trips; ++done) {
-        trip();
-    }
-    return std::chrono::duration<double>(Clock::now() - begin).count();
-}
-
-// What a number of turns took, in seconds a round trip: the median, so that a turn in which the
-// scheduler took the processor away counts as one turn, not by its length.
-double median(std::vector<double>& turns) {
-    const auto middle = turns.begin() + static_cast<ptrdiff_t>(turns.size() / 2);
-    std::nth_element(turns.begin(), middle, turns.end());
-    return *middle;
 }
 
 // The driver's exchange beside one that is written out, in turns, so that both see the same

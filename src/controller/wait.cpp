@@ -3,6 +3,7 @@
 #include "hardware/pod_revision.h"
 #include "sys/check.h"
 #include "transport/attached.h"
+#include "transport/batch_item.h"
 #include "transport/port.h"
 
 namespace {

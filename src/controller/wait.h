@@ -21,7 +21,7 @@ JTI_EXPORT void WaitAWhileTbc(JSC_Inform* pJscInform);
 // The settle delay of an extended controller: nothing.
 JTI_EXPORT void WaitAWhileExl(JSC_Inform* pJscInform);
 
-// What WaitForStatus would queue, for callers that stream through a BatchCursor: the wait word, or
+// What WaitForStatus would queue, for callers that queue a BatchRun: the wait word, or
 // 0 when nothing is to be queued. Clears priorTBC as WaitForStatus does; call it once for a stream
 // of waits of one kind. The handle needs a controller block.
 uint16_t wait_word_of_status(JSC_Inform* pJscInform, JSC_StatusType status);

@@ -2,70 +2,76 @@
 
 #include "controller/wait.h"
 #include "sys/check.h"
-#include "transport/batch.h"
-#include "transport/batch_cursor.h"
+#include "transport/batch_item.h"
+#include "transport/batch_run.h"
+
+#include <algorithm>
 
 namespace {
 
 constexpr uint16_t kLeadingOnes = 0xFFFF;
 constexpr uint32_t kWordsInFlight = 2; // that the controller's send buffer takes without a wait
 
-// A run of data words. The loops below are the hot ones of the driver: they work on the cursor, so
-// that a word costs a few stores.
+// The data words of a shift on their way.
 struct Stream {
-    BatchCursor cursor;
+    JSC_Inform* handle;
     uint16_t wait_word;     // before each word that waits; 0 for a pod that waits by itself
     const uint16_t* source; // next word to send
     uint16_t* destination;  // of the next word received
 };
 
-inline void wait_for_buffer(Stream& stream) {
-    if (stream.wait_word != 0) {
-        cursor_wait(stream.cursor, stream.wait_word);
-    }
+void send_next(Stream& stream) {
+    batch_write(stream.handle, TBC_PORT_SEND, *stream.source++);
 }
 
-inline void send_next(Stream& stream) {
-    cursor_write(stream.cursor, TBC_PORT_SEND, *stream.source++);
-}
-
-inline void receive_next(Stream& stream) {
-    cursor_read(stream.cursor, TBC_PORT_RECEIVE, stream.destination++);
-}
-
-inline void send_first(Stream& stream, const ScanWords& words) {
+void send_first(Stream& stream, const ScanWords& words) {
     if (words.lead) {
-        cursor_write(stream.cursor, TBC_PORT_SEND, kLeadingOnes);
+        batch_write(stream.handle, TBC_PORT_SEND, kLeadingOnes);
     } else {
         send_next(stream);
     }
 }
 
+void receive(const Stream& stream, uint16_t* destination) {
+    if (stream.wait_word != 0) {
+        batch_wait(stream.handle, stream.wait_word);
+    }
+    batch_read(stream.handle, TBC_PORT_RECEIVE, destination);
+}
+
+void receive_next(Stream& stream) {
+    receive(stream, stream.destination++);
+}
+
 // The leading word's place is in the handle, which lives as long as the read may stay listed.
-inline void receive_first(Stream& stream, const ScanWords& words) {
-    wait_for_buffer(stream);
+void receive_first(Stream& stream, const ScanWords& words) {
     if (words.lead) {
-        cursor_read(stream.cursor, TBC_PORT_RECEIVE, &stream.cursor.handle->ownReads.discard);
+        receive(stream, &stream.handle->ownReads.discard);
     } else {
         receive_next(stream);
     }
 }
 
+// All words but the first few. In each step a word that is ready is waited for, the next one goes
+// out, the ready one is read.
+void move_rest(Stream& stream, bool sends, bool receives, uint32_t count) {
+    batch_run(stream.handle, BatchRun{stream.wait_word, sends ? stream.source : nullptr,
+                                      receives ? stream.destination : nullptr, count});
+    stream.source += sends ? count : 0;
+    stream.destination += receives ? count : 0;
+}
+
 void send_words(Stream& stream, const ScanWords& words) {
-    for (uint32_t sent = 0; sent < words.count; ++sent) {
-        if (sent >= kWordsInFlight) {
-            wait_for_buffer(stream);
-        }
+    const uint32_t at_once = std::min(words.count, kWordsInFlight);
+    for (uint32_t sent = 0; sent < at_once; ++sent) {
         send_next(stream);
     }
+    move_rest(stream, true, false, words.count - at_once);
 }
 
 void receive_words(Stream& stream, const ScanWords& words) {
     receive_first(stream, words);
-    for (uint32_t received = 1; received < words.count; ++received) {
-        wait_for_buffer(stream);
-        receive_next(stream);
-    }
+    move_rest(stream, false, true, words.count - 1);
 }
 
 // Two words go out first; from then on each word that is ready makes room for the next one out,
@@ -76,13 +82,8 @@ void exchange_words(Stream& stream, const ScanWords& words) {
         send_next(stream);
     }
     receive_first(stream, words);
-    for (uint32_t sent = kWordsInFlight; sent < words.count; ++sent) {
-        wait_for_buffer(stream);
-        send_next(stream);
-        receive_next(stream);
-    }
     if (words.count > 1) {
-        wait_for_buffer(stream);
+        move_rest(stream, true, true, words.count - kWordsInFlight);
         receive_next(stream);
     }
 }
@@ -90,11 +91,9 @@ void exchange_words(Stream& stream, const ScanWords& words) {
 using MoveWords = void (*)(Stream& stream, const ScanWords& words);
 
 int32_t run(JSC_Inform* pJscInform, const ScanWords& words, JSC_StatusType status, MoveWords move) {
-    Stream stream{BatchCursor{}, wait_word_of_status(pJscInform, status), words.source,
+    Stream stream{pJscInform, wait_word_of_status(pJscInform, status), words.source,
                   words.destination};
-    stream.cursor = cursor_open(pJscInform);
     move(stream, words);
-    cursor_close(stream.cursor);
     return batch_failure(pJscInform);
 }
 

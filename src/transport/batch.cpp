@@ -34,6 +34,16 @@ bool turn_marker(lcl_shm* block) {
     return true;
 }
 
+// The room was made with an earlier look at the counter, and it is not ours alone.
+void append_status_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
+    const uint32_t next = shared_read(pJscInform->ProxyShm->tbcMblockPtr);
+    if (next >= SHM_BLOCK_WORDS) {
+        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
+        return;
+    }
+    batch_append_read(pJscInform, next, port, pValue);
+}
+
 // The three status reads that every flush ends with. With podError set they are dropped like any
 // other access. Nothing is queued on failure.
 int32_t queue_status_reads(JSC_Inform* pJscInform) {
@@ -46,9 +56,9 @@ int32_t queue_status_reads(JSC_Inform* pJscInform) {
         return eJTI_ERROR_BATCH_FAILED;
     }
     RETURN_IF(!batch_reserve_nodes(pJscInform, kBatchStatusReads), eJTI_ERROR_NO_MEMORY);
-    batch_append_read(pJscInform, TBC_PORT_SUPPORT, &control->StatusCache);
-    batch_append_read(pJscInform, TBC_PORT_STATUS0, &control->Status0Cache);
-    batch_append_read(pJscInform, TBC_PORT_STATUS1, &control->Status1Cache);
+    append_status_read(pJscInform, TBC_PORT_SUPPORT, &control->StatusCache);
+    append_status_read(pJscInform, TBC_PORT_STATUS0, &control->Status0Cache);
+    append_status_read(pJscInform, TBC_PORT_STATUS1, &control->Status1Cache);
     return batch_failure(pJscInform);
 }
 
@@ -93,16 +103,7 @@ void qel_ReadIncrement(JSC_Inform* pJscInform) {
         return;
     }
     lcl_shm* const block = pJscInform->ProxyShm;
-    shared_write(block->rdCntrGbl, shared_read(block->rdCntrGbl) + 1);
-    const uint32_t reads = shared_read(block->rdCntrLcl) + 1;
-    if (reads < SHM_MARKER_READS) {
-        shared_write(block->rdCntrLcl, reads);
-        return;
-    }
-    shared_write(block->rdCntrLcl, 0);
-    if (!turn_marker(block)) {
-        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
-    }
+    batch_count_reads(pJscInform, shared_read(block->rdCntrLcl), shared_read(block->rdCntrGbl), 1);
 }
 
 void qel_PostReadOp(JSC_Inform* pJscInform, uint16_t count, uint16_t* ptr) {
@@ -135,15 +136,24 @@ int32_t qel_PerformIo(JSC_Inform* pJscInform) {
     return eJTI_ERROR_NONE;
 }
 
-void batch_append_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
+void batch_count_reads(JSC_Inform* pJscInform, uint32_t reads_local, uint32_t reads_global,
+                       uint32_t count) {
     lcl_shm* const block = pJscInform->ProxyShm;
-    // The room was made with an earlier look at the counter, and it is not ours alone.
-    const uint32_t next = shared_read(block->tbcMblockPtr);
-    if (next >= SHM_BLOCK_WORDS) {
-        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
+    shared_write(block->rdCntrGbl, reads_global + count);
+    const uint32_t reads = reads_local + count;
+    if (reads < SHM_MARKER_READS) {
+        shared_write(block->rdCntrLcl, reads);
         return;
     }
+    shared_write(block->rdCntrLcl, 0);
+    if (!turn_marker(block)) {
+        batch_fail(pJscInform, eJTI_ERROR_BATCH_FAILED);
+    }
+}
+
+void batch_append_read(JSC_Inform* pJscInform, uint32_t next, uint16_t port, uint16_t* pValue) {
+    lcl_shm* const block = pJscInform->ProxyShm;
     append_word(block, next, port);
-    qel_ReadIncrement(pJscInform);
+    batch_count_reads(pJscInform, shared_read(block->rdCntrLcl), shared_read(block->rdCntrGbl), 1);
     batch_append_node(pJscInform, 1, pValue);
 }

@@ -1,9 +1,8 @@
 // The batch: encoded accesses in the pod's out-block, and the list of reads that wait for it.
 //
-// Items reach the batch through Port... and batch_wait (transport/port.h) and, thousands at a time,
-// through a BatchCursor (transport/batch_cursor.h). Those flush first when an item would not fit;
-// the functions here do not. Without a channel everything is dropped. None needs a handle that is
-// connected.
+// Items reach the batch through Port... (transport/port.h), singly (transport/batch_item.h) and by
+// the thousand (transport/batch_run.h). Those flush first when an item would not fit; the functions
+// here do not. Without a channel everything is dropped. None needs a handle that is connected.
 #pragma once
 
 #include "jsc_internal.h"
@@ -34,7 +33,15 @@ JTI_EXPORT void qel_PostReadOp(JSC_Inform* pJscInform, uint16_t count, uint16_t*
 // every failure the pending reads stay listed and their destinations are untouched.
 JTI_EXPORT int32_t qel_PerformIo(JSC_Inform* pJscInform);
 
-// ---- for the batch's own files ----
+// ---- for the batch's own files: the caller made room and checked the channel ----
 
-// Appends a read: word, count, node. The caller made room, reserved a node and checked the channel.
-void batch_append_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue);
+// Appends a read: word, count, node. The node was reserved.
+//   next  in: where the word goes: a bounded copy of the block's counter
+void batch_append_read(JSC_Inform* pJscInform, uint32_t next, uint16_t port, uint16_t* pValue);
+
+// Counts reads whose words have been appended: at most as many as fill the open marker, which is
+// then closed and followed by the next.
+//   reads_local   in: those counted by the open marker so far
+//   reads_global  in: those of the batch so far
+void batch_count_reads(JSC_Inform* pJscInform, uint32_t reads_local, uint32_t reads_global,
+                       uint32_t count);

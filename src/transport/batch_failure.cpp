@@ -1,12 +1,6 @@
 #include "transport/batch_failure.h"
 
-#include "sys/check.h"
 #include "transport/read_list.h"
-
-int32_t batch_failure(const JSC_Inform* pJscInform) {
-    RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    return pJscInform->podError != eJTI_ERROR_NONE ? pJscInform->batchError : eJTI_ERROR_NONE;
-}
 
 int32_t batch_take_failure(JSC_Inform* pJscInform) {
     RETURN_IF(pJscInform == nullptr, eJTI_ERROR_BAD_ARGUMENT);

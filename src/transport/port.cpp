@@ -1,8 +1,7 @@
 #include "transport/port.h"
 
 #include "sys/check.h"
-#include "transport/batch.h"
-#include "transport/batch_cursor.h"
+#include "transport/batch_item.h"
 
 #include <algorithm>
 
@@ -32,9 +31,7 @@ void write_through_cache(JSC_Inform* pJscInform, uint16_t port, uint16_t value) 
 
 int32_t PortReadNoCache(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
     RETURN_IF(pJscInform == nullptr || pValue == nullptr, eJTI_ERROR_BAD_ARGUMENT);
-    BatchCursor cursor = cursor_open(pJscInform);
-    cursor_read(cursor, port, pValue);
-    cursor_close(cursor);
+    batch_read(pJscInform, port, pValue);
     return eJTI_ERROR_NONE;
 }
 
@@ -49,12 +46,9 @@ int32_t PortRead(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
 }
 
 void PortWriteNoCache(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
-    if (pJscInform == nullptr) {
-        return;
+    if (pJscInform != nullptr) {
+        batch_write(pJscInform, port, value);
     }
-    BatchCursor cursor = cursor_open(pJscInform);
-    cursor_write(cursor, port, value);
-    cursor_close(cursor);
 }
 
 void PortWrite(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
@@ -69,13 +63,4 @@ void LoadZeroIntoCache(JSC_Inform* pJscInform) {
     if (pJscInform != nullptr && pJscInform->pJscControl != nullptr) {
         std::fill_n(pJscInform->pJscControl->registerCache, TBC_CACHED_PORTS, uint16_t{0});
     }
-}
-
-void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
-    if (pJscInform == nullptr) {
-        return;
-    }
-    BatchCursor cursor = cursor_open(pJscInform);
-    cursor_wait(cursor, wait_word);
-    cursor_close(cursor);
 }

@@ -26,7 +26,3 @@ JTI_EXPORT void PortWrite(JSC_Inform* pJscInform, uint16_t port, uint16_t value)
 
 // Zeroes the cache of ports 0 to 15; 16 to 31 keep their values.
 JTI_EXPORT void LoadZeroIntoCache(JSC_Inform* pJscInform);
-
-// Appends a wait word (SHM_WAIT_...), making room first. A podError that the batch did not set
-// itself does not keep waits away.
-void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word);

@@ -273,11 +273,6 @@ void my_wait(sem_t* pSemaphore) {
     (void)wait_for_post(pSemaphore, 0);
 }
 
-bool channel_is_open(const JSC_Inform* pJscInform) {
-    return !pJscInform->proxyLost && pJscInform->ProxyShm != nullptr &&
-           pJscInform->evStartSem != nullptr && pJscInform->evCompleteSem != nullptr;
-}
-
 int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
     shared_write(pJscInform->ProxyShm->cmd, command);
     os_calls.sem_post(pJscInform->evStartSem);

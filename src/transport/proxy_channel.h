@@ -23,7 +23,10 @@ JTI_EXPORT int32_t wr_supp_reg(JSC_Inform* pJscInform, uint16_t value);
 JTI_EXPORT void my_wait(sem_t* pSemaphore);
 
 // Whether block and both semaphores are there and the proxy was not given up.
-[[nodiscard]] bool channel_is_open(const JSC_Inform* pJscInform);
+[[nodiscard]] inline bool channel_is_open(const JSC_Inform* pJscInform) {
+    return !pJscInform->proxyLost && pJscInform->ProxyShm != nullptr &&
+           pJscInform->evStartSem != nullptr && pJscInform->evCompleteSem != nullptr;
+}
 
 // One exchange: leaves `command` in the block, posts start, waits for complete. The caller wrote
 // the arguments; channel_is_open must hold. Returns the proxy's status, read once. When the

@@ -1,7 +1,7 @@
 #include "api/handle.h"
 #include "log/store.h"
 #include "support/driver_session.h"
-#include "transport/batch_cursor.h"
+#include "transport/batch.h"
 #include "transport/port.h"
 
 #include <gtest/gtest.h>

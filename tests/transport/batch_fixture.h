@@ -5,6 +5,7 @@
 #include "support/leak_guard.h"
 #include "support/recording_proxy.h"
 #include "transport/batch.h"
+#include "transport/batch_item.h"
 #include "transport/port.h"
 
 #include <gtest/gtest.h>

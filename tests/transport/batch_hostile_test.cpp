@@ -1,5 +1,6 @@
 #include "transport/batch.h"
 #include "transport/batch_fixture.h"
+#include "transport/batch_run.h"
 #include "transport/port.h"
 #include "transport/proxy_channel.h"
 
@@ -44,6 +45,13 @@ TEST_P(BatchHostileTest, RefusesItems) {
     EXPECT_EQ(batch_take_failure(inform()), -140);
     qel_PostData(inform(), SHM_WAIT_DONE);
     EXPECT_EQ(batch_take_failure(inform()), -140);
+    const std::vector<uint16_t> source(100);
+    std::vector<uint16_t> words(100, 5);
+    batch_run(inform(), BatchRun{SHM_WAIT_READ_ONE, source.data(), words.data(), 100});
+    EXPECT_EQ(batch_take_failure(inform()), -140);
+    batch_run(inform(), BatchRun{0, nullptr, words.data(), 100});
+    EXPECT_EQ(batch_take_failure(inform()), -140);
+    EXPECT_EQ(words, std::vector<uint16_t>(100, 5));
     EXPECT_EQ(qel_PerformIo(inform()), -140);
     EXPECT_EQ(word, 5);
     EXPECT_EQ(std::memcmp(expected.data(), &block().tbcOMblock, expected.size()), 0);
@@ -74,6 +82,23 @@ TEST_F(BatchTest, AMarkerOutsideTheBlockIsNotWritten) {
                                           reinterpret_cast<const uint8_t*>(&block() + 1));
         uint16_t word = 0;
         PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
+        EXPECT_EQ(batch_take_failure(inform()), -140);
+        EXPECT_EQ(std::memcmp(behind.data(), &block().tbcIMblock, behind.size()), 0);
+    }
+    channel_exchange(inform(), SHM_CMD_ATTACH);
+}
+
+TEST_F(BatchTest, AMarkerOutsideTheBlockEndsARun) {
+    for (const uint32_t marker : {kBlockWords, UINT32_MAX}) {
+        block().rdCntrLcl = 2000;
+        block().rdCntrGbl = 2000;
+        block().tbcMblockPtr = 2100;
+        block().lastWCNTR = marker;
+        const std::vector<uint8_t> behind(reinterpret_cast<const uint8_t*>(&block().tbcIMblock),
+                                          reinterpret_cast<const uint8_t*>(&block() + 1));
+        std::vector<uint16_t> words(100);
+        batch_run(inform(), BatchRun{0, nullptr, words.data(), 100});
+        EXPECT_EQ(block().tbcMblockPtr, 2148U) << "the reads up to the marker";
         EXPECT_EQ(batch_take_failure(inform()), -140);
         EXPECT_EQ(std::memcmp(behind.data(), &block().tbcIMblock, behind.size()), 0);
     }
