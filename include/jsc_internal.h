@@ -71,6 +71,13 @@ typedef struct OwnReads {
     uint16_t loopback[5]; /* the loop-back test */
 } OwnReads;
 
+/* How long a wait for the proxy keeps the processor before it lets others in: what the waits so far
+ * have shown. All 0: nothing yet. */
+typedef struct PostSpin {
+    uint32_t ticks; /* of the time-stamp counter */
+    uint32_t waits; /* so far */
+} PostSpin;
+
 /* One opened scan controller. */
 struct JSC_Inform {
     ShareInform tbcShare;     /* the shared block with JSC_Control */
@@ -103,6 +110,7 @@ struct JSC_Inform {
     PodIdentity pod;     /* whose block ProxyShm is */
     uint32_t patienceMs; /* longest wait for the proxy; 0: no limit */
     bool proxyLost;      /* it did not answer within that */
+    PostSpin spin;       /* of the waits for its answers */
 };
 
 /* Collected during the long initialisation, for the reset log. */

@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fcntl.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -21,6 +22,7 @@ constinit OsCalls os_calls = {
     .sem_wait = ::sem_wait,
     .sem_timedwait = ::sem_timedwait,
     .sem_post = ::sem_post,
+    .sched_yield = ::sched_yield,
     .clock_gettime = ::clock_gettime,
     .usleep = ::usleep,
     .fcntl = ::fcntl,

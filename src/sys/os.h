@@ -28,6 +28,8 @@ struct OsCalls {
     int (*sem_wait)(sem_t* semaphore);
     int (*sem_timedwait)(sem_t* semaphore, const struct timespec* deadline);
     int (*sem_post)(sem_t* semaphore);
+    // Scheduling.
+    int (*sched_yield)();
     // Time.
     int (*clock_gettime)(clockid_t clock, struct timespec* now);
     int (*usleep)(useconds_t delay_us);

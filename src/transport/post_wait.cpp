@@ -6,7 +6,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <sched.h>
 
 namespace {
 
@@ -15,19 +14,38 @@ bool has_post(sem_t* pSemaphore) {
     return sem_getvalue(pSemaphore, &posts) == 0 && posts > 0;
 }
 
-// Looks at the semaphore until a post is there, for about as long as a short exchange takes. The
-// proxy may need this processor to make the post, so others are let in again and again.
+// The time-stamp counter, cut to 32 bits: differences of short times. Reading it is no system call,
+// as reading a clock may be.
+uint32_t ticks_now() {
+    return static_cast<uint32_t>(__builtin_ia32_rdtsc());
+}
+
+// Looks at the semaphore until a post is there, for so many ticks. False also for a post that came
+// later: then the scheduler has let others in, and it is theirs.
+bool spin_for_post(sem_t* pSemaphore, uint32_t ticks) {
+    const uint32_t start = ticks_now();
+    for (;;) {
+        const bool here = has_post(pSemaphore);
+        const bool in_time = ticks_now() - start < ticks;
+        if (here || !in_time) {
+            return here && in_time;
+        }
+        __builtin_ia32_pause();
+    }
+}
+
+// Looks for a post between turns of others: the proxy may need this processor to make it.
 void look_for_post(sem_t* pSemaphore) {
-    constexpr int kRounds = 64;
+    constexpr int kTurns = 64;
     constexpr int kLooks = 32;
-    for (int round = 0; round < kRounds; ++round) {
+    for (int turn = 0; turn < kTurns; ++turn) {
+        os_calls.sched_yield();
         for (int look = 0; look < kLooks; ++look) {
             if (has_post(pSemaphore)) {
                 return;
             }
             __builtin_ia32_pause();
         }
-        sched_yield();
     }
 }
 
@@ -46,7 +64,12 @@ bool take_post(sem_t* pSemaphore) {
     return os_calls.sem_timedwait(pSemaphore, &kDeadline) == 0;
 }
 
-bool wait_for_post(sem_t* pSemaphore, uint32_t patience_ms) {
+bool wait_for_post(sem_t* pSemaphore, uint32_t patience_ms, PostSpin* pSpin) {
+    const bool answered = spin_for_post(pSemaphore, spin_of_next_wait(pSpin));
+    spin_learn(pSpin, answered);
+    if (has_post(pSemaphore) && take_post(pSemaphore)) {
+        return true;
+    }
     const int64_t start = patience_ms == 0 ? 0 : now_ms();
     for (;;) {
         // An attempt without a post costs a system call, for which the kernel sets up a timer: ten
@@ -60,6 +83,16 @@ bool wait_for_post(sem_t* pSemaphore, uint32_t patience_ms) {
             return false;
         }
     }
+}
+
+uint32_t spin_of_next_wait(PostSpin* pSpin) {
+    const bool trial = pSpin->waits % kWaitsPerTrial == 0;
+    ++pSpin->waits;
+    return trial ? kSpinMost : pSpin->ticks;
+}
+
+void spin_learn(PostSpin* pSpin, bool answered) {
+    pSpin->ticks = answered ? kSpinMost : std::max(pSpin->ticks / 2, kSpinLeast);
 }
 
 uint32_t patience_of_environment() {

@@ -166,6 +166,10 @@ void release_channel(JSC_Inform* pJscInform) {
 constexpr uint32_t kAnswerOwed = 0x0B5E0000;
 constexpr uint32_t kArgument = 0x0000FFFF;
 
+bool wait_for_answer(JSC_Inform* pJscInform) {
+    return wait_for_post(pJscInform->evCompleteSem, pJscInform->patienceMs, &pJscInform->spin);
+}
+
 // Ends the use of a proxy that does not answer. A command that it never took is taken back.
 void give_up_on_proxy(JSC_Inform* pJscInform) {
     pJscInform->proxyLost = true;
@@ -183,7 +187,7 @@ bool take_owed_answer(JSC_Inform* pJscInform) {
     if ((value & ~kArgument) != kAnswerOwed) {
         return true;
     }
-    if (!wait_for_post(pJscInform->evCompleteSem, pJscInform->patienceMs)) {
+    if (!wait_for_answer(pJscInform)) {
         return false;
     }
     shared_write(data, value & kArgument);
@@ -236,6 +240,7 @@ int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
     pJscInform->evCompleteSem = nullptr;
     pJscInform->pod = {};
     pJscInform->proxyLost = false;
+    pJscInform->spin = {};
     pJscInform->patienceMs = patience_of_environment();
     sem_t* const mutex = lock_proxy();
     RETURN_IF(mutex == nullptr, kNoPod);
@@ -270,13 +275,14 @@ void my_wait(sem_t* pSemaphore) {
     if (pSemaphore == nullptr) {
         return;
     }
-    (void)wait_for_post(pSemaphore, 0);
+    PostSpin spin{};
+    (void)wait_for_post(pSemaphore, 0, &spin);
 }
 
 int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
     shared_write(pJscInform->ProxyShm->cmd, command);
     os_calls.sem_post(pJscInform->evStartSem);
-    if (!wait_for_post(pJscInform->evCompleteSem, pJscInform->patienceMs)) {
+    if (!wait_for_answer(pJscInform)) {
         give_up_on_proxy(pJscInform);
         return eJTI_ERROR_BATCH_FAILED;
     }

@@ -75,6 +75,7 @@ TEST(RecordLayoutTest, AHandlesFieldsStandInTheirOrder) {
         offsetof(JSC_Inform, pod),
         offsetof(JSC_Inform, patienceMs),
         offsetof(JSC_Inform, proxyLost),
+        offsetof(JSC_Inform, spin),
     };
     EXPECT_EQ(offsets[0], 0U);
     for (size_t field = 1; field < std::size(offsets); ++field) {
