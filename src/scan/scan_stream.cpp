@@ -55,6 +55,9 @@ void receive_first(Stream& stream, const ScanWords& words) {
 // All words but the first few. In each step a word that is ready is waited for, the next one goes
 // out, the ready one is read.
 void move_rest(Stream& stream, bool sends, bool receives, uint32_t count) {
+    if (count == 0) {
+        return;
+    }
     batch_run(stream.handle, BatchRun{stream.wait_word, sends ? stream.source : nullptr,
                                       receives ? stream.destination : nullptr, count});
     stream.source += sends ? count : 0;

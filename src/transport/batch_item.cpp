@@ -3,11 +3,15 @@
 #include "hardware/pod_revision.h"
 #include "transport/batch.h"
 #include "transport/batch_room.h"
+#include "transport/read_list.h"
 #include "transport/shared_field.h"
 
 namespace {
 
-constexpr uint32_t kWriteWords = 2;
+constexpr BatchItem kWrite{.words = 2, .reads = 0};
+constexpr BatchItem kSettledWrite{.words = 4, .reads = 0};
+constexpr BatchItem kRead{.words = 1, .reads = 1};
+constexpr BatchItem kWait{.words = 1, .reads = 0};
 
 constexpr uint32_t kNoRoom = UINT32_MAX;
 
@@ -35,15 +39,45 @@ inline uint32_t find_room(lcl_shm* block, BatchItem item) {
 }
 
 // Where an item goes, after a flush when there was no room for it.
-inline uint32_t make_room(JSC_Inform* pJscInform, BatchItem item) {
+uint32_t make_room(JSC_Inform* pJscInform, BatchItem item) {
     const uint32_t next = find_room(pJscInform->ProxyShm, item);
     return next != kNoRoom ? next : flush_for_room(pJscInform, item);
 }
 
-inline uint32_t put_write(lcl_shm* block, uint32_t next, uint16_t port, uint16_t value) {
+inline void put_write(lcl_shm* block, uint32_t next, uint16_t port, uint16_t value) {
     block->tbcOMblock[next] = port | SHM_WORD_WRITE;
     block->tbcOMblock[next + 1] = value;
-    return next + kWriteWords;
+    shared_write(block->tbcMblockPtr, next + kWrite.words);
+}
+
+inline void put_wait(lcl_shm* block, uint32_t next, uint16_t wait_word) {
+    block->tbcOMblock[next] = wait_word;
+    shared_write(block->tbcMblockPtr, next + kWait.words);
+}
+
+// ---- the ways out of the common case, kept out of its way ----
+
+[[gnu::noinline]] void write_settled(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
+    const uint32_t next = make_room(pJscInform, kSettledWrite);
+    if (next != kNoRoom) {
+        put_write(pJscInform->ProxyShm, next, port, value);
+        // Required by those old pods: without it a slow test clock loses words.
+        put_write(pJscInform->ProxyShm, next + kWrite.words, TBC_PORT_STATUS0, 0);
+    }
+}
+
+[[gnu::noinline]] void flush_and_write(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
+    const uint32_t next = flush_for_room(pJscInform, kWrite);
+    if (next != kNoRoom) {
+        put_write(pJscInform->ProxyShm, next, port, value);
+    }
+}
+
+[[gnu::noinline]] void flush_and_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
+    const uint32_t next = flush_for_room(pJscInform, kWait);
+    if (next != kNoRoom) {
+        put_wait(pJscInform->ProxyShm, next, wait_word);
+    }
 }
 
 } // namespace
@@ -58,26 +92,23 @@ void batch_write(JSC_Inform* pJscInform, uint16_t port, uint16_t value) {
     if (!batch_takes_accesses(pJscInform)) {
         return;
     }
-    const bool settles = port == TBC_PORT_SEND && batch_settles_sends(pJscInform);
-    const uint32_t next = make_room(
-        pJscInform, BatchItem{.words = settles ? 2 * kWriteWords : kWriteWords, .reads = 0});
-    if (next == kNoRoom) {
+    if (port == TBC_PORT_SEND && batch_settles_sends(pJscInform)) {
+        write_settled(pJscInform, port, value);
         return;
     }
-    lcl_shm* const block = pJscInform->ProxyShm;
-    uint32_t end = put_write(block, next, port, value);
-    if (settles) {
-        // Required by those old pods: without it a slow test clock loses words.
-        end = put_write(block, end, TBC_PORT_STATUS0, 0);
+    const uint32_t next = find_room(pJscInform->ProxyShm, kWrite);
+    if (next == kNoRoom) [[unlikely]] {
+        flush_and_write(pJscInform, port, value);
+        return;
     }
-    shared_write(block->tbcMblockPtr, end);
+    put_write(pJscInform->ProxyShm, next, port, value);
 }
 
 void batch_read(JSC_Inform* pJscInform, uint16_t port, uint16_t* pValue) {
     if (!batch_takes_accesses(pJscInform)) {
         return;
     }
-    const uint32_t next = make_room(pJscInform, BatchItem{.words = 1, .reads = 1});
+    const uint32_t next = make_room(pJscInform, kRead);
     if (next == kNoRoom) {
         return;
     }
@@ -93,11 +124,10 @@ void batch_wait(JSC_Inform* pJscInform, uint16_t wait_word) {
         batch_failure(pJscInform) != eJTI_ERROR_NONE) {
         return;
     }
-    const uint32_t next = make_room(pJscInform, BatchItem{.words = 1, .reads = 0});
-    if (next == kNoRoom) {
+    const uint32_t next = find_room(pJscInform->ProxyShm, kWait);
+    if (next == kNoRoom) [[unlikely]] {
+        flush_and_wait(pJscInform, wait_word);
         return;
     }
-    lcl_shm* const block = pJscInform->ProxyShm;
-    block->tbcOMblock[next] = wait_word;
-    shared_write(block->tbcMblockPtr, next + 1);
+    put_wait(pJscInform->ProxyShm, next, wait_word);
 }

@@ -16,7 +16,7 @@ void write_through_cache(JSC_Inform* pJscInform, uint16_t port, uint16_t value) 
     if (cached == value && port != TBC_PORT_CONTROL) {
         return;
     }
-    PortWriteNoCache(pJscInform, port, value);
+    batch_write(pJscInform, port, value);
     if (batch_failure(pJscInform) != eJTI_ERROR_NONE) {
         return;
     }

@@ -26,33 +26,16 @@ void free_nodes(JSC_qel_oplist** ppHead) {
 } // namespace
 
 bool batch_reserve_nodes(JSC_Inform* pJscInform, uint32_t count) {
-    uint32_t found = 0;
-    for (const JSC_qel_oplist* node = pJscInform->opListFree; node != nullptr && found < count;
-         node = node->next) {
-        ++found;
+    const JSC_qel_oplist* node = pJscInform->opListFree;
+    for (; node != nullptr && count > 0; node = node->next) {
+        --count;
     }
-    while (found < count) {
+    for (; count > 0; --count) {
         if (!add_free_node(pJscInform)) {
             return false;
         }
-        ++found;
     }
     return true;
-}
-
-void batch_append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* ptr) {
-    JSC_qel_oplist* const node = pJscInform->opListFree;
-    pJscInform->opListFree = node->next;
-    node->op = 0;
-    node->count = count;
-    node->ptr = ptr;
-    node->next = nullptr;
-    if (pJscInform->opListTail == nullptr) {
-        pJscInform->opList = node;
-    } else {
-        pJscInform->opListTail->next = node;
-    }
-    pJscInform->opListTail = node;
 }
 
 void batch_drop_reads(JSC_Inform* pJscInform) {

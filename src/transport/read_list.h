@@ -10,7 +10,14 @@
 // Appends a pending read, from a node that was reserved.
 //   count  in: words
 //   ptr    in: their destination
-void batch_append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* ptr);
+inline void batch_append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* ptr) {
+    JSC_qel_oplist* const node = pJscInform->opListFree;
+    pJscInform->opListFree = node->next;
+    *node = {0, count, ptr, nullptr};
+    JSC_qel_oplist* const tail = pJscInform->opListTail;
+    (tail == nullptr ? pJscInform->opList : tail->next) = node;
+    pJscInform->opListTail = node;
+}
 
 // Drops all pending reads: their destinations are about to go. Null handle: nothing.
 void batch_drop_reads(JSC_Inform* pJscInform);
