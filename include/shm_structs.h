@@ -8,6 +8,22 @@
  * One exchange: the driver writes its arguments and `cmd`, posts the start semaphore once; the
  * proxy executes, writes `status`, posts the complete semaphore once. One exchange is outstanding
  * per pod. All fields are little-endian and naturally aligned.
+ *
+ * A new block. A proxy gives a pod's block out zeroed, `data` included, also where it takes an old
+ * object over, and leaves the upper half of `data` alone from then on. The driver keeps a note
+ * there of an answer that is owed to a host that gave up; a note from an earlier life of the block
+ * would have the next host wait for an answer that nobody makes.
+ *
+ * Being fast. A host makes one exchange after the other, each as short as the proxy lets it be.
+ *   - After an answer look at the start semaphore for a while before sleeping in sem_wait: some ten
+ *     microseconds while the next command comes within them, not at all after a few times in vain,
+ *     and never without an end: an idle proxy must cost nothing.
+ *   - Give the thread that serves a pod a short slice (sched_setattr(2), SCHED_OTHER, sched_runtime
+ *     100000 ns, from Linux 6.12 on), so that it is let in at once on a busy machine.
+ *   - Copy the batch once, bounded, and work on the copy. A long shift is a run of equal steps: a
+ *     wait, a write of port 23, a read of port 22, or two or one of these, in that order, with a
+ *     marker behind every 2048 reads. It can be carried out as one shift.
+ *   - Put the words read at the start of the in-block, where they are still near the processor.
  */
 #ifndef SHM_STRUCTS_H
 #define SHM_STRUCTS_H
@@ -73,7 +89,8 @@ typedef struct gbl_shm {
  * leaves an empty batch on attach and after every SHM_CMD_EXECUTE, failed ones included. */
 typedef struct lcl_shm {
     uint32_t cmd;      /* SHM_CMD_... */
-    uint32_t data;     /* argument of SHM_CMD_SUPPORT_WRITE, low 16 bits */
+    uint32_t data;     /* argument of SHM_CMD_SUPPORT_WRITE, low 16 bits; the rest is the driver's,
+                          and 0 in a new block */
     int32_t status;    /* negative: failure; of an executed batch: byte offset in tbcIMblock just
                           past the last word read, 0 when it read nothing */
     uint32_t exit_req; /* the proxy's own */
