@@ -517,6 +517,7 @@ TEST_F(ChannelTest, TheWaitSpinsWithADeadlineThatIsOver) {
     const RestoredOs restored;
     static int attempts;
     attempts = 0;
+    os_calls.sched_yield = [] { return 0; };
     os_calls.sem_timedwait = [](sem_t*, const timespec* deadline) {
         EXPECT_EQ(deadline->tv_sec, 10);
         EXPECT_EQ(deadline->tv_nsec, 100'000'000);
