@@ -133,7 +133,9 @@ JTI_Error apply_mode(JSC_Inform* pHandle, Connect& /*connect*/) {
     return tbc_ModeConfig(pHandle, &adjust);
 }
 
+// Steps that may fail do not hide that the proxy was lost meanwhile.
 JTI_Error check_queued(JSC_Inform* pHandle, Connect& /*connect*/) {
+    RETURN_IF(pHandle->proxyLost, eJTI_ERROR_BATCH_FAILED);
     return batch_failure(pHandle);
 }
 

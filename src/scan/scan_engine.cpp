@@ -7,7 +7,10 @@
 #include "sys/check.h"
 #include "transport/attached.h"
 #include "transport/batch.h"
+#include "transport/batch_room.h"
 #include "transport/port.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -84,6 +87,13 @@ JTI_Error run_main_shift(JSC_Inform* pJscInform, const MainShift& shift) {
     return scan_receives(shift.option) ? qel_PerformIo(pJscInform) : eJTI_ERROR_NONE;
 }
 
+// Memory for the reads of a scan is had before anything of it is queued: half a scan would leave
+// the controller waiting for words that nobody sends.
+bool reserve_reads(JSC_Inform* pJscInform, uint32_t words) {
+    return batch_reserve_nodes(pJscInform,
+                               std::min<uint32_t>(words, SHM_BLOCK_WORDS) + kBatchStatusReads);
+}
+
 // What a strategy is called with, as one record.
 struct DataScan {
     const JSC_JtagCommand* command;
@@ -112,6 +122,7 @@ JTI_Error run_data_scan(JSC_Inform* pJscInform, const DataScan& scan) {
     const uint32_t value = count_value(scan.count, lead);
     const MainShift shift{behind > 0 ? pause : end, scan.option, value,
                           ScanWords{WordsWhole16(value) + 1, lead, scan.source, scan.destination}};
+    RETURN_IF(receives && !reserve_reads(pJscInform, shift.words.count), eJTI_ERROR_NO_MEMORY);
     RETURN_ON_ERROR(shift_amble(pJscInform, pause, before, scan.adjust));
     RETURN_ON_ERROR(run_main_shift(pJscInform, shift));
     return shift_amble(pJscInform, end, behind, false);

@@ -3,7 +3,7 @@
 
 #include "jti_typedef.h"
 
-// Sleeps `delayTime` microseconds; 0 returns at once without a system call.
+// Sleeps `delayTime` microseconds, signals or not; 0 returns at once without a system call.
 JTI_EXPORT void sys_TimeWaitForTime(uint32_t delayTime);
 
 // The real-time clock in milliseconds, cut to 32 bits: it wraps about every 49.7 days.

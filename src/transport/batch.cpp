@@ -79,7 +79,7 @@ void scatter(JSC_Inform* pJscInform, const uint16_t* first) {
         }
         word += count;
     }
-    batch_drop_reads(pJscInform);
+    batch_take_reads(pJscInform);
 }
 
 } // namespace

@@ -281,7 +281,10 @@ void my_wait(sem_t* pSemaphore) {
 
 int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
     shared_write(pJscInform->ProxyShm->cmd, command);
-    os_calls.sem_post(pJscInform->evStartSem);
+    if (os_calls.sem_post(pJscInform->evStartSem) != 0) {
+        pJscInform->proxyLost = true; // it was not told, so it will not answer
+        return eJTI_ERROR_BATCH_FAILED;
+    }
     if (!wait_for_answer(pJscInform)) {
         give_up_on_proxy(pJscInform);
         return eJTI_ERROR_BATCH_FAILED;

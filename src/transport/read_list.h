@@ -19,8 +19,12 @@ inline void batch_append_node(JSC_Inform* pJscInform, uint32_t count, uint16_t* 
     pJscInform->opListTail = node;
 }
 
-// Drops all pending reads: their destinations are about to go. Null handle: nothing.
+// Drops all pending reads: their destinations are about to go. Those whose words are still queued
+// keep their place in the batch: their words will come, and go nowhere. Null handle: nothing.
 void batch_drop_reads(JSC_Inform* pJscInform);
+
+// Takes all pending reads off the list: their words have come, or never will.
+void batch_take_reads(JSC_Inform* pJscInform);
 
 // Drops all pending reads and frees every node; the handle is about to go. Null handle: nothing.
 void batch_release(JSC_Inform* pJscInform);

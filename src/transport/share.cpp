@@ -85,7 +85,11 @@ bool make_object(const OpenObject& object) {
     if (object.gated && share_hold(object.fd)) {
         return share_write_mark(object.fd, object.pod);
     }
-    return os_calls.ftruncate(object.fd, static_cast<off_t>(object.size)) == 0;
+    int result = 0;
+    do {
+        result = os_calls.ftruncate(object.fd, static_cast<off_t>(object.size));
+    } while (result != 0 && errno == EINTR);
+    return result == 0;
 }
 
 // Sees to it that the object has its size.

@@ -57,7 +57,11 @@ bool share_is_of_other_pod(void* object, const PodIdentity& pod) {
 bool share_write_mark(int fd, const PodIdentity& pod) {
     const ShareMark mark{
         .text = kShareMarkText, .pod = pod, .users = 1, .gate = 0, .hold = 0, .spare = {}};
-    return os_calls.pwrite(fd, &mark, sizeof mark, kShareMarkOffset) == ssize_t{sizeof mark};
+    ssize_t written = 0;
+    do {
+        written = os_calls.pwrite(fd, &mark, sizeof mark, kShareMarkOffset);
+    } while (written < 0 && errno == EINTR);
+    return written == ssize_t{sizeof mark};
 }
 
 bool share_enter_gate(int fd) {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <random>
 #include <vector>
 
@@ -70,6 +71,38 @@ TEST(ClockTest, DoesNotSleepForZero) {
     sleeps.clear();
     sys_TimeWaitForTime(0);
     EXPECT_TRUE(sleeps.empty());
+}
+
+// A signal comes when a third of the sleep is over, and another one later.
+TEST(ClockTest, SleepsTheRestWhenASignalInterrupts) {
+    const test_support::RestoredOs restored;
+    static long clock_us;
+    clock_us = 7'000'000;
+    os_calls.clock_gettime = [](clockid_t, timespec* now) {
+        *now = {.tv_sec = clock_us / 1'000'000, .tv_nsec = clock_us % 1'000'000 * 1000};
+        return 0;
+    };
+    os_calls.usleep = [](useconds_t delay_us) {
+        sleeps.push_back(delay_us);
+        clock_us += sleeps.size() < 3 ? 300 : delay_us;
+        errno = EINTR;
+        return sleeps.size() < 3 ? -1 : 0;
+    };
+    sleeps.clear();
+    sys_TimeWaitForTime(900);
+    EXPECT_EQ(sleeps, (std::vector<useconds_t>{900, 600, 300}));
+}
+
+TEST(ClockTest, DoesNotRepeatASleepThatIsRefused) {
+    const test_support::RestoredOs restored;
+    os_calls.usleep = [](useconds_t delay_us) {
+        sleeps.push_back(delay_us);
+        errno = EINVAL;
+        return -1;
+    };
+    sleeps.clear();
+    sys_TimeWaitForTime(900);
+    EXPECT_EQ(sleeps, (std::vector<useconds_t>{900}));
 }
 
 TEST(ClockTest, ReallySleeps) {

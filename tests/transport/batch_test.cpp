@@ -330,6 +330,45 @@ TEST_F(BatchTest, WithoutMemoryForTheStatusReadsNothingIsQueued) {
     EXPECT_EQ(proxy.pod().last_batch().body(), "wait done\n");
 }
 
+// The words of reads that were queued before come with the next batch, and must not land in the
+// places of others.
+TEST_F(BatchTest, ReadsBehindADroppedOneGetTheirOwnWords) {
+    proxy.pod().answer(TBC_PORT_RECEIVE, {0x1111, 0x2222, 0x3333});
+    uint16_t dropped[2] = {5, 5};
+    {
+        FailingHeap heap(1);
+        PortReadNoCache(inform(), TBC_PORT_RECEIVE, &dropped[0]);
+        PortReadNoCache(inform(), TBC_PORT_RECEIVE, &dropped[1]);
+        EXPECT_EQ(batch_take_failure(inform()), -131);
+        heap.serve(10);
+        uint16_t word = 0;
+        PortReadNoCache(inform(), TBC_PORT_RECEIVE, &word);
+        EXPECT_EQ(qel_PerformIo(inform()), 0);
+        EXPECT_EQ(word, 0x2222) << "behind that of the first read";
+        EXPECT_EQ(handle.control.StatusCache, 0x00E0);
+        EXPECT_EQ(pending(), 0U);
+        batch_release(inform());
+    }
+    EXPECT_EQ(dropped[0], 5);
+    EXPECT_EQ(dropped[1], 5);
+}
+
+// Reads of a batch that failed have no words to come; those queued behind them do.
+TEST_F(BatchTest, DroppingKeepsThePlacesOfQueuedReadsOnly) {
+    proxy.pod().answer(TBC_PORT_RECEIVE, {0x1111, 0x2222});
+    proxy.pod().fail_batches(1);
+    uint16_t words[3] = {5, 5, 5};
+    PortReadNoCache(inform(), TBC_PORT_RECEIVE, &words[0]);
+    EXPECT_EQ(qel_PerformIo(inform()), -140);
+    EXPECT_EQ(pending(), 4U);
+    PortReadNoCache(inform(), TBC_PORT_RECEIVE, &words[1]);
+    batch_drop_reads(inform());
+    EXPECT_EQ(pending(), 1U);
+    PortReadNoCache(inform(), TBC_PORT_RECEIVE, &words[2]);
+    EXPECT_EQ(qel_PerformIo(inform()), 0);
+    EXPECT_THAT(words, testing::ElementsAre(5, 5, 0x2222));
+}
+
 TEST_F(BatchTest, WithoutMemoryForAReadTheBatchFails) {
     FailingHeap heap(0);
     uint16_t word = 5;

@@ -86,6 +86,20 @@ protected:
     BareHandle handle;
 };
 
+// Nobody was told of the command, so nobody will answer it: even an unlimited wait would be in
+// vain.
+TEST_F(NoProxyTest, ACommandThatCannotBePostedIsNotWaitedFor) {
+    handle.inform.patienceMs = 0;
+    os_calls.sem_post = [](sem_t*) {
+        errno = EINVAL;
+        return -1;
+    };
+    EXPECT_EQ(channel_exchange(handle.get(), SHM_CMD_EXECUTE), -140);
+    EXPECT_FALSE(channel_is_open(handle.get()));
+    EXPECT_EQ(wr_supp_reg(handle.get(), 1), -190);
+    EXPECT_EQ(qel_PerformIo(handle.get()), -140);
+}
+
 TEST_F(NoProxyTest, AFlushEndsWhenThePatienceIsOver) {
     uint16_t word = 0x5A5A;
     PortRead(handle.get(), TBC_PORT_RECEIVE, &word);
