@@ -23,10 +23,23 @@ constexpr int32_t kNoRecord = -1;
 
 // ---- the proxy-wide mutex ----
 
-sem_t* lock_proxy() {
+timespec time_of_day_in(uint32_t delay_ms) {
+    timespec time{};
+    os_calls.clock_gettime(CLOCK_REALTIME, &time);
+    const long ns = time.tv_nsec + static_cast<long>(delay_ms % 1000) * 1'000'000;
+    time.tv_sec += delay_ms / 1000 + (ns >= 1'000'000'000 ? 1 : 0);
+    time.tv_nsec = ns % 1'000'000'000;
+    return time;
+}
+
+// A host that was killed while it held the mutex never lets it go, so patience counts here too.
+// Without it: no limit.
+sem_t* lock_proxy(uint32_t patience_ms) {
     sem_t* const mutex = os_calls.sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
     RETURN_IF(mutex == SEM_FAILED, nullptr);
-    while (os_calls.sem_wait(mutex) != 0) {
+    const timespec deadline = patience_ms == 0 ? timespec{} : time_of_day_in(patience_ms);
+    while ((patience_ms == 0 ? os_calls.sem_wait(mutex)
+                             : os_calls.sem_timedwait(mutex, &deadline)) != 0) {
         if (errno != EINTR) {
             os_calls.sem_close(mutex);
             return nullptr;
@@ -242,7 +255,7 @@ int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
     pJscInform->proxyLost = false;
     pJscInform->spin = {};
     pJscInform->patienceMs = patience_of_environment();
-    sem_t* const mutex = lock_proxy();
+    sem_t* const mutex = lock_proxy(pJscInform->patienceMs);
     RETURN_IF(mutex == nullptr, kNoPod);
     const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), kNoPod);
     if (table.memory == nullptr) {

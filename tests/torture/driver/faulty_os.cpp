@@ -1,6 +1,7 @@
 #include "faulty_os.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstring>
 #include <fcntl.h>
@@ -15,6 +16,34 @@ OsCalls real; // what stood in the table
 
 template <auto member>
 FaultPlan plan_of;
+
+// The call that kills the process, of those that are deadly.
+struct Doom {
+    unsigned calls = 0;
+    unsigned at = 0;
+    bool behind = false;
+};
+Doom doom;
+
+// One deadly call, from its beginning to its end.
+class DeadlyCall {
+public:
+    explicit DeadlyCall(const FaultPlan& plan) : kills_(plan.deadly && ++doom.calls == doom.at) {
+        if (kills_ && !doom.behind) {
+            raise(SIGKILL);
+        }
+    }
+    DeadlyCall(const DeadlyCall&) = delete;
+    DeadlyCall& operator=(const DeadlyCall&) = delete;
+    ~DeadlyCall() {
+        if (kills_) {
+            raise(SIGKILL);
+        }
+    }
+
+private:
+    bool kills_;
+};
 
 template <auto first, auto second>
 constexpr bool kSame = std::is_same_v<std::integral_constant<decltype(first), first>,
@@ -58,6 +87,7 @@ struct Failing;
 template <auto member, typename Result, typename... Arguments>
 struct Failing<member, Result (*)(Arguments...)> {
     static Result call(Arguments... arguments) {
+        const DeadlyCall deadly(plan_of<member>);
         if constexpr (std::is_void_v<Result>) {
             ++plan_of<member>.calls;
             (real.*member)(arguments...);
@@ -75,6 +105,7 @@ struct Failing<member, Result (*)(Arguments...)> {
 };
 
 sem_t* failing_sem_open(const char* name, int flags, ...) {
+    const DeadlyCall deadly(plan_of<&OsCalls::sem_open>);
     if (fails<&OsCalls::sem_open>()) {
         return SEM_FAILED;
     }
@@ -90,6 +121,7 @@ sem_t* failing_sem_open(const char* name, int flags, ...) {
 }
 
 int failing_fcntl(int fd, int command, ...) {
+    const DeadlyCall deadly(plan_of<&OsCalls::fcntl>);
     va_list arguments;
     va_start(arguments, command);
     auto* const lock = va_arg(arguments, struct flock*);
@@ -165,8 +197,16 @@ FaultyOs::FaultyOs() {
 }
 
 void FaultyOs::set(const OsEntry& entry, unsigned at, int error, bool lasting) {
-    entry.plan = FaultPlan{.calls = 0, .at = at, .lasting = lasting, .error = error};
+    entry.plan =
+        FaultPlan{.deadly = false, .calls = 0, .at = at, .lasting = lasting, .error = error};
     last_ = &entry;
+}
+
+void FaultyOs::kill_at(unsigned at, bool behind, bool (*counts)(const OsEntry& entry)) {
+    doom = Doom{.calls = 0, .at = at, .behind = behind};
+    for (const OsEntry& entry : os_entries()) {
+        entry.plan.deadly = counts(entry);
+    }
 }
 
 bool FaultyOs::clear() {

@@ -12,6 +12,7 @@ namespace torture {
 
 // What is to become of the calls of one entry.
 struct FaultPlan {
+    bool deadly = false;  // they count towards the one that kills
     unsigned calls = 0;   // made since the plan was set
     unsigned at = 0;      // the call that fails, from 1; 0: none
     bool lasting = false; // and so do all after it
@@ -43,6 +44,9 @@ public:
     ~FaultyOs() { clear(); }
 
     void set(const OsEntry& entry, unsigned at, int error, bool lasting = false);
+    // The process is to be killed at the n-th call of the entries that `counts` names, before the
+    // call is made or right behind it.
+    void kill_at(unsigned at, bool behind, bool (*counts)(const OsEntry& entry));
     // No faults any more. Whether the one that was set last was reached.
     bool clear();
 

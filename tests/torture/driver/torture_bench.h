@@ -55,7 +55,18 @@ unsigned fail_each_call(const OsEntry& entry, int error, bool lasting, const Att
 // From the table of operations by name.
 const OperationCall& operation_call(const char* name);
 
-// A fresh host finds the device and everything as it should be.
+// Whether the chain behind a connected handle is found as it is: both devices, the lengths of their
+// instructions, a bit of BYPASS for each, and every bit of so many words shifted through.
+bool discover_chain(JSC_Inform* handle, uint32_t words);
+
+constexpr uint32_t kShortScanWords = 500;
+// Of a scan that takes two batches: four words of a batch go with each of its words.
+constexpr uint32_t kLongScanWords = 40'000;
+
+// A fresh host finds the chain, and everything is as it should be.
 void expect_a_good_session();
+
+// The chain, as the simulator reads it.
+const char* description();
 
 } // namespace torture
