@@ -42,7 +42,9 @@
  * command that the proxy had not begun is withdrawn. One that it had begun may still be executed;
  * until it has been answered a new handle is not opened (-141 after its own patience, or a wait
  * without one), so that no handle takes another's answer for its own. What the target has seen of
- * that batch is not known: reset the TAP first.
+ * that batch is not known: reset the TAP first. A host that is killed in the moment in which it
+ * chooses its pod leaves the proxy's device table locked: JSC_CreateHandle of every host then
+ * waits, or answers -141 when its patience is over, until the proxy is started anew.
  *
  * Speed. What costs is the exchange with the proxy, 1 to 2 microseconds where both have a
  * processor; the words are cheap beside it. Both and Recv are one exchange for up to half a million

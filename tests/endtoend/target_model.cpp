@@ -12,6 +12,7 @@ using talvor::TapState;
 constexpr unsigned kLeadBits = 16;
 constexpr unsigned kIdleClocks = 7;
 constexpr size_t kLongestDelay = 1024;
+constexpr size_t kMostKept = size_t{1} << 20;
 
 TapState stable_state(JSC_JtagState state) {
     switch (state) {
@@ -101,8 +102,15 @@ size_t TargetModel::shift(TapState shift_state, const std::vector<bool>& tdi, Ta
     return first;
 }
 
+void TargetModel::forget_long_ago() {
+    if (returned_.size() > kMostKept) {
+        returned_.erase(returned_.begin(), returned_.end() - kLongestDelay);
+    }
+}
+
 void TargetModel::scan(ScanKind kind, const JSC_JtagCommand& command, uint32_t bits, Ambles ambles,
                        uint32_t repeats, const Words& out, Words& in) {
+    forget_long_ago();
     const bool ir = command.jtagShift == eJSC_JTAG_SHIFT_IR;
     const TapState shift_state = ir ? TapState::ShiftIr : TapState::ShiftDr;
     const TapState pause = ir ? TapState::PauseIr : TapState::PauseDr;

@@ -35,13 +35,15 @@ public:
 
 private:
     using TapState = talvor::TapState;
+    // Bits that no scan can still receive.
+    void forget_long_ago();
     void clock_to(TapState end);
     void go_to(TapState end, JSC_JtagTransit transit);
     size_t shift(TapState shift_state, const std::vector<bool>& tdi, TapState end);
 
     talvor::podsim::reference::Chain chain_;
     unsigned return_delay_;
-    std::vector<bool> returned_; // every bit that TDO gave in a Shift state
+    std::vector<bool> returned_; // the bits that TDO gave in Shift states, to the last
 };
 
 } // namespace endtoend

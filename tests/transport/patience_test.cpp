@@ -11,8 +11,10 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <vector>
 
 namespace {
 
@@ -311,6 +313,38 @@ TEST_F(LateProxyTest, WhileTheAnswerIsOwedNoHandleOpens) {
     expect_in_step(handle);
     EXPECT_THAT(proxy.pod().commands(), ElementsAre(SHM_CMD_ATTACH, SHM_CMD_ATTACH, SHM_CMD_EXECUTE,
                                                     SHM_CMD_EXECUTE, SHM_CMD_EXECUTE));
+}
+
+// A host was killed while it chose its pod.
+TEST(HeldMutexTest, APatientHostIsToldThatThereIsNoPod) {
+    test_support::LeakGuard leaks;
+    test_support::RecordingProxy proxy;
+    setenv("TALVOR_PROXY_PATIENCE_MS", "1050", 1);
+    ASSERT_EQ(sem_wait(proxy.mutex()), 0);
+    static std::vector<timespec> deadlines;
+    deadlines.clear();
+    const test_support::RestoredOs restored;
+    os_calls.clock_gettime = [](clockid_t clock, timespec* now) {
+        EXPECT_EQ(clock, CLOCK_REALTIME);
+        *now = {.tv_sec = 1000, .tv_nsec = 960'000'000};
+        return 0;
+    };
+    os_calls.sem_timedwait = [](sem_t*, const timespec* deadline) {
+        deadlines.push_back(*deadline);
+        errno = deadlines.size() == 1 ? EINTR : ETIMEDOUT;
+        return -1;
+    };
+    {
+        test_support::BareHandle handle;
+        EXPECT_EQ(handle.open(), -1);
+    }
+    unsetenv("TALVOR_PROXY_PATIENCE_MS");
+    ASSERT_EQ(deadlines.size(), 2U) << "a signal does not end it";
+    for (const timespec& deadline : deadlines) {
+        EXPECT_EQ(deadline.tv_sec, 1002);
+        EXPECT_EQ(deadline.tv_nsec, 10'000'000);
+    }
+    EXPECT_EQ(sem_post(proxy.mutex()), 0);
 }
 
 } // namespace

@@ -29,7 +29,7 @@ bool is_full_run() {
 }
 
 // From the first handle to the last byte given back. Whether all of it went well.
-bool whole_session(uint32_t words = is_full_run() ? kLongScanWords : kShortScanWords) {
+bool whole_session(uint32_t words = kShortScanWords) {
     Session session;
     bool flag = false;
     return session.init() == 0 && jsc_Connect(session.get(), &flag) == 0 &&
