@@ -31,6 +31,7 @@ JTI_EXPORT void my_wait(sem_t* pSemaphore);
 // One exchange: leaves `command` in the block, posts start, waits for complete. The caller wrote
 // the arguments; channel_is_open must hold. Returns the proxy's status, read once. When the
 // host's patience is over first: -140, and the channel is not open any more, so that no later
-// exchange waits again; so too when the start semaphore cannot be posted. A command that the proxy had not taken is withdrawn; one that it had is
-// noted in the block, and the next handle that opens takes its answer before the first of its own.
+// exchange waits again; so too when the start semaphore cannot be posted. A command that the proxy
+// had not taken is withdrawn; one that it had is noted in the block, and the next handle that opens
+// takes its answer before the first of its own.
 int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command);
