@@ -91,6 +91,7 @@ bool kill_host(unsigned at, When when) {
 class Proxy {
 public:
     void heal() {
+        await_rest();
         if (mutex_is_free()) {
             return;
         }
@@ -103,6 +104,21 @@ public:
     std::string log() const { return simulator_->log(); }
 
 private:
+    // A batch that the dead host had given goes on without it: a host that attaches meanwhile would
+    // take the answer to that for its own.
+    void await_rest() const {
+        sem_t* const start = sem_open("talvor_lcl_s_s_000001", 0);
+        int untaken = 1;
+        while (start != SEM_FAILED &&
+               ((sem_getvalue(start, &untaken) == 0 && untaken != 0) ||
+                simulator_->ctl("status").find("\"busy\":true") != std::string::npos)) {
+            usleep(1000);
+        }
+        if (start != SEM_FAILED) {
+            sem_close(start);
+        }
+    }
+
     const std::vector<std::string> kArguments{"--strict"};
     std::optional<PodsimProcess> simulator_{std::in_place, description(), kArguments};
     unsigned healed_ = 0;
