@@ -1,5 +1,7 @@
 #include "common/child_process.h"
 
+#include "common/system_calls.h"
+
 #include <fmt/format.h>
 
 #include <cerrno>
@@ -13,6 +15,15 @@ namespace talvor {
 namespace {
 
 constexpr int kKilledBySignal = 128; // as shells report it
+constexpr int kUnknownEnd = 127;
+
+// A program that was started with SIGCHLD ignored never hears how its children ended.
+void keep_ends() {
+    struct sigaction present {};
+    if (sigaction(SIGCHLD, nullptr, &present) == 0 && present.sa_handler == SIG_IGN) {
+        std::signal(SIGCHLD, SIG_DFL);
+    }
+}
 
 // What posix_spawn wants in records of its own.
 class Attributes {
@@ -66,14 +77,20 @@ private:
 } // namespace
 
 bool ChildEnd::succeeded() const noexcept {
-    return WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
+    return known_ && WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
 }
 
 int ChildEnd::shell_status() const noexcept {
+    if (!known_) {
+        return kUnknownEnd;
+    }
     return WIFEXITED(status_) ? WEXITSTATUS(status_) : kKilledBySignal + WTERMSIG(status_);
 }
 
 std::string ChildEnd::text() const {
+    if (!known_) {
+        return "ended, and nobody knows how";
+    }
     if (WIFSIGNALED(status_)) {
         return fmt::format("was ended by signal {} ({})", WTERMSIG(status_),
                            strsignal(WTERMSIG(status_)));
@@ -89,8 +106,9 @@ Result<ChildProcess> ChildProcess::spawn(const SpawnOptions& options) {
     arguments.push_back(nullptr);
     const Attributes attributes(options);
     pid_t child = 0;
-    const int error = posix_spawnp(&child, arguments.front(), attributes.actions(),
-                                   attributes.attributes(), arguments.data(), environ);
+    keep_ends();
+    const int error = system_calls.posix_spawnp(&child, arguments.front(), attributes.actions(),
+                                                attributes.attributes(), arguments.data(), environ);
     if (error != 0) {
         errno = error;
         return system_failure("running " + options.arguments.front());
@@ -106,19 +124,20 @@ void ChildProcess::signal(int number) const noexcept {
 
 std::optional<ChildEnd> ChildProcess::poll() {
     int status = 0;
-    if (waitpid(pid_, &status, WNOHANG) != pid_) {
+    const pid_t ended =
+        past_interrupts([&] { return system_calls.waitpid(pid_, &status, WNOHANG); });
+    if (ended == 0) {
         return std::nullopt;
     }
     pid_ = -1;
-    return ChildEnd(status);
+    return ended > 0 ? ChildEnd(status) : ChildEnd::unknown();
 }
 
 ChildEnd ChildProcess::wait() {
     const pid_t child = std::exchange(pid_, -1);
     int status = 0;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return ChildEnd(status);
+    const pid_t ended = past_interrupts([&] { return system_calls.waitpid(child, &status, 0); });
+    return ended > 0 ? ChildEnd(status) : ChildEnd::unknown();
 }
 
 } // namespace talvor

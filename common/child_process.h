@@ -26,7 +26,14 @@ struct SpawnOptions {
 class ChildEnd {
 public:
     explicit ChildEnd(int status) noexcept : status_(status) {}
+    // Of a child that somebody else has waited for: no success, 127 as a shell's status.
+    [[nodiscard]] static ChildEnd unknown() noexcept {
+        ChildEnd end(0);
+        end.known_ = false;
+        return end;
+    }
 
+    [[nodiscard]] bool known() const noexcept { return known_; }
     [[nodiscard]] bool succeeded() const noexcept;
     // As a shell reports it: the exit status, or 128 and the signal's number.
     [[nodiscard]] int shell_status() const noexcept;
@@ -35,13 +42,15 @@ public:
 
 private:
     int status_;
+    bool known_ = true;
 };
 
 // One child, waited for exactly once. The object does not end the child: its owner says how.
 class ChildProcess {
 public:
     // Starts it with all signals unblocked and SIGPIPE, SIGIO as a shell would have them. On
-    // failure errno holds the reason; the error names the program.
+    // failure errno holds the reason; the error names the program. From now on this program no
+    // longer ignores SIGCHLD, should it have been started so: it would not hear of the child's end.
     [[nodiscard]] static Result<ChildProcess> spawn(const SpawnOptions& options);
 
     ChildProcess(ChildProcess&& other) noexcept : pid_(std::exchange(other.pid_, -1)) {}

@@ -1,7 +1,7 @@
 // An open file descriptor that is closed with the object.
 #pragma once
 
-#include <unistd.h>
+#include <string_view>
 #include <utility>
 
 namespace talvor {
@@ -20,12 +20,8 @@ public:
         return *this;
     }
 
-    // Closes it now.
-    void reset() noexcept {
-        if (fd_ >= 0) {
-            close(std::exchange(fd_, -1));
-        }
-    }
+    // Closes it now. errno stays as it is: what failed before says why.
+    void reset() noexcept;
 
     [[nodiscard]] int get() const noexcept { return fd_; }
     [[nodiscard]] bool is_open() const noexcept { return fd_ >= 0; }
@@ -33,5 +29,13 @@ public:
 private:
     int fd_;
 };
+
+// Opens a file, past interrupts; one that is not open, with errno as the reason, on failure. The
+// descriptor is closed in children.
+[[nodiscard]] FileDescriptor open_file(const char* path, int flags, unsigned mode = 0) noexcept;
+
+// Writes all of `bytes`, in pieces and past interrupts as it must be; false, with errno as the
+// reason, on failure.
+[[nodiscard]] bool write_all(int fd, std::string_view bytes) noexcept;
 
 } // namespace talvor

@@ -1,6 +1,7 @@
 #include "common/private_shm.h"
 
 #include "common/file_descriptor.h"
+#include "common/system_calls.h"
 
 #include <fcntl.h>
 #include <sched.h>
@@ -12,9 +13,8 @@ namespace talvor {
 namespace {
 
 Status write_file(const char* path, const std::string& text) {
-    const FileDescriptor file(open(path, O_WRONLY | O_CLOEXEC));
-    if (!file.is_open() ||
-        write(file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
+    const FileDescriptor file = open_file(path, O_WRONLY);
+    if (!file.is_open() || !write_all(file.get(), text)) {
         return system_failure(path);
     }
     return {};
@@ -25,12 +25,12 @@ std::string map_to_itself(unsigned id) {
 }
 
 Status unshare_mounts() {
-    if (unshare(CLONE_NEWNS) == 0) {
+    if (system_calls.unshare(CLONE_NEWNS) == 0) {
         return {};
     }
     const uid_t user = getuid();
     const gid_t group = getgid();
-    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
+    if (system_calls.unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) {
         return system_failure("a mount namespace");
     }
     // An unprivileged process may map its group only after giving up setgroups.
@@ -43,10 +43,10 @@ Status unshare_mounts() {
 
 Status enter_private_shm() {
     TRY(unshare_mounts());
-    if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
+    if (system_calls.mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) {
         return system_failure("making the mounts private");
     }
-    if (mount("tmpfs", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
+    if (system_calls.mount("tmpfs", "/dev/shm", "tmpfs", MS_NOSUID | MS_NODEV, "mode=1777") != 0) {
         return system_failure("mounting a private /dev/shm");
     }
     return {};

@@ -56,9 +56,9 @@ using Failure = tl::unexpected<Error>;
                                    std::string next_step = {});
 // A failure that a reason says it all of; it is put down to the pod.
 [[nodiscard]] Failure failure(std::string reason);
-// "`what`: <the text of errno>", put down to the pod. Takes errno as it stands and
-// leaves it so.
-[[nodiscard]] Failure system_failure(std::string what);
+// "`what`: <the text of errno>", put down to the pod, with the next step that is given, or one that
+// fits the errno where there is one. Takes errno as it stands and leaves it so.
+[[nodiscard]] Failure system_failure(std::string what, std::string next_step = {});
 
 namespace detail {
 

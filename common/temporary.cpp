@@ -1,8 +1,11 @@
 #include "common/temporary.h"
 
+#include "common/system_calls.h"
+
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <new>
 #include <system_error>
 #include <unistd.h>
 
@@ -20,7 +23,8 @@ std::string pattern() {
 
 Result<TemporaryFile> TemporaryFile::create() {
     std::string path = pattern();
-    FileDescriptor file(::mkostemp(path.data(), O_CLOEXEC));
+    FileDescriptor file(
+        past_interrupts([&] { return system_calls.mkostemp(path.data(), O_CLOEXEC); }));
     if (!file.is_open()) {
         return system_failure("making the temporary file " + path);
     }
@@ -35,18 +39,18 @@ TemporaryFile& TemporaryFile::operator=(TemporaryFile&& other) noexcept {
 
 TemporaryFile::~TemporaryFile() {
     if (!path_.empty()) {
-        unlink(path_.c_str());
+        system_calls.unlink(path_.c_str());
     }
 }
 
 FileDescriptor TemporaryFile::detach() {
-    unlink(std::exchange(path_, {}).c_str());
+    system_calls.unlink(std::exchange(path_, {}).c_str());
     return std::move(file_);
 }
 
 Result<TemporaryFolder> TemporaryFolder::create() {
     std::string path = pattern();
-    if (mkdtemp(path.data()) == nullptr) {
+    if (system_calls.mkdtemp(path.data()) == nullptr) {
         return system_failure("making the temporary folder " + path);
     }
     return TemporaryFolder(std::move(path));
@@ -59,8 +63,12 @@ TemporaryFolder& TemporaryFolder::operator=(TemporaryFolder&& other) noexcept {
 
 TemporaryFolder::~TemporaryFolder() {
     if (!path_.empty()) {
-        std::error_code ignored;
-        std::filesystem::remove_all(path_, ignored);
+        try {
+            std::error_code ignored;
+            std::filesystem::remove_all(path_, ignored);
+        } catch (const std::bad_alloc&) {
+            // It stays.
+        }
     }
 }
 

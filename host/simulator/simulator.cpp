@@ -1,17 +1,17 @@
 #include "host/simulator/simulator.h"
 
 #include "common/private_shm.h"
+#include "common/system_calls.h"
 #include "host/simulator/built_in_description.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
+#include <new>
 #include <sys/mman.h>
 #include <system_error>
 #include <thread>
@@ -51,11 +51,11 @@ std::string find_program(const std::optional<std::string>& chosen) {
 
 // A file in memory with `text`, open for a child to read.
 Result<FileDescriptor> memory_file(const char* name, std::string_view text) {
-    FileDescriptor file(memfd_create(name, 0));
-    if (!file.is_open() ||
-        write(file.get(), text.data(), text.size()) != static_cast<ssize_t>(text.size()) ||
-        lseek(file.get(), 0, SEEK_SET) != 0) {
-        return simulator_error(std::strerror(errno));
+    FileDescriptor file(system_calls.memfd_create(name, 0));
+    if (!file.is_open() || !write_all(file.get(), text) ||
+        system_calls.lseek(file.get(), 0, SEEK_SET) != 0) {
+        const Failure failed = system_failure(fmt::format("making {} in memory", name));
+        return simulator_error(headline(failed.value()), failed.value().next_step);
     }
     return file;
 }
@@ -77,7 +77,8 @@ Result<ChildProcess> spawn(const SimulatorOptions& options, const std::string& d
     Result<ChildProcess> process = ChildProcess::spawn(child);
     if (!process) {
         return simulator_error(
-            fmt::format("{}: {}", child.arguments.front(), std::strerror(errno)));
+            fmt::format("{}: {}", child.arguments.front(), process.error().reason),
+            process.error().next_step);
     }
     return process;
 }
@@ -90,7 +91,7 @@ std::string_view built_in_description() noexcept {
 
 Result<Simulator> Simulator::start(const SimulatorOptions& options) {
     if (const Status privacy = enter_private_shm(); !privacy) {
-        return simulator_error(privacy.error().reason,
+        return simulator_error(headline(privacy.error()),
                                "start talvor-podsim yourself and leave --simulate away");
     }
     const FileDescriptor built_in = TRY(memory_file("built-in.toml", built_in_description()));
@@ -106,7 +107,7 @@ Result<Simulator> Simulator::start(const SimulatorOptions& options) {
 
 Status Simulator::wait_until_ready(const SimulatorOptions& options) {
     const auto deadline = std::chrono::steady_clock::now() + kStartPatience;
-    while (access(kReadyFile, F_OK) != 0) {
+    while (system_calls.access(kReadyFile, F_OK) != 0) {
         if (const std::optional<ChildEnd> end = process_.poll()) {
             return early_end(*end, options);
         }
@@ -116,7 +117,7 @@ Status Simulator::wait_until_ready(const SimulatorOptions& options) {
         }
         std::this_thread::sleep_for(kLookEvery);
     }
-    unlink(kReadyFile);
+    system_calls.unlink(kReadyFile);
     return {};
 }
 
@@ -132,7 +133,11 @@ Failure Simulator::early_end(const ChildEnd& end, const SimulatorOptions& option
 }
 
 Simulator::~Simulator() {
-    (void)stop();
+    try {
+        (void)stop();
+    } catch (const std::bad_alloc&) {
+        // It has ended; only how it ended cannot be told.
+    }
 }
 
 Status Simulator::stop() {
@@ -145,10 +150,10 @@ Status Simulator::stop() {
 }
 
 std::string Simulator::last_words() const {
-    const off_t size = lseek(words_.get(), 0, SEEK_END);
+    const off_t size = system_calls.lseek(words_.get(), 0, SEEK_END);
     const off_t from = std::max<off_t>(0, size - static_cast<off_t>(kLastWords));
     std::string text(static_cast<size_t>(std::max<off_t>(0, size - from)), '\0');
-    const ssize_t got = pread(words_.get(), text.data(), text.size(), from);
+    const ssize_t got = system_calls.pread(words_.get(), text.data(), text.size(), from);
     text.resize(static_cast<size_t>(std::max<ssize_t>(0, got)));
     text.erase(text.find_last_not_of('\n') + 1);
     return text;

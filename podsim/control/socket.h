@@ -4,6 +4,7 @@
 #include "common/file_descriptor.h"
 #include "common/result.h"
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -33,7 +34,8 @@ private:
 
     std::string path_;
     FileDescriptor listener_;
-    FileDescriptor wake_; // an eventfd: readable when the thread must end
+    std::atomic<bool> stop_{false}; // the thread must end
+    FileDescriptor wake_;           // an eventfd: readable from then on
     Handler handler_;
     std::thread thread_;
 };

@@ -1,17 +1,18 @@
 #include "podsim/external/remote_bitbang.h"
 
 #include "common/result.h"
+#include "common/system_calls.h"
 #include "common/tap_state.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <memory>
-#include <netdb.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -39,6 +40,21 @@ char reset_request(bool trst, bool srst) {
     return static_cast<char>('r' + (trst ? 2 : 0) + (srst ? 1 : 0));
 }
 
+// A socket that is connected; one that is not open, with errno as the reason, when nobody answers.
+// An interrupted attempt may go on in the background: it is given up, and another one made.
+FileDescriptor connected_socket(int family, int type, int protocol, const sockaddr* address,
+                                socklen_t size) {
+    for (;;) {
+        FileDescriptor fd(system_calls.socket(family, type | SOCK_CLOEXEC, protocol));
+        if (!fd.is_open() || system_calls.connect(fd.get(), address, size) == 0) {
+            return fd;
+        }
+        if (errno != EINTR) {
+            return FileDescriptor();
+        }
+    }
+}
+
 FileDescriptor connect_unix(const std::string& path) {
     sockaddr_un address{};
     address.sun_family = AF_UNIX;
@@ -47,12 +63,20 @@ FileDescriptor connect_unix(const std::string& path) {
         return FileDescriptor();
     }
     path.copy(address.sun_path, path.size());
-    FileDescriptor fd(socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!fd.is_open() ||
-        ::connect(fd.get(), reinterpret_cast<const sockaddr*>(&address), sizeof(address)) != 0) {
-        return FileDescriptor();
+    return connected_socket(AF_UNIX, SOCK_STREAM, 0, reinterpret_cast<const sockaddr*>(&address),
+                            sizeof(address));
+}
+
+// A failed look-up of a name as an errno.
+int errno_of_lookup(int error) {
+    switch (error) {
+    case EAI_SYSTEM:
+        return errno;
+    case EAI_MEMORY:
+        return ENOMEM;
+    default:
+        return EADDRNOTAVAIL;
     }
-    return fd;
 }
 
 // The first address of the host that answers.
@@ -60,15 +84,19 @@ FileDescriptor connect_tcp(const std::string& host, const std::string& port) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     addrinfo* found = nullptr;
-    if (getaddrinfo(host.c_str(), port.c_str(), &hints, &found) != 0) {
-        errno = EADDRNOTAVAIL;
+    int error = 0;
+    do {
+        error = system_calls.getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
+    } while (error == EAI_SYSTEM && errno == EINTR);
+    if (error != 0) {
+        errno = errno_of_lookup(error);
         return FileDescriptor();
     }
     const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> addresses(found, freeaddrinfo);
     for (const addrinfo* one = found; one != nullptr; one = one->ai_next) {
-        FileDescriptor fd(
-            socket(one->ai_family, one->ai_socktype | SOCK_CLOEXEC, one->ai_protocol));
-        if (fd.is_open() && ::connect(fd.get(), one->ai_addr, one->ai_addrlen) == 0) {
+        FileDescriptor fd = connected_socket(one->ai_family, one->ai_socktype, one->ai_protocol,
+                                             one->ai_addr, one->ai_addrlen);
+        if (fd.is_open()) {
             // Small pieces must not wait for the acknowledgement of others.
             const int on = 1;
             setsockopt(fd.get(), IPPROTO_TCP, TCP_NODELAY, &on, sizeof(on));
@@ -94,9 +122,9 @@ FileDescriptor connect_to(const std::string& address) {
 } // namespace
 
 Result<std::unique_ptr<RemoteBitbang>> RemoteBitbang::connect(const Options& options) {
-    FileDescriptor wake(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    FileDescriptor wake(system_calls.eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
     if (!wake.is_open()) {
-        return system_failure("an event descriptor");
+        return system_failure("making an event descriptor");
     }
     std::unique_ptr<RemoteBitbang> client(new RemoteBitbang(options, std::move(wake)));
     TRY(client->open());
@@ -106,7 +134,7 @@ Result<std::unique_ptr<RemoteBitbang>> RemoteBitbang::connect(const Options& opt
 
 RemoteBitbang::~RemoteBitbang() {
     if (fd_.is_open() && lost_.empty()) {
-        send(fd_.get(), &kQuitRequest, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
+        system_calls.send(fd_.get(), &kQuitRequest, 1, MSG_NOSIGNAL | MSG_DONTWAIT);
     }
 }
 
@@ -130,6 +158,13 @@ Failure RemoteBitbang::lost(const std::string& how) {
     return failure(lost_);
 }
 
+// The connection broke, with errno as the reason where there is one.
+Failure RemoteBitbang::closed() {
+    const bool ordinary = errno == 0 || errno == EPIPE || errno == ECONNRESET;
+    return lost(ordinary ? "has closed the connection"
+                         : std::string("has lost the connection: ") + std::strerror(errno));
+}
+
 Status RemoteBitbang::check_connected() const {
     return lost_.empty() ? Status() : failure(lost_);
 }
@@ -140,12 +175,15 @@ void RemoteBitbang::request_stop() {
 
 Status RemoteBitbang::wait_for(short events, const char* what) {
     std::array<pollfd, 2> waits{{{fd_.get(), events, 0}, {wake_.get(), POLLIN, 0}}};
-    int ready = 0;
-    do {
-        ready = poll(waits.data(), waits.size(), static_cast<int>(options_.patience.count()));
-    } while (ready < 0 && errno == EINTR);
+    const int ready = past_interrupts([&] {
+        return system_calls.poll(waits.data(), waits.size(),
+                                 static_cast<int>(options_.patience.count()));
+    });
     if (waits[1].revents != 0) {
         return lost("is no longer waited for: the pod is being stopped");
+    }
+    if (ready < 0) {
+        return lost(std::string("cannot be waited for: ") + std::strerror(errno));
     }
     if (ready == 0) {
         return lost(fmt::format("has not {} for {} ms", what, options_.patience.count()));
@@ -156,13 +194,14 @@ Status RemoteBitbang::wait_for(short events, const char* what) {
 Status RemoteBitbang::flush() {
     std::string_view rest = out_;
     while (!rest.empty()) {
-        const ssize_t sent = send(fd_.get(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
+        const ssize_t sent =
+            system_calls.send(fd_.get(), rest.data(), rest.size(), MSG_NOSIGNAL | MSG_DONTWAIT);
         if (sent > 0) {
             rest.remove_prefix(static_cast<size_t>(sent));
         } else if (errno == EAGAIN || errno == EWOULDBLOCK) {
             TRY(wait_for(POLLOUT, "taken a request"));
         } else if (errno != EINTR) {
-            return lost("has closed the connection");
+            return closed();
         }
     }
     out_.clear();
@@ -173,9 +212,11 @@ Status RemoteBitbang::collect(size_t remaining) {
     std::array<char, kMostOutstanding> bytes{};
     while (outstanding_ > remaining) {
         TRY(wait_for(POLLIN, "answered"));
-        const ssize_t count = recv(fd_.get(), bytes.data(), outstanding_, 0);
+        const ssize_t count = past_interrupts(
+            [&] { return system_calls.recv(fd_.get(), bytes.data(), outstanding_, 0); });
         if (count <= 0) {
-            return lost("has closed the connection");
+            errno = count == 0 ? 0 : errno;
+            return closed();
         }
         for (const char byte : std::span(bytes).first(static_cast<size_t>(count))) {
             TRY(take_answer(byte));

@@ -58,6 +58,7 @@ private:
 
     [[nodiscard]] Status open();
     Failure lost(const std::string& how);
+    Failure closed();
     [[nodiscard]] Status check_connected() const;
     void set_pins(bool tck, bool tms, bool tdi);
     void clock(bool tms, bool tdi);

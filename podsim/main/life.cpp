@@ -3,11 +3,11 @@
 #include "common/child_process.h"
 #include "common/private_shm.h"
 #include "common/result.h"
+#include "common/system_calls.h"
 #include "podsim/control/socket.h"
+#include "podsim/main/complaint.h"
 #include "podsim/main/ready.h"
 #include "podsim/station/station.h"
-
-#include <fmt/format.h>
 
 #include <cerrno>
 #include <csignal>
@@ -25,8 +25,8 @@ constexpr int kFailed = 1;
 constexpr int kCommandNotRun = 126;
 constexpr int kCommandNotFound = 127;
 
-int complain(const Error& error) {
-    fmt::print(stderr, "talvor-podsim: {}\n", headline(error));
+int failed_with(const Error& error) {
+    complain(error);
     return kFailed;
 }
 
@@ -48,14 +48,14 @@ bool follow_parent(pid_t parent) {
     return getppid() == parent;
 }
 
-// Waits for the command's end; signals to end go to it. Its exit status, as a shell says it.
-int await_command(ChildProcess& command, const sigset_t& signals) {
+// Waits for the command's end; signals to end go to it.
+ChildEnd await_command(ChildProcess& command, const sigset_t& signals) {
     for (;;) {
         if (const auto end = command.poll()) {
-            return end->shell_status();
+            return *end;
         }
         int signal = 0;
-        sigwait(&signals, &signal);
+        system_calls.sigwait(&signals, &signal);
         if (signal != SIGCHLD) {
             command.signal(signal);
         }
@@ -73,13 +73,17 @@ int run_command(const Options& options, const sigset_t& signals) {
         complain(command.error());
         return status;
     }
-    return await_command(*command, signals);
+    const ChildEnd end = await_command(*command, signals);
+    if (!end.known()) {
+        complain(failure(options.command.front() + " " + end.text()).value());
+    }
+    return end.shell_status();
 }
 
 void await_end(const sigset_t& signals) {
     int signal = 0;
     do {
-        sigwait(&signals, &signal);
+        system_calls.sigwait(&signals, &signal);
     } while (signal == SIGCHLD);
 }
 
@@ -106,7 +110,10 @@ Result<Stream> open_log(const std::string& path) {
     if (path.empty()) {
         return Stream(stderr, [](std::FILE*) { return 0; });
     }
-    std::FILE* file = std::fopen(path.c_str(), "we");
+    std::FILE* file = nullptr;
+    do {
+        file = system_calls.fopen(path.c_str(), "we");
+    } while (file == nullptr && errno == EINTR);
     if (file == nullptr) {
         return system_failure("writing the log " + path);
     }
@@ -115,8 +122,8 @@ Result<Stream> open_log(const std::string& path) {
 
 Status enter_privacy() {
     if (const Status entered = enter_private_shm(); !entered) {
-        return failure("no private /dev/shm: " + headline(entered.error()) +
-                       "; run as root, or allow user namespaces");
+        return pod_error("no private /dev/shm", headline(entered.error()),
+                         "run as root, or allow user namespaces");
     }
     return {};
 }
@@ -147,7 +154,7 @@ Result<int> serve_until(const Options& options, const sigset_t& signals) {
     const std::unique_ptr<Station> station =
         TRY(Station::open(description, script, options.station, log));
     const Result<int> attended = attend(options, *station, signals);
-    const int status = attended ? *attended : complain(attended.error());
+    const int status = attended ? *attended : failed_with(attended.error());
     if (!station->stop()) {
         // A pod's thread still runs: its objects must not go away under it.
         std::fflush(nullptr);
@@ -163,7 +170,7 @@ int serve(const Options& options) {
     std::signal(SIGPIPE, SIG_IGN);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     const Result<int> status = serve_until(options, signals);
-    return status ? *status : complain(status.error());
+    return status ? *status : failed_with(status.error());
 }
 
 } // namespace talvor::podsim

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 #include <string_view>
 
@@ -114,8 +115,9 @@ Options parse_command_line(int argc, char** argv) {
         return options;
     }
     if (options.is_private && options.command.empty()) {
-        fmt::print(stderr, "talvor-podsim: --private needs a command to run\n"
-                           "Run with --help for more information.\n");
+        std::fputs("talvor-podsim: --private needs a command to run\n"
+                   "Run with --help for more information.\n",
+                   stderr);
         return finished(kWrongUsage);
     }
     options.action = Options::Action::Serve;

@@ -24,7 +24,8 @@ Result<FarEnd> make_target(const description::Pod& pod) {
     auto connected = external::RemoteBitbang::connect(
         {external->address, external->send_resets, external->patience});
     if (!connected) {
-        return target_error(fmt::format("pod {}", pod.serial), headline(connected.error()));
+        return target_error(fmt::format("pod {}", pod.serial), headline(connected.error()),
+                            connected.error().next_step);
     }
     external::RemoteBitbang* client = connected->get();
     return FarEnd{*std::move(connected), [client] { client->request_stop(); }};

@@ -132,5 +132,25 @@ TEST(ChildProcessTest, GoesToItsLastOwner) {
     EXPECT_TRUE(second.wait().succeeded());
 }
 
+TEST(ChildProcessTest, IsHeardOfThoughThisProgramWasStartedWithItsEndsIgnored) {
+    const auto before = std::signal(SIGCHLD, SIG_IGN);
+    EXPECT_EQ(end_of("exit 7").text(), "ended with status 7");
+    std::signal(SIGCHLD, before);
+}
+
+TEST(ChildProcessTest, OneThatSomebodyElseWaitedForIsNoSuccessAndNoHang) {
+    for (const bool polled : {true, false}) {
+        auto child = ChildProcess::spawn({.arguments = {"true"}});
+        ASSERT_TRUE(child);
+        ASSERT_EQ(waitpid(child->pid(), nullptr, 0), child->pid());
+        const std::optional<ChildEnd> end = polled ? child->poll() : child->wait();
+        ASSERT_TRUE(end);
+        EXPECT_FALSE(end->succeeded());
+        EXPECT_EQ(end->shell_status(), 127);
+        EXPECT_EQ(end->text(), "ended, and nobody knows how");
+        EXPECT_FALSE(child->running());
+    }
+}
+
 } // namespace
 } // namespace talvor

@@ -42,8 +42,21 @@ TEST(ResultTest, EveryMakerNamesItsKind) {
 
 TEST(ResultTest, ASystemFailureSaysWhatAndWhy) {
     errno = ENOENT;
-    EXPECT_EQ(headline(system_failure("opening x").value()),
-              "opening x: No such file or directory");
+    EXPECT_EQ(system_failure("opening x").value(),
+              (Error{ErrorKind::Pod, 0, "opening x", "No such file or directory", ""}));
+    EXPECT_EQ(errno, ENOENT);
+}
+
+TEST(ResultTest, ASystemFailureSaysWhatToDoWhereTheReasonDoesNot) {
+    errno = EMFILE;
+    EXPECT_EQ(system_failure("opening x").value().next_step,
+              "raise the limit of open files (ulimit -n)");
+    EXPECT_EQ(system_failure("opening x", "ask Ann").value().next_step, "ask Ann");
+    for (const int error :
+         {ENOSPC, EDQUOT, ENFILE, ENOMEM, ENOBUFS, EAGAIN, EACCES, EPERM, EROFS, EIO}) {
+        errno = error;
+        EXPECT_FALSE(system_failure("opening x").value().next_step.empty()) << error;
+    }
 }
 
 Result<std::string> tried(bool good) {

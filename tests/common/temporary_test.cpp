@@ -108,8 +108,7 @@ TEST(TemporaryFileTest, AFolderThatIsNotThereIsAnErrorAndErrnoSaysWhy) {
     const auto file = TemporaryFile::create();
     EXPECT_EQ(errno, ENOENT);
     ASSERT_FALSE(file);
-    EXPECT_TRUE(file.error().reason.ends_with(": No such file or directory"))
-        << file.error().reason;
+    EXPECT_TRUE(file.error().reason.ends_with("No such file or directory")) << file.error().reason;
 }
 
 TEST(TemporaryFolderTest, StandsInTheFolderForTemporaryFiles) {

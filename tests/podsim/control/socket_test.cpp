@@ -1,8 +1,11 @@
+#include "common/system_calls.h"
 #include "podsim/control/socket.h"
 #include "tests/podsim/reason.h"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <sys/socket.h>
@@ -115,6 +118,42 @@ TEST(ControlSocketTest, ANameThatCannotBeIsRefused) {
                   " is empty or longer than 107 characters; choose a shorter one");
     EXPECT_EQ(reason_of(Socket::listen("/nowhere/ctl", echo)),
               "making the control socket /nowhere/ctl: No such file or directory");
+}
+
+// Where the calls of the next two tests note what they see. The listener is the second descriptor
+// that the socket's thread waits for.
+std::atomic<int> g_refusals{0};
+std::atomic<bool> g_rested{false};
+
+// Puts the calls back that a test has replaced.
+struct RestoredCalls {
+    RestoredCalls() = default;
+    RestoredCalls(const RestoredCalls&) = delete;
+    RestoredCalls& operator=(const RestoredCalls&) = delete;
+    ~RestoredCalls() { system_calls = saved; }
+    SystemCalls saved = system_calls;
+};
+
+TEST(SocketTest, RestsWhenNoConnectionCanBeTakenAndTakesItLater) {
+    const RestoredCalls restored;
+    g_refusals = 2;
+    g_rested = false;
+    system_calls.accept4 = [](int fd, sockaddr* address, socklen_t* size, int flags) {
+        if (g_refusals > 0) {
+            --g_refusals;
+            errno = EMFILE;
+            return -1;
+        }
+        return ::accept4(fd, address, size, flags);
+    };
+    system_calls.poll = [](pollfd* waits, nfds_t count, int patience_ms) {
+        g_rested = g_rested || (count == 2 && waits[1].fd == -1 && patience_ms > 0);
+        return ::poll(waits, count, patience_ms);
+    };
+    const auto socket = listen_there(echo);
+    EXPECT_EQ(ask(socket_path(), "hello"), "<hello>");
+    EXPECT_EQ(g_refusals, 0);
+    EXPECT_TRUE(g_rested);
 }
 
 } // namespace
