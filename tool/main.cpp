@@ -1,10 +1,19 @@
+#include "common/guarded_main.h"
 #include "common/interrupt.h"
 #include "common/time_slice.h"
 #include "tool/commands/app.h"
 
-int main(int argc, char** argv) {
+namespace {
+
+int run(int argc, char** argv) {
     talvor::watch_interrupts();
     talvor::shorten_time_slice(); // a busy machine would keep every exchange waiting
     talvor::Context context;
     return talvor::run_program(context, std::vector<std::string>(argv + 1, argv + argc));
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    return talvor::run_guarded("talvor", run, argc, argv);
 }

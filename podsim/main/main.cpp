@@ -1,28 +1,36 @@
+#include "common/guarded_main.h"
 #include "podsim/control/socket.h"
+#include "podsim/main/complaint.h"
 #include "podsim/main/life.h"
 #include "podsim/main/options.h"
 
-#include <fmt/format.h>
-
+#include <cstdio>
 #include <string_view>
 
 namespace {
 
+int failed_with(const talvor::Error& error) {
+    talvor::podsim::complain(error);
+    return 1;
+}
+
 int ask(const talvor::podsim::Options& options) {
     const auto answer = talvor::podsim::control::ask(options.control, options.question);
     constexpr std::string_view kError = "error: ";
-    if (!answer || answer->starts_with(kError)) {
-        fmt::print(stderr, "talvor-podsim: {}\n",
-                   answer ? answer->substr(kError.size()) : talvor::headline(answer.error()));
-        return 1;
+    if (!answer) {
+        return failed_with(answer.error());
     }
-    fmt::print("{}\n", *answer);
+    if (answer->starts_with(kError)) {
+        return failed_with(talvor::failure(answer->substr(kError.size())).value());
+    }
+    std::puts(answer->c_str());
+    if (std::fflush(stdout) != 0) {
+        return failed_with(talvor::system_failure("printing the answer").value());
+    }
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char** argv) {
+int run(int argc, char** argv) {
     const talvor::podsim::Options options = talvor::podsim::parse_command_line(argc, argv);
     switch (options.action) {
     case talvor::podsim::Options::Action::Serve:
@@ -33,4 +41,10 @@ int main(int argc, char** argv) {
         break;
     }
     return options.status;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    return talvor::run_guarded("talvor-podsim", run, argc, argv);
 }
