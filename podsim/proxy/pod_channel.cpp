@@ -1,10 +1,11 @@
 #include "podsim/proxy/pod_channel.h"
 
+#include "common/system_calls.h"
 #include "podsim/proxy/names.h"
 
 #include <algorithm>
+#include <new>
 #include <span>
-#include <sys/mman.h>
 
 namespace talvor::podsim::proxy {
 namespace {
@@ -16,10 +17,18 @@ using std::chrono::microseconds;
 constexpr microseconds kFirstDoubt{2'000};
 constexpr microseconds kLongestDoubt{1'000'000};
 
+// A note that there is no memory for is lost, and nothing else.
+void tell(Backend& backend, std::string_view text) noexcept {
+    try {
+        backend.note(text);
+    } catch (const std::bad_alloc&) {
+    }
+}
+
 } // namespace
 
 Result<PodChannel> PodChannel::create(uint32_t serial, uint16_t revision) {
-    shm_unlink(block_name(serial).c_str());
+    system_calls.shm_unlink(block_name(serial).c_str());
     SharedMemory memory = TRY(SharedMemory::create(block_name(serial), sizeof(lcl_shm)));
     Semaphore start = TRY(Semaphore::adopt(start_name(serial)));
     Semaphore complete = TRY(Semaphore::adopt(complete_name(serial)));
@@ -44,7 +53,7 @@ void PodChannel::sleep_for_start(Backend& backend) {
 
 void PodChannel::take_back_completion(Backend& backend) {
     while (complete_.try_take()) {
-        backend.note("a host went away without taking its answer");
+        tell(backend, "a host went away without taking its answer");
     }
 }
 
@@ -76,7 +85,17 @@ int32_t PodChannel::run_command(Backend& backend) {
         return batch::status_of(outcome);
     }
     default:
-        backend.note("an unknown command");
+        tell(backend, "an unknown command");
+        return batch::kFailedStatus;
+    }
+}
+
+int32_t PodChannel::answer(Backend& backend) noexcept {
+    try {
+        return run_command(backend);
+    } catch (const std::bad_alloc&) {
+        batch::empty(block());
+        tell(backend, "out of memory");
         return batch::kFailedStatus;
     }
 }
@@ -84,12 +103,12 @@ int32_t PodChannel::run_command(Backend& backend) {
 void PodChannel::serve(Backend& backend) {
     // A host that posts start has taken its last answer: one that is still there is a dead host's.
     take_back_completion(backend);
-    const int32_t status = run_command(backend);
+    const int32_t status = answer(backend);
     __atomic_store_n(&block().status, status, __ATOMIC_RELEASE);
     // One exchange is outstanding at a time: a second start is another host's, who came while the
     // first one died, and must not take this answer for its own.
     if (start_.posts() > 0 && !stop_->asked) {
-        backend.note("another host came while a batch of a dead one ran");
+        tell(backend, "another host came while a batch of a dead one ran");
         return;
     }
     complete_.post();

@@ -49,6 +49,8 @@ private:
     void take_back_completion(Backend& backend);
     void fail_exchange();
     int32_t run_command(Backend& backend);
+    // As run_command; a command that there is no memory for fails.
+    int32_t answer(Backend& backend) noexcept;
 
     SharedMemory memory_;
     Semaphore start_;

@@ -1,6 +1,8 @@
 #include "podsim/proxy/semaphore.h"
 
 #include "common/result.h"
+#include "common/system_calls.h"
+#include "podsim/proxy/shm_error.h"
 #include "shm_structs.h"
 
 #include <cerrno>
@@ -12,38 +14,49 @@
 namespace talvor::podsim::proxy {
 namespace {
 
-// Where the C library keeps a named semaphore.
-std::string path_of(const std::string& name) {
-    return "/dev/shm/sem." + name.substr(name.find_first_not_of('/'));
+// Whether a file holds a semaphore with memory behind it. The C library maps anything, past its end
+// and over holes too.
+bool holds_semaphore(const std::string& path) {
+    struct stat file {};
+    return system_calls.stat(path.c_str(), &file) == 0 && file.st_blocks > 0 &&
+           file.st_size >= static_cast<off_t>(sizeof(sem_t));
+}
+
+sem_t* open_semaphore(const std::string& name, int flags, unsigned value) {
+    sem_t* semaphore = SEM_FAILED;
+    do {
+        semaphore = system_calls.sem_open(name.c_str(), flags, SHM_OBJECT_MODE, value);
+    } while (semaphore == SEM_FAILED && errno == EINTR);
+    return semaphore;
 }
 
 } // namespace
 
 Result<Semaphore> Semaphore::create(const std::string& name, unsigned value) {
-    sem_t* semaphore = sem_open(name.c_str(), O_CREAT | O_EXCL, SHM_OBJECT_MODE, value);
+    const std::string path = semaphore_path(name);
+    sem_t* semaphore = open_semaphore(name, O_CREAT | O_EXCL, value);
     if (semaphore == SEM_FAILED) {
-        return system_failure("making semaphore " + name);
+        return shm_failure("making semaphore " + name, path, sizeof(sem_t));
     }
     Semaphore made(name, semaphore);
-    if (chmod(path_of(name).c_str(), SHM_OBJECT_MODE) != 0) {
-        return system_failure("opening semaphore " + name + " to every user");
+    if (system_calls.chmod(path.c_str(), SHM_OBJECT_MODE) != 0) {
+        return shm_failure("opening semaphore " + name + " to every user", path);
     }
     return made;
 }
 
 Result<Semaphore> Semaphore::adopt(const std::string& name) {
-    struct stat file {};
-    const std::string path = path_of(name);
-    if (stat(path.c_str(), &file) != 0 || file.st_size < static_cast<off_t>(sizeof(sem_t))) {
-        sem_unlink(name.c_str()); // no semaphore: the C library would map past its end
+    const std::string path = semaphore_path(name);
+    if (!holds_semaphore(path)) {
+        system_calls.sem_unlink(name.c_str());
         return create(name, 0);
     }
-    sem_t* semaphore = sem_open(name.c_str(), 0);
+    sem_t* semaphore = open_semaphore(name, 0, 0);
     if (semaphore == SEM_FAILED) {
-        return system_failure("opening semaphore " + name);
+        return shm_failure("opening semaphore " + name, path);
     }
     Semaphore found(name, semaphore);
-    chmod(path.c_str(), SHM_OBJECT_MODE); // best effort: it may be another user's
+    system_calls.chmod(path.c_str(), SHM_OBJECT_MODE); // best effort: it may be another user's
     while (found.try_take()) {
     }
     return found;
@@ -55,20 +68,19 @@ Semaphore::Semaphore(Semaphore&& other) noexcept
 Semaphore::~Semaphore() {
     if (semaphore_ != nullptr) {
         remove_name();
-        sem_close(semaphore_);
+        system_calls.sem_close(semaphore_);
     }
 }
 
 void Semaphore::remove_name() {
     if (!name_.empty()) {
-        sem_unlink(name_.c_str());
+        system_calls.sem_unlink(name_.c_str());
         name_.clear();
     }
 }
 
 void Semaphore::take() {
-    while (sem_wait(semaphore_) != 0 && errno == EINTR) {
-    }
+    past_interrupts([this] { return system_calls.sem_wait(semaphore_); });
 }
 
 bool Semaphore::take_within(std::chrono::microseconds limit) {
@@ -79,11 +91,9 @@ bool Semaphore::take_within(std::chrono::microseconds limit) {
     constexpr long kSecond = 1'000'000'000;
     deadline.tv_sec += nanoseconds / kSecond;
     deadline.tv_nsec = nanoseconds % kSecond;
-    int result = 0;
-    do {
-        result = sem_clockwait(semaphore_, CLOCK_MONOTONIC, &deadline);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
+    return past_interrupts([&] {
+               return system_calls.sem_clockwait(semaphore_, CLOCK_MONOTONIC, &deadline);
+           }) == 0;
 }
 
 int Semaphore::posts() const {

@@ -1,8 +1,11 @@
 #include "podsim/proxy/shared_memory.h"
 
 #include "common/result.h"
+#include "common/system_calls.h"
+#include "podsim/proxy/shm_error.h"
 #include "shm_structs.h"
 
+#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <sys/mman.h>
@@ -11,20 +14,41 @@
 #include <utility>
 
 namespace talvor::podsim::proxy {
+namespace {
+
+// Gives a new object its mode and its memory, all of it now: what is not there when a page is first
+// touched kills whoever touches it. MAP_FAILED, with errno as the reason, on failure.
+void* fill(int fd, size_t size) {
+    if (system_calls.fchmod(fd, SHM_OBJECT_MODE) != 0 ||
+        past_interrupts([=] { return system_calls.ftruncate(fd, static_cast<off_t>(size)); }) !=
+            0) {
+        return MAP_FAILED;
+    }
+    int error = 0;
+    do {
+        error = system_calls.posix_fallocate(fd, 0, static_cast<off_t>(size));
+    } while (error == EINTR);
+    if (error != 0) {
+        errno = error;
+        return MAP_FAILED;
+    }
+    return system_calls.mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd,
+                             0);
+}
+
+} // namespace
 
 Result<SharedMemory> SharedMemory::create(const std::string& name, size_t size) {
-    FileDescriptor fd(shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, SHM_OBJECT_MODE));
+    const std::string what = "making shared memory " + name;
+    FileDescriptor fd(
+        system_calls.shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, SHM_OBJECT_MODE));
     if (!fd.is_open()) {
-        return system_failure("making shared memory " + name);
+        return shm_failure(what, block_path(name), size);
     }
-    void* data = MAP_FAILED;
-    if (fchmod(fd.get(), SHM_OBJECT_MODE) == 0 &&
-        ftruncate(fd.get(), static_cast<off_t>(size)) == 0) {
-        data = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, fd.get(), 0);
-    }
+    void* data = fill(fd.get(), size);
     if (data == MAP_FAILED) {
-        Failure failed = system_failure("mapping shared memory " + name);
-        shm_unlink(name.c_str());
+        Failure failed = shm_failure(what, block_path(name), size);
+        system_calls.shm_unlink(name.c_str());
         return failed;
     }
     return SharedMemory(name, std::move(fd), data, size);
@@ -37,13 +61,13 @@ SharedMemory::SharedMemory(SharedMemory&& other) noexcept
 SharedMemory::~SharedMemory() {
     if (data_ != nullptr) {
         remove_name();
-        munmap(data_, size_);
+        system_calls.munmap(data_, size_);
     }
 }
 
 void SharedMemory::remove_name() {
     if (!name_.empty()) {
-        shm_unlink(name_.c_str());
+        system_calls.shm_unlink(name_.c_str());
         name_.clear();
     }
 }

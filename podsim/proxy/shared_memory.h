@@ -13,7 +13,8 @@ namespace talvor::podsim::proxy {
 class SharedMemory {
 public:
     // Makes the object `name` ("/..."), all zeros, exactly `size` bytes, mode 0666 whatever the
-    // umask. An object of that name is a failure.
+    // umask, with all its memory allocated: a full /dev/shm is a failure here and never a SIGBUS
+    // later. An object of that name is a failure. Nothing is left behind after one.
     [[nodiscard]] static Result<SharedMemory> create(const std::string& name, size_t size);
 
     SharedMemory(SharedMemory&& other) noexcept;

@@ -6,6 +6,8 @@
 #include <fmt/format.h>
 
 #include <array>
+#include <fcntl.h>
+#include <new>
 
 namespace talvor::podsim::trace {
 namespace {
@@ -18,6 +20,7 @@ constexpr std::array<std::string_view, 8> kNames{"tck",   "tms",  "tdi",  "tdo",
                                                  "trstn", "emu0", "emu1", "treset"};
 constexpr unsigned kStateBits = 4;
 constexpr size_t kPieceBytes = size_t{1} << 16;
+constexpr unsigned kFileMode = 0666; // less the umask
 
 char level_of(bool high) {
     return high ? '1' : '0';
@@ -27,22 +30,25 @@ char level_of(bool high) {
 
 Result<std::unique_ptr<VcdWriter>> VcdWriter::open(const std::string& path, std::string_view scope,
                                                    Limits limits, Log& log) {
-    std::FILE* file = std::fopen(path.c_str(), "we");
-    if (file == nullptr) {
+    FileDescriptor file = open_file(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
+    if (!file.is_open()) {
         return system_failure("writing the trace " + path);
     }
-    std::unique_ptr<VcdWriter> writer(new VcdWriter(file, path, limits, log));
+    std::unique_ptr<VcdWriter> writer(new VcdWriter(std::move(file), path, limits, log));
     writer->header(scope);
     writer->flush();
     return writer;
 }
 
 VcdWriter::~VcdWriter() {
-    if (!ended_ && fall_due_) {
-        advance(fall_ns_);
+    try {
+        if (!ended_ && fall_due_) {
+            advance(fall_ns_);
+        }
+        flush();
+    } catch (const std::bad_alloc&) {
+        // The trace ends a little earlier.
     }
-    flush();
-    std::fclose(file_);
 }
 
 void VcdWriter::header(std::string_view scope) {
@@ -163,9 +169,11 @@ void VcdWriter::write_out() {
         out_.resize(end_of_line == std::string::npos ? 0 : end_of_line + 1);
         end(fmt::format("{} bytes", limits_.bytes));
     }
-    if (std::fwrite(out_.data(), 1, out_.size(), file_) != out_.size() && !ended_) {
+    if (!lost_ && !write_all(file_.get(), out_)) {
+        const Failure lost = system_failure("writing the trace " + path_);
+        lost_ = true;
         ended_ = true;
-        log_.write(fmt::format("the trace {} ends: it cannot be written", path_));
+        log_.write("warning: the trace ends, the pod goes on: " + headline(lost.value()));
     }
     written_ += out_.size();
     out_.clear();
@@ -173,7 +181,6 @@ void VcdWriter::write_out() {
 
 void VcdWriter::flush() {
     write_out();
-    std::fflush(file_);
 }
 
 } // namespace talvor::podsim::trace

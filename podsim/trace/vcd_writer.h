@@ -1,12 +1,12 @@
 // A Value Change Dump of what the target sees, at virtual time.
 #pragma once
 
+#include "common/file_descriptor.h"
 #include "common/result.h"
 #include "podsim/base/log.h"
 #include "podsim/model/edge_observer.h"
 
 #include <cstdint>
-#include <cstdio>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -25,7 +25,8 @@ struct Limits {
 class VcdWriter : public EdgeObserver {
 public:
     // Makes the file `path`. `scope` is the name of the module in it. `log` is told when a limit is
-    // reached or writing fails, and must outlive the writer.
+    // reached, or when the file cannot be written any more, which ends the trace and nothing else.
+    // It must outlive the writer.
     [[nodiscard]] static Result<std::unique_ptr<VcdWriter>>
     open(const std::string& path, std::string_view scope, Limits limits, Log& log);
 
@@ -44,8 +45,8 @@ public:
 private:
     enum Signal { Tck, Tms, Tdi, Tdo, Trstn, Emu0, Emu1, Treset, BitSignals };
 
-    VcdWriter(std::FILE* file, std::string path, Limits limits, Log& log)
-        : file_(file), path_(std::move(path)), limits_(limits), log_(log) {}
+    VcdWriter(FileDescriptor file, std::string path, Limits limits, Log& log)
+        : file_(std::move(file)), path_(std::move(path)), limits_(limits), log_(log) {}
 
     void header(std::string_view scope);
     void advance(uint64_t time_ns);
@@ -55,7 +56,7 @@ private:
     void end(const std::string& why);
     void write_out();
 
-    std::FILE* file_;
+    FileDescriptor file_;
     std::string path_;
     Limits limits_;
     Log& log_;
@@ -66,6 +67,7 @@ private:
     uint64_t fall_ns_ = 0; // when TCK, high now, falls
     bool fall_due_ = false;
     bool ended_ = false;
+    bool lost_ = false; // the file takes no more
     char levels_[BitSignals] = {'0', '1', '1', 'z', '1', '1', '1', '0'};
     TapState state_ = TapState::TestLogicReset;
 };

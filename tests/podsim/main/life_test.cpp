@@ -1,5 +1,7 @@
 #include "common/child_process.h"
 #include "common/file_descriptor.h"
+#include "host.h"
+#include "small_shm.h"
 #include "support/podsim_process.h"
 
 #include <gmock/gmock.h>
@@ -30,6 +32,45 @@ std::vector<std::string> shm_objects() {
         names.push_back(entry.path().filename());
     }
     return names;
+}
+
+TEST(LifeTest, AFullShmIsToldWithWhatIsNeededAndWhatToDo) {
+    proxy::with_small_shm(100, [] {
+        const ProgramResult result = run_program({built_program("talvor-podsim")});
+        EXPECT_EQ(result.status, 1);
+        EXPECT_EQ(result.output, "");
+        EXPECT_EQ(result.errors,
+                  "talvor-podsim: making shared memory /talvor_lcl_shm_000001: /dev/shm is full: "
+                  "524328 bytes are needed, 405504 are free\n"
+                  "  next: remove what nobody uses from /dev/shm, or make it larger "
+                  "(mount -o remount,size=64M /dev/shm)\n");
+        EXPECT_THAT(shm_objects(), IsEmpty());
+    });
+}
+
+TEST(LifeTest, AFullDiskEndsTheTraceAndNotThePod) {
+    PodsimProcess podsim("", {"--vcd", "/dev/full"});
+    ASSERT_TRUE(podsim.running());
+    EXPECT_EQ(podsim.log(), "warning: the trace ends, the pod goes on: writing the trace "
+                            "/dev/full: No space left on device\n");
+    proxy::Host host(1);
+    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
+    host.queue("write 11 0002; write 10 4080; wait done; read 18");
+    EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 2);
+    EXPECT_EQ(podsim.stop(), 0);
+}
+
+TEST(LifeTest, AnAnswerThatNobodyCanReadIsAFailure) {
+    const PodsimProcess podsim;
+    const std::string ctl = built_program("talvor-podsim") + " ctl --control " +
+                            podsim.directory() + "/ctl status > /dev/full";
+    const ProgramResult result = run_program({"sh", "-c", ctl});
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.errors, "talvor-podsim: printing the answer: No space left on device\n"
+                             "  next: make room on that file system\n");
+    // Nor does a complaint that cannot be said change how the program ends.
+    const std::string wrong = built_program("talvor-podsim") + " /nonexistent 2> /dev/full";
+    EXPECT_EQ(run_program({"sh", "-c", wrong}).status, 1);
 }
 
 TEST(LifeTest, ComesUpAndGoesAwayWithoutATraceOnEveryEndingSignal) {

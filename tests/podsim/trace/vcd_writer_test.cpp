@@ -240,7 +240,8 @@ TEST_F(VcdTest, ADiskThatIsFullEndsTheTraceWithAWord) {
     ASSERT_TRUE(writer);
     EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 100'000, .from = TapState::RunTestIdle};
     writer.value()->edges(run);
-    EXPECT_EQ(logged(), "the trace /dev/full ends: it cannot be written\n");
+    EXPECT_EQ(logged(), "warning: the trace ends, the pod goes on: "
+                        "writing the trace /dev/full: No space left on device\n");
 }
 
 // A controller whose every operation is traced, and the dump checked against IEEE 1149.1.
