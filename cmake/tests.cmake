@@ -13,10 +13,16 @@ endfunction()
 
 # The tests of the driver's floors: with the preset valgrind they alone are built and run.
 add_custom_target(driver_tests)
+# Those of what has threads: with the preset tsan they alone are built and run.
+add_custom_target(threads_tests)
 
 # Has each test of a program run by ctest; under valgrind the program as a whole.
 function(talvor_run_tests name label serial)
-  set(properties TIMEOUT 300 RUN_SERIAL ${serial})
+  set(timeout 300)
+  if(label STREQUAL torture)
+    set(timeout 14400) # what scripts/torture runs whole
+  endif()
+  set(properties TIMEOUT ${timeout} RUN_SERIAL ${serial})
   if(label)
     list(APPEND properties LABELS ${label})
   endif()
@@ -58,6 +64,9 @@ function(talvor_test)
   if(IS_DIRECTORY ${PROJECT_SOURCE_DIR}/src/${folder})
     set(ARG_LABELS driver)
     add_dependencies(driver_tests ${ARG_NAME})
+  endif()
+  if(ARG_LABELS STREQUAL threads)
+    add_dependencies(threads_tests ${ARG_NAME})
   endif()
   talvor_run_tests(${ARG_NAME} "${ARG_LABELS}" ${ARG_SERIAL})
 endfunction()

@@ -3,6 +3,7 @@
 
 #include "common/result.h"
 #include "podsim/base/log.h"
+#include "podsim/base/patient_mutex.h"
 #include "podsim/model/controller.h"
 #include "podsim/proxy/backend.h"
 
@@ -107,7 +108,7 @@ private:
     Log& log_;
     Controller controller_;
 
-    std::timed_mutex mutex_; // held while a command runs or an operator's call is served
+    PatientMutex mutex_; // held while a command runs or an operator's call is served
     Troubles troubles_;
     bool attached_ = false;
     std::atomic<uint64_t> batches_{0};

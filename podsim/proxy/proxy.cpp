@@ -1,5 +1,6 @@
 #include "podsim/proxy/proxy.h"
 
+#include "common/start_thread.h"
 #include "common/time_slice.h"
 #include "podsim/proxy/ownership.h"
 #include "podsim/proxy/pod_channel.h"
@@ -13,19 +14,29 @@
 namespace talvor::podsim::proxy {
 namespace {
 
-// One pod's thread with its channel.
-class Worker {
+// One pod's thread with its channel. The thread keeps its worker alive: one that does not come back
+// has what it uses for as long as it runs.
+class Worker : public std::enable_shared_from_this<Worker> {
 public:
-    Worker(PodChannel channel, Backend& backend, std::chrono::microseconds spin)
-        : channel_(std::move(channel)), backend_(backend), thread_([this, spin] { serve(spin); }) {}
+    Worker(PodChannel channel, Backend& backend)
+        : channel_(std::move(channel)), backend_(backend) {}
+
+    [[nodiscard]] Status begin(std::chrono::microseconds spin) {
+        thread_ = TRY(start_thread("a pod's thread",
+                                   [self = shared_from_this(), spin] { self->serve(spin); }));
+        return {};
+    }
 
     void request_stop() {
         backend_.request_stop();
         channel_.stop();
     }
 
-    // Waits for the thread's end; false when it did not come in time.
+    // Waits for the end of the thread, if there is one; false when it did not come in time.
     bool ended_by(std::chrono::steady_clock::time_point deadline) {
+        if (!thread_.joinable()) {
+            return true;
+        }
         std::unique_lock lock(mutex_);
         if (!changed_.wait_until(lock, deadline, [this] { return ended_; })) {
             return false;
@@ -62,12 +73,6 @@ private:
     std::thread thread_;
 };
 
-// Workers whose threads did not end: what those use lives as long as the process.
-std::vector<std::unique_ptr<Worker>>& abandoned_workers() {
-    static std::vector<std::unique_ptr<Worker>> workers;
-    return workers;
-}
-
 Status check_pods(const std::vector<Pod>& pods) {
     if (pods.size() > SHM_DEVICE_RECORDS) {
         return failure(std::to_string(pods.size()) + " pods: the device table has room for " +
@@ -90,7 +95,7 @@ struct Proxy::State {
     std::vector<Pod> pods;
     Ownership ownership;
     DeviceTable table;
-    std::vector<std::unique_ptr<Worker>> workers;
+    std::vector<std::shared_ptr<Worker>> workers;
 };
 
 Proxy::Proxy(std::unique_ptr<State> state) : state_(std::move(state)) {}
@@ -99,25 +104,29 @@ Result<std::unique_ptr<Proxy>> Proxy::start(std::vector<Pod> pods, Options optio
     TRY(check_pods(pods));
     Ownership ownership = TRY(Ownership::take());
     TRY(remove_stale_objects());
-    std::vector<PodChannel> channels;
-    channels.reserve(pods.size());
+    std::vector<std::shared_ptr<Worker>> workers;
     for (const Pod& pod : pods) {
-        channels.push_back(TRY(PodChannel::create(pod.record.serial, pod.record.revision)));
+        workers.push_back(std::make_shared<Worker>(
+            TRY(PodChannel::create(pod.record.serial, pod.record.revision)), *pod.backend));
     }
     DeviceTable table = TRY(DeviceTable::create());
-    std::unique_ptr<State> state(
-        new State{std::move(pods), std::move(ownership), std::move(table), {}});
-    for (size_t i = 0; i < state->pods.size(); ++i) {
-        state->workers.push_back(std::make_unique<Worker>(std::move(channels[i]),
-                                                          *state->pods[i].backend, options.spin));
+    // What fails from here on is undone by stop().
+    std::unique_ptr<Proxy> proxy(new Proxy(std::unique_ptr<State>(
+        new State{std::move(pods), std::move(ownership), std::move(table), std::move(workers)})));
+    TRY(proxy->begin(options));
+    return proxy;
+}
+
+Status Proxy::begin(const Options& options) {
+    for (const auto& worker : state_->workers) {
+        TRY(worker->begin(options.spin));
     }
-    std::unique_ptr<Proxy> proxy(new Proxy(std::move(state)));
-    for (size_t i = 0; i < proxy->state_->pods.size(); ++i) {
-        if (proxy->state_->pods[i].plugged) {
-            proxy->plug(i);
+    for (size_t i = 0; i < state_->pods.size(); ++i) {
+        if (state_->pods[i].plugged) {
+            plug(i);
         }
     }
-    return proxy;
+    return {};
 }
 
 Proxy::~Proxy() {
@@ -144,10 +153,9 @@ bool Proxy::stop(std::chrono::milliseconds patience) {
     }
     const auto deadline = std::chrono::steady_clock::now() + patience;
     bool all = true;
-    for (auto& worker : state_->workers) {
+    for (const auto& worker : state_->workers) {
         if (!worker->ended_by(deadline)) {
             worker->abandon();
-            abandoned_workers().push_back(std::move(worker));
             all = false;
         }
     }

@@ -52,6 +52,7 @@ public:
 private:
     struct State;
     explicit Proxy(std::unique_ptr<State> state);
+    [[nodiscard]] Status begin(const Options& options);
     std::unique_ptr<State> state_;
 };
 
