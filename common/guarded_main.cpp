@@ -16,11 +16,10 @@ constexpr const char* kOutOfMemory =
     "out of memory\n  next: end other programs, or raise the limit "
     "of memory";
 
-const char* g_program = "";
-
 // Without memory, and past what the program has not written yet.
 void say(const char* text) noexcept {
-    for (const char* part : {g_program, ": ", text, "\n"}) {
+    for (const char* part :
+         {static_cast<const char*>(program_invocation_short_name), ": ", text, "\n"}) {
         if (write(STDERR_FILENO, part, std::strlen(part)) < 0) {
             return;
         }
@@ -49,11 +48,14 @@ void say(const char* text) noexcept {
     std::abort();
 }
 
+// Before the constructors of other objects of static storage, some of which need memory.
+__attribute__((constructor(101))) void watch_terminate() noexcept {
+    std::set_terminate(end_at_once);
+}
+
 } // namespace
 
-int run_guarded(const char* program, int (*body)(int, char**), int argc, char** argv) noexcept {
-    g_program = program;
-    std::set_terminate(end_at_once);
+int run_guarded(int (*body)(int, char**), int argc, char** argv) noexcept {
     try {
         return body(argc, argv);
     } catch (const std::bad_alloc&) {

@@ -46,5 +46,5 @@ int run(int argc, char** argv) {
 } // namespace
 
 int main(int argc, char** argv) {
-    return talvor::run_guarded("talvor-podsim", run, argc, argv);
+    return talvor::run_guarded(run, argc, argv);
 }

@@ -36,6 +36,12 @@ Result<Semaphore> Semaphore::create(const std::string& name, unsigned value) {
     const std::string path = semaphore_path(name);
     sem_t* semaphore = open_semaphore(name, O_CREAT | O_EXCL, value);
     if (semaphore == SEM_FAILED) {
+        // Where memory runs out late, the C library leaves the name that it has made.
+        const int error = errno;
+        if (error != EEXIST) {
+            system_calls.sem_unlink(name.c_str());
+        }
+        errno = error;
         return shm_failure("making semaphore " + name, path, sizeof(sem_t));
     }
     Semaphore made(name, semaphore);

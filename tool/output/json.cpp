@@ -50,9 +50,21 @@ Json Json::array(const std::vector<uint64_t>& numbers) {
     return Json(Value(Array(numbers.begin(), numbers.end())));
 }
 
-Json::Json(const Json& other) = default;
+// The copy is made outside of the variant: where memory runs out in the variant's own copying, g++
+// 12 takes down what was never made.
+Json::Json(const Json& other) : value_(nullptr) {
+    std::visit(
+        [this](const auto& value) {
+            auto copy = value;
+            value_ = Value(std::move(copy));
+        },
+        other.value_);
+}
 Json::Json(Json&& other) noexcept = default;
-Json& Json::operator=(const Json& other) = default;
+Json& Json::operator=(const Json& other) {
+    Json copy(other);
+    return *this = std::move(copy);
+}
 Json& Json::operator=(Json&& other) noexcept = default;
 Json::~Json() = default;
 
