@@ -1,36 +1,39 @@
 // Scans that answer and leave behind what the same clocks on a bare TAP would, although the return
 // path holds bits back.
 //
-// The last bits of an answer only come out with further clocks. In the Shift and Pause states nobody
-// sees a register, so it may hold other bits than the client's for a while, as long as it is right
-// before it is left for Update. A scan whose answer is wanted goes out as
+// The last bits of an answer only come out with further clocks. In the Shift and Pause states
+// nobody sees a register, so it may hold other bits than the client's for a while, as long as it is
+// right before it is left for Update. A scan whose answer is wanted goes out as
 //
 //     marker (kMarkerBits random bits), then the client's bits
 //
-// and rests in the Pause state. What comes back is what the register held, then the marker: where it
-// comes out tells how long the register is. Behind a register no longer than the client's bits the
-// marker has left it again, and what stays in it is right. From a longer one more is shifted until
-// the marker comes out; then it gets back what it held, and the client's bits. Bits that went in at
-// TDI need not be read to be answered: they come out as they went in, as many clocks later as the
-// register is long.
+// and rests in the Pause state. What comes back is what the register held, then the marker: where
+// it comes out tells how long the register is. Behind a register no longer than the client's bits
+// the marker has left it again, and what stays in it is right. From a longer one more is shifted
+// until the marker comes out; then it gets back what it held, and the client's bits. Bits that went
+// in at TDI need not be read to be answered: they come out as they went in, as many clocks later as
+// the register is long.
 //
 // A scan that nobody wants an answer of is shifted once, and nothing else.
 #pragma once
 
 #include "common/result.h"
+#include "host/scan/bit_queue.h"
 #include "host/scan/length_memory.h"
+#include "host/scan/marker.h"
 #include "host/scan/shift_line.h"
 #include "host/scan/shift_mark.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <utility>
 
 namespace talvor {
 
-// One scan after the other, each in one piece or in many. Between its calls the TAP stands where the
-// last scan ended, or, while a scan is open, in the Pause state of its path (or, before the first
-// bit has gone out, still where it was).
+// One scan after the other, each in one piece or in many. Between its calls the TAP stands where
+// the last scan ended, or, while a scan is open, in the Pause state of its path (or, before the
+// first bit has gone out, still where it was).
 //
 // Registers that are no plain shift registers (that count clocks, or stream) cannot be served so.
 class ExactScan {
@@ -49,19 +52,19 @@ public:
     // begin with. Needs !open().
     void begin(ScanPath path);
     // The next bits of the open scan. `answer` becomes what TDO gives for them, as many bits, and
-    // may be `bits` itself; where it is null nobody asks, and the bits may stay queued here. Answers
-    // need at most one exchange, none once the register's length is known.
-    // Errors: the line's.
+    // may be `bits` itself; where it is null nobody asks, and the bits may stay queued here.
+    // Answers need at most one exchange, none once the register's length is known. Errors: the
+    // line's.
     [[nodiscard]] Status piece(const Bits& bits, Bits* answer);
     // The register holds what it should, and the TAP stands in the path's Pause state; the scan
     // stays open. A scan without a bit so far stays where it is. Errors: the line's; the marker did
     // not come out (ErrorKind::Target, says what TDO does instead), then the register got the
     // client's bits, which is right unless it is longer.
     [[nodiscard]] Status settle();
-    // Ends the scan in `end`, a Pause state of its own path included: that is only parking, and the
-    // register is not updated. The move there waits for nothing; it goes out with whatever the line
-    // does next. A scan without a bit makes no move. Errors: as for settle(), the scan is closed all
-    // the same and the TAP in `end`.
+    // Ends the scan in `end`. In the Pause state of its own path that is settle() and the end of
+    // the scan: nothing is updated, and another one may go on from there. The move waits for
+    // nothing; it goes out with whatever the line does next. Errors: as for settle(); the scan is
+    // closed all the same, and the TAP on its way to `end`.
     [[nodiscard]] Status finish(StableState end);
     // begin, one piece, finish.
     [[nodiscard]] Status whole(ScanPath path, const Bits& bits, Bits* answer, StableState end);
@@ -77,18 +80,60 @@ public:
     void note_reset() noexcept { instruction_ = 0; }
     // Who is told what the Shift clocks are for.
     void on_shift(ShiftMarkHook hook) { hook_ = std::move(hook); }
-    // Where the markers begin, for runs that are to be repeated bit for bit.
-    void seed(uint64_t seed) noexcept { marker_seed_ = seed; }
 
 private:
-    // ... (implementation follows)
+    // How much is known of the register.
+    enum class Stage : uint8_t {
+        Plain,  // nothing, and nobody asked: what has been shifted is what the client shifted
+        Sought, // a marker went in and has not come out yet
+        Known,  // its length and what it should hold
+    };
+
+    void note_instruction(const Bits& bits) noexcept;
+    [[nodiscard]] Status hold(const Bits& bits);
+    [[nodiscard]] Status spill();
+    [[nodiscard]] Status seek(const Bits& bits);
+    [[nodiscard]] size_t fill_for_guess() const noexcept;
+    [[nodiscard]] Status shift_on(size_t fill_bits);
+    [[nodiscard]] Status shift_until_found();
+    [[nodiscard]] Status check_hope() const;
+    [[nodiscard]] Status give_up(Error error);
+    [[nodiscard]] EchoSearch echo_search() const noexcept;
+    [[nodiscard]] Echo find_echo() const;
+    [[nodiscard]] Bits answer_from(size_t first, std::optional<size_t> length) const;
+    [[nodiscard]] Status answer_sought(const Bits& bits, Bits& answer);
+    [[nodiscard]] Status answer_known(const Bits& bits, Bits* answer);
+    void learn(size_t length);
+    [[nodiscard]] bool has_rest() const noexcept;
+    [[nodiscard]] Status send_rest(StableState end);
+    void close(StableState end) noexcept;
+    [[nodiscard]] Status send(const Bits& bits, ShiftPurpose purpose, StableState end);
+    void mark(ShiftPurpose purpose, size_t clocks) const;
+
     ShiftLine& line_;
     ShiftMarkHook hook_;
-    uint64_t marker_seed_ = 0;
-    uint64_t instruction_ = 0;
-    std::optional<size_t> length_;
-    ScanPath path_ = ScanPath::Dr;
+    MarkerSource random_;
+    LengthMemory lengths_;
+    uint64_t instruction_ = 0; // tells what the instruction path holds from other contents
+    uint64_t next_instruction_ = 0;
+
     bool open_ = false;
+    ScanPath path_ = ScanPath::Dr;
+    Stage stage_ = Stage::Plain;
+    std::optional<size_t> length_;
+    Bits pending_; // the client's, yet to be shifted
+
+    // Sought: counted from where the marker went in, which is as if that had been the capture.
+    uint64_t marker_ = 0;
+    Bits data_;              // the client's bits
+    Bits in_;                // what has really been shifted
+    Bits out_;               // what has come out, kHeldBits older bits first
+    size_t echoed_bits_ = 0; // the client's bits that went in right behind the marker
+    size_t tail_bits_ = 0;   // the client's bits that went in last
+
+    // Known: what the register should hold, with what is pending.
+    BitQueue content_;
+    bool in_step_ = true; // it does, but for what is pending
 };
 
 } // namespace talvor

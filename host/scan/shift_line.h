@@ -28,8 +28,8 @@ public:
     virtual ~ShiftLine() = default;
 
     // Shifts `out`, at least one bit, and ends in `end`. From the Pause state of the same path the
-    // shift goes on through Exit2 without a capture, from every other state it goes through Capture.
-    // `out` is read before it returns.
+    // shift goes on through Exit2 without a capture, from every other state it goes through
+    // Capture. `out` is read before it returns.
     [[nodiscard]] virtual Status send(ScanPath path, const Bits& out, StableState end) = 0;
     // The same, and waits for the answer: `in` becomes as long as `out`, first the kHeldBits bits
     // that TDO gave last before this shift, then all but the last kHeldBits of this one.

@@ -130,7 +130,7 @@ std::vector<House> houses() {
          with_host_headers({"common"}),
          {{"jtag"},
           {"waveform", "svf", "board"},
-          {"driver"},
+          {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
           {"session"},
           {"simulator"}},
