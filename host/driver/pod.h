@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -49,10 +50,10 @@ public:
     // The same with the result as a Status: a failure is diagnosed first, so that a lost supply or
     // a transport error is named instead of its consequence.
     template <typename Slot, typename... Arguments>
-    [[nodiscard]] Status run(std::string thing, Slot slot, Arguments... arguments) {
+    [[nodiscard]] Status run(std::string_view thing, Slot slot, Arguments... arguments) {
         const JTI_Error code = call(slot, arguments...);
         if (code != 0) {
-            return diagnose(std::move(thing), code);
+            return diagnose(std::string(thing), code);
         }
         return {};
     }

@@ -12,67 +12,12 @@
 namespace talvor {
 namespace {
 
-// Automatic adjustment adds a word to the count, which must still fit 32 bits.
-constexpr uint64_t kMaxScanBits = std::numeric_limits<uint32_t>::max() - Bits::kWordBits;
-// What the pod's return path holds back: one word, as the driver's adjustment has it.
-constexpr size_t kHeldBits = Bits::kWordBits;
+// What is shifted beside the scan's own bits must fit the driver's 32-bit count with them.
+constexpr uint64_t kMaxScanBits = std::numeric_limits<uint32_t>::max() - 0xFFFFU;
 // What one pass through Run-Test/Idle spends there.
 constexpr uint64_t kIdleClocks = JSC_IDLE_TRANSIT_CLOCKS;
 // Go-tos to queue between two looks at the interrupt flag.
 constexpr uint64_t kIdlePassesAtOnce = 1U << 16;
-
-JSC_JtagState driver_state(StableState state) {
-    switch (state) {
-    case StableState::Reset:
-        return eJSC_JTAG_STATE_RESET;
-    case StableState::Idle:
-        return eJSC_JTAG_STATE_IDLE;
-    case StableState::PauseDr:
-        return eJSC_JTAG_STATE_PAUSE_DR;
-    case StableState::PauseIr:
-        return eJSC_JTAG_STATE_PAUSE_IR;
-    }
-    return eJSC_JTAG_STATE_INVALID_FIRST;
-}
-
-std::optional<StableState> stable_state_of(JSC_JtagState state) {
-    switch (state) {
-    case eJSC_JTAG_STATE_RESET:
-        return StableState::Reset;
-    case eJSC_JTAG_STATE_IDLE:
-        return StableState::Idle;
-    case eJSC_JTAG_STATE_PAUSE_DR:
-        return StableState::PauseDr;
-    case eJSC_JTAG_STATE_PAUSE_IR:
-        return StableState::PauseIr;
-    default:
-        return std::nullopt;
-    }
-}
-
-JSC_JtagCommand scan_command(const Scan& scan) {
-    JSC_JtagCommand command{};
-    command.jtagBefore = eJSC_JTAG_TRANSIT_QUICKEST;
-    command.jtagShift = scan.path == ScanPath::Ir ? eJSC_JTAG_SHIFT_IR : eJSC_JTAG_SHIFT_DR;
-    command.jtagAfter = eJSC_JTAG_TRANSIT_QUICKEST;
-    command.jtagEnd = driver_state(scan.end);
-    command.jtagDelay = eJSC_JTAG_DELAY_USE_END;
-    command.jtagAmble = eJSC_JTAG_AMBLE_NEITHER;
-    command.jtagUsage = eJSC_JTAG_USAGE_FRESH;
-    command.jtagWidth = eJSC_JTAG_WIDTH_16;
-    command.jtagAdjust = eJSC_JTAG_ADJUST_AUTO;
-    return command;
-}
-
-// One shift of `out`.
-JSC_JtagParam16 scan_parameter(const Bits& out) {
-    JSC_JtagParam16 parameter{};
-    parameter.repeatCount = 1;
-    parameter.shiftCount = static_cast<uint32_t>(out.size());
-    // The record has no const; the driver only reads through it.
-    parameter.pOutBuffer = const_cast<uint16_t*>(out.words().data());
-    return parameter;
-}
 
 const char* path_name(ScanPath path) {
     return path == ScanPath::Ir ? "IR scan" : "DR scan";
@@ -82,7 +27,8 @@ const char* path_name(ScanPath path) {
 
 PodPort::PodPort(Pod& pod, TestClock clock, KeyStore configured)
     : pod_(&pod), clock_(std::move(clock)), configured_(std::move(configured)),
-      setting_(clock_.setting(configured_)) {}
+      setting_(clock_.setting(configured_)), line_(std::make_unique<PodLine>(pod)),
+      scan_(std::make_unique<ExactScan>(*line_)) {}
 
 Result<PodPort> PodPort::open(Pod& pod, TestClock clock, KeyStore configured) {
     PodPort port(pod, std::move(clock), std::move(configured));
@@ -139,101 +85,88 @@ Status PodPort::can_set_max_frequency(std::optional<double> hertz) const {
     return {};
 }
 
-Status PodPort::put_state(StableState to, JSC_JtagTransit how, uint32_t times) {
-    TRY(check_interrupt());
-    JSC_JtagCommand command{};
-    command.jtagAfter = how;
-    command.jtagEnd = driver_state(to);
-    state_.reset();
-    TRY(pod_->run(fmt::format("moving to {}", name_of(to)), &JSC_Interface::PutState, &command, 0U,
-                  times));
-    state_ = to;
-    return {};
+// What is left open rests in its Pause state afterwards, with the right content.
+Status PodPort::leave_scan() {
+    return scan_->open() ? scan_->finish(pause_state(scan_->path())) : Status();
 }
 
 Status PodPort::reset_tap() {
-    // The controller takes the shortest way, which is fewer than five ones from Run-Test/Idle and
-    // none when it believes the TAP reset already. From Pause-DR it is five, whatever the target
-    // believes; and with the TAP reset the way there touches no register but IDCODE or BYPASS.
-    for (const StableState to : {StableState::Reset, StableState::PauseDr, StableState::Reset}) {
-        TRY(put_state(to, eJSC_JTAG_TRANSIT_QUICKEST, 1));
-    }
-    return {};
+    TRY(check_interrupt());
+    // What an open scan leaves behind matters, but the reset must come in any case.
+    (void)leave_scan();
+    scan_->note_reset();
+    return line_->reset_tap();
 }
 
 Status PodPort::move(StableState to) {
-    if (state_ == to && (to == StableState::Reset || to == StableState::Idle)) {
+    TRY(check_interrupt());
+    if (scan_->open() && to != pause_state(scan_->path())) {
+        return scan_->finish(to);
+    }
+    TRY(leave_scan());
+    if (line_->state() == to && (to == StableState::Reset || to == StableState::Idle)) {
         return {};
     }
-    return put_state(to, eJSC_JTAG_TRANSIT_QUICKEST, 1);
+    if (to == StableState::Reset) {
+        scan_->note_reset();
+    }
+    return line_->move(to);
 }
 
 Status PodPort::move_via_idle(StableState to, uint32_t times) {
-    return put_state(to, eJSC_JTAG_TRANSIT_VIA_IDLE, times);
+    TRY(check_interrupt());
+    TRY(leave_scan());
+    return line_->move_via_idle(to, times);
 }
 
 Status PodPort::scan(const Scan& scan) {
     TRY(can_scan(scan.path, scan.out->size(), scan.in != nullptr));
     TRY(check_interrupt());
-    state_.reset();
-    const JSC_JtagCommand command = scan_command(scan);
-    TRY(scan.in == nullptr            ? scan_out(command, scan)
-        : mode_ == ReceiveMode::Exact ? scan_exact(command, scan)
-                                      : scan_adjusted(command, scan));
-    state_ = scan.end;
-    return {};
-}
-
-Status PodPort::scan_out(const JSC_JtagCommand& command, const Scan& scan) {
-    const JSC_JtagParam16 parameter = scan_parameter(*scan.out);
-    return pod_->run(path_name(scan.path), &JSC_Interface::ScanSend16, &command, &parameter);
-}
-
-Status PodPort::scan_adjusted(JSC_JtagCommand command, const Scan& scan) {
-    command.jtagAdjust = eJSC_JTAG_ADJUST_AUTO;
-    return scan_both(command, *scan.out, *scan.in);
-}
-
-Status PodPort::scan_exact(JSC_JtagCommand command, const Scan& scan) {
-    command.jtagAdjust = eJSC_JTAG_ADJUST_USER;
-    command.jtagEnd =
-        scan.path == ScanPath::Ir ? eJSC_JTAG_STATE_PAUSE_IR : eJSC_JTAG_STATE_PAUSE_DR;
-    // In: what the return path held before, then all but the last bits of the answer.
-    Bits answer;
-    TRY(scan_both(command, *scan.out, answer));
-    // From the Pause state the shift goes on without a capture. The same bits once more leave the
-    // same content behind; at least as many as are held back.
-    Bits again = scan.out->size() < kHeldBits ? Bits::ones(kHeldBits) : Bits();
-    again.append(*scan.out);
-    command.jtagEnd = driver_state(scan.end);
-    Bits rest;
-    TRY(scan_both(command, again, rest));
-    answer.append(rest.slice(0, kHeldBits));
-    *scan.in = answer.slice(kHeldBits, scan.out->size());
-    return {};
-}
-
-Status PodPort::scan_both(const JSC_JtagCommand& command, const Bits& out, Bits& in) {
-    const size_t words = out.words().size();
-    std::vector<uint16_t>& received = pod_->receive_buffer(words);
-    JSC_JtagParam16 parameter = scan_parameter(out);
-    parameter.pInBuffer = received.data();
-    const char* thing =
-        command.jtagShift == eJSC_JTAG_SHIFT_IR ? path_name(ScanPath::Ir) : path_name(ScanPath::Dr);
-    Status status = pod_->run(thing, &JSC_Interface::ScanBoth16, &command, &parameter);
-    if (!status) {
-        pod_->retire_receive_buffer();
-        return status;
+    if (mode_ == ReceiveMode::Exact) {
+        return scan_exactly(scan);
     }
-    in.resize(out.size());
-    std::copy_n(received.begin(), words, in.words().begin());
-    in.clear_unused();
-    return {};
+    TRY(leave_scan());
+    return scan.in == nullptr ? line_->send(scan.path, *scan.out, scan.end)
+                              : line_->exchange_adjusted(scan.path, *scan.out, *scan.in, scan.end);
+}
+
+// A scan that ends in its own Pause state goes on with the next one, so it is left open.
+Status PodPort::scan_exactly(const Scan& scan) {
+    if (scan_->open() && scan_->path() != scan.path) {
+        TRY(leave_scan());
+    }
+    const bool parks = scan.end == pause_state(scan.path);
+    if (!scan_->open() && !parks) {
+        return scan_->whole(scan.path, *scan.out, scan.in, scan.end);
+    }
+    if (!scan_->open()) {
+        scan_->begin(scan.path);
+    }
+    if (Status done = scan_->piece(*scan.out, scan.in); !done) {
+        scan_->abandon();
+        return done;
+    }
+    return parks ? Status() : scan_->finish(scan.end);
+}
+
+Status PodPort::flush() {
+    Status settled = scan_->open() ? scan_->settle() : Status();
+    if (!settled) {
+        scan_->abandon();
+    }
+    TRY(line_->flush());
+    return settled;
+}
+
+void PodPort::close() noexcept {
+    (void)leave_scan();
+    (void)line_->flush();
 }
 
 Status PodPort::run(StableState state, uint64_t clocks, std::chrono::nanoseconds at_least) {
     TRY(can_run(state, clocks, ClockLine::Tck));
-    if (state_ != state) {
+    const bool rests = scan_->open() && state == pause_state(scan_->path());
+    if (!rests && (scan_->open() || line_->state() != state)) {
         TRY(move(state));
     }
     const auto start = std::chrono::steady_clock::now();
@@ -274,6 +207,8 @@ Status PodPort::set_clock(const ClockSetting& setting) {
     }
     KeyStore keys = configured_;
     clock_.apply(setting, keys);
+    TRY(leave_scan());
+    TRY(flush());
     setting_ = setting;
     TRY(pod_->reconnect(std::move(keys)));
     (void)TRY(ask_state());
@@ -281,14 +216,10 @@ Status PodPort::set_clock(const ClockSetting& setting) {
 }
 
 Result<StableState> PodPort::ask_state() {
-    JSC_JtagState answer = eJSC_JTAG_STATE_INVALID_FIRST;
-    TRY(pod_->run("asking for the TAP state", &JSC_Interface::GetState, &answer));
-    state_ = stable_state_of(answer);
-    if (!state_) {
-        // A scan that failed leaves the TAP in a Shift state; only a reset leads on from there.
-        TRY(reset_tap());
+    if (scan_->open()) {
+        TRY(scan_->settle());
     }
-    return *state_;
+    return line_->ask_state();
 }
 
 } // namespace talvor

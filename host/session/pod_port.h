@@ -4,9 +4,13 @@
 #include "host/clock/test_clock.h"
 #include "host/driver/pod.h"
 #include "host/jtag/port.h"
+#include "host/scan/exact_scan.h"
+#include "host/session/pod_line.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <utility>
 
 namespace talvor {
 
@@ -16,14 +20,17 @@ namespace talvor {
 // - the target's system clock cannot be counted.
 // A change of the test clock connects the pod anew.
 //
-// The pod's return path holds back the last sixteen bits of whatever is shifted, so a scan that
-// receives needs sixteen clocks more than it has bits. There are two ways to spend them:
-// - Exact (the default) shifts the scan, stops in the Pause state, and shifts it a second time to
-//   push the rest out: two round trips.
-// - Adjusted leaves it to the driver's automatic adjustment, which shifts sixteen ones first: one
-//   round trip, but what comes back after the path's own content begins with these ones.
-// Either leaves the right bits in a path that is no longer than the scan; only a scan that is
-// shorter than its path, a part of one, must not receive.
+// The pod's return path holds back the last sixteen bits of whatever is shifted. There are two ways
+// to get at them:
+// - Exact (the default) answers and leaves behind what the same clocks on a bare TAP would, however
+//   long the register is: see ExactScan. One round trip; a second one the first time that a
+//   register proves longer than its scan.
+// - Adjusted leaves it to the driver's automatic adjustment, which shifts sixteen ones first: what
+//   comes back after the path's own content begins with these ones, and a path that is longer than
+//   the scan is left with them.
+//
+// Moves stay queued, also those that end a scan whose answer was given already. What the last ones
+// of a session did to the target is certain after flush() or close().
 class PodPort final : public JtagPort {
 public:
     enum class ReceiveMode : uint8_t { Exact, Adjusted };
@@ -43,9 +50,12 @@ public:
                              std::chrono::nanoseconds at_least) override;
     [[nodiscard]] Status set_trst(TrstLevel level) override;
     [[nodiscard]] Status set_max_frequency(std::optional<double> hertz) override;
-    [[nodiscard]] Status flush() override { return pod_->flush(); }
+    // A scan that rests in its Pause state has left there what it should, too.
+    [[nodiscard]] Status flush() override;
 
     void set_receive_mode(ReceiveMode mode) noexcept { mode_ = mode; }
+    // Who is told what the Shift clocks of exact scans are for.
+    void on_shift(ShiftMarkHook hook) { scan_->on_shift(std::move(hook)); }
     // To `to` through Run-Test/Idle, where seven clocks are spent, `times` times over.
     [[nodiscard]] Status move_via_idle(StableState to, uint32_t times = 1);
     // Where the TAP stands, asked of the controller.
@@ -56,22 +66,23 @@ public:
     // The present test-clock frequency.
     [[nodiscard]] uint64_t hertz() const noexcept { return clock_.hertz(setting_); }
 
+    // The last thing before the pod is disconnected: like flush(), and nobody can do anything about
+    // a failure any more.
+    void close() noexcept;
+
 private:
     PodPort(Pod& pod, TestClock clock, KeyStore configured);
 
-    [[nodiscard]] Status put_state(StableState to, JSC_JtagTransit how, uint32_t times);
-    [[nodiscard]] Status scan_out(const JSC_JtagCommand& command, const Scan& scan);
-    [[nodiscard]] Status scan_adjusted(JSC_JtagCommand command, const Scan& scan);
-    [[nodiscard]] Status scan_exact(JSC_JtagCommand command, const Scan& scan);
-    // One scan of the driver: `in` becomes what it gives back.
-    [[nodiscard]] Status scan_both(const JSC_JtagCommand& command, const Bits& out, Bits& in);
+    [[nodiscard]] Status scan_exactly(const Scan& scan);
+    [[nodiscard]] Status leave_scan();
 
     Pod* pod_;
     TestClock clock_;
     KeyStore configured_;
     ClockSetting setting_;
     ReceiveMode mode_ = ReceiveMode::Exact;
-    std::optional<StableState> state_; // nothing: unknown
+    std::unique_ptr<PodLine> line_;
+    std::unique_ptr<ExactScan> scan_;
 };
 
 } // namespace talvor

@@ -128,6 +128,12 @@ Session::Session(const SessionOptions& options, Board board, Library library, Po
       library_(std::move(library)), record_(std::move(record)),
       watch_(options.patience, options.lost) {}
 
+Session::~Session() {
+    if (port_) {
+        port_->close();
+    }
+}
+
 Result<std::unique_ptr<Session>> Session::open(const SessionOptions& options) {
     Board board = TRY(load_board(options));
     Library library = TRY(Library::load(options.library ? options.library : board.library));

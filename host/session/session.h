@@ -49,6 +49,10 @@ struct SessionOptions {
 class Session {
 public:
     [[nodiscard]] static Result<std::unique_ptr<Session>> open(const SessionOptions& options);
+    // What is still queued reaches the target before the pod is disconnected.
+    ~Session();
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
 
     [[nodiscard]] const Board& board() const noexcept { return board_; }
     [[nodiscard]] const Library& library() const noexcept { return library_; }
