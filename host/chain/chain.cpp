@@ -1,5 +1,8 @@
 #include "host/chain/chain.h"
 
+#include "host/scan/broken_path.h"
+#include "host/scan/late_answer.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -31,52 +34,8 @@ std::optional<size_t> find_marker(const Bits& received) {
     return std::nullopt;
 }
 
-// The length of the tail of equal bits.
-size_t constant_tail(const Bits& received) {
-    const bool last = received[received.size() - 1];
-    size_t count = 0;
-    while (count < received.size() && received[received.size() - 1 - count] == last) {
-        ++count;
-    }
-    return count;
-}
-
-Failure stuck_error(bool level) {
-    if (level) {
-        return target_error("TDO",
-                            "reads ones only: the line is open, stuck high, or no device "
-                            "drives it",
-                            "check that the target is powered, that the cable is plugged in, and "
-                            "that TRSTn of the target is not held low");
-    }
-    return target_error("TDO", "reads zeros only: the line is shorted to ground or stuck low",
-                        "check the target's supply and the TDO line");
-}
-
-// What is wrong with a chain that never gives the marker back.
-Failure broken_error(const char* path, const Bits& received) {
-    const size_t tail = constant_tail(received);
-    if (tail == received.size()) {
-        return stuck_error(received[0]);
-    }
-    if (tail >= received.size() / 2) {
-        return target_error(
-            "chain",
-            fmt::format("the {} path is broken: after {} bits TDO reads {} only, and nothing that "
-                        "goes in at TDI comes out",
-                        path, received.size() - tail,
-                        received[received.size() - 1] ? "ones" : "zeros"),
-            "the devices nearest TDO answer; look at the line between them and the next one");
-    }
-    return target_error("chain",
-                        fmt::format("what goes in at TDI comes out of the {} path changed", path),
-                        "the test clock may be too fast or the link delay wrong: try 'talvor tclk "
-                        "search' and 'talvor link find'");
-}
-
 // Scans marker and ones through a path; answers what stood in it before.
 Result<Bits> measure(JtagPort& port, ScanPath path) {
-    const char* path_name = path == ScanPath::Ir ? "instruction" : "data";
     Bits received;
     for (const size_t length : kSearchBits) {
         Bits out = Bits::from_uint(kMarker, kMarkerBits);
@@ -85,12 +44,12 @@ Result<Bits> measure(JtagPort& port, ScanPath path) {
         if (const auto at = find_marker(received)) {
             return received.slice(0, *at);
         }
-        if (constant_tail(received) == received.size()) {
+        if (is_silent(received)) {
             break;
         }
         // The path is longer, or broken. Capture again.
     }
-    return broken_error(path_name, received);
+    return broken_path_error(path, received);
 }
 
 // Instruction lengths, nearest TDO first, or an error; empty when they are ambiguous.
@@ -108,6 +67,10 @@ Result<std::vector<uint32_t>> instruction_lengths(const Bits& capture, size_t de
                 "correct --ir-lengths, or the [[device]] tables of the board file");
         }
         return std::vector<uint32_t>(given.rbegin(), given.rend());
+    }
+    if (devices == 1) {
+        // Whatever it captures, the path is its register.
+        return std::vector<uint32_t>{static_cast<uint32_t>(capture.size())};
     }
     std::vector<size_t> starts = possible_starts(capture);
     if (starts.size() != devices || starts.empty() || starts.front() != 0) {
@@ -140,8 +103,10 @@ Status check_idcodes(JtagPort& port, const Chain& chain) {
     if (in == chain.data_capture) {
         return {};
     }
-    return target_error("chain", fmt::format("IDCODEs read {} instead of {}", in.to_hex(),
-                                             chain.data_capture.to_hex()));
+    return target_error(
+        "chain",
+        fmt::format("IDCODEs read {} instead of {}", in.to_hex(), chain.data_capture.to_hex()),
+        next_step_for_idcodes(chain.data_capture, in));
 }
 
 // Ones into every instruction register. They are more than needed: were the answer late, the next

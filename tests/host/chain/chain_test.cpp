@@ -60,6 +60,16 @@ TEST(DiscoverChainTest, AmbiguousLengthsAreNotGuessed) {
     EXPECT_EQ(possible_starts(chain->instruction_capture).size(), 3U);
 }
 
+TEST(DiscoverChainTest, OneDeviceIsAsLongAsThePath) {
+    // More starts than devices, but there is only one way to share the path out.
+    ChainPort port({{0x10000001, 8, 0b01010101}});
+    const Result<Chain> chain = discover_chain(port);
+    ASSERT_TRUE(chain) << headline(chain.error());
+    EXPECT_EQ(possible_starts(chain->instruction_capture).size(), 4U);
+    EXPECT_TRUE(chain->lengths_known);
+    EXPECT_EQ(lengths_of(*chain), (std::vector<uint32_t>{8}));
+}
+
 TEST(DiscoverChainTest, TakesLengthsThatAreGiven) {
     ChainPort port({{0x10000001, 4, 1}, {0x20000001, 6, 0b110101}});
     const std::vector<uint32_t> given{4, 6};
@@ -155,6 +165,8 @@ TEST(CheckChainTest, FindsAnotherChain) {
     const Status status = check_chain(other, *chain, 100, 1);
     ASSERT_FALSE(status);
     EXPECT_TRUE(status.error().reason.starts_with("IDCODEs read ")) << status.error().reason;
+    EXPECT_TRUE(status.error().next_step.starts_with("it is another device"))
+        << status.error().next_step;
 }
 
 TEST(CheckChainTest, FindsALateAnswer) {
@@ -162,7 +174,10 @@ TEST(CheckChainTest, FindsALateAnswer) {
     const Result<Chain> chain = discover_chain(port);
     ASSERT_TRUE(chain);
     port.late_bits = 1;
-    EXPECT_FALSE(check_chain(port, *chain, 100, 1));
+    const Status status = check_chain(port, *chain, 100, 1);
+    ASSERT_FALSE(status);
+    EXPECT_TRUE(status.error().next_step.starts_with("the answer comes 1 test clock late"))
+        << status.error().next_step;
 }
 
 TEST(SurroundingsTest, CountWhatStandsBeforeAndAfterADevice) {

@@ -56,32 +56,49 @@ TEST(ChainTest, IsADocumentWithJson) {
     EXPECT_EQ(document.at("lengths_known"), true);
 }
 
-TEST(ChainTest, AmbiguousLengthsAreAskedFor) {
-    const std::string description = file_with("ambiguous.toml", R"(
-[[pod]]
-serial = 1
+// A device whose capture looks like two.
+constexpr const char* kAmbiguousTap = R"(
 [[pod.tap]]
 name = "a"
 ir_length = 6
 ir_capture = 0b110101
+)";
+
+TEST(ChainTest, AmbiguousLengthsAreAskedFor) {
+    const std::string description =
+        file_with("ambiguous.toml", std::string("[[pod]]\nserial = 1\n") + kAmbiguousTap +
+                                        "[[pod.tap]]\nname = \"b\"\nir_length = 4\n");
+    const Outcome found = talvor({"--simulate", description, "chain"});
+    EXPECT_EQ(found.status, 0) << found.err;
+    EXPECT_EQ(found.out, R"(2 devices, 10 instruction bits
+  #  IDCODE  manufacturer  part  version  IR bits
+  1  none    -             -     -        ?
+  2  none    -             -     -        ?
+Device 1 is nearest TDI, device 2 nearest TDO.
+The instruction lengths are ambiguous: the capture 0x351 has 3 places where a device may begin, for 2 devices. Give them with --ir-lengths, nearest TDI first, or as [[device]] tables in the board file.
 )");
+    const Outcome given = talvor({"--simulate", description, "--ir-lengths", "6,4", "chain"});
+    EXPECT_EQ(given.status, 0);
+    EXPECT_NE(given.out.find("-        6\n"), std::string::npos) << given.out;
+    const Outcome wrong = talvor({"--simulate", description, "--ir-lengths", "6,5", "chain"});
+    EXPECT_EQ(wrong.status, 1);
+    EXPECT_EQ(wrong.err,
+              "talvor: instruction lengths: 2 lengths with 11 bits in all are given, but "
+              "the chain has 2 devices and 10 instruction bits\n"
+              "  next: correct --ir-lengths, or the [[device]] tables of the board "
+              "file\n");
+}
+
+TEST(ChainTest, OneDeviceIsAsLongAsThePathWhateverItCaptures) {
+    const std::string description =
+        file_with("one.toml", std::string("[[pod]]\nserial = 1\n") + kAmbiguousTap);
     const Outcome found = talvor({"--simulate", description, "chain"});
     EXPECT_EQ(found.status, 0) << found.err;
     EXPECT_EQ(found.out, R"(1 device, 6 instruction bits
   #  IDCODE  manufacturer  part  version  IR bits
-  1  none    -             -     -        ?
+  1  none    -             -     -        6
 Device 1 is nearest TDI, device 1 nearest TDO.
-The instruction lengths are ambiguous: the capture 0x35 has 2 places where a device may begin, for 1 device. Give them with --ir-lengths, nearest TDI first, or as [[device]] tables in the board file.
 )");
-    const Outcome given = talvor({"--simulate", description, "--ir-lengths", "6", "chain"});
-    EXPECT_EQ(given.status, 0);
-    EXPECT_NE(given.out.find("-        6\n"), std::string::npos) << given.out;
-    const Outcome wrong = talvor({"--simulate", description, "--ir-lengths", "5", "chain"});
-    EXPECT_EQ(wrong.status, 1);
-    EXPECT_EQ(wrong.err, "talvor: instruction lengths: 1 lengths with 5 bits in all are given, but "
-                         "the chain has 1 devices and 6 instruction bits\n"
-                         "  next: correct --ir-lengths, or the [[device]] tables of the board "
-                         "file\n");
 }
 
 TEST(ShiftTest, ReadsIdcodesThroughTheDataPath) {
@@ -99,6 +116,13 @@ TEST(ShiftTest, AddressesOneDevice) {
                 "0x1A2B3C4D\n");
     expect_done(simulated({"dr", "0x00000000", "--device", "5", "--ir", "0x008"}), "0x54414C56\n");
     expect_done(simulated({"dr", "0x1", "--bits", "1", "--device", "3", "--ir", "0x1F"}), "0x0\n");
+}
+
+// A part of a path answers right, and leaves the rest of it where it belongs.
+TEST(ShiftTest, AScanMayBeShorterThanItsPathOrLonger) {
+    expect_done(simulated({"dr", "0x12"}), "0x35\n");
+    expect_done(simulated({"dr", "0", "--bits", "140"}), "0x000581BCFC63456789A3D5A07E305707E35\n");
+    expect_done(simulated({"ir", "0x1", "--bits", "2"}), "0x1\n");
 }
 
 TEST(ShiftTest, KnowsWhatItDoesNotKnow) {
