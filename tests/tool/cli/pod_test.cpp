@@ -298,15 +298,28 @@ TEST(TestClockTest, IsChosenWithTck) {
     EXPECT_EQ(fast.status, 1) << fast.out;
 }
 
-TEST(BenchTest, MeasuresFourRates) {
+TEST(BenchTest, MeasuresSixRates) {
     const Outcome outcome = simulated({"bench", "--seconds", "0.02", "--json"});
     ASSERT_EQ(outcome.status, 0) << outcome.err;
     const auto document = nlohmann::json::parse(outcome.out);
-    ASSERT_EQ(document.at("measurements").size(), 4U);
+    ASSERT_EQ(document.at("measurements").size(), 6U);
     for (const auto& measurement : document.at("measurements")) {
         EXPECT_GT(measurement.at("rate"), 0.0);
         EXPECT_GE(measurement.at("seconds"), 0.02);
     }
+}
+
+TEST(BenchTest, LeavesExactScansOutWhereNothingAnswers) {
+    const std::string description = file_with("no_target.toml", "[[pod]]\nserial = 1\n");
+    const Outcome outcome =
+        talvor({"--simulate", description, "bench", "--seconds", "0.02", "--bits", "100"});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    EXPECT_NE(outcome.out.find("100-bit scans, out only"), std::string::npos) << outcome.out;
+    EXPECT_EQ(outcome.out.find("exact"), std::string::npos) << outcome.out;
+    EXPECT_EQ(outcome.out.find(" 0.0 "), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.err.find("exact scans are not measured: chain: there is no device"),
+              std::string::npos)
+        << outcome.err;
 }
 
 TEST(CompletionTest, IsBashThatBashAccepts) {
