@@ -13,6 +13,7 @@ enum class ShiftPurpose : uint8_t {
     Marker, // bits that tell by where they come out how long the register is
     Fill,   // further bits behind a marker that has not come out yet
     Repair, // what the register would hold without marker and fill
+    Lead,   // the leading word of the driver's own adjustment
 };
 
 // `clocks` Shift clocks one after the other.
@@ -27,7 +28,7 @@ struct ShiftMark {
 // Is told of all Shift clocks, in their order. May be empty.
 using ShiftMarkHook = std::function<void(const ShiftMark&)>;
 
-// A word for drawings and tables: "data", "marker", "fill", "repair".
+// A word for drawings and tables: "data", "marker", "fill", "repair", "lead".
 [[nodiscard]] constexpr const char* word_of(ShiftPurpose purpose) noexcept {
     switch (purpose) {
     case ShiftPurpose::Data:
@@ -38,6 +39,8 @@ using ShiftMarkHook = std::function<void(const ShiftMark&)>;
         return "fill";
     case ShiftPurpose::Repair:
         return "repair";
+    case ShiftPurpose::Lead:
+        return "lead";
     }
     return "";
 }

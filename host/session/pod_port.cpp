@@ -122,12 +122,21 @@ Status PodPort::move_via_idle(StableState to, uint32_t times) {
 Status PodPort::scan(const Scan& scan) {
     TRY(can_scan(scan.path, scan.out->size(), scan.in != nullptr));
     TRY(check_interrupt());
-    if (mode_ == ReceiveMode::Exact) {
-        return scan_exactly(scan);
-    }
+    return mode_ == ReceiveMode::Exact ? scan_exactly(scan) : scan_adjusted(scan);
+}
+
+Status PodPort::scan_adjusted(const Scan& scan) {
     TRY(leave_scan());
-    return scan.in == nullptr ? line_->send(scan.path, *scan.out, scan.end)
-                              : line_->exchange_adjusted(scan.path, *scan.out, *scan.in, scan.end);
+    if (hook_ && scan.in != nullptr) {
+        hook_({scan.path, ShiftPurpose::Lead, ShiftLine::kHeldBits});
+    }
+    if (hook_) {
+        hook_({scan.path, ShiftPurpose::Data, scan.out->size()});
+    }
+    if (scan.in == nullptr) {
+        return line_->send(scan.path, *scan.out, scan.end);
+    }
+    return line_->exchange_adjusted(scan.path, *scan.out, *scan.in, scan.end);
 }
 
 // A scan that ends in its own Pause state goes on with the next one, so it is left open.

@@ -54,8 +54,11 @@ public:
     [[nodiscard]] Status flush() override;
 
     void set_receive_mode(ReceiveMode mode) noexcept { mode_ = mode; }
-    // Who is told what the Shift clocks of exact scans are for.
-    void on_shift(ShiftMarkHook hook) { scan_->on_shift(std::move(hook)); }
+    // Who is told what the Shift clocks are for.
+    void on_shift(const ShiftMarkHook& hook) {
+        hook_ = hook;
+        scan_->on_shift(hook);
+    }
     // To `to` through Run-Test/Idle, where seven clocks are spent, `times` times over.
     [[nodiscard]] Status move_via_idle(StableState to, uint32_t times = 1);
     // Where the TAP stands, asked of the controller.
@@ -74,6 +77,7 @@ private:
     PodPort(Pod& pod, TestClock clock, KeyStore configured);
 
     [[nodiscard]] Status scan_exactly(const Scan& scan);
+    [[nodiscard]] Status scan_adjusted(const Scan& scan);
     [[nodiscard]] Status leave_scan();
 
     Pod* pod_;
@@ -81,6 +85,7 @@ private:
     KeyStore configured_;
     ClockSetting setting_;
     ReceiveMode mode_ = ReceiveMode::Exact;
+    ShiftMarkHook hook_;
     std::unique_ptr<PodLine> line_;
     std::unique_ptr<ExactScan> scan_;
 };

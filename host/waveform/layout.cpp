@@ -21,9 +21,24 @@ bool pause_before(const Waveform& waveform, size_t sample) {
     return gap > 2 * period;
 }
 
+// Stays in one state; those in a Shift state are divided into their passes.
+std::vector<StateRun> stretches(const Waveform& waveform) {
+    std::vector<StateRun> runs;
+    for (const ShiftRun& shift : shift_runs(waveform)) {
+        runs.push_back({shift.state(), shift.first, shift.tdi.size()});
+    }
+    for (const StateRun& run : state_runs(waveform)) {
+        if (!is_shift(run.state)) {
+            runs.push_back(run);
+        }
+    }
+    std::ranges::sort(runs, {}, &StateRun::first);
+    return runs;
+}
+
 std::vector<Column> all_columns(const Waveform& waveform, size_t longest_run) {
     std::vector<Column> columns;
-    for (const StateRun& run : state_runs(waveform)) {
+    for (const StateRun& run : stretches(waveform)) {
         const bool whole = longest_run == 0 || run.count <= longest_run;
         const size_t ends = std::min(kDrawnEnds, longest_run / 2);
         const size_t head = whole ? run.count : ends;

@@ -29,7 +29,8 @@ inline constexpr size_t kDrawnEnds = 10;
 
 struct LayoutOptions {
     size_t columns_per_row = 40; // at least 4
-    // A longer stay in one state is drawn by kDrawnEnds samples at either end; 0 draws all.
+    // A longer stay in one state, or a longer pass of a shift, is drawn by kDrawnEnds samples at
+    // either end; 0 draws all.
     size_t longest_run = 40;
 };
 

@@ -378,8 +378,9 @@ private:
             return static_cast<double>(text.size()) * kNoteText <= room;
         };
         for (const std::string& text :
-             {fmt::format("{} {} {}: 0x{}{}", path, line, count_text(bits.size(), "bit"), digits,
-                          cut),
+             {fmt::format("{} {} {}{}{}: 0x{}{}", path, line, count_text(bits.size(), "bit"),
+                          shift.pass.empty() ? "" : " ", shift.pass, digits, cut),
+              fmt::format("{}{}0x{}{}", shift.pass, shift.pass.empty() ? "" : " ", digits, cut),
               fmt::format("0x{}{}", digits, cut), fmt::format("0x{}", digits), digits}) {
             if (fits(text)) {
                 return text;

@@ -212,8 +212,9 @@ private:
 
     void write_shift(const ShiftRun& shift) {
         const std::string head =
-            fmt::format("  {} {}{}", shift.path == ScanPath::Dr ? "DR" : "IR",
-                        count_text(shift.tdi.size(), "bit"), shift.cut() ? " (cut)" : "");
+            fmt::format("  {} {}{}{}{}", shift.path == ScanPath::Dr ? "DR" : "IR",
+                        count_text(shift.tdi.size(), "bit"), shift.pass.empty() ? "" : " ",
+                        shift.pass, shift.cut() ? " (cut)" : "");
         const std::string tdi = shift.tdi.to_hex();
         const std::string tdo = shift.tdo_known ? shift.tdo.to_hex() : "not read";
         if (head.size() + tdi.size() + tdo.size() + 12 <= width_) {

@@ -334,6 +334,7 @@ private:
                 ? static_cast<talvor::TapState>(values_[index_of(Signal::TapState)])
                 : followed_;
         followed_ = next_state(state, tms);
+        waveform_.first_shift_tck += tcks_ < window_.first_tck && is_shift(state) ? 1 : 0;
         if (tcks_ >= window_.first_tck && tcks_ - window_.first_tck < window_.count) {
             waveform_.samples.push_back({time_ps_, tms, values_[index_of(Signal::Tdi)] != 0,
                                          values_[index_of(Signal::Tdo)] != 0, state,

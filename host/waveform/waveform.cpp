@@ -19,10 +19,50 @@ ShiftRun shift_run(const Waveform& waveform, const StateRun& run) {
         shift.tdo.set(i, sample.tdo);
         shift.tdo_known = shift.tdo_known && sample.tdo_known;
     }
-    // A whole run starts behind Capture or Exit2 and ends with TMS at one.
-    shift.cut_at_start = run.first == 0 && waveform.first_tck != 0;
-    shift.cut_at_end = !waveform.samples[run.first + run.count - 1].tms;
     return shift;
+}
+
+// Where the passes of a trace end.
+class PassCount {
+public:
+    explicit PassCount(const Waveform& waveform) : passes_(waveform.passes) {
+        skip(waveform.first_shift_tck);
+    }
+
+    // How many of the next `count` Shift clocks belong to one pass, and its name.
+    [[nodiscard]] size_t same(size_t count) const {
+        return next_ == passes_.size()
+                   ? count
+                   : static_cast<size_t>(std::min<uint64_t>(count, passes_[next_].clocks - done_));
+    }
+    [[nodiscard]] std::string_view name() const {
+        return next_ == passes_.size() ? std::string_view() : passes_[next_].name;
+    }
+    void skip(uint64_t count) {
+        for (done_ += count; next_ < passes_.size() && done_ >= passes_[next_].clocks; ++next_) {
+            done_ -= passes_[next_].clocks;
+        }
+    }
+
+private:
+    const std::vector<ShiftPass>& passes_;
+    size_t next_ = 0;
+    uint64_t done_ = 0; // of the next one
+};
+
+void add_shift_runs(const Waveform& waveform, const StateRun& run, PassCount& passes,
+                    std::vector<ShiftRun>& shifts) {
+    const size_t end = run.first + run.count;
+    for (size_t first = run.first; first < end;) {
+        const size_t count = passes.same(end - first);
+        shifts.push_back(shift_run(waveform, {run.state, first, count}));
+        shifts.back().pass = passes.name();
+        // A whole run starts behind Capture or Exit2 and ends with TMS at one.
+        shifts.back().cut_at_start = first == 0 && waveform.first_tck != 0;
+        shifts.back().cut_at_end = first + count == end && !waveform.samples[end - 1].tms;
+        passes.skip(count);
+        first += count;
+    }
 }
 
 } // namespace
@@ -51,9 +91,10 @@ std::vector<StateRun> state_runs(const Waveform& waveform) {
 
 std::vector<ShiftRun> shift_runs(const Waveform& waveform) {
     std::vector<ShiftRun> shifts;
+    PassCount passes(waveform);
     for (const StateRun& run : state_runs(waveform)) {
         if (is_shift(run.state)) {
-            shifts.push_back(shift_run(waveform, run));
+            add_shift_runs(waveform, run, passes, shifts);
         }
     }
     return shifts;

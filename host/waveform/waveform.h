@@ -40,6 +40,14 @@ struct PinChange {
     friend bool operator==(const PinChange&, const PinChange&) = default;
 };
 
+// What Shift clocks one after the other are for. No name: they are the client's.
+struct ShiftPass {
+    uint64_t clocks = 0;
+    std::string_view name;
+
+    friend bool operator==(const ShiftPass&, const ShiftPass&) = default;
+};
+
 // A stretch of a trace.
 struct Waveform {
     uint64_t first_tck = 0; // how many TCKs the trace has before samples[0]
@@ -47,6 +55,8 @@ struct Waveform {
     std::vector<Sample> samples;
     std::array<bool, kPinCount> pins_at_start{true, true, true, false};
     std::vector<PinChange> pin_changes; // in the order of time
+    uint64_t first_shift_tck = 0;       // how many Shift clocks the trace has before samples[0]
+    std::vector<ShiftPass> passes;      // of all Shift clocks of the trace; may end before them
 
     [[nodiscard]] bool changes(Pin pin) const noexcept;
 };
@@ -60,7 +70,7 @@ struct StateRun {
     friend bool operator==(const StateRun&, const StateRun&) = default;
 };
 
-// The bits of one stay in a Shift state.
+// The bits of one stay in a Shift state, or of one pass of it.
 struct ShiftRun {
     ScanPath path = ScanPath::Dr;
     size_t first = 0; // sample
@@ -69,6 +79,7 @@ struct ShiftRun {
     bool tdo_known = true;     // all of its bits
     bool cut_at_start = false; // the stretch begins in the middle of it
     bool cut_at_end = false;
+    std::string_view pass; // its name
 
     [[nodiscard]] TapState state() const noexcept {
         return path == ScanPath::Dr ? TapState::ShiftDr : TapState::ShiftIr;

@@ -50,6 +50,7 @@ Result<Session*> Context::session() {
     }
     TRY(start_simulator());
     session_ = TRY(Session::open(TRY(session_options())));
+    session_->port().on_shift(on_shift);
     if (!session_->pod().first()) {
         out.note("another host is connected to this pod, or ended without disconnecting; 'talvor "
                  "doctor' says more");

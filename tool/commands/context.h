@@ -30,6 +30,7 @@ class Context {
 public:
     CommonOptions options;
     Output out;
+    ShiftMarkHook on_shift; // is told what the session's Shift clocks are for; may be empty
 
     // Starts the simulator if --simulate was given and it is not running. `vcd`: with a waveform.
     Status start_simulator(const std::optional<std::string>& vcd = std::nullopt);

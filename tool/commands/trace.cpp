@@ -70,9 +70,18 @@ Result<waveform::Window> window_of(const std::string& vcd, const TraceOptions& o
     return waveform::Window{total - std::min(total, options.count), options.count};
 }
 
-Status draw(const Output& out, const std::string& vcd, const TraceOptions& options) {
+using Passes = std::vector<waveform::ShiftPass>;
+
+// Shift clocks that are the client's have no name.
+void add_pass(Passes& passes, const ShiftMark& mark) {
+    const bool own = mark.purpose == ShiftPurpose::Data;
+    passes.push_back({mark.clocks, own ? std::string_view() : word_of(mark.purpose)});
+}
+
+Status draw(const Output& out, const std::string& vcd, const TraceOptions& options, Passes passes) {
     const waveform::Window window = TRY(window_of(vcd, options));
-    const waveform::Waveform trace = TRY(waveform::read_vcd_file(vcd, window));
+    waveform::Waveform trace = TRY(waveform::read_vcd_file(vcd, window));
+    trace.passes = std::move(passes);
     if (!options.svg.empty()) {
         TRY(write_file(options.svg, waveform::to_svg(trace, {.title = options.title})));
         out.line("{}: TCKs {} to {} of {}", options.svg, trace.first_tck,
@@ -90,11 +99,14 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
 Status run_and_draw(Context& context, const Action& action, const std::string& vcd,
                     const TraceOptions& options) {
     TRY(context.start_simulator(vcd));
+    Passes passes;
+    context.on_shift = [&passes](const ShiftMark& mark) { add_pass(passes, mark); };
     const Status done = action(context);
     // Only then the waveform is whole.
     const Status closed = context.close();
+    context.on_shift = nullptr;
     // What went wrong is worth looking at, too.
-    const Status drawn = draw(context.out, vcd, options);
+    const Status drawn = draw(context.out, vcd, options, std::move(passes));
     TRY(done);
     TRY(closed);
     return drawn;

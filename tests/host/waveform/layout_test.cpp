@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 
 namespace talvor::waveform {
@@ -88,6 +89,25 @@ TEST(LayoutTest, TheLegendFillsLinesUpToTheWidth) {
     EXPECT_EQ(legend(used, 3, idle.size() + 2 + shift.size()),
               (std::vector<std::string>{idle, shift}));
     EXPECT_EQ(legend(used, 2, 1), (std::vector<std::string>{idle, shift}));
+}
+
+// Else the start of a pass might be what is left out.
+TEST(LayoutTest, EveryPassOfAShiftHasItsEnds) {
+    Waveform waveform;
+    for (int i = 0; i < 100; ++i) {
+        waveform.samples.push_back({0, i == 99, true, true, TapState::ShiftDr, true});
+    }
+    waveform.passes = {{48, "marker"}, {52, ""}};
+    std::vector<size_t> skipped;
+    std::vector<size_t> drawn;
+    const std::vector<Row> rows = lay_out(waveform, {200, 20});
+    ASSERT_EQ(rows.size(), 1U);
+    for (const Column& column : rows.front().columns) {
+        (column.skipped != 0 ? skipped : drawn).push_back(column.sample);
+    }
+    EXPECT_EQ(skipped, (std::vector<size_t>{10, 58}));
+    EXPECT_EQ(drawn.size(), 40U);
+    EXPECT_TRUE(std::ranges::find(drawn, 48U) != drawn.end());
 }
 
 } // namespace

@@ -48,6 +48,32 @@ TEST(WaveformTest, ShiftsHoldTheirBits) {
     }
 }
 
+// Two scans of eight bits, of which the first five and the last four are not the client's.
+TEST(WaveformTest, PassesDivideShifts) {
+    Waveform waveform;
+    for (int scan = 0; scan < 2; ++scan) {
+        for (int i = 0; i < 8; ++i) {
+            waveform.samples.push_back({0, i == 7, true, true, TapState::ShiftDr, true});
+        }
+        waveform.samples.push_back({0, false, true, true, TapState::PauseDr, true});
+    }
+    waveform.passes = {{5, "marker"}, {7, ""}, {4, "repair"}};
+    using Runs = std::vector<std::pair<std::string_view, size_t>>;
+    const auto runs = [&waveform] {
+        Runs found;
+        for (const ShiftRun& run : shift_runs(waveform)) {
+            EXPECT_FALSE(run.cut());
+            found.emplace_back(run.pass, run.tdi.size());
+        }
+        return found;
+    };
+    EXPECT_EQ(runs(), (Runs{{"marker", 5}, {"", 3}, {"", 4}, {"repair", 4}}));
+    waveform.first_shift_tck = 6;
+    EXPECT_EQ(runs(), (Runs{{"", 6}, {"repair", 2}, {"repair", 2}, {"", 6}}));
+    waveform.passes.clear();
+    EXPECT_EQ(runs(), (Runs{{"", 8}, {"", 8}}));
+}
+
 TEST(WaveformTest, AWindowCutsAShift) {
     Trace trace;
     trace.moves("0100").shift(0xF0, 0x0F, 8).moves("10");

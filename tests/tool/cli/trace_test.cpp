@@ -10,10 +10,13 @@ namespace talvor::cli {
 namespace {
 
 TEST(TraceTest, DrawsInTheTerminal) {
-    const Outcome outcome = talvor({"trace", "--count", "60", "ir", "0x1FFFFFFFF", "--bits", "33"});
+    const Outcome outcome =
+        talvor({"trace", "--count", "120", "ir", "0x1FFFFFFFF", "--bits", "33"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_TRUE(outcome.out.starts_with("0x008840401\n")) << outcome.out;
-    EXPECT_NE(outcome.out.find("IR 33 bits"), std::string::npos) << outcome.out;
+    // The client's clocks are told from those that are shifted beside them.
+    EXPECT_NE(outcome.out.find("  IR 48 bits marker  TDI "), std::string::npos) << outcome.out;
+    EXPECT_NE(outcome.out.find("  IR 33 bits  TDI 1FFFFFFFF"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("TMS"), std::string::npos);
     EXPECT_NE(outcome.out.find("Test-Logic-Reset"), std::string::npos);
 }
