@@ -35,6 +35,8 @@ public:
 
     // Where the TAP stands, with everything that is queued; nothing: unknown.
     [[nodiscard]] std::optional<StableState> state() const noexcept { return state_; }
+    // Something else has moved the TAP.
+    void forget_state() noexcept { state_.reset(); }
 
 private:
     [[nodiscard]] Status put_state(StableState to, JSC_JtagTransit how, uint32_t times);
