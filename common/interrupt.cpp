@@ -1,27 +1,58 @@
 #include "common/interrupt.h"
 
+#include <algorithm>
+#include <array>
 #include <atomic>
+#include <cerrno>
 #include <csignal>
+#include <cstdint>
+#include <ctime>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <sys/prctl.h>
+#include <unistd.h>
 
 namespace talvor {
 namespace {
 
+constexpr std::array kSignals{SIGINT, SIGTERM, SIGQUIT, SIGHUP};
+
 std::atomic<int> g_signal{0};
 static_assert(std::atomic<int>::is_always_lock_free, "the handler may only use such");
+// Readable for good once a signal has asked, so that a sleep which begins just then ends, too.
+std::atomic<int> g_asked{-1};
 
 void remember(int signal) {
+    const int error = errno;
     g_signal.store(signal);
+    const uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = write(g_asked.load(), &one, sizeof one);
+    errno = error;
+}
+
+bool is_ignored(int signal) {
+    struct sigaction action {};
+    return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
+
+timespec time_of(std::chrono::nanoseconds time) {
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(time);
+    return {.tv_sec = seconds.count(), .tv_nsec = (time - seconds).count()};
 }
 
 } // namespace
 
 void watch_interrupts() {
+    g_asked = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     struct sigaction action {};
     action.sa_handler = remember;
     // Back to the default with the first signal.
     action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGTERM, &action, nullptr);
+    for (const int signal : kSignals) {
+        if (signal != SIGHUP || !is_ignored(signal)) {
+            sigaction(signal, &action, nullptr);
+        }
+    }
 }
 
 int interrupt_signal() noexcept {
@@ -33,6 +64,24 @@ Status check_interrupt() {
         return {};
     }
     return refused_error("interrupted", "stopped at the user's request");
+}
+
+void sleep_unless_interrupted(std::chrono::nanoseconds time) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + time;
+    pollfd asked{.fd = g_asked.load(), .events = POLLIN, .revents = 0}; // -1 is passed over
+    for (;;) {
+        const timespec left = time_of(std::max(end - Clock::now(), Clock::duration(0)));
+        if (ppoll(&asked, 1, &left, nullptr) >= 0 || errno != EINTR) {
+            return;
+        }
+    }
+}
+
+void end_by_signal(int signal) {
+    prctl(PR_SET_DUMPABLE, 0);
+    std::signal(signal, SIG_DFL);
+    raise(signal);
 }
 
 } // namespace talvor

@@ -1,15 +1,23 @@
-// Ctrl-C: work ends at the next safe point, so that the pod is left as it should be.
+// Ctrl-C and its like: work ends at the next safe point, so that the pod is left as it should be.
 #pragma once
 
 #include "common/result.h"
 
+#include <chrono>
+
 namespace talvor {
 
-// From now on a first SIGINT or SIGTERM only asks for the end; a second one kills as usual.
+// From now on a first SIGINT, SIGTERM, SIGQUIT or SIGHUP only asks for the end; a second one of the
+// same kind kills as usual. A SIGHUP that was ignored before (nohup) stays ignored.
 void watch_interrupts();
 // The signal that has asked, or 0.
 [[nodiscard]] int interrupt_signal() noexcept;
 // An error when a signal has asked, for loops and ports to return.
 [[nodiscard]] Status check_interrupt();
+// Sleeps that long, or until a signal asks for the end, then or before.
+void sleep_unless_interrupted(std::chrono::nanoseconds time);
+// Ends this process by `signal`, as if nobody had taken it: for a program that has cleaned up, so
+// that its shell sees what stopped it. Without a core file.
+void end_by_signal(int signal);
 
 } // namespace talvor

@@ -6,7 +6,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <thread>
 #include <utility>
 
 namespace talvor {
@@ -186,7 +185,7 @@ Status PodPort::run(StableState state, uint64_t clocks, std::chrono::nanoseconds
         passes -= now;
     }
     TRY(flush());
-    std::this_thread::sleep_until(start + at_least);
+    sleep_unless_interrupted(start + at_least - std::chrono::steady_clock::now());
     return check_interrupt();
 }
 

@@ -6,7 +6,6 @@
 #include "tool/commands/values.h"
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 
 #ifndef TALVOR_VERSION
@@ -141,7 +140,7 @@ int run_program(Context& context, std::vector<std::string> arguments) {
     if (const int signal = interrupt_signal(); signal != 0) {
         // The shell is to see that the program was stopped.
         std::fflush(nullptr);
-        raise(signal);
+        end_by_signal(signal);
     }
     return status;
 }

@@ -6,7 +6,8 @@
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
 
-#include <thread>
+#include <algorithm>
+#include <chrono>
 
 namespace talvor {
 namespace {
@@ -105,11 +106,13 @@ Status show(const Output& out, Session& session) {
 }
 
 Status watch(Context& context, Session& session, const StatusOptions& options) {
-    const auto period = std::chrono::duration<double>(options.watch_seconds);
+    constexpr double kLongestSeconds = 1e9; // that a count of nanoseconds has room for
+    const auto period = std::chrono::duration_cast<std::chrono::nanoseconds>(
+        std::chrono::duration<double>(std::min(options.watch_seconds, kLongestSeconds)));
     for (uint32_t i = 0; options.count == 0 || i < options.count; ++i) {
         if (i != 0) {
             context.out.line("");
-            std::this_thread::sleep_for(period);
+            sleep_unless_interrupted(period);
         }
         if (interrupt_signal() != 0) {
             return {};

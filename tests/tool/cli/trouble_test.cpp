@@ -312,14 +312,31 @@ TEST(ExtendedControllerTest, CannotBeConnected) {
 
 TEST(InterruptTest, DisconnectsFirst) {
     const PodsimProcess simulator(five());
-    Running status({"status", "--watch", "0.1"});
-    ASSERT_TRUE(await([&status] { return !status.out().empty(); })) << status.err();
-    status.signal(SIGINT);
-    EXPECT_EQ(status.wait(), 128 + SIGINT);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGQUIT}) {
+        // However long it sleeps.
+        Running status({"status", "--watch", "3600"});
+        ASSERT_TRUE(await([&status] { return status.out().find("TAP ") != std::string::npos; }))
+            << status.err();
+        EXPECT_EQ(controller_blocks().size(), 1U);
+        status.signal(signal);
+        EXPECT_EQ(status.wait(), 128 + signal);
+        EXPECT_THAT(controller_blocks(), testing::IsEmpty());
+    }
     const Outcome doctor = talvor({"doctor"});
     EXPECT_EQ(doctor.status, 0) << doctor.out;
     EXPECT_NE(doctor.out.find("ok     other hosts  none is connected\n"), std::string::npos)
         << doctor.out;
+}
+
+TEST(InterruptTest, EndsALongRunOfAnSvfFile) {
+    const PodsimProcess simulator(five());
+    for (const int signal : {SIGHUP, SIGQUIT}) {
+        Running svf({"svf", file_with("hour.svf", "RUNTEST 3600 SEC;\n")});
+        ASSERT_TRUE(await([] { return controller_blocks().size() == 1; }));
+        svf.signal(signal);
+        EXPECT_EQ(svf.wait(), 128 + signal) << svf.err();
+        EXPECT_THAT(controller_blocks(), testing::IsEmpty());
+    }
 }
 
 TEST(InterruptTest, EndsAnSvfFileWithItsReason) {

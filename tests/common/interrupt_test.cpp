@@ -1,0 +1,87 @@
+// Signals that ask for the end. Each case is a process of its own: it is at an end afterwards.
+#include "common/interrupt.h"
+
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <thread>
+#include <unistd.h>
+
+namespace talvor {
+namespace {
+
+class InterruptTest : public testing::TestWithParam<int> {};
+
+// As a program does it: asked, it cleans up, and then ends as the signal would have it.
+[[noreturn]] void end_when_asked(int signal) {
+    watch_interrupts();
+    if (interrupt_signal() != 0 || !check_interrupt()) {
+        std::_Exit(1);
+    }
+    raise(signal);
+    if (interrupt_signal() != signal || check_interrupt()) {
+        std::_Exit(2);
+    }
+    end_by_signal(signal);
+    std::_Exit(3);
+}
+
+TEST_P(InterruptTest, AsksFirstAndEndsTheProcessAfterwards) {
+    EXPECT_EXIT(end_when_asked(GetParam()), testing::KilledBySignal(GetParam()), "");
+}
+
+[[noreturn]] void ask_twice(int signal) {
+    watch_interrupts();
+    raise(signal);
+    raise(signal);
+    std::_Exit(1);
+}
+
+TEST_P(InterruptTest, EndsTheProcessWhenItComesTwice) {
+    EXPECT_EXIT(ask_twice(GetParam()), testing::KilledBySignal(GetParam()), "");
+}
+
+// Either order: a signal that comes before the sleep begins must end it as well.
+[[noreturn]] void sleep_for_ever(int signal, bool before) {
+    watch_interrupts();
+    std::thread other;
+    if (before) {
+        raise(signal);
+    } else {
+        other = std::thread([signal] {
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            kill(getpid(), signal);
+        });
+        other.detach();
+    }
+    sleep_unless_interrupted(std::chrono::hours(10));
+    std::_Exit(interrupt_signal());
+}
+
+TEST_P(InterruptTest, EndsASleep) {
+    EXPECT_EXIT(sleep_for_ever(GetParam(), true), testing::ExitedWithCode(GetParam()), "");
+    EXPECT_EXIT(sleep_for_ever(GetParam(), false), testing::ExitedWithCode(GetParam()), "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Signals, InterruptTest, testing::Values(SIGINT, SIGTERM, SIGQUIT, SIGHUP));
+
+[[noreturn]] void hang_up_under_nohup() {
+    std::signal(SIGHUP, SIG_IGN);
+    watch_interrupts();
+    raise(SIGHUP);
+    std::_Exit(interrupt_signal());
+}
+
+TEST(HangUpTest, StaysIgnoredUnderNohup) {
+    EXPECT_EXIT(hang_up_under_nohup(), testing::ExitedWithCode(0), "");
+}
+
+TEST(SleepTest, EndsByItselfWhereNobodyWatches) {
+    sleep_unless_interrupted(std::chrono::milliseconds(1));
+    sleep_unless_interrupted(std::chrono::milliseconds(-1));
+    EXPECT_EQ(interrupt_signal(), 0);
+}
+
+} // namespace
+} // namespace talvor
