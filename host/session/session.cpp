@@ -1,5 +1,6 @@
 #include "host/session/session.h"
 
+#include "common/interrupt.h"
 #include "common/text.h"
 #include "host/board/configuration.h"
 
@@ -9,6 +10,11 @@
 
 namespace talvor {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// For a proxy that is just being started.
+constexpr std::chrono::milliseconds kLookEvery{50};
 
 // Names the controller block where the board file names no driver; hosts that share a pod must give
 // the same one.
@@ -67,6 +73,25 @@ Status override_clock(Board& board, double hertz) {
     return {};
 }
 
+// Completes `given` once more: the proxy may have been started anew, with another pod of that
+// serial number, and may still be about to publish it, until `end`.
+Result<PodRecord> complete_anew(const Board& given, Board& board, const SessionOptions& options,
+                                Clock::time_point end) {
+    for (;;) {
+        board = given;
+        const Result<DeviceTable> table = living_proxy();
+        const bool late = Clock::now() >= end;
+        if (table || late) {
+            Result<PodRecord> record = complete_board(board, TRY(table), options);
+            if (record || late) {
+                return record;
+            }
+        }
+        sleep_unless_interrupted(kLookEvery);
+        TRY(check_interrupt());
+    }
+}
+
 } // namespace
 
 Result<Board> load_board(const SessionOptions& options) {
@@ -123,10 +148,21 @@ Result<PodRecord> complete_board(Board& board, const DeviceTable& table,
     return pod;
 }
 
-Session::Session(const SessionOptions& options, Board board, Library library, PodRecord record)
-    : instruction_lengths_(options.instruction_lengths), board_(std::move(board)),
-      library_(std::move(library)), record_(std::move(record)),
-      watch_(options.patience, options.lost) {}
+Session::Session(const SessionOptions& options, Library library, Reserved reserved)
+    : instruction_lengths_(options.instruction_lengths), board_(std::move(reserved.board)),
+      library_(std::move(library)), record_(std::move(reserved.record)),
+      lock_(std::move(reserved.lock)), watch_(options.patience, options.lost) {}
+
+Result<Session::Reserved> Session::reserve(Board board, const SessionOptions& options) {
+    const Clock::time_point end = Clock::now() + options.lock.wait;
+    Reserved reserved{board, {}, {}};
+    reserved.record = TRY(complete_board(reserved.board, TRY(living_proxy()), options));
+    reserved.lock = TRY(PodLock::take(reserved.record, options.lock));
+    if (reserved.lock.waited()) {
+        reserved.record = TRY(complete_anew(board, reserved.board, options, end));
+    }
+    return reserved;
+}
 
 Session::~Session() {
     if (port_) {
@@ -137,10 +173,8 @@ Session::~Session() {
 Result<std::unique_ptr<Session>> Session::open(const SessionOptions& options) {
     Board board = TRY(load_board(options));
     Library library = TRY(Library::load(options.library ? options.library : board.library));
-    const DeviceTable table = TRY(living_proxy());
-    PodRecord record = TRY(complete_board(board, table, options));
-    std::unique_ptr<Session> session(
-        new Session(options, std::move(board), std::move(library), std::move(record)));
+    Reserved reserved = TRY(reserve(std::move(board), options));
+    std::unique_ptr<Session> session(new Session(options, std::move(library), std::move(reserved)));
     TRY(session->connect());
     return session;
 }

@@ -6,6 +6,7 @@
 #include "host/driver/device_table.h"
 #include "host/driver/library.h"
 #include "host/driver/pod.h"
+#include "host/driver/pod_lock.h"
 #include "host/driver/proxy_watch.h"
 #include "host/session/board_file.h"
 #include "host/session/pod_port.h"
@@ -26,6 +27,7 @@ struct SessionOptions {
     std::optional<int32_t> link_delay;         // test clocks, before the board file's
     std::optional<double> max_hertz;           // test clock at most, before the board file's
     std::vector<uint32_t> instruction_lengths; // nearest TDI first, before the board file's
+    PodLockOptions lock;                       // what to do about a pod that is in use
     std::chrono::milliseconds patience{60000}; // see ProxyWatch
     ProxyWatch::LostHandler lost;              // must be given
 };
@@ -48,6 +50,7 @@ struct SessionOptions {
 
 class Session {
 public:
+    // Reserves the pod (see PodLock), then connects it.
     [[nodiscard]] static Result<std::unique_ptr<Session>> open(const SessionOptions& options);
     // What is still queued reaches the target before the pod is disconnected.
     ~Session();
@@ -57,6 +60,7 @@ public:
     [[nodiscard]] const Board& board() const noexcept { return board_; }
     [[nodiscard]] const Library& library() const noexcept { return library_; }
     [[nodiscard]] const PodRecord& record() const noexcept { return record_; }
+    [[nodiscard]] const PodLock& lock() const noexcept { return lock_; }
     [[nodiscard]] Pod& pod() noexcept { return *pod_; }
     [[nodiscard]] PodPort& port() noexcept { return *port_; }
 
@@ -64,7 +68,16 @@ public:
     [[nodiscard]] Result<Chain> discover();
 
 private:
-    Session(const SessionOptions& options, Board board, Library library, PodRecord record);
+    // A pod that is this process's to use.
+    struct Reserved {
+        Board board;
+        PodRecord record;
+        PodLock lock;
+    };
+
+    Session(const SessionOptions& options, Library library, Reserved reserved);
+
+    [[nodiscard]] static Result<Reserved> reserve(Board board, const SessionOptions& options);
 
     [[nodiscard]] Status connect();
 
@@ -72,6 +85,7 @@ private:
     Board board_;
     Library library_;
     PodRecord record_;
+    PodLock lock_; // let go after the pod is
     ProxyWatch watch_;
     std::unique_ptr<Pod> pod_;
     std::optional<PodPort> port_;

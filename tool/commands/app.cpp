@@ -28,6 +28,13 @@ void add_board_options(Command& program, CommonOptions& options) {
         .type_name("FILE");
     program.option("--pod", options.pod, "Serial number of the pod; else the first one")
         .type_name("SERIAL");
+    program
+        .option("--wait", options.wait_seconds,
+                "Wait so many seconds for a pod that another host uses; else that is an error")
+        .type_name("SECONDS")
+        .not_negative();
+    program.flag("--share", options.share,
+                 "Go on beside a host that uses the pod: the two must never work at one time");
 }
 
 void add_simulation_options(Command& program, CommonOptions& options) {

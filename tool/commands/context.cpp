@@ -2,11 +2,21 @@
 
 #include "tool/commands/values.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <unistd.h>
 
 namespace talvor {
+namespace {
+
+// Of an option; as good as for ever is a century.
+std::chrono::milliseconds milliseconds_of(double seconds) {
+    constexpr double kLongest = 100.0 * 366 * 86400;
+    return std::chrono::milliseconds(static_cast<int64_t>(std::min(seconds, kLongest) * 1000));
+}
+
+} // namespace
 
 Status Context::start_simulator(const std::optional<std::string>& vcd) {
     if (!options.simulate || simulator_) {
@@ -26,8 +36,13 @@ Result<SessionOptions> Context::session_options() const {
     session.serial = options.pod;
     session.link_delay = options.link_delay;
     session.instruction_lengths = options.instruction_lengths;
-    session.patience =
-        std::chrono::milliseconds(static_cast<int64_t>(options.patience_seconds * 1000));
+    session.patience = milliseconds_of(options.patience_seconds);
+    session.lock.wait = milliseconds_of(options.wait_seconds);
+    session.lock.share = options.share;
+    session.lock.on_wait = [this](const std::string& user) {
+        out.note(fmt::format("the pod is {}; waiting up to {} seconds for it", user,
+                             options.wait_seconds));
+    };
     if (!options.test_clock.empty()) {
         session.max_hertz = TRY(parse_frequency(options.test_clock));
     }
@@ -51,7 +66,10 @@ Result<Session*> Context::session() {
     TRY(start_simulator());
     session_ = TRY(Session::open(TRY(session_options())));
     session_->port().on_shift(on_shift);
-    if (!session_->pod().first()) {
+    if (const std::string& user = session_->lock().shared_with(); !user.empty()) {
+        out.note(fmt::format("pod {}: {}; going on beside it: what both queue is lost or mixed up",
+                             session_->record().serial, user));
+    } else if (!session_->pod().first()) {
         out.note("another host is connected to this pod, or ended without disconnecting; 'talvor "
                  "doctor' says more");
     }

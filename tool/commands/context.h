@@ -23,6 +23,8 @@ struct CommonOptions {
     std::string test_clock; // a frequency text, "" when not given
     std::vector<uint32_t> instruction_lengths;
     double patience_seconds = 60;
+    double wait_seconds = 0; // for a pod that is in use
+    bool share = false;      // go on beside its user
     bool json = false;
 };
 

@@ -265,7 +265,7 @@ TEST(OtherHostsTest, ThatAreConnectedAreNamed) {
     const PodsimProcess simulator(five());
     Running other({"status", "--watch", "0.2"});
     ASSERT_TRUE(await([&other] { return !other.out().empty(); })) << other.err();
-    const Outcome doctor = talvor({"doctor"});
+    const Outcome doctor = talvor({"doctor", "--share"});
     other.signal(SIGINT);
     EXPECT_EQ(other.wait(), 128 + SIGINT);
     EXPECT_EQ(doctor.status, 0) << doctor.err;
