@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <cstdio>
 #include <unistd.h>
@@ -90,8 +92,9 @@ Status Pod::connect(KeyStore keys) {
     }
     if (code = call(&JSC_Interface::Connect, &first_); code != 0) {
         // Connecting has diagnosed the code already.
+        Failure failed = connection_error(code);
         release();
-        return connection_error(code);
+        return failed;
     }
     connected_ = true;
     return {};
@@ -125,12 +128,28 @@ Status Pod::flush() {
 }
 
 Failure Pod::diagnose(std::string thing, JTI_Error code) {
+    // Before the diagnosis, which is a call of its own.
+    std::optional<Error> proxy = proxy_error(code);
     const JTI_Error better = call(&JSC_Interface::Diagnose, code);
-    return library_error(std::move(thing), better != 0 ? better : code);
+    return proxy ? Failure(*std::move(proxy))
+                 : library_error(std::move(thing), better != 0 ? better : code);
+}
+
+std::optional<Error> Pod::proxy_error(JTI_Error code) const {
+    if (std::optional<Error> lost = watch_.lost()) {
+        return lost;
+    }
+    // What a missing answer comes out as.
+    constexpr std::array kNoAnswer{eJTI_ERROR_BATCH_FAILED, eJTI_ERROR_POD_OPEN,
+                                   eJTI_ERROR_POD_SETUP, eJTI_ERROR_SUPPORT_WRITE};
+    return std::ranges::find(kNoAnswer, code) != kNoAnswer.end() ? watch_.silent() : std::nullopt;
 }
 
 // A connect has few arguments that could be wrong: refusing one stands for something else.
-Failure Pod::connection_error(JTI_Error code) {
+Failure Pod::connection_error(JTI_Error code) const {
+    if (std::optional<Error> proxy = proxy_error(code)) {
+        return Failure(*std::move(proxy));
+    }
     Failure failed = library_error("connecting the pod", code);
     if (code == eJTI_ERROR_BAD_ARGUMENT) {
         failed.value().reason = fmt::format(
@@ -143,6 +162,9 @@ Failure Pod::connection_error(JTI_Error code) {
 }
 
 Failure Pod::creation_error(JTI_Error code) const {
+    if (std::optional<Error> proxy = proxy_error(code)) {
+        return Failure(*std::move(proxy));
+    }
     const CodeText* text = find_code(code);
     if (text == nullptr || text->kind != ErrorKind::BadFile) {
         return library_error("opening the pod", code);

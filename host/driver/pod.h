@@ -80,7 +80,9 @@ private:
     [[nodiscard]] Status disconnect();
     void release() noexcept;
     [[nodiscard]] Failure diagnose(std::string thing, JTI_Error code);
-    [[nodiscard]] static Failure connection_error(JTI_Error code);
+    // What to tell about `code` where the proxy may be to blame: it has ended, or is silent.
+    [[nodiscard]] std::optional<Error> proxy_error(JTI_Error code) const;
+    [[nodiscard]] Failure connection_error(JTI_Error code) const;
     [[nodiscard]] Failure creation_error(JTI_Error code) const;
 
     const Library& library_;

@@ -6,7 +6,9 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -17,6 +19,12 @@ namespace {
 constexpr std::chrono::milliseconds kLookEvery{100};
 // A batch is a matter of microseconds to milliseconds; before this nobody needs to look.
 constexpr std::chrono::milliseconds kGrace{300};
+// While the driver is on its way out of a call whose proxy is gone.
+constexpr std::chrono::milliseconds kAnswerEvery{1};
+// It answers within microseconds then: who does not is not waiting for an answer.
+constexpr std::chrono::seconds kLastResort{5};
+// The driver's (jsc_export.h).
+constexpr const char* kPatienceVariable = "TALVOR_PROXY_PATIENCE_MS";
 
 int64_t now_ns() {
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -38,10 +46,21 @@ Error lost_proxy(std::string reason) {
             "start the proxy again, then run 'talvor doctor'"};
 }
 
+Error silent_proxy(std::chrono::milliseconds patience) {
+    return lost_proxy(fmt::format("it has not answered for {} seconds",
+                                  std::chrono::duration<double>(patience).count()));
+}
+
 } // namespace
 
-ProxyWatch::ProxyWatch(std::chrono::milliseconds patience, LostHandler lost)
-    : patience_(patience), lost_(std::move(lost)), table_(table_inode()) {
+ProxyWatch::ProxyWatch(const PodRecord& pod, std::chrono::milliseconds patience, LostHandler lost)
+    : patience_(patience), channel_(ProxyStandIn::open(pod)), lost_(std::move(lost)),
+      table_(table_inode()) {
+    if (patience_.count() > 0) {
+        setenv(kPatienceVariable, fmt::format("{}", patience_.count()).c_str(), 1);
+    } else {
+        unsetenv(kPatienceVariable);
+    }
     // The thread takes no signals: they are for the thread that drives the pod.
     sigset_t all;
     sigset_t before;
@@ -64,6 +83,25 @@ void ProxyWatch::begin() noexcept {
     busy_since_ns_.store(now_ns(), std::memory_order_release);
 }
 
+void ProxyWatch::end() noexcept {
+    last_call_ = std::chrono::nanoseconds(now_ns() - busy_since_ns_.load());
+    busy_since_ns_.store(0, std::memory_order_release);
+}
+
+std::optional<Error> ProxyWatch::lost() const {
+    const std::lock_guard lock(mutex_);
+    return error_;
+}
+
+std::optional<Error> ProxyWatch::silent() const {
+    // The driver counts whole milliseconds.
+    constexpr std::chrono::milliseconds kCoarse{2};
+    if (patience_.count() == 0 || last_call_ + kCoarse < patience_) {
+        return std::nullopt;
+    }
+    return silent_proxy(patience_);
+}
+
 void ProxyWatch::run() {
     std::unique_lock lock(mutex_);
     while (!wake_.wait_for(lock, kLookEvery, [this] { return stop_; })) {
@@ -71,11 +109,39 @@ void ProxyWatch::run() {
         if (since == 0) {
             continue;
         }
-        const auto lost = look(std::chrono::nanoseconds(now_ns() - since));
+        const std::chrono::nanoseconds busy(now_ns() - since);
+        std::optional<Error> lost = look(busy);
         // The call may have come back while we looked: then nothing is lost.
-        if (lost && busy_since_ns_.load(std::memory_order_acquire) == since) {
-            lost_(*lost);
+        if (busy_since_ns_.load(std::memory_order_acquire) != since) {
+            continue;
+        }
+        if (lost) {
+            error_ = std::move(lost);
+            stand_in(lock);
             return;
+        }
+        if (hangs(busy)) {
+            lost_(silent_proxy(patience_));
+            return;
+        }
+    }
+}
+
+void ProxyWatch::stand_in(std::unique_lock<std::mutex>& lock) {
+    if (channel_) {
+        channel_->fail_pending();
+    }
+    const int64_t begin = now_ns();
+    const std::chrono::nanoseconds limit = channel_ ? kLastResort : std::chrono::nanoseconds(0);
+    while (!wake_.wait_for(lock, kAnswerEvery, [this] { return stop_; })) {
+        const int64_t since = busy_since_ns_.load(std::memory_order_acquire);
+        // One that was under way when we began counts from then.
+        if (since != 0 && now_ns() - std::max(since, begin) > limit.count()) {
+            lost_(*error_);
+            return;
+        }
+        if (channel_) {
+            channel_->fail_new();
         }
     }
 }
@@ -91,11 +157,14 @@ std::optional<Error> ProxyWatch::look(std::chrono::nanoseconds busy) const {
     if (table_ && table_inode() != table_) {
         return lost_proxy("it was started anew while a batch was under way");
     }
-    if (patience_.count() != 0 && busy > patience_) {
-        return lost_proxy(fmt::format("it has not answered for {} seconds",
-                                      std::chrono::duration<double>(patience_).count()));
-    }
     return std::nullopt;
+}
+
+// Whether the driver does not keep to the patience: it may wait twice as long, for the answer that
+// is owed to somebody else and for its own. A driver that knows of no patience does not, nor does
+// one that waits for a lock of the proxy's.
+bool ProxyWatch::hangs(std::chrono::nanoseconds busy) const {
+    return patience_.count() != 0 && busy > 2 * patience_ + kGrace;
 }
 
 } // namespace talvor

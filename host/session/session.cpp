@@ -151,7 +151,7 @@ Result<PodRecord> complete_board(Board& board, const DeviceTable& table,
 Session::Session(const SessionOptions& options, Library library, Reserved reserved)
     : instruction_lengths_(options.instruction_lengths), board_(std::move(reserved.board)),
       library_(std::move(library)), record_(std::move(reserved.record)),
-      lock_(std::move(reserved.lock)), watch_(options.patience, options.lost) {}
+      lock_(std::move(reserved.lock)), watch_(record_, options.patience, options.lost) {}
 
 Result<Session::Reserved> Session::reserve(Board board, const SessionOptions& options) {
     const Clock::time_point end = Clock::now() + options.lock.wait;

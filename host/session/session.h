@@ -29,7 +29,7 @@ struct SessionOptions {
     std::vector<uint32_t> instruction_lengths; // nearest TDI first, before the board file's
     PodLockOptions lock;                       // what to do about a pod that is in use
     std::chrono::milliseconds patience{60000}; // see ProxyWatch
-    ProxyWatch::LostHandler lost;              // must be given
+    ProxyWatch::LostHandler lost;              // the last resort; must be given
 };
 
 // The board file of `options`, or an empty board.

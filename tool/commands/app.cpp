@@ -112,7 +112,7 @@ void build_command_line(CommandLine& line, CommonOptions& options) {
     add_target_options(program, options);
     program
         .option("--patience", options.patience_seconds,
-                "Seconds that the proxy may take for one call; 0 is for ever")
+                "Seconds that the proxy may take for one answer; 0 is for ever")
         .type_name("SECONDS")
         .not_negative()
         .show_default();

@@ -46,7 +46,8 @@ Result<SessionOptions> Context::session_options() const {
     if (!options.test_clock.empty()) {
         session.max_hertz = TRY(parse_frequency(options.test_clock));
     }
-    // The driver hangs in the main thread for good: nothing can be cleaned up any more.
+    // The driver hangs in the main thread for good: nothing can be cleaned up any more. One that
+    // keeps to the patience never comes to that.
     session.lost = [this](const Error& error) {
         take_standard_output_back();
         out.error(error);

@@ -31,6 +31,17 @@ uint64_t batches(const PodsimProcess& simulator) {
     return await([&] { return batches(simulator) >= enough; });
 }
 
+// The controller blocks that stand in /dev/shm.
+std::vector<std::filesystem::path> controller_blocks() {
+    std::vector<std::filesystem::path> blocks;
+    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
+        if (entry.path().filename().string().starts_with("JTI-")) {
+            blocks.push_back(entry.path());
+        }
+    }
+    return blocks;
+}
+
 // More batches than connecting takes: then a host is at work.
 constexpr uint64_t kConnectedBatches = 300;
 
@@ -196,10 +207,45 @@ TEST(DeadProxyTest, IsNoticedWhileTheDriverWaitsForIt) {
     simulator.stop(SIGKILL);
     // The driver itself would wait for ever.
     EXPECT_EQ(chain.wait(), 1);
+    EXPECT_THAT(controller_blocks(), testing::IsEmpty());
     EXPECT_EQ(chain.err(), "talvor: pod proxy: it has ended while a batch was under way\n"
                            "  next: start the proxy again, then run 'talvor doctor'\n");
     // The next proxy clears the ground for other tests.
     const PodsimProcess again(five());
+}
+
+// The wait has an end, and the way out is that of every error: the handle is closed.
+TEST(DeadProxyTest, LeavesNoControllerBlockInTheMiddleOfTheWork) {
+    for (const char* patience : {"0", "60"}) {
+        PodsimProcess simulator(five());
+        Running bench({"--patience", patience, "bench", "--seconds", "1000"});
+        ASSERT_TRUE(await_batches(simulator, kConnectedBatches));
+        EXPECT_EQ(controller_blocks().size(), 1U);
+        simulator.stop(SIGKILL);
+        EXPECT_EQ(bench.wait(), 1);
+        EXPECT_EQ(bench.err(), "talvor: pod proxy: it has ended while a batch was under way\n"
+                               "  next: start the proxy again, then run 'talvor doctor'\n");
+        EXPECT_THAT(controller_blocks(), testing::IsEmpty());
+    }
+    const PodsimProcess again(five());
+    EXPECT_EQ(talvor({"chain"}).status, 0);
+}
+
+TEST(DeadProxyTest, LeavesNoControllerBlockWhenItIsStartedAnewAtOnce) {
+    PodsimProcess simulator(five());
+    simulator.ctl("latency 3600000000");
+    Running status({"--json", "status"});
+    ASSERT_TRUE(await_batches(simulator, 1));
+    simulator.stop(SIGKILL);
+    const PodsimProcess again(five());
+    EXPECT_EQ(status.wait(), 1);
+    const auto document = nlohmann::json::parse(status.out());
+    EXPECT_EQ(document.at("error").at("thing"), "pod proxy");
+    EXPECT_EQ(document.at("error").at("kind"), "pod");
+    EXPECT_THAT(controller_blocks(), testing::IsEmpty());
+    const Outcome chain = talvor({"chain"});
+    EXPECT_EQ(chain.status, 0) << chain.err;
+    EXPECT_EQ(chain.err, "");
 }
 
 TEST(SilentProxyTest, IsGivenUpWhenPatienceEnds) {
@@ -210,25 +256,33 @@ TEST(SilentProxyTest, IsGivenUpWhenPatienceEnds) {
     ASSERT_NE(outcome.out, "") << outcome.err;
     const auto document = nlohmann::json::parse(outcome.out);
     EXPECT_EQ(document.at("error").at("reason"), "it has not answered for 0.5 seconds");
+    EXPECT_THAT(controller_blocks(), testing::IsEmpty());
     simulator.ctl("latency 0");
 }
 
-// The controller blocks that stand in /dev/shm.
-std::vector<std::filesystem::path> controller_blocks() {
-    std::vector<std::filesystem::path> blocks;
-    for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
-        if (entry.path().filename().string().starts_with("JTI-")) {
-            blocks.push_back(entry.path());
-        }
-    }
-    return blocks;
+TEST(SilentProxyTest, IsGivenUpInTheMiddleOfTheWork) {
+    const PodsimProcess simulator(five());
+    Running bench({"--patience", "0.5", "bench", "--seconds", "1000"});
+    ASSERT_TRUE(await_batches(simulator, kConnectedBatches));
+    EXPECT_EQ(controller_blocks().size(), 1U);
+    simulator.ctl("latency 3000000");
+    EXPECT_EQ(bench.wait(), 1);
+    EXPECT_EQ(bench.err(), "talvor: pod proxy: it has not answered for 0.5 seconds\n"
+                           "  next: start the proxy again, then run 'talvor doctor'\n");
+    EXPECT_THAT(controller_blocks(), testing::IsEmpty());
+    simulator.ctl("latency 0");
+    // The next host takes the answer that the last one did not wait for.
+    const Outcome chain = talvor({"chain"});
+    EXPECT_EQ(chain.status, 0) << chain.err;
+    EXPECT_EQ(chain.err, "");
 }
 
-// A host is given up in the middle of connecting: its controller block stays, with its counts.
-std::filesystem::path block_of_a_lost_host(const PodsimProcess& simulator) {
-    simulator.ctl("latency 2000000");
-    EXPECT_EQ(talvor({"--patience", "0.5", "chain"}).status, 1);
-    simulator.ctl("latency 0");
+// A host is killed while it is connected: its controller block stays, with its counts.
+std::filesystem::path block_of_a_lost_host() {
+    Running host({"status", "--watch", "3600"});
+    EXPECT_TRUE(await([&host] { return host.out().find("TAP ") != std::string::npos; }));
+    host.signal(SIGKILL);
+    EXPECT_EQ(host.wait(), 128 + SIGKILL);
     const std::vector<std::filesystem::path> blocks = controller_blocks();
     EXPECT_EQ(blocks.size(), 1U);
     return blocks.empty() ? "" : blocks.front();
@@ -236,7 +290,7 @@ std::filesystem::path block_of_a_lost_host(const PodsimProcess& simulator) {
 
 TEST(OtherHostsTest, ThatEndedWithoutDisconnectingLeaveNothingWrong) {
     const PodsimProcess simulator(five());
-    block_of_a_lost_host(simulator);
+    block_of_a_lost_host();
     const Outcome chain = talvor({"chain"});
     EXPECT_EQ(chain.status, 0) << chain.err;
     EXPECT_EQ(chain.err, "") << "the next host is the first again";
@@ -246,7 +300,7 @@ TEST(OtherHostsTest, ThatEndedWithoutDisconnectingLeaveNothingWrong) {
 
 TEST(OtherHostsTest, BlocksOfDriversThatLeaveNoMarkAreNoticed) {
     const PodsimProcess simulator(five());
-    const std::filesystem::path block = block_of_a_lost_host(simulator);
+    const std::filesystem::path block = block_of_a_lost_host();
     // The mark stands in the last bytes; without it the block is as another driver leaves it.
     std::fstream file(block, std::ios::in | std::ios::out | std::ios::binary);
     file.seekp(-64, std::ios::end).write(std::string(64, '\0').data(), 64);
