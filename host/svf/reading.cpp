@@ -1,8 +1,24 @@
 #include "host/svf/reading.h"
 
+#include "common/text.h"
 #include "host/svf/planner.h"
 
+#include <fmt/format.h>
+
 namespace talvor::svf {
+namespace {
+
+// A file that plays nothing is the wrong one, or was cut off.
+Failure no_statement(const ByteSource& source, const Summary& summary) {
+    return file_error(source.name(),
+                      source.total_bytes() == 0
+                          ? "is empty"
+                          : fmt::format("has no statement: {} with blanks and comments only",
+                                        count_text(summary.lines, "line")),
+                      "check that this is the file you mean, and that it is whole");
+}
+
+} // namespace
 
 Status read_steps(ByteSource& source, const JtagPort& port, Pass pass, const ParserLimits& limits,
                   const ProgressHook& progress, Summary& summary, const StepHandler& handle,
@@ -24,7 +40,7 @@ Status read_steps(ByteSource& source, const JtagPort& port, Pass pass, const Par
         summary.bytes = parser.bytes_taken();
         summary.lines = parser.line();
         if (!more) {
-            return {};
+            return summary.statements != 0 ? Status() : no_statement(source, summary);
         }
         TRY(planner.plan(statement, step));
         summary.count(step);

@@ -1,11 +1,15 @@
 #include "host/svf/source.h"
 
+#include "common/interrupt.h"
 #include "common/temporary.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,6 +18,7 @@ namespace talvor::svf {
 namespace {
 
 constexpr size_t kBufferBytes = size_t{1} << 20;
+constexpr int kLookEveryMs = 100; // for a signal that came just before the wait
 
 Failure unreadable(const std::string& name, const std::string& doing, int code) {
     return file_error(name, "cannot " + doing + ": " + std::strerror(code),
@@ -43,20 +48,50 @@ bool write_all(int fd, std::span<const char> bytes) {
     return true;
 }
 
-Result<FileDescriptor> spool(const FileDescriptor& from, const std::string& name) {
+// What has an end by itself, or a person who can end it.
+bool can_be_spooled(int fd, mode_t mode) {
+    return S_ISFIFO(mode) || S_ISSOCK(mode) || (S_ISCHR(mode) && ::isatty(fd) == 1);
+}
+
+Failure cannot_be_spooled(const std::string& name, mode_t mode) {
+    return file_error(name,
+                      S_ISCHR(mode)   ? "is a character device, not a file"
+                      : S_ISBLK(mode) ? "is a block device, not a file"
+                                      : "is neither a file nor a pipe",
+                      "name an SVF file, or pipe it in and say -");
+}
+
+// Waits until there is something to read. A signal that asks for the end ends that, too.
+Status await_bytes(int fd) {
+    pollfd wanted{.fd = fd, .events = POLLIN, .revents = 0};
+    while (::poll(&wanted, 1, kLookEveryMs) <= 0) {
+        TRY(check_interrupt());
+    }
+    return check_interrupt();
+}
+
+Result<FileDescriptor> spool(const FileDescriptor& from, const std::string& name,
+                             uint64_t max_bytes) {
     Result<TemporaryFile> file = TemporaryFile::create();
     if (!file) {
         return unreadable(name, "make a temporary file to spool it", errno);
     }
     FileDescriptor to = file->detach();
     std::vector<char> buffer(kBufferBytes);
+    uint64_t spooled = 0;
     while (true) {
+        TRY(await_bytes(from.get()));
         const ssize_t got = read_some(from.get(), buffer);
         if (got < 0) {
             return unreadable(name, "read it", errno);
         }
         if (got == 0) {
             return to;
+        }
+        spooled += static_cast<uint64_t>(got);
+        if (spooled > max_bytes) {
+            return file_error(name, fmt::format("more than {} bytes came", max_bytes),
+                              "store it in a file and name that: files may have any size");
         }
         if (!write_all(to.get(), std::span(buffer).first(static_cast<size_t>(got)))) {
             return unreadable(name, "spool it to a temporary file", errno);
@@ -95,7 +130,8 @@ Result<std::unique_ptr<FileSource>> FileSource::open(const std::string& path) {
     return adopt(std::move(file), path);
 }
 
-Result<std::unique_ptr<FileSource>> FileSource::adopt(FileDescriptor file, std::string name) {
+Result<std::unique_ptr<FileSource>> FileSource::adopt(FileDescriptor file, std::string name,
+                                                      uint64_t max_spooled_bytes) {
     struct stat facts = {};
     if (::fstat(file.get(), &facts) != 0) {
         return unreadable(name, "open it", errno);
@@ -104,7 +140,10 @@ Result<std::unique_ptr<FileSource>> FileSource::adopt(FileDescriptor file, std::
         return unreadable(name, "read it", EISDIR);
     }
     if (!S_ISREG(facts.st_mode)) {
-        file = TRY(spool(file, name));
+        if (!can_be_spooled(file.get(), facts.st_mode)) {
+            return cannot_be_spooled(name, facts.st_mode);
+        }
+        file = TRY(spool(file, name, max_spooled_bytes));
         if (::fstat(file.get(), &facts) != 0) {
             return unreadable(name, "read the temporary file", errno);
         }

@@ -51,13 +51,18 @@ private:
 // A file on disk, read in pieces.
 class FileSource final : public ByteSource {
 public:
-    // A regular file is read where it lies. What cannot be read twice (a pipe, a terminal) is first
-    // copied to a nameless file in the folder for temporary files. "-" is the standard input.
-    // Errors (ErrorKind::BadFile): no such file, no right to read it, a directory, no room.
+    // The most that is copied; far less than a disk, and more than a pipe should bring.
+    static constexpr uint64_t kMaxSpooledBytes = uint64_t{16} << 30;
+
+    // A regular file is read where it lies. What cannot be read twice (a pipe, a socket, a
+    // terminal) is first copied to a nameless file in the folder for temporary files. "-" is the
+    // standard input. Errors (ErrorKind::BadFile): no such file, no right to read it, a directory
+    // or a device, no room, more than kMaxSpooledBytes in a pipe. (ErrorKind::Refused): a signal
+    // asked for the end while a pipe brought nothing.
     [[nodiscard]] static Result<std::unique_ptr<FileSource>> open(const std::string& path);
-    // The same for a descriptor that is open.
-    [[nodiscard]] static Result<std::unique_ptr<FileSource>> adopt(FileDescriptor file,
-                                                                   std::string name);
+    // The same for a descriptor that is open, with another bound for what is copied.
+    [[nodiscard]] static Result<std::unique_ptr<FileSource>>
+    adopt(FileDescriptor file, std::string name, uint64_t max_spooled_bytes = kMaxSpooledBytes);
 
     [[nodiscard]] Result<std::span<const char>> next_chunk() override;
     [[nodiscard]] Status rewind() override;

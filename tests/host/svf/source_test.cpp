@@ -113,5 +113,25 @@ TEST(FileSourceTest, APipeWithoutRoomToSpoolIsRefused) {
               "a pipe: cannot make a temporary file to spool it: No such file or directory");
 }
 
+// What a pipe brings is bounded; a file may have any size.
+TEST(FileSourceTest, TakesNoMoreFromAPipeThanIsAllowed) {
+    for (const uint64_t bound : {3U, 4U}) {
+        std::array<int, 2> ends{};
+        ASSERT_EQ(::pipe(ends.data()), 0);
+        FileDescriptor reader(ends[0]);
+        {
+            const FileDescriptor writer(ends[1]);
+            ASSERT_EQ(::write(writer.get(), "abcd", 4), 4);
+        }
+        const auto source = FileSource::adopt(std::move(reader), "pipe", bound);
+        ASSERT_EQ(source.has_value(), bound == 4U);
+        if (!source) {
+            EXPECT_EQ(source.error().kind, ErrorKind::BadFile);
+            EXPECT_EQ(source.error().reason, "more than 3 bytes came");
+            EXPECT_NE(source.error().next_step, "");
+        }
+    }
+}
+
 } // namespace
 } // namespace talvor::svf
