@@ -2,10 +2,12 @@
 #include "common/interrupt.h"
 #include "common/time_slice.h"
 #include "tool/commands/app.h"
+#include "tool/output/standard_streams.h"
 
 namespace {
 
 int run(int argc, char** argv) {
+    talvor::secure_standard_streams();
     talvor::watch_interrupts();
     talvor::shorten_time_slice(); // a busy machine would keep every exchange waiting
     talvor::Context context;

@@ -126,9 +126,10 @@ Failure Simulator::early_end(const ChildEnd& end, const SimulatorOptions& option
     if (said.empty()) {
         return simulator_error(find_program(options.program) + " " + end.text());
     }
-    // What it says about a description names the file.
+    // What it says about a description, or about the waveform, names the file.
     const bool bad_file =
-        !options.description.empty() && said.find(options.description) != std::string::npos;
+        (!options.description.empty() && said.find(options.description) != std::string::npos) ||
+        (options.vcd && said.find(*options.vcd) != std::string::npos);
     return bad_file ? file_error("simulator", said) : simulator_error(said);
 }
 
@@ -146,7 +147,11 @@ Status Simulator::stop() {
     }
     process_.signal(SIGTERM);
     const ChildEnd end = process_.wait();
-    return end.succeeded() ? Status() : simulator_error(std::string(kProgram) + " " + end.text());
+    if (end.succeeded()) {
+        return {};
+    }
+    const std::string said = last_words();
+    return simulator_error(said.empty() ? std::string(kProgram) + " " + end.text() : said);
 }
 
 std::string Simulator::last_words() const {

@@ -10,6 +10,7 @@
 #include <fstream>
 #include <map>
 #include <string_view>
+#include <sys/stat.h>
 #include <vector>
 
 namespace talvor::waveform {
@@ -370,6 +371,11 @@ Result<Waveform> read_vcd(std::istream& stream, const std::string& name, const W
 }
 
 Result<Waveform> read_vcd_file(const std::string& path, const Window& window) {
+    struct stat facts {};
+    if (stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode)) {
+        return file_error(path, "is no regular file, so the waveform cannot be read back from it",
+                          "name a file");
+    }
     std::ifstream stream(path, std::ios::binary);
     if (!stream) {
         return file_error(path, fmt::format("cannot open it: {}", std::strerror(errno)),

@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <sstream>
 #include <utility>
 
 namespace talvor {
@@ -223,7 +224,9 @@ Result<CommandLine::Outcome> CommandLine::parse(const std::vector<std::string>& 
         if (error.get_exit_code() != 0) {
             return parse_failure(*app_, error);
         }
-        app_->exit(error);
+        std::ostringstream text;
+        app_->exit(error, text, text);
+        printed_ = text.str();
         return Outcome::Printed;
     }
     return Outcome::Chosen;

@@ -106,19 +106,22 @@ public:
 
     enum class Outcome : uint8_t {
         Chosen,  // chosen() is to be run
-        Printed, // help or version was asked for, and printed
+        Printed, // help or version was asked for: printed() is to be printed
     };
     // Parses the words behind the program's name. Errors (ErrorKind::Usage) name the word and the
     // help that lists what could stand there.
     [[nodiscard]] Result<Outcome> parse(const std::vector<std::string>& words);
     // The action of the command that was chosen; empty before.
     [[nodiscard]] const Action& chosen() const noexcept { return chosen_; }
+    // The help or the version that was asked for; "" otherwise.
+    [[nodiscard]] const std::string& printed() const noexcept { return printed_; }
 
 private:
     friend class Command;
 
     std::unique_ptr<CLI::App> app_;
     Action chosen_;
+    std::string printed_;
 };
 
 } // namespace talvor

@@ -4,9 +4,10 @@
 #include "host/board/configuration.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/values.h"
+#include "tool/output/standard_streams.h"
 
 #include <algorithm>
-#include <cstdio>
+#include <csignal>
 
 #ifndef TALVOR_VERSION
 #define TALVOR_VERSION "unknown"
@@ -42,6 +43,10 @@ void add_simulation_options(Command& program, CommonOptions& options) {
                  "Start a simulated pod for this command; --simulate=FILE.toml describes "
                  "it, else it is a chain of five devices");
     const auto describe = [&options](const std::string& file) -> Status {
+        if (file.empty()) {
+            return usage_error("--simulate=", "names no description file; without = it is a chain "
+                                              "of five devices");
+        }
         options.simulate = true;
         options.description = file;
         return {};
@@ -124,7 +129,10 @@ void build_command_line(CommandLine& line, CommonOptions& options) {
     }
 }
 
-int run_program(Context& context, std::vector<std::string> arguments) {
+namespace {
+
+// Parses and runs; the exit status.
+int run(Context& context, std::vector<std::string> arguments) {
     CommandLine line("talvor", "Drives JTAG targets through emulator pods.");
     build_command_line(line, context.options);
     arguments = join_simulate(std::move(arguments));
@@ -137,6 +145,7 @@ int run_program(Context& context, std::vector<std::string> arguments) {
         return outcome.error().exit_status();
     }
     if (*outcome == CommandLine::Outcome::Printed) {
+        write_output(line.printed());
         return 0;
     }
     context.out.set_json(context.options.json);
@@ -144,9 +153,31 @@ int run_program(Context& context, std::vector<std::string> arguments) {
     if (const Status closed = context.close(); !closed && status == 0) {
         status = finish(context, closed);
     }
+    return status;
+}
+
+// The exit status once it is known whether what was printed got where it should.
+int with_output(Context& context, int status) {
+    const Status written = flush_output();
+    if (written) {
+        return status;
+    }
+    if (output_pipe_broken()) {
+        // Whoever read has heard enough; everything was cleaned up.
+        end_by_signal(SIGPIPE);
+    }
+    // A document cannot be told of on the same stream.
+    context.out.set_json(false);
+    context.out.error(written.error());
+    return status != 0 ? status : written.error().exit_status();
+}
+
+} // namespace
+
+int run_program(Context& context, std::vector<std::string> arguments) {
+    const int status = with_output(context, run(context, std::move(arguments)));
     if (const int signal = interrupt_signal(); signal != 0) {
         // The shell is to see that the program was stopped.
-        std::fflush(nullptr);
         end_by_signal(signal);
     }
     return status;

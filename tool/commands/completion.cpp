@@ -1,5 +1,6 @@
 // talvor completion: a completion script, made from the command line's own description.
 #include "tool/commands/commands.h"
+#include "tool/output/standard_streams.h"
 
 #include <fmt/core.h>
 
@@ -88,7 +89,7 @@ void add_completion(Command& program) {
     Command command = program.command("completion", "Print a completion script", nullptr);
     command.command("bash", "For bash: source <(talvor completion bash)",
                     [program](Context&) -> Status {
-                        fmt::print("{}", bash_script(program));
+                        write_output(bash_script(program));
                         return {};
                     });
 }

@@ -5,6 +5,7 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
+#include "tool/output/standard_streams.h"
 
 #include <algorithm>
 #include <chrono>
@@ -118,7 +119,9 @@ Status watch(Context& context, Session& session, const StatusOptions& options) {
             return {};
         }
         TRY(show(context.out, session));
-        std::fflush(stdout);
+        if (!flush_output()) {
+            return {}; // nobody can see any more; the end of the program tells it
+        }
     }
     return {};
 }

@@ -5,9 +5,12 @@
 #include "host/waveform/vcd.h"
 #include "tool/commands/app.h"
 #include "tool/commands/commands.h"
+#include "tool/output/standard_streams.h"
 
 #include <algorithm>
-#include <fstream>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
@@ -36,11 +39,14 @@ size_t terminal_width() {
 }
 
 Status write_file(const std::string& path, const std::string& text) {
-    std::ofstream file(path, std::ios::binary);
-    file << text;
-    file.close();
-    if (!file) {
-        return file_error(path, "cannot be written");
+    errno = 0;
+    std::FILE* const file = std::fopen(path.c_str(), "we");
+    const bool written =
+        file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    const bool closed = file != nullptr && std::fclose(file) == 0;
+    if (!written || !closed) {
+        return file_error(path, fmt::format("cannot be written: {}", std::strerror(errno)),
+                          "choose another place, or make room");
     }
     return {};
 }
@@ -55,6 +61,7 @@ Result<Action> inner_action(Context& context, const std::vector<std::string>& wo
         return usage_error(outcome.error().thing, outcome.error().reason, kNextStep);
     }
     if (*outcome == CommandLine::Outcome::Printed) {
+        write_output(line->printed());
         return Action();
     }
     // The options live as long as the action is kept.
@@ -89,8 +96,8 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
     }
     // A document stays one, unless the drawing is asked for beside it.
     if (options.text || (options.svg.empty() && !out.json())) {
-        fmt::print("{}",
-                   waveform::to_text(trace, {.width = terminal_width(), .color = out.coloured()}));
+        write_output(
+            waveform::to_text(trace, {.width = terminal_width(), .color = out.coloured()}));
     }
     return {};
 }

@@ -1,8 +1,8 @@
 #include "tool/output/output.h"
 
 #include "host/driver/error_text.h"
+#include "tool/output/standard_streams.h"
 
-#include <cstdio>
 #include <unistd.h>
 
 namespace talvor {
@@ -36,7 +36,7 @@ Output::Output() {
 }
 
 void Output::write_line(std::string_view text) {
-    fmt::print(stdout, "{}\n", text);
+    write_output(fmt::format("{}\n", text));
 }
 
 void Output::table(const TextTable& table) const {
@@ -52,19 +52,19 @@ void Output::result(const Json& document) const {
 }
 
 void Output::note(std::string_view text) const {
-    std::fflush(stdout);
-    fmt::print(stderr, "{}: {}\n", kProgram, text);
+    (void)flush_output();
+    write_error(fmt::format("{}: {}\n", kProgram, text));
 }
 
 void Output::error(const Error& error) const {
     if (json_) {
         write_line(Json{{"error", to_json(error)}}.text());
     }
-    std::fflush(stdout);
+    (void)flush_output();
     const std::string head = fmt::format("{}: {}", kProgram, headline(error));
-    fmt::print(stderr, "{}\n", error_colour_ ? toned(Tone::Bad, head) : head);
+    write_error(fmt::format("{}\n", error_colour_ ? toned(Tone::Bad, head) : head));
     if (!error.next_step.empty()) {
-        fmt::print(stderr, "  next: {}\n", error.next_step);
+        write_error(fmt::format("  next: {}\n", error.next_step));
     }
 }
 

@@ -1,10 +1,11 @@
 #include "tool/output/progress_bar.h"
 
+#include "tool/output/standard_streams.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <cstdio>
 
 namespace talvor {
 namespace {
@@ -67,14 +68,12 @@ void ProgressBar::show(std::string_view what, uint64_t done, uint64_t total) {
     }
     last_ = now;
     drawn_ = true;
-    fmt::print(stderr, "\r{}\033[K", progress_line(what_, done, total, now - start_));
-    std::fflush(stderr);
+    write_error(fmt::format("\r{}\033[K", progress_line(what_, done, total, now - start_)));
 }
 
 void ProgressBar::clear() {
     if (drawn_) {
-        fmt::print(stderr, "\r\033[K");
-        std::fflush(stderr);
+        write_error("\r\033[K");
         drawn_ = false;
     }
 }

@@ -45,18 +45,16 @@ TEST(CommandLineTest, ChoosesTheInnermostCommand) {
 TEST(CommandLineTest, ChoosesNothingWhenHelpIsPrinted) {
     CommandLine line("prog", "");
     line.program().command("link", "", nothing);
-    testing::internal::CaptureStdout();
     ASSERT_EQ(line.parse({"link", "--help"}), Outcome::Printed);
-    EXPECT_NE(testing::internal::GetCapturedStdout().find("Usage: prog link"), std::string::npos);
+    EXPECT_NE(line.printed().find("Usage: prog link"), std::string::npos);
     EXPECT_FALSE(line.chosen());
 }
 
 TEST(CommandLineTest, PrintsItsVersion) {
     CommandLine line("prog", "");
     line.set_version("prog 7");
-    testing::internal::CaptureStdout();
     ASSERT_EQ(line.parse({"--version"}), Outcome::Printed);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "prog 7\n");
+    EXPECT_EQ(line.printed(), "prog 7\n");
 }
 
 TEST(CommandLineTest, NamesTheWordThatItCannotPlace) {
