@@ -137,15 +137,16 @@ private:
         if (session_->pod().first()) {
             return good("none is connected");
         }
-        const std::string block = mapped_controller_block("self");
+        const auto block = mapped_controller_block("self").value_or(MappedBlock{});
         if (const std::string process = other_host(block); !process.empty()) {
             return odd(
                 fmt::format("connected, too: process {}; the pod is as it left it", process));
         }
         return pod_error(
             "controller block",
-            fmt::format("{} was left behind by a host that ended without disconnecting", block),
-            fmt::format("remove {}", block));
+            fmt::format("{} was left behind by a host that ended without disconnecting",
+                        block.path),
+            fmt::format("remove {}", block.path));
     }
 
     Status target() {

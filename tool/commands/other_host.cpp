@@ -2,23 +2,34 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <system_error>
 #include <unistd.h>
 
 namespace talvor {
 
-std::string mapped_controller_block(const std::string& process) {
+std::optional<MappedBlock> mapped_controller_block(const std::string& process) {
     std::ifstream maps("/proc/" + process + "/maps");
     for (std::string line; std::getline(maps, line);) {
         // The driver's name for such blocks.
-        if (const size_t at = line.find("/dev/shm/JTI-"); at != std::string::npos) {
-            return line.substr(at);
+        const size_t at = line.find("/dev/shm/JTI-");
+        if (at == std::string::npos) {
+            continue;
         }
+        // "7f00-7f10 rw-s 00000000 00:1b 77  /dev/shm/JTI-..."
+        std::istringstream fields(line);
+        std::string addresses;
+        std::string access;
+        std::string offset;
+        std::string device;
+        std::string inode;
+        fields >> addresses >> access >> offset >> device >> inode;
+        return MappedBlock{line.substr(at), device + ":" + inode};
     }
-    return "";
+    return std::nullopt;
 }
 
-std::string other_host(const std::string& block) {
+std::string other_host(const MappedBlock& block) {
     const std::string self = std::to_string(getpid());
     std::error_code error;
     for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
