@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cassert>
+#include <cstring>
 
 namespace talvor {
 
@@ -92,6 +93,12 @@ void Bits::assign_big_endian(std::span<const uint64_t> words, unsigned tail_digi
     unsigned below_bits = words.empty() ? 0 : tail_bits;
     size_t out = 0;
     const auto put = [&](uint64_t value) {
+        static_assert(std::endian::native == std::endian::little);
+        if (words_.size() - out >= 4) {
+            std::memcpy(words_.data() + out, &value, sizeof value);
+            out += 4;
+            return;
+        }
         for (unsigned i = 0; i < 4 && out < words_.size(); ++i, ++out) {
             words_[out] = low_word(value >> (i * kWordBits));
         }
@@ -213,31 +220,34 @@ Bits Bits::slice(size_t offset, size_t count) const {
 }
 
 void Bits::append(const Bits& tail) {
-    const size_t count = tail.words_.size();
+    if (&tail == this) {
+        append(Bits(tail));
+        return;
+    }
+    append(tail.words_.data(), tail.size_);
+}
+
+void Bits::append(const uint16_t* words, size_t length_bits) {
+    const size_t count = word_count(length_bits);
     const size_t first = size_ / kWordBits;
     const unsigned shift = static_cast<unsigned>(size_ % kWordBits);
     if (count == 0) {
         return;
     }
-    if (&tail == this) {
-        append(Bits(tail));
-        return;
-    }
-    size_ += tail.size_;
+    size_ += length_bits;
     words_.resize(word_count(size_), 0);
-    const uint16_t* from = tail.words_.data();
     uint16_t* to = words_.data() + first;
     if (shift == 0) {
-        std::copy_n(from, count, to);
+        std::copy_n(words, count, to);
         return;
     }
-    to[0] = low_word(to[0] | (uint32_t{from[0]} << shift));
+    to[0] = low_word(to[0] | (uint32_t{words[0]} << shift));
     for (size_t i = 1; i < count; ++i) {
-        to[i] =
-            low_word((uint32_t{from[i]} << shift) | (uint32_t{from[i - 1]} >> (kWordBits - shift)));
+        to[i] = low_word((uint32_t{words[i]} << shift) |
+                         (uint32_t{words[i - 1]} >> (kWordBits - shift)));
     }
     if (first + count < words_.size()) {
-        to[count] = low_word(uint32_t{from[count - 1]} >> (kWordBits - shift));
+        to[count] = low_word(uint32_t{words[count - 1]} >> (kWordBits - shift));
     }
 }
 

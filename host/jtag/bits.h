@@ -72,6 +72,9 @@ public:
     [[nodiscard]] Bits slice(size_t offset, size_t count) const;
     // `tail` is shifted after what is here.
     void append(const Bits& tail);
+    // The same for the words of `length_bits` bits, whose unused bits are 0 and which are not this
+    // vector's own.
+    void append(const uint16_t* words, size_t length_bits);
     // The parts one after the other, the first one shifted first.
     [[nodiscard]] static Bits concat(std::initializer_list<const Bits*> parts);
 

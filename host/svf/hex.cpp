@@ -1,5 +1,6 @@
 #include "host/svf/hex.h"
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstring>
@@ -57,7 +58,48 @@ uint64_t load_eight(const char* from) {
 static_assert(are_digits(0x6665646362613938U) && eight_digits(0x6665646362613938U) == 0x89ABCDEFU);
 static_assert(!are_digits(0x3030303030303A30U) && !are_digits(0x3030303030301030U));
 
+// The digits of [from, from + count), at most fifteen of them; `bad` becomes true when one is none.
+uint64_t few_digits(const char* from, size_t count, bool& bad) {
+    uint64_t number = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t value = kDigits[static_cast<unsigned char>(from[i])];
+        bad |= value == kNoDigit;
+        number = (number << 4) | (value & 0xFU);
+    }
+    return number;
+}
+
 } // namespace
+
+// From the last digit on, which is bit 0: four words at a time.
+const char* read_whole_hex(const char* from, const char* end, size_t length_bits, Bits& value) {
+    const size_t digits = length_bits / 4 + (length_bits % 4 != 0 ? 1 : 0);
+    if (digits == 0 || static_cast<size_t>(end - from) <= digits || from[digits] != ')') {
+        return nullptr;
+    }
+    value.resize(length_bits);
+    uint16_t* out = value.words().data();
+    const char* at = from + digits;
+    for (; at - from >= 16; out += 4) {
+        at -= 16;
+        const uint64_t high = load_eight(at);
+        const uint64_t low = load_eight(at + 8);
+        if (!are_digits(high) || !are_digits(low)) {
+            return nullptr;
+        }
+        const uint64_t words = (eight_digits(high) << 32) | eight_digits(low);
+        std::memcpy(out, &words, sizeof words);
+    }
+    bool bad = false;
+    uint64_t rest = few_digits(from, static_cast<size_t>(at - from), bad);
+    for (uint16_t* const last = value.words().data() + value.words().size(); out != last; ++out) {
+        *out = static_cast<uint16_t>(rest & 0xFFFFU);
+        rest >>= 16;
+    }
+    const unsigned top = kDigits[static_cast<unsigned char>(*from)];
+    const bool wide = length_bits % 4 != 0 && (top >> (length_bits % 4)) != 0;
+    return bad || wide ? nullptr : from + digits + 1;
+}
 
 bool HexReader::is_digit(int c) noexcept {
     return c >= 0 && kDigits[static_cast<size_t>(c)] != kNoDigit;
@@ -73,6 +115,7 @@ void HexReader::begin(size_t length_bits) {
     partial_ = 0;
     partial_digits_ = 0;
     words_.clear();
+    words_.reserve(max_digits_ / 16 + 1);
 }
 
 const char* HexReader::feed(const char* from, const char* end) {
@@ -85,13 +128,10 @@ const char* HexReader::feed(const char* from, const char* end) {
     while (true) {
         // A value starts and ends digit by digit; between, words are taken whole.
         if (digits_ != 0) {
-            for (; end - from >= 16; from += 16) {
-                const uint64_t high = load_eight(from);
-                const uint64_t low = load_eight(from + 8);
-                if (!are_digits(high) || !are_digits(low)) {
-                    break;
-                }
-                take_sixteen((eight_digits(high) << 32) | eight_digits(low));
+            from = take_words(from, end);
+            if (end - from >= 8 && are_digits(load_eight(from))) {
+                take_eight(eight_digits(load_eight(from)));
+                from += 8;
             }
         }
         const uint8_t value = from == end ? kNoDigit : kDigits[static_cast<unsigned char>(*from)];
@@ -102,6 +142,38 @@ const char* HexReader::feed(const char* from, const char* end) {
         ++from;
     }
     has_digits_ = has_digits_ || from != start;
+    return from;
+}
+
+// Sixteen digits at a time, as long as they fit the value. The last word at hand may hold some
+// digits already: each word is made of these and the upper ones of the next sixteen.
+const char* HexReader::take_words(const char* from, const char* end) {
+    constexpr size_t kAtOnce = 16; // a line of text is rarely longer
+    const unsigned held_bits = partial_digits_ * 4;
+    size_t room = 0;
+    size_t taken = 0;
+    do {
+        const size_t before = words_.size();
+        room =
+            std::min({(max_digits_ - digits_) / 16, static_cast<size_t>(end - from) / 16, kAtOnce});
+        words_.resize(before + room);
+        for (taken = 0; taken != room; ++taken, from += 16) {
+            const uint64_t high = load_eight(from);
+            const uint64_t low = load_eight(from + 8);
+            if (!are_digits(high) || !are_digits(low)) {
+                break;
+            }
+            const uint64_t value = (eight_digits(high) << 32) | eight_digits(low);
+            if (held_bits == 0) {
+                words_[before + taken] = value;
+            } else {
+                words_[before + taken] = (partial_ << (64 - held_bits)) | (value >> held_bits);
+                partial_ = value & ((uint64_t{1} << held_bits) - 1);
+            }
+        }
+        words_.resize(before + taken);
+        digits_ += taken * 16;
+    } while (taken == kAtOnce);
     return from;
 }
 
@@ -122,19 +194,22 @@ void HexReader::take_digit(uint64_t value) {
     }
 }
 
-void HexReader::take_sixteen(uint64_t value) {
-    if (max_digits_ - digits_ < 16) {
+void HexReader::take_eight(uint64_t value) {
+    if (max_digits_ - digits_ < 8) {
         overflow_ = true;
         return;
     }
-    digits_ += 16;
-    if (partial_digits_ == 0) {
-        words_.push_back(value);
+    digits_ += 8;
+    if (partial_digits_ < 8) {
+        partial_ = (partial_ << 32) | value;
+        partial_digits_ += 8;
         return;
     }
-    const unsigned held_bits = partial_digits_ * 4;
-    words_.push_back((partial_ << (64 - held_bits)) | (value >> held_bits));
-    partial_ = value & ((uint64_t{1} << held_bits) - 1);
+    // The upper digits fill the word, the lower ones begin the next.
+    partial_digits_ -= 8;
+    const unsigned rest_bits = partial_digits_ * 4;
+    words_.push_back((partial_ << (32 - rest_bits)) | (value >> rest_bits));
+    partial_ = value & ((uint64_t{1} << rest_bits) - 1);
 }
 
 bool HexReader::too_wide() const noexcept {

@@ -9,6 +9,13 @@
 
 namespace talvor::svf {
 
+// The value at the start of [from, end) when it is one stretch of digits, exactly as many as
+// `length_bits` bits need (at least one), no wider, and followed by a closing parenthesis: `value`
+// becomes it, and the answer is what stands behind the parenthesis. Otherwise null, and `value` is
+// anything.
+[[nodiscard]] const char* read_whole_hex(const char* from, const char* end, size_t length_bits,
+                                         Bits& value);
+
 // Collects the digits of one value, most significant first, in any number of pieces. The text
 // itself is not kept, and never more digits than the value may have. One reader serves many values
 // and reuses its memory.
@@ -33,7 +40,9 @@ public:
 
 private:
     void take_digit(uint64_t value);
-    void take_sixteen(uint64_t value);
+    const char* take_words(const char* from, const char* end);
+    // Eight digits that do not begin a value.
+    void take_eight(uint64_t value);
 
     size_t length_bits_ = 0;
     size_t max_digits_ = 0;

@@ -16,6 +16,14 @@ bool same(std::string_view one, std::string_view other) noexcept {
     return one.size() == other.size() && one.front() == other.front() && one == other;
 }
 
+constexpr std::array<uint64_t, kStatementKindCount> kStatementKeys = [] {
+    std::array<uint64_t, kStatementKindCount> keys{};
+    for (size_t i = 0; i < keys.size(); ++i) {
+        keys[i] = word_key(kStatementNames[i]);
+    }
+    return keys;
+}();
+
 // In the order of TrstMode.
 constexpr std::array<std::string_view, 4> kTrstModes{"ON", "OFF", "Z", "ABSENT"};
 
@@ -33,7 +41,17 @@ std::optional<Value> find(const std::array<std::string_view, N>& words,
 } // namespace
 
 std::optional<StatementKind> to_statement_kind(std::string_view word) noexcept {
-    return find<StatementKind>(kStatementNames, word);
+    return to_statement_kind(word, word_key(word));
+}
+
+std::optional<StatementKind> to_statement_kind(std::string_view word, uint64_t key) noexcept {
+    for (size_t i = 0; i < kStatementKeys.size(); ++i) {
+        if (kStatementKeys[i] == key && kStatementNames[i].size() == word.size() &&
+            (word.size() <= 8 || kStatementNames[i] == word)) {
+            return static_cast<StatementKind>(i);
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<TapState> to_tap_state(std::string_view word) noexcept {

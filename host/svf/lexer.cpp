@@ -1,6 +1,10 @@
 #include "host/svf/lexer.h"
 
+#include "host/svf/keyword.h"
+
 #include <fmt/format.h>
+
+#include <cstring>
 
 namespace talvor::svf {
 
@@ -59,20 +63,41 @@ bool Lexer::refill() {
 }
 
 void Lexer::skip_comment() {
-    for (int c = peek(); c >= 0 && c != '\n'; c = peek()) {
+    do {
+        const auto left = static_cast<size_t>(end_ - at_);
+        const void* const newline = left == 0 ? nullptr : std::memchr(at_, '\n', left);
+        if (newline != nullptr) {
+            at_ = static_cast<const char*>(newline);
+            return;
+        }
+        at_ = end_;
+    } while (refill());
+}
+
+// Some editors put one in front; false: what stands there begins like one and is none.
+bool Lexer::skip_byte_order_mark() {
+    at_start_ = false;
+    if (peek() != 0xEF) {
+        return true;
+    }
+    for (const int byte : {0xEF, 0xBB, 0xBF}) {
+        if (peek() != byte) {
+            return false;
+        }
         ++at_;
     }
+    return true;
 }
 
 // The next character that is neither blank nor comment; it is not taken. A single '/' is answered
 // although it is taken already: nothing but an error can follow.
 int Lexer::skip_blanks() {
     while (true) {
+        for (; at_ != end_ && is_blank(static_cast<unsigned char>(*at_)); ++at_) {
+            line_ += *at_ == '\n' ? 1 : 0;
+        }
         const int c = peek();
-        if (is_blank(c)) {
-            line_ += c == '\n' ? 1 : 0;
-            ++at_;
-        } else if (c == '!') {
+        if (c == '!') {
             skip_comment();
         } else if (c == '/') {
             ++at_;
@@ -80,7 +105,7 @@ int Lexer::skip_blanks() {
                 return '/';
             }
             skip_comment();
-        } else {
+        } else if (!is_blank(c)) {
             return c;
         }
     }
@@ -101,38 +126,49 @@ Failure Lexer::bad_character(int c) const {
 
 Token Lexer::failed(Failure failure) {
     failure_ = std::move(failure);
-    return Token{Token::Kind::Failed, {}, line_};
+    return Token{Token::Kind::Failed, {}, line_, 0};
 }
 
 Token Lexer::read_word(uint64_t line) {
     size_t length = 0;
-    for (int c = peek(); is_word_character(c); c = peek()) {
-        if (length == kMaxWord) {
-            return failed(error(line, fmt::format("a word longer than {} characters", kMaxWord)));
+    uint64_t key = 0;
+    do {
+        for (; at_ != end_; ++at_) {
+            const char c = kWordCharacters[static_cast<unsigned char>(*at_)];
+            if (c == '\0') {
+                return Token{Token::Kind::Word, std::string_view(word_.data(), length), line, key};
+            }
+            if (length == kMaxWord) {
+                return failed(
+                    error(line, fmt::format("a word longer than {} characters", kMaxWord)));
+            }
+            word_[length++] = c;
+            key = (key << 8) | static_cast<unsigned char>(c);
         }
-        word_[length++] = word_character(c);
-        ++at_;
-    }
-    return Token{Token::Kind::Word, std::string_view(word_.data(), length), line};
+    } while (refill());
+    return Token{Token::Kind::Word, std::string_view(word_.data(), length), line, key};
 }
 
 Token Lexer::next() {
+    if (at_start_ && !skip_byte_order_mark()) {
+        return failed(bad_character(0xEF));
+    }
     const int c = skip_blanks();
     const uint64_t line = line_;
     switch (c) {
     case kFailed:
         return failed(Failure(source_status_.error()));
     case kEnd:
-        return Token{Token::Kind::End, {}, line};
+        return Token{Token::Kind::End, {}, line, 0};
     case '(':
         ++at_;
-        return Token{Token::Kind::Open, "(", line};
+        return Token{Token::Kind::Open, "(", line, 0};
     case ')':
         ++at_;
-        return Token{Token::Kind::Close, ")", line};
+        return Token{Token::Kind::Close, ")", line, 0};
     case ';':
         ++at_;
-        return Token{Token::Kind::Semicolon, ";", line};
+        return Token{Token::Kind::Semicolon, ";", line, 0};
     default:
         return is_word_character(c) ? read_word(line) : failed(bad_character(c));
     }
@@ -156,8 +192,13 @@ Failure Lexer::bad_hex(int c, uint64_t first_line, const std::string& what) cons
                                     static_cast<char>(c), what));
 }
 
-Status Lexer::read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
-                       Bits& value) {
+Quick Lexer::read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
+                      Bits& value) {
+    // Most values stand in one piece, with as many digits as their length asks for.
+    if (const char* const behind = read_whole_hex(at_, end_, length_bits, value)) {
+        at_ = behind;
+        return success();
+    }
     const auto what = [&] { return fmt::format("{} {}", statement, parameter); };
     const uint64_t first_line = line_;
     hex_.begin(length_bits);
@@ -181,10 +222,10 @@ Status Lexer::read_hex(std::string_view statement, std::string_view parameter, s
                      fmt::format("the value of {} is wider than its {} bits", what(), length_bits));
     }
     hex_.finish(value);
-    return {};
+    return success();
 }
 
-Status Lexer::skip_statement() {
+Quick Lexer::skip_statement() {
     const uint64_t first_line = line_;
     while (true) {
         const int c = skip_blanks();
@@ -198,7 +239,7 @@ Status Lexer::skip_statement() {
             ++at_;
         }
         if (c == ';') {
-            return {};
+            return success();
         }
     }
 }

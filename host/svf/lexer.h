@@ -3,6 +3,7 @@
 
 #include "common/result.h"
 #include "host/svf/hex.h"
+#include "host/svf/quick.h"
 #include "host/svf/source.h"
 
 #include <array>
@@ -20,10 +21,17 @@ struct Token {
     Kind kind = Kind::End;
     std::string_view text; // of a word, in capitals; good until the next call of the lexer
     uint64_t line = 1;
+    uint64_t key = 0; // of a word: word_key(text)
+
+    [[nodiscard]] bool is_word() const noexcept { return kind == Kind::Word; }
+    // Whether it is this word of up to eight characters.
+    [[nodiscard]] bool is(uint64_t word) const noexcept {
+        return kind == Kind::Word && key == word && text.size() <= 8;
+    }
 };
 
-// Comments and blanks vanish here, wherever they stand. Holds one chunk of the source and the hex
-// value at hand, and nothing else that grows.
+// Comments and blanks vanish here, wherever they stand, and a byte-order mark of UTF-8 at the
+// start. Holds one chunk of the source and the hex value at hand, and nothing else that grows.
 class Lexer {
 public:
     explicit Lexer(ByteSource& source) : source_(source) {}
@@ -36,11 +44,11 @@ public:
     // After an opening parenthesis: the value up to the closing one, which is taken too. `what`
     // names the value in messages. Errors: no digit, a character that is none, a value wider than
     // `length_bits`, the end of the file.
-    [[nodiscard]] Status read_hex(std::string_view statement, std::string_view parameter,
-                                  size_t length_bits, Bits& value);
+    [[nodiscard]] Quick read_hex(std::string_view statement, std::string_view parameter,
+                                 size_t length_bits, Bits& value);
 
     // Takes everything up to and with the next semicolon, whatever it is.
-    [[nodiscard]] Status skip_statement();
+    [[nodiscard]] Quick skip_statement();
 
     [[nodiscard]] uint64_t line() const noexcept { return line_; }
     [[nodiscard]] uint64_t bytes_taken() const noexcept {
@@ -63,6 +71,7 @@ private:
     bool refill();
     int skip_blanks();
     void skip_comment();
+    [[nodiscard]] bool skip_byte_order_mark();
     Token read_word(uint64_t line);
     Token failed(Failure failure);
     [[nodiscard]] Failure bad_character(int c) const;
@@ -75,7 +84,8 @@ private:
     const char* end_ = nullptr;
     uint64_t bytes_before_ = 0;
     uint64_t line_ = 1;
-    Status source_status_;
+    bool at_start_ = true; // of the file
+    Quick source_status_;
     Failure failure_{Error{}};
     std::array<char, kMaxWord> word_{};
     HexReader hex_;

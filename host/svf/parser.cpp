@@ -19,21 +19,14 @@ void forget(ScanText& scan) {
     scan.tdi.given = scan.tdo.given = scan.mask.given = scan.smask.given = false;
 }
 
-bool is_word(const Token& token) noexcept {
-    return token.kind == Token::Kind::Word;
-}
-
-bool is_word(const Token& token, std::string_view text) noexcept {
-    return is_word(token) && token.text == text;
-}
-
 bool is_number(const Token& token) noexcept {
-    return is_word(token) && looks_like_number(token.text);
+    return token.is_word() && looks_like_number(token.text);
 }
 
 struct NamedParameter {
     std::string_view keyword;
     HexParameter ScanText::*value;
+    uint64_t key = word_key(keyword);
 };
 constexpr std::array kParameters{
     NamedParameter{"TDI", &ScanText::tdi}, NamedParameter{"TDO", &ScanText::tdo},
@@ -41,7 +34,7 @@ constexpr std::array kParameters{
 
 const NamedParameter* parameter_of(const Token& token) noexcept {
     for (const NamedParameter& parameter : kParameters) {
-        if (is_word(token, parameter.keyword)) {
+        if (token.is(parameter.key)) {
             return &parameter;
         }
     }
@@ -61,7 +54,7 @@ Failure Parser::unexpected(const Statement& statement, const Token& token,
     return error(statement, token.line, fmt::format("'{}' where {} belongs", token.text, wanted));
 }
 
-Status Parser::advance(const Statement& statement, Token& token) {
+Quick Parser::advance(const Statement& statement, Token& token) {
     token = lexer_.next();
     if (token.kind == Token::Kind::Failed) {
         return lexer_.failure();
@@ -70,13 +63,13 @@ Status Parser::advance(const Statement& statement, Token& token) {
         return error(statement, statement.line, "the statement does not end with ';'",
                      "the file may be cut short");
     }
-    return {};
+    return success();
 }
 
-Status Parser::expect_end(const Statement& statement) {
+Quick Parser::expect_end(const Statement& statement) {
     Token token;
     TRY(advance(statement, token));
-    return token.kind == Token::Kind::Semicolon ? Status() : unexpected(statement, token, "';'");
+    return token.kind == Token::Kind::Semicolon ? success() : unexpected(statement, token, "';'");
 }
 
 Result<bool> Parser::next(Statement& statement) {
@@ -92,7 +85,7 @@ Result<bool> Parser::next(Statement& statement) {
     } while (token.kind == Token::Kind::Semicolon);
 
     const std::optional<StatementKind> kind =
-        is_word(token) ? to_statement_kind(token.text) : std::nullopt;
+        token.is_word() ? to_statement_kind(token.text, token.key) : std::nullopt;
     if (!kind) {
         return lexer_.error(token.line, fmt::format("'{}' is no SVF statement", token.text),
                             "is the ';' of the statement before it missing?");
@@ -103,7 +96,7 @@ Result<bool> Parser::next(Statement& statement) {
     return true;
 }
 
-Status Parser::parse_body(Statement& statement) {
+Quick Parser::parse_body(Statement& statement) {
     switch (statement.kind) {
     case StatementKind::Sdr:
     case StatementKind::Sir:
@@ -130,12 +123,12 @@ Status Parser::parse_body(Statement& statement) {
     return lexer_.skip_statement();
 }
 
-Status Parser::parse_scan(Statement& statement) {
+Quick Parser::parse_scan(Statement& statement) {
     forget(statement.scan);
     Token token;
     TRY(advance(statement, token));
     const std::optional<uint64_t> length =
-        is_word(token) ? to_whole(token.text) : std::optional<uint64_t>();
+        token.is_word() ? to_whole(token.text) : std::optional<uint64_t>();
     if (!length) {
         return unexpected(statement, token, "the length in bits");
     }
@@ -148,7 +141,7 @@ Status Parser::parse_scan(Statement& statement) {
     while (true) {
         TRY(advance(statement, token));
         if (token.kind == Token::Kind::Semicolon) {
-            return {};
+            return success();
         }
         const NamedParameter* parameter = parameter_of(token);
         if (parameter == nullptr) {
@@ -159,8 +152,8 @@ Status Parser::parse_scan(Statement& statement) {
     }
 }
 
-Status Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter,
-                                    std::string_view keyword) {
+Quick Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter,
+                                   std::string_view keyword) {
     Token token;
     TRY(advance(statement, token));
     if (token.kind != Token::Kind::Open) {
@@ -174,7 +167,7 @@ Status Parser::parse_scan_parameter(Statement& statement, HexParameter& paramete
                            parameter.value);
 }
 
-Status Parser::parse_state(Statement& statement) {
+Quick Parser::parse_state(Statement& statement) {
     statement.path.clear();
     Token token;
     while (true) {
@@ -183,7 +176,7 @@ Status Parser::parse_state(Statement& statement) {
             break;
         }
         const std::optional<TapState> state =
-            is_word(token) ? to_tap_state(token.text) : std::optional<TapState>();
+            token.is_word() ? to_tap_state(token.text) : std::optional<TapState>();
         if (!state) {
             return unexpected(statement, token, "a state or ';'");
         }
@@ -201,14 +194,14 @@ Status Parser::parse_state(Statement& statement) {
                      fmt::format("{} is not stable: a path ends in {}",
                                  keyword(statement.path.back()), kFourStates));
     }
-    return {};
+    return success();
 }
 
-Status Parser::parse_end_state(Statement& statement) {
+Quick Parser::parse_end_state(Statement& statement) {
     Token token;
     TRY(advance(statement, token));
     const std::optional<StableState> state =
-        is_word(token) ? to_stable_state(token.text) : std::optional<StableState>();
+        token.is_word() ? to_stable_state(token.text) : std::optional<StableState>();
     if (!state) {
         return unexpected(statement, token, kFourStates);
     }
@@ -216,8 +209,8 @@ Status Parser::parse_end_state(Statement& statement) {
     return expect_end(statement);
 }
 
-Status Parser::parse_seconds(Statement& statement, const Token& number,
-                             std::optional<std::chrono::nanoseconds>& time) {
+Quick Parser::parse_seconds(Statement& statement, const Token& number,
+                            std::optional<std::chrono::nanoseconds>& time) {
     const std::optional<double> seconds =
         is_number(number) ? to_real(number.text) : std::optional<double>();
     if (!seconds) {
@@ -228,14 +221,14 @@ Status Parser::parse_seconds(Statement& statement, const Token& number,
         return error(statement, number.line,
                      fmt::format("{} seconds are no time to wait", number.text));
     }
-    return {};
+    return success();
 }
 
 // Up to and with the count or, when there is none, the shortest time; then the token behind it.
-Status Parser::parse_run_test_start(Statement& statement, Token& token) {
+Quick Parser::parse_run_test_start(Statement& statement, Token& token) {
     RunTestText& run = statement.run;
     TRY(advance(statement, token));
-    if (is_word(token) && to_tap_state(token.text)) {
+    if (token.is_word() && !is_number(token) && to_tap_state(token.text)) {
         run.run_state = to_stable_state(token.text);
         if (!run.run_state) {
             return unexpected(statement, token, kFourStates);
@@ -246,16 +239,16 @@ Status Parser::parse_run_test_start(Statement& statement, Token& token) {
         return unexpected(statement, token, "a count of clocks or a time");
     }
     const std::string number(token.text);
-    const Token value{token.kind, number, token.line};
+    const Token value{token.kind, number, token.line, token.key};
     TRY(advance(statement, token));
-    if (is_word(token, "SEC")) {
+    if (token.is(word_key("SEC"))) {
         TRY(parse_seconds(statement, value, run.min_time));
         return advance(statement, token);
     }
-    if (!is_word(token, "TCK") && !is_word(token, "SCK")) {
+    if (!token.is(word_key("TCK")) && !token.is(word_key("SCK"))) {
         return unexpected(statement, token, "TCK, SCK or SEC");
     }
-    run.clock = is_word(token, "TCK") ? ClockLine::Tck : ClockLine::Sck;
+    run.clock = token.is(word_key("TCK")) ? ClockLine::Tck : ClockLine::Sck;
     run.count = to_whole(number);
     if (!run.count) {
         return error(statement, value.line, fmt::format("{} is no count of clocks", number));
@@ -264,18 +257,18 @@ Status Parser::parse_run_test_start(Statement& statement, Token& token) {
 }
 
 // A time behind a count, MAXIMUM and ENDSTATE; `token` is the first of them.
-Status Parser::parse_run_test_rest(Statement& statement, Token& token) {
+Quick Parser::parse_run_test_rest(Statement& statement, Token& token) {
     RunTestText& run = statement.run;
-    const auto time = [&](std::optional<std::chrono::nanoseconds>& value) -> Status {
+    const auto time = [&](std::optional<std::chrono::nanoseconds>& value) -> Quick {
         TRY(parse_seconds(statement, token, value));
         TRY(advance(statement, token));
-        return is_word(token, "SEC") ? advance(statement, token)
-                                     : unexpected(statement, token, "SEC");
+        return token.is(word_key("SEC")) ? advance(statement, token)
+                                         : unexpected(statement, token, "SEC");
     };
     if (!run.min_time && is_number(token)) {
         TRY(time(run.min_time));
     }
-    if (run.min_time && is_word(token, "MAXIMUM")) {
+    if (run.min_time && token.is(word_key("MAXIMUM"))) {
         const uint64_t line = token.line;
         TRY(advance(statement, token));
         TRY(time(run.max_time));
@@ -283,31 +276,31 @@ Status Parser::parse_run_test_rest(Statement& statement, Token& token) {
             return error(statement, line, "the maximum time is below the minimum");
         }
     }
-    if (is_word(token, "ENDSTATE")) {
+    if (token.is(word_key("ENDSTATE"))) {
         TRY(advance(statement, token));
-        run.end_state = is_word(token) ? to_stable_state(token.text) : std::nullopt;
+        run.end_state = token.is_word() ? to_stable_state(token.text) : std::nullopt;
         if (!run.end_state) {
             return unexpected(statement, token, kFourStates);
         }
         return advance(statement, token);
     }
-    return {};
+    return success();
 }
 
-Status Parser::parse_run_test(Statement& statement) {
+Quick Parser::parse_run_test(Statement& statement) {
     statement.run = {};
     Token token;
     TRY(parse_run_test_start(statement, token));
     TRY(parse_run_test_rest(statement, token));
-    return token.kind == Token::Kind::Semicolon ? Status() : unexpected(statement, token, "';'");
+    return token.kind == Token::Kind::Semicolon ? success() : unexpected(statement, token, "';'");
 }
 
-Status Parser::parse_frequency(Statement& statement) {
+Quick Parser::parse_frequency(Statement& statement) {
     statement.hertz.reset();
     Token token;
     TRY(advance(statement, token));
     if (token.kind == Token::Kind::Semicolon) {
-        return {};
+        return success();
     }
     statement.hertz = is_number(token) ? to_real(token.text) : std::optional<double>();
     if (!statement.hertz) {
@@ -317,17 +310,17 @@ Status Parser::parse_frequency(Statement& statement) {
         return error(statement, token.line, "the frequency is not above 0");
     }
     TRY(advance(statement, token));
-    if (!is_word(token, "HZ")) {
+    if (!token.is(word_key("HZ"))) {
         return unexpected(statement, token, "HZ");
     }
     return expect_end(statement);
 }
 
-Status Parser::parse_trst(Statement& statement) {
+Quick Parser::parse_trst(Statement& statement) {
     Token token;
     TRY(advance(statement, token));
     const std::optional<TrstMode> mode =
-        is_word(token) ? to_trst_mode(token.text) : std::optional<TrstMode>();
+        token.is_word() ? to_trst_mode(token.text) : std::optional<TrstMode>();
     if (!mode) {
         return unexpected(statement, token, "ON, OFF, Z or ABSENT");
     }

@@ -77,6 +77,48 @@ TEST(HexReaderTest, ServesOneValueAfterTheOther) {
     EXPECT_EQ(read(reader, "5", 80)->to_hex(), "00000000000000000005");
 }
 
+TEST(WholeHexTest, AgreesWithTheSimpleReader) {
+    std::mt19937 random(4);
+    for (int round = 0; round < 3000; ++round) {
+        const size_t length = 1 + random() % 300;
+        std::string text;
+        for (size_t i = (length + 3) / 4; i > 0; --i) {
+            text += "0123456789abcdefABCDEF"[random() % 22];
+        }
+        const Result<Bits> expected = Bits::from_hex(text, length);
+        const std::string all = text + ")rest";
+        Bits value = Bits::ones(random() % 400); // what it held before means nothing
+        const char* const end = read_whole_hex(all.data(), all.data() + all.size(), length, value);
+        if (!expected) {
+            EXPECT_EQ(end, nullptr) << text << " in " << length;
+        } else {
+            ASSERT_EQ(end, all.data() + text.size() + 1) << text << " in " << length;
+            EXPECT_EQ(value, *expected);
+        }
+    }
+}
+
+TEST(WholeHexTest, LeavesWhatIsNotOneStretchToTheReader) {
+    const std::string good = "0123456789ABCDEF0123456789ABCDEF01234";
+    Bits value;
+    const auto read = [&value](const std::string& text, size_t length) {
+        return read_whole_hex(text.data(), text.data() + text.size(), length, value) != nullptr;
+    };
+    const size_t length = good.size() * 4;
+    EXPECT_TRUE(read(good + ")", length));
+    EXPECT_FALSE(read(good, length)) << "no end in sight";
+    EXPECT_FALSE(read(good.substr(1) + ")", length));
+    EXPECT_FALSE(read("0" + good + ")", length));
+    EXPECT_FALSE(read(")", 0));
+    for (size_t i = 0; i < good.size(); ++i) {
+        for (const char wrong : {' ', '\n', ')', 'g', '@', '`', '/', ':', '\0', '\xB1'}) {
+            std::string bad = good + ")";
+            bad[i] = wrong;
+            EXPECT_FALSE(read(bad, length)) << i << " " << static_cast<int>(wrong);
+        }
+    }
+}
+
 TEST(HexReaderTest, KnowsDigits) {
     std::string digits;
     for (int c = -3; c < 256; ++c) {
