@@ -72,7 +72,7 @@ void check_file(benchmark::State& state) {
     const NullPort port;
     for (auto _ : state) {
         TextSource source(text, "bench", size_t{1} << 20);
-        if (const Result<Summary> summary = check(source, port); !summary) {
+        if (const Result<play::Summary> summary = check(source, port); !summary) {
             state.SkipWithError(headline(summary.error()).c_str());
         }
     }
@@ -87,7 +87,7 @@ void play_file(benchmark::State& state) {
     NullPort port;
     for (auto _ : state) {
         TextSource source(text, "bench", size_t{1} << 20);
-        const Result<PlayReport> report = check_and_play(source, port);
+        const Result<play::PlayReport> report = check_and_play(source, port);
         if (!report || report->mismatches != 0) {
             state.SkipWithError("the file did not play");
         }

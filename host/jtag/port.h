@@ -61,8 +61,15 @@ public:
                                          ClockLine line) const = 0;
     // Whether the pin can be given this level.
     [[nodiscard]] virtual Status can_set_trst(TrstLevel level) const = 0;
+    // Whether the pin can be pulled low for a moment.
+    [[nodiscard]] virtual Status can_pulse_trst() const {
+        return refused_error("a pulse of TRST", "the port has none");
+    }
     // Whether the test clock can be kept at or below `hertz`; nothing stands for full speed.
     [[nodiscard]] virtual Status can_set_max_frequency(std::optional<double> hertz) const = 0;
+
+    // The test clock that set_max_frequency(hertz) leaves, in Hz; 0 when the port does not know.
+    [[nodiscard]] virtual double hertz_at_most(std::optional<double> /*hertz*/) const { return 0; }
 
     // --- what it does ---------------------------------------------------------------------------
 
@@ -79,6 +86,9 @@ public:
     [[nodiscard]] virtual Status run(StableState state, uint64_t clocks,
                                      std::chrono::nanoseconds at_least) = 0;
     [[nodiscard]] virtual Status set_trst(TrstLevel level) = 0;
+    // The pin goes low and high again, as long as the port has it. The TAP is reset by it; what the
+    // port knows of the TAP's state is not, so that reset_tap() should follow.
+    [[nodiscard]] virtual Status pulse_trst() { return can_pulse_trst(); }
     [[nodiscard]] virtual Status set_max_frequency(std::optional<double> hertz) = 0;
     // Everything queued so far has reached the target when it returns.
     [[nodiscard]] virtual Status flush() = 0;

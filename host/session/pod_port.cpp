@@ -1,6 +1,7 @@
 #include "host/session/pod_port.h"
 
 #include "common/interrupt.h"
+#include "host/driver/reset_log.h"
 
 #include <fmt/format.h>
 
@@ -200,13 +201,27 @@ Status PodPort::set_trst(TrstLevel level) {
                      0U);
 }
 
+Status PodPort::pulse_trst() {
+    TRY(leave_scan());
+    scan_->note_reset();
+    line_->forget_state();
+    return reset(*pod_, {.trst = true}).map([](const auto&) {});
+}
+
+ClockSetting PodPort::setting_at_most(std::optional<double> hertz) const {
+    const ClockSetting configured = clock_.setting(configured_);
+    return !hertz || static_cast<double>(clock_.hertz(configured)) <= *hertz
+               ? configured
+               : clock_.at_most(*hertz).value_or(configured);
+}
+
+double PodPort::hertz_at_most(std::optional<double> hertz) const {
+    return static_cast<double>(clock_.hertz(setting_at_most(hertz)));
+}
+
 Status PodPort::set_max_frequency(std::optional<double> hertz) {
     TRY(can_set_max_frequency(hertz));
-    const ClockSetting configured = clock_.setting(configured_);
-    if (!hertz || static_cast<double>(clock_.hertz(configured)) <= *hertz) {
-        return set_clock(configured);
-    }
-    return set_clock(*clock_.at_most(*hertz));
+    return set_clock(setting_at_most(hertz));
 }
 
 Status PodPort::set_clock(const ClockSetting& setting) {

@@ -41,7 +41,9 @@ public:
     [[nodiscard]] Status can_scan(ScanPath path, uint64_t length_bits, bool receive) const override;
     [[nodiscard]] Status can_run(StableState state, uint64_t clocks, ClockLine line) const override;
     [[nodiscard]] Status can_set_trst(TrstLevel level) const override;
+    [[nodiscard]] Status can_pulse_trst() const override { return {}; }
     [[nodiscard]] Status can_set_max_frequency(std::optional<double> hertz) const override;
+    [[nodiscard]] double hertz_at_most(std::optional<double> hertz) const override;
 
     [[nodiscard]] Status reset_tap() override;
     [[nodiscard]] Status move(StableState to) override;
@@ -49,6 +51,7 @@ public:
     [[nodiscard]] Status run(StableState state, uint64_t clocks,
                              std::chrono::nanoseconds at_least) override;
     [[nodiscard]] Status set_trst(TrstLevel level) override;
+    [[nodiscard]] Status pulse_trst() override;
     [[nodiscard]] Status set_max_frequency(std::optional<double> hertz) override;
     // A scan that rests in its Pause state has left there what it should, too.
     [[nodiscard]] Status flush() override;
@@ -76,6 +79,8 @@ public:
 private:
     PodPort(Pod& pod, TestClock clock, KeyStore configured);
 
+    // The setting that is as fast as may be at or below `hertz`, which the clock can do.
+    [[nodiscard]] ClockSetting setting_at_most(std::optional<double> hertz) const;
     [[nodiscard]] Status scan_exactly(const Scan& scan);
     [[nodiscard]] Status scan_adjusted(const Scan& scan);
     [[nodiscard]] Status leave_scan();

@@ -1,15 +1,16 @@
 #include "host/svf/checker.h"
 
-#include "host/svf/planner.h"
-#include "host/svf/reading.h"
+#include "host/play/checker.h"
 
 namespace talvor::svf {
 
-Result<Summary> check(ByteSource& source, const JtagPort& port, const CheckOptions& options) {
-    Summary summary;
-    TRY(read_steps(source, port, Pass::Check, options.limits, options.progress, summary,
-                   [](const Step&) { return Status(); }));
-    return summary;
+Result<play::Summary> check(ByteSource& source, const JtagPort& port, const CheckOptions& options) {
+    Reader reader(source, port, options.reader);
+    const play::CheckReport report = TRY(play::check(reader, {options.progress, nullptr}));
+    if (!report.can_be_played()) {
+        return Failure(report.refusals.front());
+    }
+    return report.summary;
 }
 
 } // namespace talvor::svf

@@ -1,14 +1,24 @@
 #include "host/svf/planner.h"
 
+#include "host/play/road.h"
+#include "host/play/step_source.h"
 #include "host/svf/keyword.h"
+#include "host/svf/number.h"
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 namespace talvor::svf {
 
 namespace {
+
+using play::Leg;
+using play::NoteKind;
+using play::ScanPart;
+using play::ScanStep;
+using play::Step;
 
 constexpr size_t index_of(StatementKind kind) noexcept {
     return static_cast<size_t>(kind);
@@ -33,6 +43,33 @@ std::string joined(const std::vector<TapState>& path) {
     return text;
 }
 
+void note(Step& step, NoteKind kind, std::string text) {
+    step.notes.push_back({kind, std::move(text)});
+}
+
+// A time as people write it.
+std::string time_text(std::chrono::nanoseconds time) {
+    constexpr std::array<std::string_view, 4> kUnits{"ns", "us", "ms", "s"};
+    auto value = static_cast<double>(time.count());
+    size_t unit = 0;
+    for (; value >= 1000 && unit + 1 < kUnits.size(); ++unit) {
+        value /= 1000;
+    }
+    return fmt::format("{:.6g} {}", value, kUnits[unit]);
+}
+
+// Not std::popcount over all of it: most masks that are all ones are short.
+bool is_all_ones(const Bits& bits) {
+    const std::span<const uint16_t> words = bits.words();
+    const size_t last = words.size() - 1;
+    unsigned all = 0xFFFF;
+    for (size_t i = 0; i < last; ++i) {
+        all &= words[i];
+    }
+    const unsigned used = bits.size() % Bits::kWordBits;
+    return all == 0xFFFF && words[last] == (used == 0 ? 0xFFFFU : (1U << used) - 1);
+}
+
 // Stays one after the other are one.
 void add_leg(std::vector<Leg>& legs, const Leg& leg) {
     if (leg.kind == Leg::Kind::Stay && !legs.empty() && legs.back().kind == Leg::Kind::Stay) {
@@ -44,27 +81,22 @@ void add_leg(std::vector<Leg>& legs, const Leg& leg) {
 
 } // namespace
 
-Failure at_statement(std::string_view source_name, uint64_t line, StatementKind kind, Error error) {
-    error.reason = fmt::format("{}: {}", name(kind), headline(error));
-    error.thing = fmt::format("{}:{}", source_name, line);
-    return Failure(std::move(error));
-}
-
 Failure Planner::at(const Statement& statement, Failure failure) const {
-    return at_statement(source_name_, statement.line, statement.kind, std::move(failure).value());
+    return play::at_statement(source_name_, statement.line, name(statement.kind),
+                              std::move(failure).value());
 }
 
 Failure Planner::bad(const Statement& statement, std::string reason, std::string next_step) const {
     return at(statement, file_error("", std::move(reason), std::move(next_step)));
 }
 
-Status Planner::allowed(const Statement& statement, const Status& answer) const {
-    return answer ? Status() : at(statement, Failure(answer.error()));
+Quick Planner::allowed(const Statement& statement, const Status& answer) const {
+    return answer ? success() : at(statement, Failure(answer.error()));
 }
 
-Status Planner::plan(Statement& statement, Step& step) {
+Quick Planner::plan(Statement& statement, Step& step) {
     step.kind = Step::Kind::Nothing;
-    step.statement = statement.kind;
+    step.statement = static_cast<play::StatementId>(statement.kind);
     step.line = statement.line;
     switch (statement.kind) {
     case StatementKind::Sdr:
@@ -79,10 +111,10 @@ Status Planner::plan(Statement& statement, Step& step) {
         return plan_state(statement, step);
     case StatementKind::EndDr:
         end_dr_ = statement.end_state;
-        return {};
+        return success();
     case StatementKind::EndIr:
         end_ir_ = statement.end_state;
-        return {};
+        return success();
     case StatementKind::RunTest:
         return plan_run(statement, step);
     case StatementKind::Frequency:
@@ -97,7 +129,7 @@ Status Planner::plan(Statement& statement, Step& step) {
                                        "write the file without parallel vectors"));
 }
 
-Status Planner::remember(Statement& statement) {
+Quick Planner::remember(Statement& statement) {
     ScanText& text = statement.scan;
     Remembered& memory = remembered_[index_of(statement.kind)];
     if (text.length_bits != memory.length_bits) {
@@ -111,7 +143,7 @@ Status Planner::remember(Statement& statement) {
     }
     if (text.mask.given) {
         std::swap(memory.mask, text.mask.value);
-        memory.has_mask = true;
+        memory.has_mask = memory.length_bits != 0 && !is_all_ones(memory.mask);
     }
     memory.has_tdo = text.tdo.given;
     if (text.tdo.given) {
@@ -123,27 +155,28 @@ Status Planner::remember(Statement& statement) {
                                memory.length_bits),
                    "give TDI the first time and whenever the length changes");
     }
-    return {};
+    return success();
 }
 
 ScanPart Planner::part(StatementKind kind) const {
     const Remembered& memory = remembered_[index_of(kind)];
     ScanPart part;
-    part.kind = kind;
+    part.statement = static_cast<play::StatementId>(kind);
     part.length_bits = memory.length_bits;
     if (memory.length_bits != 0) {
-        part.tdi = &memory.tdi;
-        part.tdo = memory.has_tdo ? &memory.tdo : nullptr;
-        part.mask = memory.has_mask ? &memory.mask : nullptr;
+        part.tdi = memory.tdi.words().data();
+        part.tdo = memory.has_tdo ? memory.tdo.words().data() : nullptr;
+        part.mask = memory.has_mask ? memory.mask.words().data() : nullptr;
     }
     return part;
 }
 
-Status Planner::plan_scan(Statement& statement, Step& step) {
+Quick Planner::plan_scan(Statement& statement, Step& step) {
     TRY(remember(statement));
+    TRY(not_held(statement));
     const ScanFamily& family = statement.kind == StatementKind::Sdr ? kDrFamily : kIrFamily;
     step.kind = Step::Kind::Scan;
-    PlannedScan& scan = step.scan;
+    ScanStep& scan = step.scan;
     scan.path = family.path;
     scan.total_bits = 0;
     scan.end = family.path == ScanPath::Dr ? end_dr_ : end_ir_;
@@ -152,35 +185,86 @@ Status Planner::plan_scan(Statement& statement, Step& step) {
         scan.total_bits += scan.parts[i].length_bits;
     }
     if (scan.total_bits == 0) {
-        return bad(statement, "there is no bit to shift");
+        return plan_no_scan(statement, scan.end, step);
     }
-    TRY(allowed(statement, port_.can_scan(scan.path, scan.total_bits, scan.compares())));
     at_ = scan.end;
-    return {};
+    return allowed(statement, port_.can_scan(scan.path, scan.total_bits, scan.compares()));
 }
 
-Status Planner::plan_state(const Statement& statement, Step& step) {
+// Without a header or trailer there is nothing to shift, and no reason to capture and update.
+Quick Planner::plan_no_scan(const Statement& statement, StableState end, Step& step) {
+    if (strict_) {
+        return bad(statement, "there is no bit to shift");
+    }
+    step.kind = Step::Kind::Path;
+    step.legs.clear();
+    if (at_ != end) {
+        step.legs.push_back(
+            {end == StableState::Reset ? Leg::Kind::Reset : Leg::Kind::Move, end, 0});
+    }
+    at_ = end;
+    note(step, NoteKind::NoShift,
+         fmt::format("a scan of no bits only goes to {}", keyword(tap_state(end))));
+    return success();
+}
+
+// The error that a scan meets while TRST is held low in truth; once, so that not every scan of the
+// file is listed.
+Quick Planner::not_held(const Statement& statement) {
+    if (held_line_ == 0) {
+        return success();
+    }
+    const uint64_t line = std::exchange(held_line_, 0);
+    return at(statement,
+              refused_error(
+                  "",
+                  fmt::format("TRST is held low since line {}, and the pod only pulses it", line),
+                  "write TRST OFF before the scan"));
+}
+
+Quick Planner::plan_state(const Statement& statement, Step& step) {
     step.kind = Step::Kind::Path;
     step.legs.clear();
     if (statement.path.size() > 1) {
-        return plan_path(statement, step);
+        return plan_any_path(statement, step);
     }
     const StableState to = *stable_state(statement.path.front());
     step.legs.push_back({to == StableState::Reset ? Leg::Kind::Reset : Leg::Kind::Move, to, 0});
     at_ = to;
-    return {};
+    return success();
 }
 
-Status Planner::plan_path(const Statement& statement, Step& step) {
-    std::vector<TapState> stretch; // since the last stable state
-    TapState before = tap_state(at_);
-    StableState from = at_;
+// As it is written, or else by a road that is the same to the target.
+Quick Planner::plan_any_path(const Statement& statement, Step& step) {
+    const StableState from = at_;
+    at_ = *stable_state(statement.path.back());
+    const Quick exact = plan_path(statement, from, step);
+    if (exact || strict_ || exact.error().kind != ErrorKind::Refused) {
+        return exact;
+    }
+    std::optional<std::vector<Leg>> road = play::equal_road(port_, from, statement.path);
+    if (!road) {
+        return exact;
+    }
+    step.legs = std::move(*road);
+    note(
+        step, NoteKind::Road,
+        fmt::format("the pod goes from {} to {} by another road with the same captures and updates",
+                    keyword(tap_state(from)), keyword(tap_state(at_))));
+    return success();
+}
+
+Quick Planner::plan_path(const Statement& statement, StableState from, Step& step) {
+    TapState before = tap_state(from);
     for (const TapState state : statement.path) {
         if (!is_step(before, state)) {
             return bad(statement,
                        fmt::format("no step leads from {} to {}", keyword(before), keyword(state)));
         }
         before = state;
+    }
+    std::vector<TapState> stretch; // since the last stable state
+    for (const TapState state : statement.path) {
         stretch.push_back(state);
         if (const std::optional<StableState> to = stable_state(state)) {
             const Leg leg = TRY(plan_leg(statement, from, *to, stretch));
@@ -194,8 +278,7 @@ Status Planner::plan_path(const Statement& statement, Step& step) {
             TRY(allowed(statement, port_.can_run(leg.to, leg.clocks, ClockLine::Tck)));
         }
     }
-    at_ = from;
-    return {};
+    return success();
 }
 
 Result<Leg> Planner::plan_leg(const Statement& statement, StableState from, StableState to,
@@ -218,7 +301,7 @@ Result<Leg> Planner::plan_leg(const Statement& statement, StableState from, Stab
                             "name only the state to reach, or a path the pod can take"));
 }
 
-Status Planner::plan_run(const Statement& statement, Step& step) {
+Quick Planner::plan_run(const Statement& statement, Step& step) {
     const RunTestText& text = statement.run;
     if (text.run_state) {
         run_state_ = *text.run_state;
@@ -230,38 +313,89 @@ Status Planner::plan_run(const Statement& statement, Step& step) {
     step.kind = Step::Kind::Run;
     step.run = {run_state_, text.count.value_or(0),
                 text.min_time.value_or(std::chrono::nanoseconds(0)), text.max_time, run_end_};
-    TRY(allowed(statement, port_.can_run(run_state_, step.run.clocks, text.clock)));
     at_ = run_end_;
-    return {};
+    return plan_clocks(statement, step);
 }
 
-Status Planner::plan_frequency(const Statement& statement, Step& step) {
+Quick Planner::plan_clocks(const Statement& statement, Step& step) const {
+    play::RunStep& run = step.run;
+    const Quick counted =
+        allowed(statement, port_.can_run(run.state, run.clocks, statement.run.clock));
+    if (counted || strict_ || statement.run.clock != ClockLine::Tck ||
+        run.state == StableState::Idle) {
+        return counted;
+    }
+    const double hertz = port_.hertz_at_most(hertz_);
+    const std::optional<std::chrono::nanoseconds> time =
+        hertz > 0 ? to_time(static_cast<double>(run.clocks) / hertz) : std::nullopt;
+    if (!time) {
+        return counted;
+    }
+    note(step, NoteKind::Clocks,
+         fmt::format("{} clocks in {} are played as {}, their time at {:.6g} MHz", run.clocks,
+                     name_of(run.state), time_text(*time), hertz / 1e6));
+    run.min_time = std::max(run.min_time, *time);
+    run.clocks = 0;
+    return success();
+}
+
+Quick Planner::plan_frequency(const Statement& statement, Step& step) {
     TRY(allowed(statement, port_.can_set_max_frequency(statement.hertz)));
     if (statement.hertz != hertz_) {
         step.kind = Step::Kind::Frequency;
         step.hertz = statement.hertz;
         hertz_ = statement.hertz;
     }
-    return {};
+    return success();
 }
 
-Status Planner::plan_trst(const Statement& statement, Step& step) {
+Quick Planner::plan_trst(const Statement& statement, Step& step) {
     if (trst_absent_) {
         return bad(statement, "there is no TRST any more after TRST ABSENT");
     }
     if (statement.trst == TrstMode::Absent) {
         trst_absent_ = true;
-        return {};
+        return success();
+    }
+    if (statement.trst == TrstMode::On) {
+        return plan_trst_on(statement, step);
     }
     step.kind = Step::Kind::Trst;
-    step.trst = statement.trst == TrstMode::On    ? TrstLevel::Asserted
-                : statement.trst == TrstMode::Off ? TrstLevel::Released
-                                                  : TrstLevel::HighZ;
-    TRY(allowed(statement, port_.can_set_trst(step.trst)));
-    if (step.trst == TrstLevel::Asserted) {
-        at_ = StableState::Reset;
+    step.trst = statement.trst == TrstMode::Off ? TrstLevel::Released : TrstLevel::HighZ;
+    held_line_ = 0;
+    return allowed(statement, port_.can_set_trst(step.trst));
+}
+
+// What cannot be held is pulsed, as long as nothing is scanned before it is released.
+Quick Planner::plan_trst_on(const Statement& statement, Step& step) {
+    at_ = StableState::Reset;
+    const Quick held = allowed(statement, port_.can_set_trst(TrstLevel::Asserted));
+    if (held) {
+        step.kind = Step::Kind::Trst;
+        step.trst = TrstLevel::Asserted;
+        return success();
     }
-    return {};
+    if (strict_ || !port_.can_pulse_trst()) {
+        return held;
+    }
+    if (held_line_ != 0) {
+        return success();
+    }
+    held_line_ = statement.line;
+    step.kind = Step::Kind::PulseTrst;
+    note(step, NoteKind::Pulse, "TRST is pulsed, not held, until it is released");
+    return success();
+}
+
+Quick Planner::finish(Step& step) {
+    if (held_line_ == 0) {
+        return success();
+    }
+    Statement on;
+    on.kind = StatementKind::Trst;
+    on.line = step.line = std::exchange(held_line_, 0);
+    step.statement = static_cast<play::StatementId>(on.kind);
+    return allowed(on, port_.can_set_trst(TrstLevel::Asserted));
 }
 
 } // namespace talvor::svf

@@ -5,8 +5,9 @@
 
 #include "common/result.h"
 #include "host/jtag/port.h"
+#include "host/play/step.h"
+#include "host/svf/quick.h"
 #include "host/svf/statement.h"
-#include "host/svf/step.h"
 
 #include <array>
 #include <cstdint>
@@ -21,16 +22,25 @@ namespace talvor::svf {
 // too, also past statements without TDO; TDO never. A header's or trailer's TDO counts for every
 // scan until the next statement of its kind. SMASK says which TDI bits matter to the target; all
 // are sent as written, so it is read and not used.
+//
+// What the port cannot do as it is written is played to the same effect where there is one, and
+// noted: a state path by another road that is the same to the target, clocks in a state where the
+// port cannot count as the time that they take, TRST ON and OFF around no scan as a pulse, a scan
+// of no bits as a move to its end state. A strict planner refuses all of them.
 class Planner {
 public:
     // Plans for a TAP that stands in Test-Logic-Reset. `source_name` is what errors call the file.
-    Planner(const JtagPort& port, std::string source_name)
-        : port_(port), source_name_(std::move(source_name)) {}
+    Planner(const JtagPort& port, std::string source_name, bool strict = false)
+        : port_(port), source_name_(std::move(source_name)), strict_(strict) {}
 
-    // Fills `step` with what `statement` asks for. Its values are taken out of it; the step's
-    // pointers are good until the next call. Errors name file and line: BadFile for what the format
-    // forbids, Refused for what the port cannot do.
-    [[nodiscard]] Status plan(Statement& statement, Step& step);
+    // Fills `step` with what `statement` asks for, and adds its notes to it. Its values are taken
+    // out of it; the step's pointers are good until the next call. Errors name file and line:
+    // BadFile for what the format forbids, Refused for what the port cannot do. After an error the
+    // next statement can be planned all the same.
+    [[nodiscard]] Quick plan(Statement& statement, play::Step& step);
+    // To be called behind the last statement: an error, said of the line of `step`, when the file
+    // leaves something that the port cannot do.
+    [[nodiscard]] Quick finish(play::Step& step);
 
     // Where the TAP stands after all steps so far.
     [[nodiscard]] StableState state() const noexcept { return at_; }
@@ -47,26 +57,35 @@ private:
         Bits mask;
     };
 
-    [[nodiscard]] Status remember(Statement& statement);
-    [[nodiscard]] ScanPart part(StatementKind kind) const;
-    [[nodiscard]] Status plan_scan(Statement& statement, Step& step);
-    [[nodiscard]] Status plan_state(const Statement& statement, Step& step);
-    [[nodiscard]] Status plan_path(const Statement& statement, Step& step);
-    [[nodiscard]] Result<Leg> plan_leg(const Statement& statement, StableState from, StableState to,
-                                       const std::vector<TapState>& stretch) const;
-    [[nodiscard]] Status plan_run(const Statement& statement, Step& step);
-    [[nodiscard]] Status plan_frequency(const Statement& statement, Step& step);
-    [[nodiscard]] Status plan_trst(const Statement& statement, Step& step);
+    [[nodiscard]] Quick remember(Statement& statement);
+    [[nodiscard]] play::ScanPart part(StatementKind kind) const;
+    [[nodiscard]] Quick plan_scan(Statement& statement, play::Step& step);
+    [[nodiscard]] Quick plan_state(const Statement& statement, play::Step& step);
+    [[nodiscard]] Quick plan_no_scan(const Statement& statement, StableState end, play::Step& step);
+    [[nodiscard]] Quick plan_any_path(const Statement& statement, play::Step& step);
+    [[nodiscard]] Quick plan_path(const Statement& statement, StableState from, play::Step& step);
+    [[nodiscard]] Result<play::Leg> plan_leg(const Statement& statement, StableState from,
+                                             StableState to,
+                                             const std::vector<TapState>& stretch) const;
+    [[nodiscard]] Quick plan_run(const Statement& statement, play::Step& step);
+    [[nodiscard]] Quick plan_frequency(const Statement& statement, play::Step& step);
+    [[nodiscard]] Quick plan_trst(const Statement& statement, play::Step& step);
+
+    // Clocks that the port cannot count become a time; an error when they cannot.
+    [[nodiscard]] Quick plan_clocks(const Statement& statement, play::Step& step) const;
+    [[nodiscard]] Quick plan_trst_on(const Statement& statement, play::Step& step);
+    [[nodiscard]] Quick not_held(const Statement& statement);
 
     // An error, said of the statement.
     [[nodiscard]] Failure at(const Statement& statement, Failure failure) const;
     [[nodiscard]] Failure bad(const Statement& statement, std::string reason,
                               std::string next_step = "") const;
     // What the port answered, said of the statement.
-    [[nodiscard]] Status allowed(const Statement& statement, const Status& answer) const;
+    [[nodiscard]] Quick allowed(const Statement& statement, const Status& answer) const;
 
     const JtagPort& port_;
     std::string source_name_;
+    bool strict_;
     StableState at_ = StableState::Reset;
     std::array<Remembered, 6> remembered_; // in the order of StatementKind
     StableState end_dr_ = StableState::Idle;
@@ -75,10 +94,7 @@ private:
     StableState run_end_ = StableState::Idle;
     std::optional<double> hertz_;
     bool trst_absent_ = false;
+    uint64_t held_line_ = 0; // of a TRST ON that is played as a pulse; 0: none
 };
-
-// `error` of a port, said of a statement in a file.
-[[nodiscard]] Failure at_statement(std::string_view source_name, uint64_t line, StatementKind kind,
-                                   Error error);
 
 } // namespace talvor::svf

@@ -129,7 +129,8 @@ std::vector<House> houses() {
         {"host",
          with_host_headers({"common"}),
          {{"jtag"},
-          {"waveform", "svf", "board"},
+          {"waveform", "play", "board"},
+          {"svf"},
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
           {"session"},

@@ -1,170 +1,119 @@
 // talvor svf: checks and plays an SVF file.
 #include "common/interrupt.h"
-#include "common/text.h"
-#include "host/svf/checker.h"
-#include "host/svf/player.h"
+#include "host/play/checker.h"
+#include "host/play/plan.h"
+#include "host/play/player.h"
+#include "host/svf/reader.h"
 #include "host/svf/source.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
-#include "tool/commands/values.h"
+#include "tool/commands/play_run.h"
 #include "tool/output/progress_bar.h"
 
-#include <algorithm>
-#include <chrono>
+#include <optional>
+#include <string>
+#include <utility>
 
 namespace talvor {
 namespace {
 
 struct SvfOptions {
     std::string file;
+    std::string junit;
     bool keep_going = false;
     bool dry_run = false;
     bool no_reset = false;
     bool no_check = false;
     bool exact = false;
+    bool strict = false;
     std::string progress = "auto";
 };
 
-Json summary_json(const svf::Summary& summary) {
-    return Json{{"bytes", summary.bytes},
-                {"lines", summary.lines},
-                {"statements", summary.statements},
-                {"ir_scans", summary.ir_scans},
-                {"dr_scans", summary.dr_scans},
-                {"ir_bits", summary.ir_bits},
-                {"dr_bits", summary.dr_bits},
-                {"compared_scans", summary.compared_scans},
-                {"run_clocks", summary.run_clocks},
-                {"run_seconds", std::chrono::duration<double>(summary.run_time).count()}};
-}
-
-std::string summary_text(const svf::Summary& summary) {
-    return fmt::format("{}, {} of {}, {} compared", count_text(summary.statements, "statement"),
-                       count_text(summary.ir_scans + summary.dr_scans, "scan"),
-                       count_text(summary.ir_bits + summary.dr_bits, "bit"),
-                       summary.compared_scans);
-}
-
-Json mismatch_json(const svf::Mismatch& mismatch) {
-    return Json{{"line", mismatch.line},
-                {"expected", hex_text(mismatch.expected)},
-                {"got", hex_text(mismatch.got)},
-                {"mask", hex_text(mismatch.mask)},
-                {"differing_bits", mismatch.differing_bits},
-                {"first_bits", Json::array(mismatch.first_bits)}};
-}
-
-svf::ProgressHook progress_hook(ProgressBar& bar) {
-    return [&bar](const svf::Progress& progress) {
-        bar.show(progress.pass == svf::Pass::Check ? "check" : "play", progress.bytes_done,
+play::ProgressHook progress_hook(ProgressBar& bar) {
+    return [&bar](const play::Progress& progress) {
+        bar.show(progress.pass == play::Pass::Check ? "check" : "play", progress.bytes_done,
                  progress.bytes_total);
         return interrupt_signal() == 0;
     };
 }
 
-// What to tell about a failed reading. The progress hook can only say stop; the reason is the
-// user's.
-Failure told(Error error) {
-    if (Status stopped = check_interrupt(); !stopped) {
-        return Failure(std::move(stopped).error());
-    }
+// Why a pass ended. The progress hook can only say stop; the reason is the user's.
+Error told(Error error) {
+    Status interrupted = check_interrupt();
+    return interrupted ? error : std::move(interrupted).error();
+}
+
+// What to do about it, where the error does not say.
+Error advised(Error error, const SvfOptions& options) {
     if (error.kind == ErrorKind::BadFile && error.next_step.empty()) {
         error.next_step = "correct the file there; --dry-run checks it and shifts nothing";
     }
-    return Failure(std::move(error));
-}
-
-Status dry_run(Context& context, svf::ByteSource& source, const JtagPort& port, ProgressBar& bar) {
-    svf::CheckOptions check;
-    check.progress = progress_hook(bar);
-    const Result<svf::Summary> summary = svf::check(source, port, check);
-    bar.clear();
-    if (!summary) {
-        return told(summary.error());
-    }
-    context.out.line("{}: can be played: {}", source.name(), summary_text(*summary));
-    context.out.result(
-        Json{{"file", source.name()}, {"dry_run", true}, {"summary", summary_json(*summary)}});
-    return {};
-}
-
-std::string verdict(const Output& out, const svf::PlayReport& played) {
-    if (played.mismatches == 0) {
-        return out.tone(Tone::Good, "all scans answered as expected");
-    }
-    return out.tone(Tone::Bad, fmt::format("{} of {} compared scans answered wrong{}",
-                                           played.mismatches, played.summary.compared_scans,
-                                           played.complete ? "" : "; stopped there"));
-}
-
-// Prints what a run came to, as text or as a document.
-void report(const Output& out, const std::string& name, const svf::PlayReport& played,
-            Json mismatches) {
-    const double seconds = std::chrono::duration<double>(played.elapsed).count();
-    out.line("{}: {}", name, verdict(out, played));
-    out.line("  {}", summary_text(played.summary));
-    if (out.watched()) {
-        out.line("  {:.3f} s, {}/s", seconds,
-                 byte_text(static_cast<double>(played.summary.bytes) / std::max(seconds, 1e-9)));
-    }
-    if (played.overlong_runs != 0) {
-        out.line("  {} RUNTEST took longer than its MAXIMUM, the first on line {}",
-                 played.overlong_runs, played.first_overlong_line);
-    }
-    out.result(Json{{"file", name},
-                    {"passed", played.mismatches == 0},
-                    {"complete", played.complete},
-                    {"mismatches", std::move(mismatches)},
-                    {"mismatch_count", played.mismatches},
-                    {"overlong_runs", played.overlong_runs},
-                    {"seconds", seconds},
-                    {"summary", summary_json(played.summary)}});
-}
-
-// Notes each mismatch in `list`, and prints it where the playing goes on.
-svf::PlayOptions play_options(const Output& out, const std::string& name, const SvfOptions& options,
-                              ProgressBar& bar, Json& list) {
-    svf::PlayOptions play;
-    play.keep_going = options.keep_going;
-    play.reset_first = !options.no_reset;
-    play.progress = progress_hook(bar);
-    play.on_mismatch = [&](const svf::Mismatch& mismatch) {
-        // A file may have any number of mismatches; the document lists the first ones.
-        constexpr size_t kListed = 1000;
-        if (list.size() < kListed) {
-            list.push_back(mismatch_json(mismatch));
-        }
-        if (options.keep_going && !out.json()) {
-            bar.clear();
-            out.line("{}", headline(svf::to_error(mismatch, name)));
-        }
-    };
-    return play;
-}
-
-Status play(Context& context, svf::ByteSource& source, JtagPort& port, const SvfOptions& options,
-            ProgressBar& bar) {
-    Json mismatches = Json::array();
-    const svf::PlayOptions how = play_options(context.out, source.name(), options, bar, mismatches);
-    const Result<svf::PlayReport> played =
-        options.no_check ? svf::play(source, port, how) : svf::check_and_play(source, port, how);
-    bar.clear();
-    if (!played) {
-        return told(played.error());
-    }
-    TRY(port.flush());
-    report(context.out, source.name(), *played, std::move(mismatches));
-    if (!played->first_mismatch) {
-        return {};
-    }
-    // The report has been printed, as a document too: the error says what went wrong first.
-    context.out.set_json(false);
-    Error error = svf::to_error(*played->first_mismatch, source.name());
-    if (error.next_step.empty() && !options.exact) {
+    if (error.kind == ErrorKind::Target && error.next_step.empty() && !options.exact) {
         error.next_step =
             "if the file has scans that are longer than the chain, play it with --exact";
     }
-    return Failure(std::move(error));
+    return error;
+}
+
+// Notes each mismatch, and prints it where the playing goes on.
+play::PlayOptions play_options(const Output& out, const SvfOptions& options, ProgressBar& bar,
+                               PlayRun& run) {
+    play::PlayOptions how;
+    how.keep_going = options.keep_going;
+    how.reset_first = !options.no_reset;
+    how.progress = progress_hook(bar);
+    how.on_mismatch = [&](const play::Mismatch& mismatch) {
+        run.note(mismatch);
+        if (options.keep_going && !out.json()) {
+            bar.clear();
+            out.line("{}", headline(play::to_error(mismatch, run.file)));
+        }
+    };
+    return how;
+}
+
+// Checks and plays as the options say, and notes in `run` what came of it.
+void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& options,
+                    const Output& out, ProgressBar& bar, PlayRun& run) {
+    play::Plan plan;
+    if (options.dry_run || !options.no_check) {
+        Result<play::CheckReport> checked =
+            play::check(source, {progress_hook(bar), options.dry_run ? nullptr : &plan});
+        if (!checked) {
+            run.error = told(std::move(checked).error());
+            return;
+        }
+        run.checked = *std::move(checked);
+        if (options.dry_run || !run.checked->can_be_played()) {
+            return;
+        }
+    }
+    play::Player player(port, play_options(out, options, bar, run));
+    play::PlanReader planned(plan, source);
+    const bool from_plan = run.checked && plan.whole();
+    if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : source);
+        !status) {
+        run.error = told(std::move(status).error());
+    }
+    run.played = player.report();
+}
+
+Status report(Context& context, const PlayRun& run, const SvfOptions& options) {
+    print(context.out, run);
+    std::optional<Error> error = error_of(run);
+    if (error) {
+        error = advised(*std::move(error), options);
+    }
+    context.out.result(document(run, error));
+    if (!options.junit.empty()) {
+        TRY(junit_of(run).write(options.junit));
+    }
+    if (!error) {
+        return {};
+    }
+    // The document, where one was asked for, has been printed: the error is only said.
+    context.out.set_json(false);
+    return Failure(*std::move(error));
 }
 
 Status svf_command(Context& context, const SvfOptions& options) {
@@ -175,8 +124,14 @@ Status svf_command(Context& context, const SvfOptions& options) {
     const bool bar_shown =
         options.progress == "always" || (options.progress == "auto" && context.out.watched());
     ProgressBar bar(bar_shown);
-    return options.dry_run ? dry_run(context, *source, port, bar)
-                           : play(context, *source, port, options, bar);
+    PlayRun run;
+    run.command = "svf";
+    run.file = source->name();
+    run.dry_run = options.dry_run;
+    svf::Reader reader(*source, port, {{}, options.strict});
+    check_and_play(reader, port, options, context.out, bar, run);
+    bar.clear();
+    return report(context, run, options);
 }
 
 } // namespace
@@ -195,6 +150,9 @@ void add_svf(Command& program) {
                  "Do not begin in Test-Logic-Reset, but where the TAP stands");
     command.flag("--exact", options->exact,
                  "For scans longer than their path: shift each one that is compared twice");
+    command.flag("--strict", options->strict,
+                 "Refuse what the pod can only play otherwise than written, to the same effect");
+    command.option("--junit", options->junit, "Write the results as JUnit XML into this file");
     command
         .option("--progress", options->progress,
                 "Progress bar: always, never, or auto: on a terminal")

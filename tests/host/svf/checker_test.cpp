@@ -9,6 +9,8 @@
 namespace talvor::svf {
 namespace {
 
+using namespace play;
+
 TEST(CheckerTest, CountsWhatTheFileHolds) {
     const std::string_view text = "! head\n"
                                   "TRST OFF;\n"

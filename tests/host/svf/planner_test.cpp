@@ -11,6 +11,8 @@
 namespace talvor::svf {
 namespace {
 
+using namespace play;
+
 // What a file makes a port do, or the error that refuses it.
 struct Case {
     const char* name;
@@ -139,7 +141,9 @@ TEST_P(RefusalTest, NamesTheLineBeforeAnythingMoves) {
     port.longest_scan = 100;
     port.lowest_hertz = 1000;
     TextSource source(GetParam().text, "t.svf");
-    const Result<PlayReport> report = check_and_play(source, port);
+    PlayOptions options;
+    options.reader.strict = true;
+    const Result<PlayReport> report = check_and_play(source, port, options);
     ASSERT_FALSE(report);
     EXPECT_EQ(headline(report.error()), GetParam().message);
     EXPECT_EQ(report.error().kind, GetParam().kind);

@@ -13,6 +13,8 @@
 namespace talvor::svf {
 namespace {
 
+using namespace play;
+
 // Three devices; the last one is nearest TDO. Instruction 2 selects a scratch register.
 ChainPort chain_of_three() {
     return ChainPort({ChainTap{{}, 4, 1, {{2, 8}}}, ChainTap{{}, 5, 1, {{2, 12}}},
@@ -193,6 +195,40 @@ TEST(PlayerTest, AFailingPortIsToldWithTheLine) {
         ASSERT_FALSE(report);
         EXPECT_EQ(headline(report.error()), "pod 1: the batch failed");
     }
+}
+
+// Where a run ended, as a line.
+std::string stop_of(std::string_view text, JtagPort& port, play::PlayOptions options = {}) {
+    TextSource source(text, "t.svf");
+    Reader reader(source, port);
+    Player player(port, std::move(options));
+    const Status status = player.play(reader);
+    const PlayReport& report = player.report();
+    EXPECT_EQ(report.complete, !report.stopped);
+    return report.stopped ? fmt::format("{} {} {} {}", report.stopped->line,
+                                        report.stopped->statement, name_of(report.stopped->tap),
+                                        status ? "mismatch" : headline(status.error()))
+                          : "nowhere";
+}
+
+TEST(PlayerTest, TellsWhereItStopped) {
+    RecordingPort port;
+    EXPECT_EQ(stop_of("SIR 1 TDI (1);\nSTATE DRPAUSE;\n", port), "nowhere");
+    port.failing = "ir";
+    EXPECT_EQ(stop_of("STATE DRPAUSE;\n\nSIR 1 TDI (1);\n", port),
+              "3 SIR Pause-DR t.svf:3: SIR: pod 1: the batch failed");
+    port.failing = "";
+    port.answers = {"0"};
+    EXPECT_EQ(stop_of("ENDIR IRPAUSE;\nSIR 1 TDI (1)\n TDO (1);\n", port),
+              "2 SIR Pause-IR mismatch");
+    EXPECT_EQ(stop_of("STATE IDLE;\nSDR 1 TDI (3);\n", port),
+              "2  Run-Test/Idle t.svf:2: the value of SDR TDI is wider than its 1 bits");
+    EXPECT_EQ(stop_of("STATE IDLE;\nRUNTEST 1 SCK;\n", port),
+              "2 RUNTEST Run-Test/Idle t.svf:2: RUNTEST: SCK: there is no system clock");
+    play::PlayOptions options;
+    options.progress = [](const Progress& progress) { return progress.statements < 2; };
+    EXPECT_EQ(stop_of("STATE IDLE;\nSTATE IRPAUSE;\nSTATE RESET;\n", port, options),
+              "2 STATE Pause-IR t.svf: stopped on request");
 }
 
 TEST(PlayerTest, CountsRunsThatTookLongerThanTheirMaximum) {

@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -20,8 +21,11 @@ public:
     uint64_t longest_scan = UINT64_MAX;
     bool counts_outside_idle = false;
     bool has_trst = true;
+    bool holds_trst = true;
+    bool pulses_trst = false;
     double lowest_hertz = 0;
-    std::string failing; // the operation whose log line starts like this fails
+    double full_hertz = 0; // of the test clock at full speed; 0: not known
+    std::string failing;   // the operation whose log line starts like this fails
 
     [[nodiscard]] Status can_scan(ScanPath, uint64_t length_bits, bool) const override {
         return length_bits <= longest_scan
@@ -42,7 +46,15 @@ public:
                              "only Run-Test/Idle is counted");
     }
     [[nodiscard]] Status can_set_trst(TrstLevel level) const override {
-        return has_trst && level != TrstLevel::HighZ ? Status() : refusal("TRST", "no such level");
+        return has_trst && level != TrstLevel::HighZ && (holds_trst || level != TrstLevel::Asserted)
+                   ? Status()
+                   : refusal("TRST", "no such level");
+    }
+    [[nodiscard]] Status can_pulse_trst() const override {
+        return pulses_trst ? Status() : refusal("TRST", "no pulse");
+    }
+    [[nodiscard]] double hertz_at_most(std::optional<double> most) const override {
+        return most ? std::min(*most, full_hertz) : full_hertz;
     }
     [[nodiscard]] Status can_set_max_frequency(std::optional<double> hertz) const override {
         return !hertz || *hertz >= lowest_hertz ? Status()
@@ -66,6 +78,7 @@ public:
     Status set_trst(TrstLevel level) override {
         return done(level == TrstLevel::Asserted ? "trst on" : "trst off");
     }
+    Status pulse_trst() override { return done("trst pulse"); }
     Status set_max_frequency(std::optional<double> hertz) override {
         return done(hertz ? fmt::format("hertz {}", *hertz) : "hertz full");
     }

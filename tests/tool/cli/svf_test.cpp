@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <csignal>
 #include <random>
+#include <sstream>
 
 namespace talvor::cli {
 namespace {
@@ -125,7 +127,7 @@ TEST(SvfTest, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
             file_with("refused.svf", "STATE RESET;\nSIR 33 TDI (0);\n" + one.statement + "\n");
         const std::string trace = file_with("refused.vcd", "");
         const Outcome outcome =
-            talvor({"trace", "--vcd", trace, "--svg", trace + ".svg", "svf", path});
+            talvor({"trace", "--vcd", trace, "--svg", trace + ".svg", "svf", "--strict", path});
         EXPECT_EQ(outcome.status, one.status) << one.statement << "\n" << outcome.err;
         EXPECT_NE(outcome.err.find(path), std::string::npos) << outcome.err;
         EXPECT_NE(outcome.err.find("3"), std::string::npos) << outcome.err;
@@ -133,6 +135,149 @@ TEST(SvfTest, WhatThePodCannotDoIsRefusedByLineBeforeAnythingIsShifted) {
         const auto seen = waveform::read_vcd_file(trace);
         ASSERT_TRUE(seen);
         EXPECT_TRUE(waveform::shift_runs(*seen).empty()) << one.statement;
+    }
+}
+
+TEST(SvfTest, EverythingThatIsRefusedIsListed) {
+    const std::string path = file_with("all.svf", "TRST Z;\nRUNTEST 10 SCK;\nSDR 8 TDO (00);\n"
+                                                  "SDR 8 TDI (00);\nFOO;\nTRST Z;\n");
+    const Outcome text = simulated({"svf", path});
+    EXPECT_EQ(text.status, 2);
+    EXPECT_EQ(text.out,
+              path + ":1: TRST: TRST let float: the pod always drives TRSTn\n" + path +
+                  ":2: RUNTEST: clocks of SCK: the pod does not see the target's system clock\n" +
+                  path + ":3: SDR: TDI is missing, and there is none of 8 bits to carry over\n" +
+                  path + ":5: 'FOO' is no SVF statement\n");
+    EXPECT_TRUE(text.err.starts_with(
+        "talvor: " + path + ": 4 statements cannot be played; the first: " + path + ":1: TRST: "))
+        << text.err;
+    const Outcome dry = simulated({"svf", "--json", "--dry-run", path});
+    EXPECT_EQ(dry.status, 2);
+    const auto result = document(dry);
+    EXPECT_EQ(result.at("playable"), false);
+    EXPECT_EQ(result.at("refusal_count"), 4);
+    EXPECT_EQ(result.at("refusals").at(1).at("thing"), path + ":2");
+    EXPECT_EQ(result.at("refusals").at(1).at("kind"), "refused");
+    EXPECT_EQ(result.at("error").at("kind"), "bad file");
+}
+
+TEST(SvfTest, WhatIsPlayedOtherwiseIsNoted) {
+    const std::string path = source_file("examples/vendor.svf");
+    const Outcome outcome = simulated({"svf", "--json", path});
+    EXPECT_EQ(outcome.status, 0) << outcome.err;
+    const auto result = document(outcome);
+    EXPECT_EQ(result.at("passed"), true);
+    EXPECT_EQ(result.at("note_count"), 3);
+    EXPECT_EQ(result.at("notes").at(2).at("kind"), "clocks");
+    EXPECT_EQ(result.at("notes").at(2).at("line"), 31);
+    EXPECT_EQ(result.at("notes").at(2).at("statement"), "RUNTEST");
+    const Outcome strict = simulated({"svf", "--json", "--strict", path});
+    EXPECT_EQ(strict.status, 1);
+    EXPECT_EQ(document(strict).at("refusal_count"), 3);
+}
+
+TEST(SvfTest, AMismatchSaysWhereThePlayingStopped) {
+    const std::string text = std::string(kSelectScratch) + "ENDDR DRPAUSE;\n"
+                                                           "SDR 32 TDI (0) TDO (1);\n";
+    const auto result = document(play(text, {"--json"}));
+    EXPECT_EQ(result.at("stopped").at("line"), 10);
+    EXPECT_EQ(result.at("stopped").at("statement"), "SDR");
+    EXPECT_EQ(result.at("stopped").at("tap_state"), "Pause-DR");
+    EXPECT_EQ(result.at("complete"), false);
+    const Outcome plain = play(text);
+    EXPECT_NE(plain.out.find("play.svf:10, SDR, the TAP was last in Pause-DR\n"), std::string::npos)
+        << plain.out;
+}
+
+TEST(SvfTest, AnInterruptSaysWhereThePlayingStopped) {
+    std::string text = "STATE RESET;\nENDIR IRPAUSE;\nSIR 33 TDI (0);\n";
+    for (int i = 0; i < 400; ++i) {
+        text += "RUNTEST IDLE 0.1 SEC ENDSTATE DRPAUSE;\n";
+    }
+    Running svf(
+        {"--simulate", "svf", "--json", "--progress", "always", file_with("long.svf", text)});
+    ASSERT_TRUE(await([&svf] { return svf.err().find("\rplay ") != std::string::npos; }));
+    svf.signal(SIGINT);
+    EXPECT_EQ(svf.wait(), 128 + SIGINT);
+    const auto result = nlohmann::json::parse(svf.out());
+    EXPECT_EQ(result.at("passed"), false);
+    EXPECT_EQ(result.at("error").at("thing"), "interrupted");
+    EXPECT_LE(result.at("stopped").at("line"), 403);
+    EXPECT_TRUE(result.at("stopped").contains("statement"));
+    EXPECT_TRUE(result.at("stopped").contains("tap_state"));
+}
+
+TEST(SvfTest, WritesJunit) {
+    const std::string xml = file_with("results.xml", "");
+    const auto results = [&](const std::string& text, std::vector<std::string> options = {}) {
+        options.insert(options.end(), {"--junit", xml});
+        const Outcome outcome = play(text, options);
+        EXPECT_EQ(outcome.err.find("junit"), std::string::npos);
+        return read_file(xml);
+    };
+    const std::string good = results(kSelectScratch);
+    EXPECT_NE(good.find("tests=\"2\" failures=\"0\" errors=\"0\" skipped=\"0\""), std::string::npos)
+        << good;
+    const std::string wrong =
+        results(std::string(kSelectScratch) + "SDR 32 TDI (0) TDO (1);\nSDR 32 TDO (1);\n",
+                {"--keep-going"});
+    EXPECT_NE(wrong.find("failures=\"1\" errors=\"0\""), std::string::npos) << wrong;
+    EXPECT_NE(wrong.find("play.svf:9: SDR: 1 of 32 bits differ"), std::string::npos) << wrong;
+    EXPECT_NE(wrong.find("play.svf:10: SDR: 1 of 32 bits differ"), std::string::npos) << wrong;
+    const std::string refused = results("TRST Z;\nFOO;\n");
+    EXPECT_NE(refused.find("failures=\"1\" errors=\"0\" skipped=\"1\""), std::string::npos)
+        << refused;
+    EXPECT_NE(refused.find("'FOO' is no SVF statement"), std::string::npos) << refused;
+    const std::string dry = results(kSelectScratch, {"--dry-run"});
+    EXPECT_NE(dry.find("tests=\"1\" failures=\"0\""), std::string::npos) << dry;
+    const Outcome nowhere = play(kSelectScratch, {"--junit", "/nonexistent/results.xml"});
+    EXPECT_EQ(nowhere.status, 2);
+    EXPECT_NE(nowhere.err.find("/nonexistent/results.xml: cannot write it: "), std::string::npos);
+}
+
+// The manual's table: each row is checked, and played where it says so.
+struct Row {
+    std::string statements;
+    std::string verdict;
+};
+
+std::vector<Row> table_of_the_manual() {
+    std::istringstream page(read_file(source_file("docs/talvor.md")));
+    std::vector<Row> rows;
+    bool inside = false;
+    for (std::string line; std::getline(page, line);) {
+        inside = line == "| Statement | It is | Why |" || (inside && line.starts_with("|"));
+        if (!inside || !line.starts_with("| `")) {
+            continue;
+        }
+        const size_t end = line.find("` | ");
+        const size_t verdict = end + 4;
+        rows.push_back(
+            {line.substr(3, end - 3), line.substr(verdict, line.find(" |", verdict) - verdict)});
+    }
+    return rows;
+}
+
+TEST(SvfTest, TheTableOfTheManualIsTrue) {
+    const PodsimProcess simulator(five());
+    const std::vector<Row> rows = table_of_the_manual();
+    ASSERT_EQ(rows.size(), 31U);
+    for (const Row& row : rows) {
+        const std::string path = file_with("row.svf", row.statements + "\n");
+        const Outcome outcome = talvor({"svf", "--json", path});
+        const Outcome strict = talvor({"svf", "--json", "--dry-run", "--strict", path});
+        const auto result = document(outcome);
+        if (row.verdict == "refused") {
+            EXPECT_NE(outcome.status, 0) << row.statements;
+            EXPECT_EQ(result.at("playable"), false) << row.statements;
+            continue;
+        }
+        EXPECT_EQ(outcome.status, 0) << row.statements << outcome.err;
+        EXPECT_EQ(result.at("complete"), true) << row.statements;
+        const bool approximated = row.verdict == "approximated";
+        EXPECT_TRUE(approximated || row.verdict == "played") << row.verdict;
+        EXPECT_EQ(result.at("note_count") != 0, approximated) << row.statements;
+        EXPECT_EQ(document(strict).at("playable"), !approximated) << row.statements;
     }
 }
 

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <functional>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 enum class Pass : uint8_t { Check, Play };
 
@@ -18,8 +18,8 @@ struct Progress {
     uint64_t mismatches = 0;
 };
 
-// Called after every statement and after every chunk of the file, so it should be quick; false
-// stops the pass with an error of the kind Usage.
+// Called after every chunk of a file that is read and after every step that is played, so it
+// should be quick; false stops the pass with an error of the kind Usage.
 using ProgressHook = std::function<bool(const Progress&)>;
 
-} // namespace talvor::svf
+} // namespace talvor::play

@@ -1,20 +1,21 @@
 // What a file holds, counted.
 #pragma once
 
-#include "host/svf/statement.h"
-#include "host/svf/step.h"
+#include "host/play/step.h"
 
 #include <array>
 #include <chrono>
 #include <cstdint>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 struct Summary {
+    static constexpr size_t kKinds = 32;
+
     uint64_t bytes = 0;
     uint64_t lines = 0;
     uint64_t statements = 0;
-    std::array<uint64_t, kStatementKindCount> by_kind{}; // in the order of StatementKind
+    std::array<uint64_t, kKinds> by_kind{}; // by StatementId; none above kKinds is counted here
     uint64_t ir_scans = 0;
     uint64_t dr_scans = 0;
     uint64_t ir_bits = 0; // with headers and trailers
@@ -30,4 +31,4 @@ struct Summary {
     friend bool operator==(const Summary&, const Summary&) = default;
 };
 
-} // namespace talvor::svf
+} // namespace talvor::play

@@ -1,14 +1,23 @@
-#include "host/svf/mismatch.h"
+#include "host/play/mismatch.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-namespace talvor::svf {
+namespace talvor::play {
 namespace {
 
 Bits hex(std::string_view text, size_t length) {
     return Bits::from_hex(text, length).value();
+}
+
+std::optional<Mismatch> compare(const Bits& got, const Bits& expected, const Bits* mask) {
+    std::optional<Mismatch> found = play::compare(got, expected.words().data(),
+                                                  mask == nullptr ? nullptr : mask->words().data());
+    if (found) {
+        found->statement = "SDR";
+    }
+    return found;
 }
 
 TEST(MismatchTest, EqualValuesAreNone) {
@@ -44,7 +53,7 @@ TEST(MismatchTest, AsAnErrorItSaysEverything) {
     std::optional<Mismatch> found = compare(hex("1A", 8), hex("0F", 8), nullptr);
     ASSERT_TRUE(found);
     found->line = 12;
-    found->kind = StatementKind::Hir;
+    found->statement = "HIR";
     const Error error = to_error(*found, "a.svf");
     EXPECT_EQ(error.kind, ErrorKind::Target);
     EXPECT_EQ(headline(error),
@@ -73,4 +82,4 @@ TEST(MismatchTest, LongValuesAreShownAroundTheFirstDifference) {
 }
 
 } // namespace
-} // namespace talvor::svf
+} // namespace talvor::play

@@ -1,31 +1,36 @@
-#include "host/svf/mismatch.h"
+#include "host/play/mismatch.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <bit>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 namespace {
 
 constexpr size_t kShownDigits = 32;
 
-uint16_t difference(const Bits& got, const Bits& expected, const Bits* mask, size_t word) {
-    const unsigned cared = mask == nullptr ? 0xFFFFU : mask->words()[word];
-    return static_cast<uint16_t>((got.words()[word] ^ expected.words()[word]) & cared);
+uint16_t difference(const Bits& got, const uint16_t* expected, const uint16_t* mask, size_t word) {
+    const unsigned cared = mask == nullptr ? 0xFFFFU : mask[word];
+    return static_cast<uint16_t>((got.words()[word] ^ expected[word]) & cared);
 }
 
-bool differs(const Bits& got, const Bits& expected, const Bits* mask) {
-    const size_t words = got.words().size();
-    unsigned any = 0;
+bool differs(const Bits& got, const uint16_t* expected, const uint16_t* mask) {
+    const std::span<const uint16_t> words = got.words();
     if (mask == nullptr) {
-        return !std::ranges::equal(got.words(), expected.words());
+        return !std::equal(words.begin(), words.end(), expected);
     }
-    for (size_t i = 0; i < words; ++i) {
-        any |= difference(got, expected, mask, i);
+    unsigned any = 0;
+    for (size_t i = 0; i < words.size(); ++i) {
+        any |= static_cast<unsigned>(words[i] ^ expected[i]) & mask[i];
     }
     return any != 0;
+}
+
+Bits copied(const uint16_t* words, size_t length_bits) {
+    return Bits::from_words({words, (length_bits + Bits::kWordBits - 1) / Bits::kWordBits},
+                            length_bits);
 }
 
 // The digits around `bit`, with dots where some are left out.
@@ -52,7 +57,7 @@ std::string listed(const Mismatch& mismatch) {
 
 } // namespace
 
-std::optional<Mismatch> compare(const Bits& got, const Bits& expected, const Bits* mask) {
+std::optional<Mismatch> compare(const Bits& got, const uint16_t* expected, const uint16_t* mask) {
     if (!differs(got, expected, mask)) {
         return std::nullopt;
     }
@@ -66,9 +71,9 @@ std::optional<Mismatch> compare(const Bits& got, const Bits& expected, const Bit
                                           static_cast<uint64_t>(std::countr_zero(word)));
         }
     }
-    mismatch.expected = expected;
+    mismatch.expected = copied(expected, got.size());
     mismatch.got = got;
-    mismatch.mask = mask == nullptr ? Bits::ones(got.size()) : *mask;
+    mismatch.mask = mask == nullptr ? Bits::ones(got.size()) : copied(mask, got.size());
     return mismatch;
 }
 
@@ -76,10 +81,10 @@ Error to_error(const Mismatch& mismatch, std::string_view source_name) {
     const uint64_t first = mismatch.first_bits.empty() ? 0 : mismatch.first_bits.front();
     return {ErrorKind::Target, 0, fmt::format("{}:{}", source_name, mismatch.line),
             fmt::format("{}: {} of {} bits differ, at {}: expected {}, got {}, mask {}",
-                        name(mismatch.kind), mismatch.differing_bits, mismatch.expected.size(),
+                        mismatch.statement, mismatch.differing_bits, mismatch.expected.size(),
                         listed(mismatch), hex_near(mismatch.expected, first),
                         hex_near(mismatch.got, first), hex_near(mismatch.mask, first)),
             ""};
 }
 
-} // namespace talvor::svf
+} // namespace talvor::play

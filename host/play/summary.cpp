@@ -1,9 +1,9 @@
-#include "host/svf/summary.h"
+#include "host/play/summary.h"
 
 #include <algorithm>
 #include <limits>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 namespace {
 
@@ -18,7 +18,9 @@ Count added(Count sum, Count more) {
 
 void Summary::count(const Step& step) {
     ++statements;
-    ++by_kind[static_cast<size_t>(step.statement)];
+    if (step.statement < kKinds) {
+        ++by_kind[step.statement];
+    }
     switch (step.kind) {
     case Step::Kind::Scan: {
         const bool ir = step.scan.path == ScanPath::Ir;
@@ -38,8 +40,9 @@ void Summary::count(const Step& step) {
     case Step::Kind::Nothing:
     case Step::Kind::Frequency:
     case Step::Kind::Trst:
+    case Step::Kind::PulseTrst:
         break;
     }
 }
 
-} // namespace talvor::svf
+} // namespace talvor::play

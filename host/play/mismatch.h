@@ -3,7 +3,6 @@
 
 #include "common/result.h"
 #include "host/jtag/bits.h"
-#include "host/svf/statement.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -12,12 +11,11 @@
 #include <string_view>
 #include <vector>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 struct Mismatch {
-    uint64_t line = 1; // of the SDR or SIR
-    StatementKind kind =
-        StatementKind::Sdr; // whose TDO it is: a header or trailer counts for itself
+    uint64_t line = 1;          // of the scan's statement
+    std::string_view statement; // whose answer it is: a header or trailer counts for itself
     Bits expected;
     Bits got;
     Bits mask;
@@ -27,13 +25,14 @@ struct Mismatch {
     static constexpr size_t kMaxFirstBits = 8;
 };
 
-// Compares `got` with `expected` where `mask` (null: everywhere) is one; all of one size. Fills the
-// parts of a mismatch that follow from them, line and kind excepted; nothing when they agree.
-[[nodiscard]] std::optional<Mismatch> compare(const Bits& got, const Bits& expected,
-                                              const Bits* mask);
+// Compares `got` with `expected` where `mask` (null: everywhere) is one; both are the words of as
+// many bits as `got` has, unused bits 0. Fills the parts of a mismatch that follow from them, line
+// and statement excepted; nothing when they agree.
+[[nodiscard]] std::optional<Mismatch> compare(const Bits& got, const uint16_t* expected,
+                                              const uint16_t* mask);
 
 // The mismatch as an error of the kind Target: what differs, expected, got and mask in hex (long
 // values cut to the neighbourhood of the first difference), the first differing bits.
 [[nodiscard]] Error to_error(const Mismatch& mismatch, std::string_view source_name);
 
-} // namespace talvor::svf
+} // namespace talvor::play
