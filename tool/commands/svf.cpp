@@ -25,6 +25,7 @@ struct SvfOptions {
     bool no_reset = false;
     bool no_check = false;
     bool exact = false;
+    bool fast = false;
     bool strict = false;
     std::string progress = "auto";
 };
@@ -44,13 +45,9 @@ Error told(Error error) {
 }
 
 // What to do about it, where the error does not say.
-Error advised(Error error, const SvfOptions& options) {
+Error advised(Error error) {
     if (error.kind == ErrorKind::BadFile && error.next_step.empty()) {
         error.next_step = "correct the file there; --dry-run checks it and shifts nothing";
-    }
-    if (error.kind == ErrorKind::Target && error.next_step.empty() && !options.exact) {
-        error.next_step =
-            "if the file has scans that are longer than the chain, play it with --exact";
     }
     return error;
 }
@@ -102,7 +99,7 @@ Status report(Context& context, const PlayRun& run, const SvfOptions& options) {
     print(context.out, run);
     std::optional<Error> error = error_of(run);
     if (error) {
-        error = advised(*std::move(error), options);
+        error = advised(*std::move(error));
     }
     context.out.result(document(run, error));
     if (!options.junit.empty()) {
@@ -117,10 +114,13 @@ Status report(Context& context, const PlayRun& run, const SvfOptions& options) {
 }
 
 Status svf_command(Context& context, const SvfOptions& options) {
+    if (options.exact && options.fast) {
+        return usage_error("--fast", "it cannot be had with --exact", "give one of them");
+    }
     const auto source = TRY(svf::FileSource::open(options.file));
     PodPort& port = TRY(context.session())->port();
-    port.set_receive_mode(options.exact ? PodPort::ReceiveMode::Exact
-                                        : PodPort::ReceiveMode::Adjusted);
+    port.set_receive_mode(options.fast ? PodPort::ReceiveMode::Adjusted
+                                       : PodPort::ReceiveMode::Exact);
     const bool bar_shown =
         options.progress == "always" || (options.progress == "auto" && context.out.watched());
     ProgressBar bar(bar_shown);
@@ -149,7 +149,10 @@ void add_svf(Command& program) {
     command.flag("--no-reset", options->no_reset,
                  "Do not begin in Test-Logic-Reset, but where the TAP stands");
     command.flag("--exact", options->exact,
-                 "For scans longer than their path: shift each one that is compared twice");
+                 "Every answer is that of the same clocks on a bare TAP; this is the default");
+    command.flag("--fast", options->fast,
+                 "Leave the pod's return path to the driver: wrong for scans that are longer or "
+                 "shorter than their path");
     command.flag("--strict", options->strict,
                  "Refuse what the pod can only play otherwise than written, to the same effect");
     command.option("--junit", options->junit, "Write the results as JUnit XML into this file");

@@ -45,7 +45,7 @@ TEST(PagesTest, NameEveryCommandAndOption) {
 TEST(DemonstrationTest, PlaysItsFileInEveryWay) {
     const std::string svf = source_file("examples/demo.svf");
     for (const std::vector<std::string>& options :
-         {std::vector<std::string>{}, {"--exact"}, {"--no-check"}, {"--keep-going"}}) {
+         {std::vector<std::string>{}, {"--exact"}, {"--fast"}, {"--no-check"}, {"--keep-going"}}) {
         std::vector<std::string> words{"svf", svf};
         words.insert(words.end(), options.begin(), options.end());
         const Outcome outcome = simulated(words);

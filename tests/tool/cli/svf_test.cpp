@@ -373,12 +373,18 @@ TEST(SvfTest, ALongScanComesBackThroughBypass) {
     const std::string text = fmt::format("STATE RESET;\nSIR 33 TDI (1FFFFFFFF);\n"
                                          "SDR {} TDI ({}) TDO ({});\n",
                                          kBits, out.to_hex(), expected.to_hex());
-    const Outcome exact = play(text, {"--exact"});
-    EXPECT_EQ(exact.status, 0) << exact.err.substr(0, 500);
-    const Outcome adjusted = play(text);
-    EXPECT_EQ(adjusted.status, 1);
-    EXPECT_NE(adjusted.err.find("play it with --exact"), std::string::npos)
-        << adjusted.err.substr(0, 500);
+    for (const std::vector<std::string>& options :
+         {std::vector<std::string>{}, std::vector<std::string>{"--exact"}}) {
+        const Outcome exact = play(text, options);
+        EXPECT_EQ(exact.status, 0) << exact.err.substr(0, 500);
+    }
+    const Outcome fast = play(text, {"--fast"});
+    EXPECT_EQ(fast.status, 1) << "sixteen ones come first";
+    EXPECT_EQ(fast.err.find("--exact"), std::string::npos);
+    const Outcome both = play(text, {"--fast", "--exact"});
+    EXPECT_EQ(both.status, 2);
+    EXPECT_NE(both.err.find("--fast: it cannot be had with --exact"), std::string::npos)
+        << both.err;
 }
 
 TEST(SvfTest, ShowsProgressWhenAsked) {
