@@ -6,11 +6,14 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdint>
 #include <sched.h>
 #include <semaphore.h>
 #include <sys/mman.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 namespace {
@@ -38,8 +41,8 @@ struct Bell {
 class AnsweringProcess {
 public:
     AnsweringProcess() {
-        void* const memory = mmap(nullptr, sizeof(Bell), PROT_READ | PROT_WRITE,
-                                  MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+        void* const memory =
+            mmap(nullptr, sizeof(Bell), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         if (memory == MAP_FAILED) {
             give_up("mmap");
         }

@@ -32,10 +32,10 @@
  * to it destroy each other's batches: words are lost or go to the wrong host without an error, and
  * a host may wait for an answer that the other one took. Hosts that know nothing of each other
  * need a lock of their own around the whole session. `talvor` takes one that other hosts may take,
- * too, so that they see each other: flock(LOCK_EX) on the pod's block, the shared-memory object that
- * lcl_shm_name of the device table names (shm_structs.h), opened read-only on a descriptor of its
- * own that closes on exec, from before JSC_CreateHandle to after JSC_DeleteHandle; who has it then
- * looks whether the name still stands for the object, since a fresh proxy makes another one.
+ * too, so that they see each other: flock(LOCK_EX) on the pod's block, the shared-memory object
+ * that lcl_shm_name of the device table names (shm_structs.h), opened read-only on a descriptor of
+ * its own that closes on exec, from before JSC_CreateHandle to after JSC_DeleteHandle; who has it
+ * then looks whether the name still stands for the object, since a fresh proxy makes another one.
  *
  * A proxy that does not answer. The library waits for an answer without a limit. With the
  * environment variable TALVOR_PROXY_PATIENCE_MS set to a number of milliseconds (1 or more, longer

@@ -18,7 +18,7 @@ namespace talvor::svf {
 namespace {
 
 constexpr size_t kBufferBytes = size_t{1} << 18; // what is read stays in the nearer caches
-constexpr int kLookEveryMs = 100; // for a signal that came just before the wait
+constexpr int kLookEveryMs = 100;                // for a signal that came just before the wait
 
 Failure unreadable(const std::string& name, const std::string& doing, int code) {
     return file_error(name, "cannot " + doing + ": " + std::strerror(code),

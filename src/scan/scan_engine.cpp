@@ -10,8 +10,6 @@
 #include "transport/batch_room.h"
 #include "transport/port.h"
 
-#include <algorithm>
-
 namespace {
 
 // Bits that a leading word adds, less the one by which the count register is behind.
@@ -87,11 +85,14 @@ JTI_Error run_main_shift(JSC_Inform* pJscInform, const MainShift& shift) {
     return scan_receives(shift.option) ? qel_PerformIo(pJscInform) : eJTI_ERROR_NONE;
 }
 
+// A run of reads is one node in each batch, but for the last steps before the block's end, which
+// are listed singly: fewer than this. A flush makes all of them free again.
+constexpr uint32_t kScanNodesMost = 32;
+
 // Memory for the reads of a scan is had before anything of it is queued: half a scan would leave
 // the controller waiting for words that nobody sends.
-bool reserve_reads(JSC_Inform* pJscInform, uint32_t words) {
-    return batch_reserve_nodes(pJscInform,
-                               std::min<uint32_t>(words, SHM_BLOCK_WORDS) + kBatchStatusReads);
+bool reserve_reads(JSC_Inform* pJscInform) {
+    return batch_reserve_nodes(pJscInform, kScanNodesMost + kBatchStatusReads);
 }
 
 // What a strategy is called with, as one record.
@@ -122,7 +123,7 @@ JTI_Error run_data_scan(JSC_Inform* pJscInform, const DataScan& scan) {
     const uint32_t value = count_value(scan.count, lead);
     const MainShift shift{behind > 0 ? pause : end, scan.option, value,
                           ScanWords{WordsWhole16(value) + 1, lead, scan.source, scan.destination}};
-    RETURN_IF(receives && !reserve_reads(pJscInform, shift.words.count), eJTI_ERROR_NO_MEMORY);
+    RETURN_IF(receives && !reserve_reads(pJscInform), eJTI_ERROR_NO_MEMORY);
     RETURN_ON_ERROR(shift_amble(pJscInform, pause, before, scan.adjust));
     RETURN_ON_ERROR(run_main_shift(pJscInform, shift));
     return shift_amble(pJscInform, end, behind, false);

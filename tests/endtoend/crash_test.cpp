@@ -163,6 +163,9 @@ TEST_F(PatienceTest, AProxyThatIsStoppedAndGoesOn) {
         Host host;
         ASSERT_EQ(host.connect(), 0);
         ASSERT_EQ(kill(simulator.pid(), SIGSTOP), 0);
+        int status = 0; // its threads go on until the stop has come through
+        ASSERT_EQ(waitpid(simulator.pid(), &status, WUNTRACED), simulator.pid());
+        ASSERT_TRUE(WIFSTOPPED(status));
         expect_given_up(host);
         Host next;
         EXPECT_EQ(next.created(), eJTI_ERROR_POD_OPEN);

@@ -142,7 +142,7 @@ private:
     void prepare(Packer& packer, Before before) {
         batches_.clear();
         received_ = 0;
-        batch_drop_reads(pod_.get());
+        batch_take_reads(pod_.get());
         test_support::empty_batch(*pod_.block);
         std::fill_n(pod_.control.registerCache, std::size(pod_.control.registerCache), uint16_t{0});
         for (uint32_t read = 0; read < before.reads; ++read) {
