@@ -1,15 +1,15 @@
 # The fuzz targets (fuzz/). The tests replay their corpora; the fuzzers themselves are built with the
-# preset fuzz, because libFuzzer needs clang and code that counts where it has been.
+# preset asan, because libFuzzer needs clang and code that counts where it has been.
 
 if(NOT TALVOR_FUZZ)
   return()
 endif()
 
 if(NOT CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-  message(FATAL_ERROR "TALVOR_FUZZ needs clang: use the preset fuzz")
+  message(FATAL_ERROR "TALVOR_FUZZ needs clang: use the preset asan")
 endif()
 if(NOT TALVOR_SANITIZE)
-  message(FATAL_ERROR "TALVOR_FUZZ needs TALVOR_SANITIZE=address: use the preset fuzz")
+  message(FATAL_ERROR "TALVOR_FUZZ needs TALVOR_SANITIZE=address: use the preset asan")
 endif()
 
 include(CheckCXXSourceCompiles)
