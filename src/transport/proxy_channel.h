@@ -2,6 +2,7 @@
 #pragma once
 
 #include "jsc_internal.h"
+#include "transport/channel_open.h"
 
 // Chooses the pod that the configuration names (or the first) from the device table, maps its
 // block, opens its semaphores and attaches. Fills ProxyShm, evStartSem, evCompleteSem, pod
@@ -21,12 +22,6 @@ JTI_EXPORT int32_t wr_supp_reg(JSC_Inform* pJscInform, uint16_t value);
 
 // Waits for one post of the semaphore, on the processor, without a limit.
 JTI_EXPORT void my_wait(sem_t* pSemaphore);
-
-// Whether block and both semaphores are there and the proxy was not given up.
-[[nodiscard]] inline bool channel_is_open(const JSC_Inform* pJscInform) {
-    return !pJscInform->proxyLost && pJscInform->ProxyShm != nullptr &&
-           pJscInform->evStartSem != nullptr && pJscInform->evCompleteSem != nullptr;
-}
 
 // One exchange: leaves `command` in the block, posts start, waits for complete. The caller wrote
 // the arguments; channel_is_open must hold. Returns the proxy's status, read once. When the

@@ -1,6 +1,7 @@
 #include "transport/read_list.h"
 
 #include "sys/memory.h"
+#include "transport/channel_open.h"
 #include "transport/shared_field.h"
 
 namespace {
@@ -26,8 +27,7 @@ void free_nodes(JSC_qel_oplist** ppHead) {
 
 // Words that the next batch will bring, for reads that stand in it already.
 uint64_t words_queued(const JSC_Inform* pJscInform) {
-    const lcl_shm* const block = pJscInform->ProxyShm;
-    return block != nullptr ? shared_read(block->rdCntrGbl) : 0;
+    return channel_is_open(pJscInform) ? shared_read(pJscInform->ProxyShm->rdCntrGbl) : 0;
 }
 
 uint64_t words_listed(const JSC_Inform* pJscInform) {
