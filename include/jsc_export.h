@@ -46,9 +46,17 @@
  * command that the proxy had not begun is withdrawn. One that it had begun may still be executed;
  * until it has been answered a new handle is not opened (-141 after its own patience, or a wait
  * without one), so that no handle takes another's answer for its own. What the target has seen of
- * that batch is not known: reset the TAP first. A host that is killed in the moment in which it
- * chooses its pod leaves the proxy's device table locked: JSC_CreateHandle of every host then
- * waits, or answers -141 when its patience is over, until the proxy is started anew.
+ * that batch is not known: reset the TAP first.
+ *
+ * A host that is killed. It leaves nothing to clear up: the next handle on the pod takes the answer
+ * that a dead host's command is still owed before the first of its own, which may take as long as
+ * that command does, or up to a second where it cannot be seen whether one is owed. Where a host
+ * was killed while it chose its pod from the proxy's device table, JSC_CreateHandle takes the
+ * table's lock over after 100 ms; after 5 seconds where it is not certain that the dead host had
+ * the lock and not one with another library (a handle with less patience than that answers -141 and
+ * leaves it to others). A lock that a host with another library holds, living or dead, is never
+ * taken over as long as no host with this one was killed over it: JSC_CreateHandle waits, or
+ * answers -141 when its patience is over, until the proxy is started anew.
  *
  * Speed. What costs is the exchange with the proxy, 1 to 2 microseconds where both have a
  * processor; the words are cheap beside it. Both and Recv are one exchange for up to half a million

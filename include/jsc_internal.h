@@ -78,6 +78,12 @@ typedef struct PostSpin {
     uint32_t waits; /* so far */
 } PostSpin;
 
+/* A descriptor of the pod's block, whose lock says that this handle uses it. */
+typedef struct PodHold {
+    bool held;
+    int fd; /* while held */
+} PodHold;
+
 /* One opened scan controller. */
 struct JSC_Inform {
     ShareInform tbcShare;     /* the shared block with JSC_Control */
@@ -111,6 +117,7 @@ struct JSC_Inform {
     uint32_t patienceMs; /* longest wait for the proxy; 0: no limit */
     bool proxyLost;      /* it did not answer within that */
     PostSpin spin;       /* of the waits for its answers */
+    PodHold podHold;
 };
 
 /* Collected during the long initialisation, for the reset log. */

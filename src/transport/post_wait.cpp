@@ -9,11 +9,6 @@
 
 namespace {
 
-bool has_post(sem_t* pSemaphore) {
-    int posts = 0;
-    return sem_getvalue(pSemaphore, &posts) == 0 && posts > 0;
-}
-
 // The time-stamp counter, cut to 32 bits: differences of short times. Reading it is no system call,
 // as reading a clock may be.
 uint32_t ticks_now() {
@@ -57,6 +52,11 @@ int64_t now_ms() {
 
 } // namespace
 
+bool has_post(sem_t* pSemaphore) {
+    int posts = 0;
+    return sem_getvalue(pSemaphore, &posts) == 0 && posts > 0;
+}
+
 bool take_post(sem_t* pSemaphore) {
     // Kept: the deadline lies in the past, so that every attempt returns at once and a wait spins
     // until the proxy posts. A sleeping wait would add the scheduler's latency to every exchange.
@@ -82,6 +82,24 @@ bool wait_for_post(sem_t* pSemaphore, uint32_t patience_ms, PostSpin* pSpin) {
         if (over) {
             return false;
         }
+    }
+}
+
+bool wait_until_taken(sem_t* pSemaphore, uint32_t patience_ms) {
+    constexpr int kLooks = 1024;
+    const int64_t start = patience_ms == 0 ? 0 : now_ms();
+    for (;;) {
+        const bool over = patience_ms != 0 && now_ms() - start >= patience_ms;
+        for (int look = 0; look < kLooks; ++look) {
+            if (!has_post(pSemaphore)) {
+                return true;
+            }
+            __builtin_ia32_pause();
+        }
+        if (over) {
+            return false;
+        }
+        os_calls.sched_yield();
     }
 }
 

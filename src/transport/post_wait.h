@@ -15,6 +15,13 @@
 // Takes one post if there is one.
 [[nodiscard]] bool take_post(sem_t* pSemaphore);
 
+// Whether there is a post; it stays.
+[[nodiscard]] bool has_post(sem_t* pSemaphore);
+
+// Looks until whoever waits for this semaphore has taken its post, or for so long; 0 has no limit.
+// False when the time was over first.
+[[nodiscard]] bool wait_until_taken(sem_t* pSemaphore, uint32_t patience_ms);
+
 // The patience that TALVOR_PROXY_PATIENCE_MS asks for: a number of milliseconds from 1 on; without
 // it, or when it is anything else, 0.
 [[nodiscard]] uint32_t patience_of_environment();

@@ -2,12 +2,13 @@
 
 #include "sys/check.h"
 #include "sys/os.h"
+#include "transport/exchange_note.h"
 #include "transport/post_wait.h"
+#include "transport/proxy_mutex.h"
 #include "transport/read_list.h"
 #include "transport/shared_field.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
@@ -20,38 +21,6 @@ constexpr int32_t kNothingAttached = eJTI_ERROR_NONE;
 constexpr int32_t kNoPod = eJTI_ERROR_TRANSPORT;
 
 constexpr int32_t kNoRecord = -1;
-
-// ---- the proxy-wide mutex ----
-
-timespec time_of_day_in(uint32_t delay_ms) {
-    timespec time{};
-    os_calls.clock_gettime(CLOCK_REALTIME, &time);
-    const long ns = time.tv_nsec + static_cast<long>(delay_ms % 1000) * 1'000'000;
-    time.tv_sec += delay_ms / 1000 + (ns >= 1'000'000'000 ? 1 : 0);
-    time.tv_nsec = ns % 1'000'000'000;
-    return time;
-}
-
-// A host that was killed while it held the mutex never lets it go, so patience counts here too.
-// Without it: no limit.
-sem_t* lock_proxy(uint32_t patience_ms) {
-    sem_t* const mutex = os_calls.sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
-    RETURN_IF(mutex == SEM_FAILED, nullptr);
-    const timespec deadline = patience_ms == 0 ? timespec{} : time_of_day_in(patience_ms);
-    while ((patience_ms == 0 ? os_calls.sem_wait(mutex)
-                             : os_calls.sem_timedwait(mutex, &deadline)) != 0) {
-        if (errno != EINTR) {
-            os_calls.sem_close(mutex);
-            return nullptr;
-        }
-    }
-    return mutex;
-}
-
-void unlock_proxy(sem_t* mutex) {
-    os_calls.sem_post(mutex);
-    os_calls.sem_close(mutex);
-}
 
 // ---- shared objects of a fixed size ----
 
@@ -112,7 +81,8 @@ int32_t find_pod(gbl_shm* table, uint32_t serial) {
     return kNoRecord;
 }
 
-bool attach_block(JSC_Inform* pJscInform, gbl_shm_record& record, int32_t* pCode) {
+// What is left to settle before the first exchange: *pOrphaned, one that a killed host began.
+bool attach_block(JSC_Inform* pJscInform, gbl_shm_record& record, int32_t* pCode, bool* pOrphaned) {
     char name[SHM_POD_NAME_SIZE];
     std::memcpy(name, record.lcl_shm_name, sizeof name);
     name[SHM_POD_NAME_SIZE - 1] = '\0';
@@ -126,7 +96,7 @@ bool attach_block(JSC_Inform* pJscInform, gbl_shm_record& record, int32_t* pCode
                        .inode = object.inode,
                        .serial = shared_read(record.devSN),
                        .revision = shared_read(record.devRev)};
-    os_calls.close(object.fd);
+    exchange_hold(pJscInform, object.fd, pOrphaned);
     return true;
 }
 
@@ -163,6 +133,7 @@ void close_semaphore(sem_t** ppSemaphore) {
 }
 
 void release_channel(JSC_Inform* pJscInform) {
+    exchange_let_go(pJscInform);
     if (pJscInform->ProxyShm != nullptr) {
         os_calls.munmap(pJscInform->ProxyShm, sizeof(lcl_shm));
         pJscInform->ProxyShm = nullptr;
@@ -173,44 +144,87 @@ void release_channel(JSC_Inform* pJscInform) {
 
 // ---- the patience of a host ----
 
-// An exchange that was given up after the proxy took it is still to be answered. The note of it
-// stands in the half of `data` that commands do not use: it is the driver's own field, and lives
-// exactly as long as the proxy that owes the answer.
-constexpr uint32_t kAnswerOwed = 0x0B5E0000;
-constexpr uint32_t kArgument = 0x0000FFFF;
-
 bool wait_for_answer(JSC_Inform* pJscInform) {
     return wait_for_post(pJscInform->evCompleteSem, pJscInform->patienceMs, &pJscInform->spin);
 }
 
-// Ends the use of a proxy that does not answer. A command that it never took is taken back.
+// Ends the use of a proxy that does not answer. A command that it never took is taken back; of one
+// that it took a note stays, because the answer is still to come.
 void give_up_on_proxy(JSC_Inform* pJscInform) {
     pJscInform->proxyLost = true;
-    if (!take_post(pJscInform->evStartSem)) {
-        uint32_t& data = pJscInform->ProxyShm->data;
-        shared_write(data, kAnswerOwed | (shared_read(data) & kArgument));
+    if (take_post(pJscInform->evStartSem)) {
+        exchange_end_note(pJscInform->ProxyShm);
+    } else {
+        exchange_write_note(pJscInform->ProxyShm, kNoteGivenUp);
     }
 }
 
+// ---- the first exchange of a handle ----
+
+// How long the answer to an attach may take from when the proxy has taken it. Only where a killed
+// host's exchange is noted and it cannot be seen whether its answer is still owed.
+constexpr uint32_t kAttachMs = 1000;
+
 // Takes an answer that the proxy owes to somebody who gave up, so that the next one is ours. False
 // when it does not come.
-bool take_owed_answer(JSC_Inform* pJscInform) {
-    uint32_t& data = pJscInform->ProxyShm->data;
-    const uint32_t value = shared_read(data);
-    if ((value & ~kArgument) != kAnswerOwed) {
+bool take_given_up_answer(JSC_Inform* pJscInform) {
+    if (exchange_note(pJscInform->ProxyShm) != kNoteGivenUp) {
         return true;
     }
     if (!wait_for_answer(pJscInform)) {
         return false;
     }
-    shared_write(data, value & kArgument);
+    exchange_write_note(pJscInform->ProxyShm, 0);
     return true;
 }
 
-// The first exchange of a handle. False when the proxy does not answer.
-bool shake_hands(JSC_Inform* pJscInform) {
-    if (!take_owed_answer(pJscInform)) {
+// Takes what killed hosts have left in the semaphores: commands that were not begun, and answers
+// that they did not take. True for an answer: then no other is owed.
+bool clear_semaphores(JSC_Inform* pJscInform) {
+    while (take_post(pJscInform->evStartSem)) {
+    }
+    bool answered = false;
+    while (take_post(pJscInform->evCompleteSem)) {
+        answered = true;
+    }
+    return answered;
+}
+
+// The answer to an exchange that a killed host began may still be owed, or may not: the host was
+// killed before it posted start, or behind the answer; the proxy has dropped the answer, or was
+// started anew on the same block. A wait for it might have no end. So the attach is posted behind
+// it: the proxy takes that only when it has posted what it owes. False when it does not take it, or
+// does not answer; the note stays for the next handle then.
+bool attach_behind_the_dead(JSC_Inform* pJscInform) {
+    sem_t* const complete = pJscInform->evCompleteSem;
+    exchange_begin_note(pJscInform->ProxyShm);
+    shared_write(pJscInform->ProxyShm->cmd, SHM_CMD_ATTACH);
+    if (os_calls.sem_post(pJscInform->evStartSem) != 0) {
         return false;
+    }
+    if (!wait_until_taken(pJscInform->evStartSem, pJscInform->patienceMs)) {
+        (void)take_post(pJscInform->evStartSem);
+        return false;
+    }
+    // No post yet: there was nothing owed, and the first one is ours. Else it may be either.
+    const bool either = has_post(complete);
+    if (!wait_for_answer(pJscInform)) {
+        return false;
+    }
+    if (either) {
+        (void)wait_for_post(complete, kAttachMs, &pJscInform->spin);
+    }
+    exchange_end_note(pJscInform->ProxyShm);
+    return true;
+}
+
+// False when the proxy does not answer.
+bool shake_hands(JSC_Inform* pJscInform, bool orphaned) {
+    if (!take_given_up_answer(pJscInform)) {
+        return false;
+    }
+    if (orphaned && !clear_semaphores(pJscInform)) {
+        return attach_behind_the_dead(pJscInform);
     }
     channel_exchange(pJscInform, SHM_CMD_ATTACH);
     return !pJscInform->proxyLost;
@@ -219,14 +233,16 @@ bool shake_hands(JSC_Inform* pJscInform) {
 // ---- the open, from the table on ----
 
 // Attaches to the pod of a record. Lets the mutex go before the handshake, or on the way out.
-int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t* mutex) {
+int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index,
+                   const ProxyMutex& mutex) {
     gbl_shm_record& record = table->devs[index];
     int32_t code = kNothingAttached;
-    const bool attached = attach_block(pJscInform, record, &code) &&
+    bool orphaned = false;
+    const bool attached = attach_block(pJscInform, record, &code, &orphaned) &&
                           open_semaphores(pJscInform, shared_read(record.devSN));
-    unlock_proxy(mutex);
+    proxy_mutex_unlock(mutex);
     RETURN_IF(!attached, code);
-    const bool answered = shake_hands(pJscInform);
+    const bool answered = shake_hands(pJscInform, orphaned);
     pJscInform->emuRevision = shared_read(record.devRev);
     if (!answered || index >= instances(table)) {
         release_channel(pJscInform);
@@ -235,10 +251,10 @@ int32_t attach_pod(JSC_Inform* pJscInform, gbl_shm* table, uint32_t index, sem_t
     return eJTI_ERROR_NONE;
 }
 
-int32_t open_chosen_pod(JSC_Inform* pJscInform, gbl_shm* table, sem_t* mutex) {
+int32_t open_chosen_pod(JSC_Inform* pJscInform, gbl_shm* table, const ProxyMutex& mutex) {
     const int32_t index = find_pod(table, pJscInform->qelVariable.sn);
     if (index == kNoRecord) {
-        unlock_proxy(mutex);
+        proxy_mutex_unlock(mutex);
         return kNoPod;
     }
     return attach_pod(pJscInform, table, static_cast<uint32_t>(index), mutex);
@@ -252,14 +268,15 @@ int32_t OpenUsbDevice(JSC_Inform* pJscInform) {
     pJscInform->evStartSem = nullptr;
     pJscInform->evCompleteSem = nullptr;
     pJscInform->pod = {};
+    pJscInform->podHold = {};
     pJscInform->proxyLost = false;
     pJscInform->spin = {};
     pJscInform->patienceMs = patience_of_environment();
-    sem_t* const mutex = lock_proxy(pJscInform->patienceMs);
-    RETURN_IF(mutex == nullptr, kNoPod);
+    ProxyMutex mutex{};
+    RETURN_IF(!proxy_mutex_lock(&mutex, pJscInform->patienceMs), kNoPod);
     const MappedObject table = map_object(SHM_DEVICE_TABLE_NAME, sizeof(gbl_shm), kNoPod);
     if (table.memory == nullptr) {
-        unlock_proxy(mutex);
+        proxy_mutex_unlock(mutex);
         return table.code;
     }
     const int32_t code = open_chosen_pod(pJscInform, static_cast<gbl_shm*>(table.memory), mutex);
@@ -293,8 +310,11 @@ void my_wait(sem_t* pSemaphore) {
 }
 
 int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
-    shared_write(pJscInform->ProxyShm->cmd, command);
+    lcl_shm* const block = pJscInform->ProxyShm;
+    shared_write(block->cmd, command);
+    exchange_begin_note(block);
     if (os_calls.sem_post(pJscInform->evStartSem) != 0) {
+        exchange_end_note(block);
         pJscInform->proxyLost = true; // it was not told, so it will not answer
         return eJTI_ERROR_BATCH_FAILED;
     }
@@ -302,5 +322,6 @@ int32_t channel_exchange(JSC_Inform* pJscInform, uint32_t command) {
         give_up_on_proxy(pJscInform);
         return eJTI_ERROR_BATCH_FAILED;
     }
-    return shared_read(pJscInform->ProxyShm->status);
+    exchange_end_note(block);
+    return shared_read(block->status);
 }

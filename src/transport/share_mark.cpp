@@ -1,10 +1,10 @@
 #include "transport/share_mark.h"
 
 #include "sys/os.h"
+#include "transport/object_lock.h"
 #include "transport/shared_field.h"
 
 #include <cerrno>
-#include <fcntl.h>
 
 namespace {
 
@@ -13,21 +13,12 @@ constexpr off_t kHoldByte = kShareMarkOffset + offsetof(ShareMark, hold);
 
 static_assert(kHoldByte == kGateByte + 1);
 
-struct flock lock_of(off_t byte, off_t bytes, short type) {
-    struct flock lock {};
-    lock.l_type = type;
-    lock.l_whence = SEEK_SET;
-    lock.l_start = byte;
-    lock.l_len = bytes;
-    return lock;
+ObjectBytes gate_of(int fd) {
+    return {.fd = fd, .first = kGateByte, .count = 1};
 }
 
-bool set_lock(int fd, int command, struct flock lock) {
-    int result = 0;
-    do {
-        result = os_calls.fcntl(fd, command, &lock);
-    } while (result != 0 && errno == EINTR);
-    return result == 0;
+ObjectBytes hold_of(int fd) {
+    return {.fd = fd, .first = kHoldByte, .count = 1};
 }
 
 } // namespace
@@ -65,22 +56,21 @@ bool share_write_mark(int fd, const PodIdentity& pod) {
 }
 
 bool share_enter_gate(int fd) {
-    return set_lock(fd, F_OFD_SETLKW, lock_of(kGateByte, 1, F_WRLCK));
+    return object_wait_lock(gate_of(fd));
 }
 
 void share_leave_gate(int fd) {
-    (void)set_lock(fd, F_OFD_SETLK, lock_of(kGateByte, 1, F_UNLCK));
+    object_unlock(gate_of(fd));
 }
 
 void share_let_go(int fd) {
-    (void)set_lock(fd, F_OFD_SETLK, lock_of(kGateByte, 2, F_UNLCK));
+    object_unlock({.fd = fd, .first = kGateByte, .count = 2});
 }
 
 bool share_hold(int fd) {
-    return set_lock(fd, F_OFD_SETLK, lock_of(kHoldByte, 1, F_RDLCK));
+    return object_try_lock(hold_of(fd), ObjectLock::Shared);
 }
 
 bool share_is_alone(int fd) {
-    struct flock lock = lock_of(kHoldByte, 1, F_WRLCK);
-    return os_calls.fcntl(fd, F_OFD_GETLK, &lock) == 0 && lock.l_type == F_UNLCK;
+    return object_is_free(hold_of(fd));
 }

@@ -3,6 +3,7 @@
 
 #include "sys/os.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <limits>
 #include <vector>
@@ -20,6 +21,12 @@ public:
 private:
     OsCalls saved_ = os_calls;
 };
+
+// For os_calls.fcntl: a kernel or a file system that knows no locks of open file descriptions.
+inline int no_locks(int /*fd*/, int /*command*/, ...) {
+    errno = ENOLCK;
+    return -1;
+}
 
 // Lets the heap serve a number of requests (malloc and realloc together) and refuse all later ones.
 // Records the blocks that are handed out and still taken, so that a test can tell what leaked.

@@ -2,7 +2,10 @@
 // chain as it is, and nothing is left behind.
 #include "common/child_process.h"
 #include "common/temporary.h"
+#include "support/bare_handle.h"
+#include "support/recording_proxy.h"
 #include "torture_bench.h"
+#include "transport/port.h"
 
 #include <gtest/gtest.h>
 
@@ -41,30 +44,14 @@ bool whole_session(uint32_t words = kShortScanWords) {
 
 // Whether a call is one by which others see what a host does.
 bool is_seen_by_others(const OsEntry& entry) {
-    static const std::set<std::string> unseen = {"malloc",        "realloc",       "free",  "fstat",
-                                                 "sem_timedwait", "clock_gettime", "usleep"};
+    static const std::set<std::string> unseen = {"malloc",        "realloc",       "free",
+                                                 "fstat",         "sem_timedwait", "sched_yield",
+                                                 "clock_gettime", "usleep"};
     return !unseen.contains(entry.name);
 }
 
-// A host that dies with the proxy-wide mutex leaves it locked, and nobody can tell: hosts with a
-// limit for their wait are told that there is no pod, until the proxy is started anew.
-bool mutex_is_free() {
-    sem_t* const mutex = sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
-    int value = 0;
-    EXPECT_EQ(sem_getvalue(mutex, &value), 0);
-    EXPECT_EQ(sem_close(mutex), 0);
-    return value != 0;
-}
-
-void expect_no_pod() {
-    setenv("TALVOR_PROXY_PATIENCE_MS", "50", 1);
-    Session session;
-    EXPECT_EQ(session.init(), eJTI_ERROR_POD_OPEN);
-    unsetenv("TALVOR_PROXY_PATIENCE_MS");
-}
-
 // About as many of those calls as a session makes.
-constexpr unsigned kCallsOfASession = 48;
+constexpr unsigned kCallsOfASession = 53;
 
 // Where in a call a host is killed.
 enum class When { Before, Behind };
@@ -87,79 +74,114 @@ bool kill_host(unsigned at, When when) {
     return false;
 }
 
-// The simulator, started anew where that is the only way on.
-class Proxy {
+// The longest waits of a session are those for what a killed host may have left behind. By this
+// clock they end after so many looks, and the proxy has had its turn at each of them.
+class HurriedClock {
 public:
-    void heal() {
-        await_rest();
-        if (mutex_is_free()) {
-            return;
-        }
-        ++healed_;
-        expect_no_pod();
-        simulator_.reset();
-        simulator_.emplace(description(), kArguments);
+    HurriedClock() {
+        os_calls.clock_gettime = [](clockid_t clock, timespec* now) {
+            static std::atomic<int64_t> looks;
+            const int64_t ms = clock == CLOCK_MONOTONIC ? looks++ : 0;
+            *now = {.tv_sec = ms / 1000, .tv_nsec = ms % 1000 * 1'000'000};
+            return 0;
+        };
     }
-    unsigned healed() const { return healed_; }
-    std::string log() const { return simulator_->log(); }
 
 private:
-    // A batch that the dead host had given goes on without it: a host that attaches meanwhile would
-    // take the answer to that for its own.
-    void await_rest() const {
-        sem_t* const start = sem_open("talvor_lcl_s_s_000001", 0);
-        int untaken = 1;
-        while (start != SEM_FAILED &&
-               ((sem_getvalue(start, &untaken) == 0 && untaken != 0) ||
-                simulator_->ctl("status").find("\"busy\":true") != std::string::npos)) {
-            usleep(1000);
-        }
-        if (start != SEM_FAILED) {
-            sem_close(start);
-        }
-    }
-
-    const std::vector<std::string> kArguments{"--strict"};
-    std::optional<PodsimProcess> simulator_{std::in_place, description(), kArguments};
-    unsigned healed_ = 0;
+    test_support::RestoredOs restored_;
 };
 
 TEST(CrashMatrixTest, AHostIsKilledAtEveryStep) {
     LeakGuard leaks;
     RecordedSleeps sleeps;
-    Proxy proxy;
+    HurriedClock clock;
+    PodsimProcess proxy(description(), {"--strict"});
     unsigned kills = 0;
     for (const When when : {When::Before, When::Behind}) {
         for (unsigned at = 1; kill_host(at, when); ++at) {
             SCOPED_TRACE(testing::Message()
                          << (when == When::Before ? "before" : "behind") << " its call " << at);
             ++kills;
-            proxy.heal();
             EXPECT_TRUE(whole_session());
             ASSERT_FALSE(HasFailure()) << proxy.log();
         }
     }
     std::printf("%u hosts were killed\n", kills);
     EXPECT_GT(kills, 80U);
-    EXPECT_LT(proxy.healed(), kills / 4) << "the mutex is held for a moment only";
 }
 
-// Nobody cleans up between them.
+// Nobody cleans up between them, and none waits until the proxy has come to rest.
 TEST(CrashMatrixTest, ManyHostsAreKilledOneAfterTheOther) {
     LeakGuard leaks;
     RecordedSleeps sleeps;
-    Proxy proxy;
+    HurriedClock clock;
+    PodsimProcess proxy(description(), {"--strict"});
     const unsigned rounds = is_full_run() ? 2000 : 60;
     unsigned kills = 0;
     for (unsigned round = 0; round < rounds; ++round) {
         // Near every call of a session once in as many rounds.
         const unsigned at = 1 + round * 37 % kCallsOfASession;
         kills += kill_host(at, round % 2 == 0 ? When::Before : When::Behind) ? 1 : 0;
-        proxy.heal();
     }
     std::printf("%u hosts were killed\n", kills);
     EXPECT_GT(kills, rounds * 9 / 10);
     EXPECT_TRUE(whole_session()) << proxy.log();
+}
+
+// ---- hosts, and a proxy that does nothing about those that were killed ------------------------
+
+using test_support::BareHandle;
+using test_support::RecordingProxy;
+
+// What a handle that is in step reads are the answers to its own batches.
+bool read_in_step(RecordingProxy* proxy) {
+    BareHandle handle;
+    bool right = handle.open() == 0 && wr_supp_reg(handle.get(), 1) == 0;
+    for (uint16_t expected = 11; right && expected < 14; ++expected) {
+        uint16_t word = 0;
+        if (proxy != nullptr) {
+            proxy->pod().answer_always(TBC_PORT_RECEIVE, expected);
+        }
+        PortRead(handle.get(), TBC_PORT_RECEIVE, &word);
+        right = qel_PerformIo(handle.get()) == 0 && (proxy == nullptr || word == expected);
+    }
+    return right;
+}
+
+bool kill_plain_host(unsigned at, When when) {
+    const pid_t child = fork();
+    if (child == 0) {
+        FaultyOs os;
+        os.kill_at(at, when == When::Behind, is_seen_by_others);
+        _exit(read_in_step(nullptr) ? 0 : 1);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(child, &status, 0), child);
+    EXPECT_TRUE(WIFSIGNALED(status) || status == 0) << status;
+    return WIFSIGNALED(status);
+}
+
+// It answers each command after a while, so that the next host is there before.
+TEST(CrashMatrixTest, AHostIsKilledBeforeAProxyThatTakesNothingBack) {
+    LeakGuard leaks;
+    HurriedClock clock;
+    RecordingProxy proxy;
+    unsigned kills = 0;
+    for (const When when : {When::Before, When::Behind}) {
+        for (unsigned at = 1;; ++at) {
+            SCOPED_TRACE(testing::Message()
+                         << (when == When::Before ? "before" : "behind") << " its call " << at);
+            proxy.pod().interfere([](lcl_shm&) { ::usleep(3000); });
+            if (!kill_plain_host(at, when)) {
+                break;
+            }
+            ++kills;
+            EXPECT_TRUE(read_in_step(&proxy));
+            ASSERT_FALSE(HasFailure());
+        }
+    }
+    std::printf("%u hosts were killed\n", kills);
+    EXPECT_GT(kills, 40U);
 }
 
 // ---- proxies ----------------------------------------------------------------------------------
