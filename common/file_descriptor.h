@@ -23,6 +23,9 @@ public:
     // Closes it now. errno stays as it is: what failed before says why.
     void reset() noexcept;
 
+    // Gives it to the caller, who closes it.
+    [[nodiscard]] int release() noexcept { return std::exchange(fd_, -1); }
+
     [[nodiscard]] int get() const noexcept { return fd_; }
     [[nodiscard]] bool is_open() const noexcept { return fd_ >= 0; }
 

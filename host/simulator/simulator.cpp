@@ -32,6 +32,27 @@ Failure simulator_error(std::string reason, std::string next_step = {}) {
     return pod_error("simulator", std::move(reason), std::move(next_step));
 }
 
+// What a simulator that fails says at its end.
+struct Complaint {
+    std::string reason;
+    std::string next_step;
+};
+
+// Finds it behind the log; all that was said when there is none.
+Complaint complaint_in(const std::string& said) {
+    const std::string name = std::string(kProgram) + ": ";
+    const size_t at = said.rfind(name);
+    if (at == std::string::npos || (at != 0 && said[at - 1] != '\n')) {
+        return {said, ""};
+    }
+    constexpr std::string_view kNext = "\n  next: ";
+    const std::string text = said.substr(at + name.size());
+    const size_t next = text.find(kNext);
+    return next == std::string::npos
+               ? Complaint{text, ""}
+               : Complaint{text.substr(0, next), text.substr(next + kNext.size())};
+}
+
 std::string find_program(const std::optional<std::string>& chosen) {
     if (chosen) {
         return *chosen;
@@ -100,7 +121,7 @@ Result<Simulator> Simulator::start(const SimulatorOptions& options) {
                                         ? fmt::format("/proc/self/fd/{}", built_in.get())
                                         : options.description;
     ChildProcess process = TRY(spawn(options, description, words.get()));
-    Simulator simulator(std::move(process), std::move(words));
+    Simulator simulator(std::move(process), std::move(words), options.vcd);
     TRY(simulator.wait_until_ready(options));
     return simulator;
 }
@@ -150,8 +171,19 @@ Status Simulator::stop() {
     if (end.succeeded()) {
         return {};
     }
+    return bad_end(end);
+}
+
+Failure Simulator::bad_end(const ChildEnd& end) const {
     const std::string said = last_words();
-    return simulator_error(said.empty() ? std::string(kProgram) + " " + end.text() : said);
+    if (said.empty()) {
+        return simulator_error(std::string(kProgram) + " " + end.text());
+    }
+    Complaint complaint = complaint_in(said);
+    if (vcd_ && complaint.reason.find(*vcd_) != std::string::npos) {
+        return file_error("simulator", std::move(complaint.reason), std::move(complaint.next_step));
+    }
+    return simulator_error(std::move(complaint.reason), std::move(complaint.next_step));
 }
 
 std::string Simulator::last_words() const {

@@ -31,21 +31,25 @@ public:
     Simulator(Simulator&&) = default;
     Simulator& operator=(Simulator&&) = delete;
 
-    // Ends it and waits until it has: then its waveform is complete.
+    // Ends it and waits until it has: then its waveform is complete. Errors (ErrorKind::BadFile):
+    // the waveform is not, in the simulator's words. (ErrorKind::Pod): it has failed otherwise.
     [[nodiscard]] Status stop();
     // The last lines of what it has said, "" when nothing.
     [[nodiscard]] std::string last_words() const;
 
 private:
-    Simulator(ChildProcess process, FileDescriptor words)
-        : process_(std::move(process)), words_(std::move(words)) {}
+    Simulator(ChildProcess process, FileDescriptor words, const std::optional<std::string>& vcd)
+        : process_(std::move(process)), words_(std::move(words)), vcd_(vcd) {}
 
     [[nodiscard]] Status wait_until_ready(const SimulatorOptions& options);
     // The error of a simulator that has ended before it was ready.
     [[nodiscard]] Failure early_end(const ChildEnd& end, const SimulatorOptions& options) const;
+    // The error of one that did not end well.
+    [[nodiscard]] Failure bad_end(const ChildEnd& end) const;
 
     ChildProcess process_;
     FileDescriptor words_; // what it says
+    std::optional<std::string> vcd_;
 };
 
 } // namespace talvor

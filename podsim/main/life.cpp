@@ -160,6 +160,10 @@ Result<int> serve_until(const Options& options, const sigset_t& signals) {
         std::fflush(nullptr);
         _exit(status);
     }
+    if (const Status finished = station->finish_traces(); !finished) {
+        const int failed = failed_with(finished.error());
+        return status == 0 ? failed : status;
+    }
     return status;
 }
 

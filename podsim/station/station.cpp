@@ -150,6 +150,17 @@ bool Station::stop() {
     return !proxy || proxy->stop();
 }
 
+Status Station::finish_traces() {
+    Status finished;
+    for (const Place& place : places_) {
+        Status one = place.trace ? place.trace->finish() : Status();
+        if (finished && !one) {
+            finished = std::move(one);
+        }
+    }
+    return finished;
+}
+
 std::string Station::summary() const {
     std::string text = count_text(places_.size(), "pod") + ": ";
     for (const Place& place : places_) {

@@ -36,6 +36,10 @@ public:
     // Stops serving, as Proxy::stop does. False when only the end of the process ends a pod.
     bool stop();
 
+    // Puts the rest into the traces and closes them, once nothing serves any more: after a stop()
+    // that was true. An error when one of them does not hold all that it should.
+    [[nodiscard]] Status finish_traces();
+
     // "2 pods: 1 (revision 2.0), 42 (revision 3.2)".
     std::string summary() const;
 

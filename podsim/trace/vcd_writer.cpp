@@ -1,11 +1,13 @@
 #include "podsim/trace/vcd_writer.h"
 
 #include "common/result.h"
+#include "common/system_calls.h"
 
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
 #include <array>
+#include <cerrno>
 #include <fcntl.h>
 #include <new>
 
@@ -42,10 +44,7 @@ Result<std::unique_ptr<VcdWriter>> VcdWriter::open(const std::string& path, std:
 
 VcdWriter::~VcdWriter() {
     try {
-        if (!ended_ && fall_due_) {
-            advance(fall_ns_);
-        }
-        flush();
+        (void)finish();
     } catch (const std::bad_alloc&) {
         // The trace ends a little earlier.
     }
@@ -169,11 +168,10 @@ void VcdWriter::write_out() {
         out_.resize(end_of_line == std::string::npos ? 0 : end_of_line + 1);
         end(fmt::format("{} bytes", limits_.bytes));
     }
-    if (!lost_ && !write_all(file_.get(), out_)) {
-        const Failure lost = system_failure("writing the trace " + path_);
-        lost_ = true;
+    if (lost_ && !write_all(file_.get(), out_)) {
+        lost_ = system_failure("writing the trace " + path_);
         ended_ = true;
-        log_.write("warning: the trace ends, the pod goes on: " + headline(lost.value()));
+        log_.write("warning: the trace ends, the pod goes on: " + headline(lost_.error()));
     }
     written_ += out_.size();
     out_.clear();
@@ -181,6 +179,20 @@ void VcdWriter::write_out() {
 
 void VcdWriter::flush() {
     write_out();
+}
+
+Status VcdWriter::finish() {
+    if (!ended_ && fall_due_) {
+        advance(fall_ns_);
+    }
+    flush();
+    ended_ = true;
+    // Some file systems say only now that there is no room.
+    const int fd = file_.release();
+    if (fd >= 0 && system_calls.close(fd) != 0 && errno != EINTR && lost_) {
+        lost_ = system_failure("writing the trace " + path_);
+    }
+    return lost_;
 }
 
 } // namespace talvor::podsim::trace

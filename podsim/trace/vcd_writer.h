@@ -25,8 +25,8 @@ struct Limits {
 class VcdWriter : public EdgeObserver {
 public:
     // Makes the file `path`. `scope` is the name of the module in it. `log` is told when a limit is
-    // reached, or when the file cannot be written any more, which ends the trace and nothing else.
-    // It must outlive the writer.
+    // reached, or when the file cannot be written any more, which ends the trace and nothing else:
+    // finish() says so. It must outlive the writer.
     [[nodiscard]] static Result<std::unique_ptr<VcdWriter>>
     open(const std::string& path, std::string_view scope, Limits limits, Log& log);
 
@@ -41,6 +41,9 @@ public:
 
     // Puts everything so far into the file.
     void flush();
+    // Puts the rest into the file and closes it; nothing may come after it. An error when the file
+    // does not hold all that it should, with the reason.
+    [[nodiscard]] Status finish();
 
 private:
     enum Signal { Tck, Tms, Tdi, Tdo, Trstn, Emu0, Emu1, Treset, BitSignals };
@@ -67,7 +70,7 @@ private:
     uint64_t fall_ns_ = 0; // when TCK, high now, falls
     bool fall_due_ = false;
     bool ended_ = false;
-    bool lost_ = false; // the file takes no more
+    Status lost_; // why the file takes no more
     char levels_[BitSignals] = {'0', '1', '1', 'z', '1', '1', '1', '0'};
     TapState state_ = TapState::TestLogicReset;
 };

@@ -112,6 +112,10 @@ Status run_and_draw(Context& context, const Action& action, const std::string& v
     // Only then the waveform is whole.
     const Status closed = context.close();
     context.on_shift = nullptr;
+    // The last clocks of a waveform that was cut short are not those that were asked for.
+    if (!closed && options.last) {
+        return done ? closed : done;
+    }
     // What went wrong is worth looking at, too.
     const Status drawn = draw(context.out, vcd, options, std::move(passes));
     TRY(done);

@@ -103,6 +103,23 @@ TEST_F(SimulatorTest, ABadEndIsAnError) {
     EXPECT_EQ(headline(ended.error()), "simulator: talvor-podsim ended with status 7");
 }
 
+TEST_F(SimulatorTest, ABadEndIsToldByTheComplaintBehindTheLog) {
+    const std::string lines = "trap 'echo warning: much; echo talvor-podsim: writing t.vcd: no "
+                              "room; echo \"  next: make some\"; exit 1' TERM; : > $ready; "
+                              "while :; do sleep 0.01; done";
+    for (const bool named : {true, false}) {
+        SimulatorOptions wanted = options(lines);
+        wanted.vcd = named ? "t.vcd" : "other.vcd";
+        auto simulator = Simulator::start(wanted);
+        ASSERT_TRUE(simulator) << headline(simulator.error());
+        const Status ended = simulator->stop();
+        ASSERT_FALSE(ended);
+        EXPECT_EQ(headline(ended.error()), "simulator: writing t.vcd: no room");
+        EXPECT_EQ(ended.error().next_step, "make some");
+        EXPECT_EQ(ended.error().kind, named ? ErrorKind::BadFile : ErrorKind::Pod);
+    }
+}
+
 TEST(BuiltInDescriptionTest, IsAWholeTomlFile) {
     const auto parsed = parse_toml(built_in_description(), "built-in");
     ASSERT_TRUE(parsed) << headline(parsed.error());

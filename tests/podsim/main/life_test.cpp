@@ -48,7 +48,7 @@ TEST(LifeTest, AFullShmIsToldWithWhatIsNeededAndWhatToDo) {
     });
 }
 
-TEST(LifeTest, AFullDiskEndsTheTraceAndNotThePod) {
+TEST(LifeTest, AFullDiskEndsTheTraceAndNotThePodAndIsAFailureAtTheEnd) {
     PodsimProcess podsim("", {"--vcd", "/dev/full"});
     ASSERT_TRUE(podsim.running());
     EXPECT_EQ(podsim.log(), "warning: the trace ends, the pod goes on: writing the trace "
@@ -57,7 +57,20 @@ TEST(LifeTest, AFullDiskEndsTheTraceAndNotThePod) {
     EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
     host.queue("write 11 0002; write 10 4080; wait done; read 18");
     EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 2);
-    EXPECT_EQ(podsim.stop(), 0);
+    EXPECT_EQ(podsim.stop(), 1);
+    EXPECT_THAT(podsim.log(),
+                testing::EndsWith("\ntalvor-podsim: writing the trace /dev/full: No space left on "
+                                  "device\n  next: make room on that file system\n"));
+}
+
+TEST(LifeTest, ATraceThatIsNotWholeLeavesACommandsOwnFailure) {
+    const std::string podsim = built_program("talvor-podsim");
+    for (const auto& [command, status] : {std::pair("true", 1), std::pair("exit 42", 42)}) {
+        const ProgramResult result =
+            run_program({podsim, "--vcd", "/dev/full", "--private", "--", "sh", "-c", command});
+        EXPECT_EQ(result.status, status) << result.errors;
+        EXPECT_THAT(result.errors, HasSubstr("talvor-podsim: writing the trace /dev/full: "));
+    }
 }
 
 TEST(LifeTest, AnAnswerThatNobodyCanReadIsAFailure) {

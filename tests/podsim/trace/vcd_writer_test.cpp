@@ -1,3 +1,4 @@
+#include "common/system_calls.h"
 #include "podsim/model/chain.h"
 #include "podsim/model/controller.h"
 #include "podsim/trace/vcd_writer.h"
@@ -242,6 +243,40 @@ TEST_F(VcdTest, ADiskThatIsFullEndsTheTraceWithAWord) {
     writer.value()->edges(run);
     EXPECT_EQ(logged(), "warning: the trace ends, the pod goes on: "
                         "writing the trace /dev/full: No space left on device\n");
+    for (int i = 0; i < 2; ++i) {
+        const Status finished = writer.value()->finish();
+        ASSERT_FALSE(finished) << i;
+        EXPECT_EQ(headline(finished.error()),
+                  "writing the trace /dev/full: No space left on device");
+        EXPECT_EQ(finished.error().next_step, "make room on that file system");
+    }
+}
+
+TEST_F(VcdTest, WhatIsFinishedIsWhole) {
+    auto writer = open();
+    EdgeRun run{.start_ns = 0, .period_ns = 20, .count = 1, .from = TapState::RunTestIdle};
+    writer->edges(run);
+    EXPECT_TRUE(writer->finish());
+    EXPECT_THAT(read_file(trace_path()), EndsWith("#10\n1!\n#20\n0!\n"));
+    writer->edges(run);
+    EXPECT_TRUE(writer->finish());
+    EXPECT_THAT(read_file(trace_path()), EndsWith("#10\n1!\n#20\n0!\n"));
+}
+
+TEST_F(VcdTest, AFileSystemThatRefusesAtTheCloseIsBelieved) {
+    auto writer = open();
+    static int result = 0;
+    const auto close = std::exchange(system_calls.close, [](int fd) {
+        ::close(fd);
+        errno = EDQUOT;
+        return result;
+    });
+    result = -1;
+    const Status finished = writer->finish();
+    system_calls.close = close;
+    ASSERT_FALSE(finished);
+    EXPECT_EQ(headline(finished.error()),
+              "writing the trace " + trace_path() + ": Disk quota exceeded");
 }
 
 // A controller whose every operation is traced, and the dump checked against IEEE 1149.1.

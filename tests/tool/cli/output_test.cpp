@@ -105,7 +105,9 @@ TEST(LostFileTest, OfAWaveformIsAnErrorThatNamesIt) {
                 HasSubstr("talvor: /dev/full: cannot be written: No space left on device"));
     const Outcome vcd = talvor({"trace", "--vcd", "/dev/full", "chain"});
     EXPECT_EQ(vcd.status, 2);
-    EXPECT_THAT(vcd.err, HasSubstr("talvor: /dev/full: is no regular file"));
+    EXPECT_THAT(vcd.err,
+                HasSubstr("talvor: simulator: writing the trace /dev/full: No space left on "
+                          "device\n"));
     const Outcome nowhere = talvor({"trace", "--vcd", "/nonexistent/a.vcd", "--json", "chain"});
     EXPECT_EQ(nowhere.status, 2);
     EXPECT_THAT(nlohmann::json::parse(nowhere.out).at("error").at("reason").get<std::string>(),

@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <string>
+#include <sys/mount.h>
 
 namespace talvor::cli {
 namespace {
@@ -76,6 +78,52 @@ TEST(TraceTest, WithoutRoomForTheWaveformSaysWhatToSet) {
         << outcome.err;
     EXPECT_TRUE(outcome.err.ends_with(": No such file or directory\n  next: set TMPDIR\n"))
         << outcome.err;
+}
+
+// A disk of `bytes` for as long as the object lives; none where mounts are not allowed.
+class SmallDisk {
+public:
+    explicit SmallDisk(size_t bytes)
+        : mounted_(mount("tmpfs", path().c_str(), "tmpfs", MS_NOSUID | MS_NODEV,
+                         ("size=" + std::to_string(bytes)).c_str()) == 0) {}
+    ~SmallDisk() {
+        if (mounted_) {
+            umount2(path().c_str(), MNT_DETACH);
+        }
+    }
+    SmallDisk(const SmallDisk&) = delete;
+    SmallDisk& operator=(const SmallDisk&) = delete;
+
+    [[nodiscard]] bool mounted() const { return mounted_; }
+    [[nodiscard]] const std::string& path() const { return folder_.path(); }
+
+private:
+    TemporaryFolder folder_ = TemporaryFolder::create().value();
+    bool mounted_;
+};
+
+std::string idling(unsigned clocks) {
+    return file_with("idle.svf", "STATE RESET;\nRUNTEST " + std::to_string(clocks) + " TCK;\n");
+}
+
+TEST(TraceTest, OnADiskThatGetsFullIsNoSuccess) {
+    const SmallDisk disk(65536);
+    if (!disk.mounted()) {
+        GTEST_SKIP() << "mounts are not allowed here";
+    }
+    const std::string vcd = disk.path() + "/trace.vcd";
+    const Outcome outcome =
+        talvor({"trace", "--vcd", vcd, "--count", "8", "--text", "svf", idling(20000)});
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.err,
+              "talvor: simulator: writing the trace " + vcd +
+                  ": No space left on device\n  next: make room on that file system\n");
+    EXPECT_NE(outcome.out.find("TMS"), std::string::npos) << "what there is is drawn";
+    std::filesystem::remove(vcd);
+    const Outcome last =
+        talvor({"trace", "--vcd", vcd, "--last", "--count", "8", "svf", idling(20000)});
+    EXPECT_EQ(last.status, 2);
+    EXPECT_EQ(last.out.find("TMS"), std::string::npos) << "not the last, drawn as if they were";
 }
 
 TEST(TraceTest, ShowsTheHelpOfItsCommand) {
