@@ -81,6 +81,16 @@ Result<FileDescriptor> memory_file(const char* name, std::string_view text) {
     return file;
 }
 
+void add_waveform(std::vector<std::string>& arguments, const WaveformFile& vcd) {
+    arguments.insert(arguments.end(), {"--vcd", vcd.path});
+    if (vcd.bytes != WaveformFile::kDefaultBytes) {
+        arguments.insert(arguments.end(), {"--vcd-bytes", fmt::format("{}", vcd.bytes)});
+    }
+    if (vcd.keep_last) {
+        arguments.emplace_back("--vcd-last");
+    }
+}
+
 // Starts it: `words` takes what it says.
 Result<ChildProcess> spawn(const SimulatorOptions& options, const std::string& description,
                            int words) {
@@ -90,7 +100,7 @@ Result<ChildProcess> spawn(const SimulatorOptions& options, const std::string& d
                        "--ready-file", kReadyFile};
     child.own_group = true;
     if (options.vcd) {
-        child.arguments.insert(child.arguments.end(), {"--vcd", *options.vcd});
+        add_waveform(child.arguments, *options.vcd);
     }
     child.arguments.push_back(description);
     child.output = words;
@@ -121,7 +131,8 @@ Result<Simulator> Simulator::start(const SimulatorOptions& options) {
                                         ? fmt::format("/proc/self/fd/{}", built_in.get())
                                         : options.description;
     ChildProcess process = TRY(spawn(options, description, words.get()));
-    Simulator simulator(std::move(process), std::move(words), options.vcd);
+    Simulator simulator(std::move(process), std::move(words),
+                        options.vcd ? options.vcd->path : std::string());
     TRY(simulator.wait_until_ready(options));
     return simulator;
 }
@@ -150,7 +161,7 @@ Failure Simulator::early_end(const ChildEnd& end, const SimulatorOptions& option
     // What it says about a description, or about the waveform, names the file.
     const bool bad_file =
         (!options.description.empty() && said.find(options.description) != std::string::npos) ||
-        (options.vcd && said.find(*options.vcd) != std::string::npos);
+        (options.vcd && said.find(options.vcd->path) != std::string::npos);
     return bad_file ? file_error("simulator", said) : simulator_error(said);
 }
 
@@ -180,7 +191,7 @@ Failure Simulator::bad_end(const ChildEnd& end) const {
         return simulator_error(std::string(kProgram) + " " + end.text());
     }
     Complaint complaint = complaint_in(said);
-    if (vcd_ && complaint.reason.find(*vcd_) != std::string::npos) {
+    if (!vcd_.empty() && complaint.reason.find(vcd_) != std::string::npos) {
         return file_error("simulator", std::move(complaint.reason), std::move(complaint.next_step));
     }
     return simulator_error(std::move(complaint.reason), std::move(complaint.next_step));

@@ -5,15 +5,25 @@
 #include "common/file_descriptor.h"
 #include "common/result.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
 
 namespace talvor {
 
+// A waveform that the simulator writes, see its --vcd.
+struct WaveformFile {
+    static constexpr uint64_t kDefaultBytes = uint64_t{1} << 28;
+
+    std::string path;
+    uint64_t bytes = kDefaultBytes; // largest size; 0: no limit
+    bool keep_last = false;         // beyond it the beginning is lost, and not the end
+};
+
 struct SimulatorOptions {
-    std::string description;        // a description file; "" is the built-in chain of five
-    std::optional<std::string> vcd; // where the waveform goes
+    std::string description;         // a description file; "" is the built-in chain of five
+    std::optional<WaveformFile> vcd; // where the waveform goes
     std::optional<std::string>
         program; // talvor-podsim; else $TALVOR_PODSIM, beside this program, PATH
 };
@@ -38,8 +48,8 @@ public:
     [[nodiscard]] std::string last_words() const;
 
 private:
-    Simulator(ChildProcess process, FileDescriptor words, const std::optional<std::string>& vcd)
-        : process_(std::move(process)), words_(std::move(words)), vcd_(vcd) {}
+    Simulator(ChildProcess process, FileDescriptor words, std::string vcd)
+        : process_(std::move(process)), words_(std::move(words)), vcd_(std::move(vcd)) {}
 
     [[nodiscard]] Status wait_until_ready(const SimulatorOptions& options);
     // The error of a simulator that has ended before it was ready.
@@ -49,7 +59,7 @@ private:
 
     ChildProcess process_;
     FileDescriptor words_; // what it says
-    std::optional<std::string> vcd_;
+    std::string vcd_;      // where the waveform goes; "": there is none
 };
 
 } // namespace talvor

@@ -3,10 +3,27 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <string_view>
+#include <utility>
 
 namespace talvor::waveform {
 
 namespace {
+
+// Adds a sentence in lines of at most `width` characters, broken between words.
+void add_wrapped(std::vector<std::string>& lines, size_t width, std::string_view sentence) {
+    std::string line;
+    for (size_t at = 0; at < sentence.size();) {
+        const size_t end = std::min(sentence.find(' ', at), sentence.size());
+        const std::string_view word = sentence.substr(at, end - at);
+        if (!line.empty() && line.size() + 1 + word.size() > width) {
+            lines.push_back(std::exchange(line, {}));
+        }
+        line.append(line.empty() ? "" : " ").append(word);
+        at = end + 1;
+    }
+    lines.push_back(line);
+}
 
 bool pause_before(const Waveform& waveform, size_t sample) {
     if (sample < 2) {
@@ -127,6 +144,23 @@ std::vector<std::string> legend(const ShortNames& used, size_t gap, size_t width
         } else {
             lines.back() += std::string(gap, ' ') + entry;
         }
+    }
+    return lines;
+}
+
+std::vector<std::string> limit_notes(const Waveform& waveform, size_t width) {
+    std::vector<std::string> lines;
+    if (waveform.missing_tcks > 0 && waveform.first_tck == waveform.missing_tcks) {
+        add_wrapped(lines, width,
+                    fmt::format("The trace begins with TCK {}: it had reached its limit, and lost "
+                                "those before.",
+                                waveform.missing_tcks));
+    }
+    if (waveform.ends_early &&
+        waveform.first_tck + waveform.samples.size() == waveform.total_tcks) {
+        add_wrapped(lines, width,
+                    fmt::format("The trace ends before TCK {}: it had reached its limit.",
+                                waveform.total_tcks));
     }
     return lines;
 }

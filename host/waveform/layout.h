@@ -64,6 +64,10 @@ using ShortNames = std::array<bool, kTapStates>;
 // characters.
 [[nodiscard]] std::vector<std::string> legend(const ShortNames& used, size_t gap, size_t width);
 
+// Where the waveform begins or ends because the trace had reached its limit, in lines of at most
+// `width` characters; none when it does not.
+[[nodiscard]] std::vector<std::string> limit_notes(const Waveform& waveform, size_t width);
+
 // `digits`, or their start and end around `gap` when they take more than `width` characters.
 [[nodiscard]] std::string shortened(const std::string& digits, size_t width,
                                     std::string_view gap = "..");

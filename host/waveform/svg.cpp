@@ -433,10 +433,13 @@ private:
         }
     }
 
-    // What the short names stand for, in lines of `width`; answers where they end.
+    // Limits, and what the short names stand for, in lines of `width`; answers where they end.
     double draw_legend(double y, double width) {
-        for (const std::string& line :
-             legend(short_names_, 3, static_cast<size_t>(width / kStateText))) {
+        const auto characters = static_cast<size_t>(width / kStateText);
+        std::vector<std::string> lines = limit_notes(waveform_, characters);
+        const std::vector<std::string> names = legend(short_names_, 3, characters);
+        lines.insert(lines.end(), names.begin(), names.end());
+        for (const std::string& line : lines) {
             put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"10\" fill=\"#64748b\" "
                 "xml:space=\"preserve\">{}</text>\n",
                 kMargin, y, line);

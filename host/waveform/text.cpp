@@ -229,6 +229,9 @@ private:
     }
 
     void write_legend() {
+        for (const std::string& line : limit_notes(waveform_, width_)) {
+            ink_line(Ink::Plain, line);
+        }
         for (const std::string& line : legend(short_names_, 2, width_)) {
             ink_line(Ink::Dim, line);
         }

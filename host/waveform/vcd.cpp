@@ -20,6 +20,8 @@ namespace {
 constexpr size_t kBufferBytes = size_t{1} << 16;
 constexpr size_t kMaxWord = 4096;
 constexpr size_t kMaxSectionWords = 64;
+constexpr size_t kCommentWords = 16; // that are looked at
+constexpr uint64_t kMostMissing = UINT64_MAX / 2;
 constexpr size_t kShownWord = 40; // characters of a word in a message
 
 // Words between blanks, with the line each stands on.
@@ -95,7 +97,8 @@ public:
         TRY(read_changes());
         apply_moment();
         waveform_.total_tcks = tcks_;
-        waveform_.first_tck = std::min(window_.first_tck, tcks_);
+        waveform_.first_tck =
+            std::clamp(window_.first_tck, waveform_.missing_tcks, waveform_.total_tcks);
         return std::move(waveform_);
     }
 
@@ -144,6 +147,7 @@ private:
             }
             TRY(keyword == "$var"         ? read_variable()
                 : keyword == "$timescale" ? read_timescale()
+                : keyword == "$comment"   ? read_comment()
                                           : skip_section());
         }
     }
@@ -243,7 +247,7 @@ private:
     Status read_keyword(std::string_view word) {
         // The sections of values are read as any other values.
         if (word == "$comment") {
-            return skip_section();
+            return read_comment();
         }
         for (const std::string_view known :
              {"$dumpvars", "$dumpall", "$dumpon", "$dumpoff", "$end"}) {
@@ -252,6 +256,55 @@ private:
             }
         }
         return bad(fmt::format("'{}' has no place among values", word.substr(0, kShownWord)));
+    }
+
+    // "The trace begins here: 1000 test clocks, 30 shifting, are not kept." and "The trace ends
+    // here: 5000 bytes." mean something; anything else may stand in a comment, too.
+    Status read_comment() {
+        std::vector<std::string> words;
+        for (std::string_view word = words_.next(); word != "$end"; word = words_.next()) {
+            if (word.empty()) {
+                return no_dump();
+            }
+            if (words.size() < kCommentWords) {
+                words.emplace_back(word);
+            }
+        }
+        const auto starts_with = [&words](std::array<std::string_view, 4> start) {
+            return words.size() > start.size() &&
+                   std::equal(start.begin(), start.end(), words.begin());
+        };
+        if (starts_with({"The", "trace", "begins", "here:"})) {
+            return begin_late(words);
+        }
+        waveform_.ends_early =
+            waveform_.ends_early || starts_with({"The", "trace", "ends", "here:"});
+        return {};
+    }
+
+    Status begin_late(const std::vector<std::string>& words) {
+        constexpr size_t kClocksAt = 4;
+        constexpr size_t kShiftingAt = 7;
+        uint64_t clocks = 0;
+        uint64_t shifting = 0;
+        if (words.size() <= kShiftingAt || !read_number(words[kClocksAt], clocks) ||
+            !read_number(words[kShiftingAt], shifting) || shifting > clocks ||
+            clocks > kMostMissing) {
+            return bad("a beginning that does not say how many test clocks are missing");
+        }
+        if (started_ || !changes_.empty() || tcks_ != 0) {
+            return bad("the trace begins a second time");
+        }
+        tcks_ = clocks;
+        waveform_.missing_tcks = clocks;
+        waveform_.first_shift_tck = shifting;
+        return {};
+    }
+
+    static bool read_number(std::string_view text, uint64_t& number) {
+        const char* const end = text.data() + text.size();
+        const auto [rest, error] = std::from_chars(text.data(), end, number);
+        return error == std::errc() && rest == end;
     }
 
     Status read_time(std::string_view digits) {

@@ -20,9 +20,10 @@ struct Window {
 // each, are needed; trstn, emu0, emu1, treset (one bit) and tap_state (four bits, in the order of
 // TapState) are used when they are there. Without tap_state the state is followed from TMS, from
 // Test-Logic-Reset on. x and z read as 1, as the lines are pulled up; x on tdo means that nobody
-// looked at it. `name` is what errors call
-// the file. Errors (ErrorKind::BadFile): no value change dump, a signal missing, a line that breaks
-// the format.
+// looked at it. The comments of a trace that has reached its limit are believed: TCKs that are
+// missing at the beginning count, and the state is tap_state's. `name` is what errors call the
+// file. Errors (ErrorKind::BadFile): no value change dump, a signal missing, a line that breaks the
+// format, a beginning that makes no sense.
 [[nodiscard]] Result<Waveform> read_vcd(std::istream& stream, const std::string& name,
                                         const Window& window = {});
 // The same for a file on disk.

@@ -50,8 +50,10 @@ struct ShiftPass {
 
 // A stretch of a trace.
 struct Waveform {
-    uint64_t first_tck = 0; // how many TCKs the trace has before samples[0]
-    uint64_t total_tcks = 0;
+    uint64_t first_tck = 0;    // how many TCKs the trace has before samples[0]
+    uint64_t total_tcks = 0;   // up to the end of the trace
+    uint64_t missing_tcks = 0; // of these the first, which the trace lost at its limit
+    bool ends_early = false;   // more followed, but the trace had reached its limit
     std::vector<Sample> samples;
     std::array<bool, kPinCount> pins_at_start{true, true, true, false};
     std::vector<PinChange> pin_changes; // in the order of time

@@ -140,6 +140,13 @@ Result<int> attend(const Options& options, Station& station, const sigset_t& sig
     return live(options, signals);
 }
 
+// The last part of a trace that a pod still writes cannot be put together.
+Failure unfinished_trace(const std::string& path) {
+    return pod_error("the trace " + path,
+                     "is lost: its pod was still at work when the simulator ended",
+                     "end the host first, or leave --vcd-last away");
+}
+
 Result<int> serve_until(const Options& options, const sigset_t& signals) {
     const description::Description description = TRY(read_description(options.description));
     const std::vector<control::Step> script = TRY(read_steps(options.script));
@@ -154,9 +161,12 @@ Result<int> serve_until(const Options& options, const sigset_t& signals) {
     const std::unique_ptr<Station> station =
         TRY(Station::open(description, script, options.station, log));
     const Result<int> attended = attend(options, *station, signals);
-    const int status = attended ? *attended : failed_with(attended.error());
+    int status = attended ? *attended : failed_with(attended.error());
     if (!station->stop()) {
         // A pod's thread still runs: its objects must not go away under it.
+        if (!options.station.vcd.empty() && options.station.vcd_limits.keep_last) {
+            status = failed_with(unfinished_trace(options.station.vcd).value());
+        }
         std::fflush(nullptr);
         _exit(status);
     }

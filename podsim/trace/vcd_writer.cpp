@@ -6,6 +6,7 @@
 #include <fmt/compile.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <fcntl.h>
@@ -22,6 +23,7 @@ constexpr std::array<std::string_view, 8> kNames{"tck",   "tms",  "tdi",  "tdo",
                                                  "trstn", "emu0", "emu1", "treset"};
 constexpr unsigned kStateBits = 4;
 constexpr size_t kPieceBytes = size_t{1} << 16;
+constexpr uint64_t kPieces = 32;     // at least, of a trace that loses its beginning
 constexpr unsigned kFileMode = 0666; // less the umask
 
 char level_of(bool high) {
@@ -36,10 +38,27 @@ Result<std::unique_ptr<VcdWriter>> VcdWriter::open(const std::string& path, std:
     if (!file.is_open()) {
         return system_failure("writing the trace " + path);
     }
-    std::unique_ptr<VcdWriter> writer(new VcdWriter(std::move(file), path, limits, log));
-    writer->header(scope);
+    std::unique_ptr<VcdWriter> writer(new VcdWriter(std::move(file), path, scope, limits, log));
+    if (limits.keep_last) {
+        writer->last_part_.emplace(TRY(LastPart::create(limits.bytes, limits.clocks)));
+        return writer;
+    }
+    writer->header(writer->now_);
     writer->flush();
     return writer;
+}
+
+// A part of a trace loses its beginning by pieces, which are therefore small beside it.
+VcdWriter::VcdWriter(FileDescriptor file, std::string path, std::string_view scope, Limits limits,
+                     Log& log)
+    : file_(std::move(file)), path_(std::move(path)), scope_(scope), limits_(limits), log_(log),
+      piece_bytes_(kPieceBytes), piece_clocks_(UINT64_MAX) {
+    if (limits.keep_last && limits.bytes > 0) {
+        piece_bytes_ = std::min<uint64_t>(limits.bytes / kPieces, kPieceBytes);
+    }
+    if (limits.keep_last && limits.clocks > 0) {
+        piece_clocks_ = std::max<uint64_t>(limits.clocks / kPieces, 1);
+    }
 }
 
 VcdWriter::~VcdWriter() {
@@ -50,19 +69,25 @@ VcdWriter::~VcdWriter() {
     }
 }
 
-void VcdWriter::header(std::string_view scope) {
+void VcdWriter::header(const Moment& beginning) {
     out_ += "$version talvor-podsim $end\n$timescale 1 ns $end\n";
-    out_ += fmt::format("$scope module {} $end\n", scope);
+    out_ += fmt::format("$scope module {} $end\n", scope_);
     for (size_t i = 0; i < kNames.size(); ++i) {
         out_ += fmt::format("$var wire 1 {} {} $end\n", kCodes[i], kNames[i]);
     }
     out_ += fmt::format("$var reg {} {} tap_state $end\n", kStateBits, kStateCode);
     out_ += fmt::format("$var string 1 {} tap_state_name $end\n", kNameCode);
-    out_ += "$upscope $end\n$enddefinitions $end\n#0\n$dumpvars\n";
-    for (size_t i = 0; i < kNames.size(); ++i) {
-        out_ += {levels_[i], kCodes[i], '\n'};
+    out_ += "$upscope $end\n$enddefinitions $end\n";
+    if (beginning.clocks > 0) {
+        out_ += fmt::format("$comment The trace begins here: {} test clocks, {} shifting, are not "
+                            "kept. $end\n",
+                            beginning.clocks, beginning.shift_clocks);
     }
-    put_state(state_);
+    out_ += fmt::format("#{}\n$dumpvars\n", beginning.time_ns);
+    for (size_t i = 0; i < kNames.size(); ++i) {
+        out_ += {beginning.levels[i], kCodes[i], '\n'};
+    }
+    put_state(beginning.state);
     out_ += "$end\n";
 }
 
@@ -83,22 +108,22 @@ void VcdWriter::advance(uint64_t time_ns) {
         advance(fall_ns_);
         set(Tck, '0');
     }
-    if (time_ns > time_ns_) {
-        time_ns_ = time_ns;
+    if (time_ns > now_.time_ns) {
+        now_.time_ns = time_ns;
         out_ += fmt::format(FMT_COMPILE("#{}\n"), time_ns);
     }
 }
 
 void VcdWriter::set(Signal signal, char level) {
-    if (levels_[signal] != level) {
-        levels_[signal] = level;
+    if (now_.levels[signal] != level) {
+        now_.levels[signal] = level;
         out_ += {level, kCodes[signal], '\n'};
     }
 }
 
 void VcdWriter::set_state(TapState state) {
-    if (state_ != state) {
-        state_ = state;
+    if (now_.state != state) {
+        now_.state = state;
         put_state(state);
     }
 }
@@ -115,17 +140,22 @@ void VcdWriter::edges(const EdgeRun& run) {
         set(Tdo, !is_shift(state) ? 'z' : run.tdo.empty() ? 'x' : level_of(run.tdo_at(i)));
         advance(start + run.period_ns / 2);
         set(Tck, '1');
+        ++now_.clocks;
+        now_.shift_clocks += is_shift(state) ? 1 : 0;
         state = next_state(state, tms);
         set_state(state);
         fall_ns_ = start + run.period_ns;
         fall_due_ = true;
-        ++clocks_;
-        if (limits_.clocks > 0 && clocks_ >= limits_.clocks) {
+        if (!last_part_ && limits_.clocks > 0 && now_.clocks >= limits_.clocks) {
             end(fmt::format("{} test clocks", limits_.clocks));
-        } else if (out_.size() >= kPieceBytes) {
+        } else if (piece_is_full()) {
             write_out();
         }
     }
+}
+
+bool VcdWriter::piece_is_full() const noexcept {
+    return out_.size() >= piece_bytes_ || now_.clocks - out_begin_.clocks >= piece_clocks_;
 }
 
 void VcdWriter::trst(uint64_t time_ns, bool level) {
@@ -160,21 +190,45 @@ void VcdWriter::end(const std::string& why) {
     log_.write(fmt::format("the trace {} ends: {}", path_, why));
 }
 
-// The bytes so far go to the file, as far as the limit allows: whole lines only.
-void VcdWriter::write_out() {
+// The trace ends because of the present errno.
+void VcdWriter::lose() {
+    lost_ = system_failure("writing the trace " + path_);
+    ended_ = true;
+    log_.write("warning: the trace ends, the pod goes on: " + headline(lost_.error()));
+}
+
+// What does not fit within the limit is dropped: whole lines only stay.
+void VcdWriter::cut_to_limit() {
     if (limits_.bytes > 0 && written_ + out_.size() > limits_.bytes && !ended_) {
         const uint64_t room = limits_.bytes > written_ ? limits_.bytes - written_ : 0;
         const size_t end_of_line = room == 0 ? std::string::npos : out_.rfind('\n', room - 1);
         out_.resize(end_of_line == std::string::npos ? 0 : end_of_line + 1);
         end(fmt::format("{} bytes", limits_.bytes));
     }
-    if (lost_ && !write_all(file_.get(), out_)) {
-        lost_ = system_failure("writing the trace " + path_);
-        ended_ = true;
-        log_.write("warning: the trace ends, the pod goes on: " + headline(lost_.error()));
+}
+
+// The bytes so far go where they belong.
+void VcdWriter::write_out() {
+    if (!last_part_) {
+        cut_to_limit();
+    }
+    if (lost_ && !out_.empty() &&
+        !(last_part_ ? last_part_->add(out_, out_begin_, now_) : write_all(file_.get(), out_))) {
+        lose();
     }
     written_ += out_.size();
     out_.clear();
+    out_begin_ = now_;
+}
+
+// Makes the file of what was kept.
+void VcdWriter::join_last_part() {
+    header(last_part_->beginning());
+    if (!write_all(file_.get(), out_) || !last_part_->copy_to(file_.get())) {
+        lose();
+    }
+    out_.clear();
+    last_part_.reset();
 }
 
 void VcdWriter::flush() {
@@ -187,6 +241,9 @@ Status VcdWriter::finish() {
     }
     flush();
     ended_ = true;
+    if (last_part_ && lost_) {
+        join_last_part();
+    }
     // Some file systems say only now that there is no room.
     const int fd = file_.release();
     if (fd >= 0 && system_calls.close(fd) != 0 && errno != EINTR && lost_) {

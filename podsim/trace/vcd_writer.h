@@ -5,18 +5,23 @@
 #include "common/result.h"
 #include "podsim/base/log.h"
 #include "podsim/model/edge_observer.h"
+#include "podsim/trace/last_part.h"
+#include "podsim/trace/moment.h"
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace talvor::podsim::trace {
 
-// Bounds of a trace; 0: none. A trace that reaches one ends there, with a comment.
+// Bounds of a trace; 0: none. A trace that reaches one ends there, with a comment; or it loses its
+// beginning, and then begins with a comment that says how many clocks are not in it.
 struct Limits {
     uint64_t bytes = uint64_t{1} << 28; // size of the file
     uint64_t clocks = 0;                // test clocks in it
+    bool keep_last = false;             // the file is written by finish()
 };
 
 // Signals: tck, tms, tdi, tdo, trstn, emu0, emu1, treset (1: asserted); tap_state, the number of
@@ -25,8 +30,8 @@ struct Limits {
 class VcdWriter : public EdgeObserver {
 public:
     // Makes the file `path`. `scope` is the name of the module in it. `log` is told when a limit is
-    // reached, or when the file cannot be written any more, which ends the trace and nothing else:
-    // finish() says so. It must outlive the writer.
+    // reached at which the trace ends, or when the file cannot be written any more, which ends the
+    // trace and nothing else: finish() says so. It must outlive the writer.
     [[nodiscard]] static Result<std::unique_ptr<VcdWriter>>
     open(const std::string& path, std::string_view scope, Limits limits, Log& log);
 
@@ -46,33 +51,38 @@ public:
     [[nodiscard]] Status finish();
 
 private:
-    enum Signal { Tck, Tms, Tdi, Tdo, Trstn, Emu0, Emu1, Treset, BitSignals };
+    VcdWriter(FileDescriptor file, std::string path, std::string_view scope, Limits limits,
+              Log& log);
 
-    VcdWriter(FileDescriptor file, std::string path, Limits limits, Log& log)
-        : file_(std::move(file)), path_(std::move(path)), limits_(limits), log_(log) {}
-
-    void header(std::string_view scope);
+    // The header of a trace that begins at a moment.
+    void header(const Moment& beginning);
+    [[nodiscard]] bool piece_is_full() const noexcept;
     void advance(uint64_t time_ns);
     void set(Signal signal, char level);
     void set_state(TapState state);
     void put_state(TapState state);
     void end(const std::string& why);
+    void lose();
+    void cut_to_limit();
     void write_out();
+    void join_last_part();
 
     FileDescriptor file_;
     std::string path_;
+    std::string scope_;
     Limits limits_;
     Log& log_;
+    std::optional<LastPart> last_part_; // with keep_last
+    size_t piece_bytes_;                // that are written in one go
+    uint64_t piece_clocks_;
     std::string out_;      // not in the file yet
+    Moment out_begin_;     // where it begins
     uint64_t written_ = 0; // bytes given to the file
-    uint64_t clocks_ = 0;
-    uint64_t time_ns_ = 0;
+    Moment now_;
     uint64_t fall_ns_ = 0; // when TCK, high now, falls
     bool fall_due_ = false;
     bool ended_ = false;
     Status lost_; // why the file takes no more
-    char levels_[BitSignals] = {'0', '1', '1', 'z', '1', '1', '1', '0'};
-    TapState state_ = TapState::TestLogicReset;
 };
 
 } // namespace talvor::podsim::trace

@@ -18,7 +18,7 @@ std::chrono::milliseconds milliseconds_of(double seconds) {
 
 } // namespace
 
-Status Context::start_simulator(const std::optional<std::string>& vcd) {
+Status Context::start_simulator(const std::optional<WaveformFile>& vcd) {
     if (!options.simulate || simulator_) {
         return {};
     }

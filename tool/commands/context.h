@@ -35,7 +35,7 @@ public:
     ShiftMarkHook on_shift; // is told what the session's Shift clocks are for; may be empty
 
     // Starts the simulator if --simulate was given and it is not running. `vcd`: with a waveform.
-    Status start_simulator(const std::optional<std::string>& vcd = std::nullopt);
+    Status start_simulator(const std::optional<WaveformFile>& vcd = std::nullopt);
     // Opens the session when it is first asked for.
     [[nodiscard]] Result<Session*> session();
     // What a session is opened with.

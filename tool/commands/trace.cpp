@@ -28,6 +28,7 @@ struct TraceOptions {
     uint64_t first = 0;
     uint64_t count = 200;
     bool last = false;
+    uint64_t vcd_bytes = WaveformFile::kDefaultBytes;
     std::vector<std::string> command;
 };
 
@@ -91,8 +92,9 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
     trace.passes = std::move(passes);
     if (!options.svg.empty()) {
         TRY(write_file(options.svg, waveform::to_svg(trace, {.title = options.title})));
-        out.line("{}: TCKs {} to {} of {}", options.svg, trace.first_tck,
-                 trace.first_tck + trace.samples.size(), trace.total_tcks);
+        out.line("{}: TCKs {} to {} of {}{}", options.svg, trace.first_tck,
+                 trace.first_tck + trace.samples.size(), trace.ends_early ? "more than " : "",
+                 trace.total_tcks);
     }
     // A document stays one, unless the drawing is asked for beside it.
     if (options.text || (options.svg.empty() && !out.json())) {
@@ -105,7 +107,8 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
 // Runs the inner command on a simulated pod that writes `vcd`, and draws that.
 Status run_and_draw(Context& context, const Action& action, const std::string& vcd,
                     const TraceOptions& options) {
-    TRY(context.start_simulator(vcd));
+    TRY(context.start_simulator(
+        WaveformFile{.path = vcd, .bytes = options.vcd_bytes, .keep_last = options.last}));
     Passes passes;
     context.on_shift = [&passes](const ShiftMark& mark) { add_pass(passes, mark); };
     const Status done = action(context);
@@ -155,6 +158,12 @@ void add_trace(Command& program) {
     command.option("--title", options->title, "Title of the picture");
     command.flag("--text", options->text, "Draw in the terminal, also beside --svg");
     command.option("--vcd", options->vcd, "Keep the whole waveform in this file").type_name("FILE");
+    command
+        .option("--vcd-bytes", options->vcd_bytes,
+                "Largest size of the waveform, 0: no limit; beyond it the clocks that follow are "
+                "lost, with --last those at the beginning")
+        .type_name("N")
+        .show_default();
     command.option("--first", options->first, "First TCK to draw").show_default();
     command.option("--count", options->count, "How many TCKs to draw").positive().show_default();
     command.flag("--last", options->last, "Draw the last TCKs instead of the first");

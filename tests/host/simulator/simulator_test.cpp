@@ -47,7 +47,7 @@ protected:
 TEST_F(SimulatorTest, IsToldItsArgumentsAndThatItEndsWithThisProgram) {
     SimulatorOptions wanted =
         options("trap 'exit 0' TERM; : > $ready; while :; do sleep 0.01; done");
-    wanted.vcd = "trace.vcd";
+    wanted.vcd = WaveformFile{.path = "trace.vcd"};
     auto simulator = Simulator::start(wanted);
     ASSERT_TRUE(simulator) << headline(simulator.error());
     EXPECT_EQ(arguments(), "--end-with " + std::to_string(getpid()) +
@@ -56,6 +56,17 @@ TEST_F(SimulatorTest, IsToldItsArgumentsAndThatItEndsWithThisProgram) {
     EXPECT_FALSE(std::filesystem::exists("/dev/shm/talvor_ready"));
     EXPECT_TRUE(simulator->stop());
     EXPECT_TRUE(simulator->stop());
+}
+
+TEST_F(SimulatorTest, IsToldTheBoundsOfTheWaveform) {
+    SimulatorOptions wanted =
+        options("trap 'exit 0' TERM; : > $ready; while :; do sleep 0.01; done");
+    wanted.vcd = WaveformFile{.path = "trace.vcd", .bytes = 5000, .keep_last = true};
+    const auto simulator = Simulator::start(wanted);
+    ASSERT_TRUE(simulator) << headline(simulator.error());
+    EXPECT_NE(arguments().find(" --vcd trace.vcd --vcd-bytes 5000 --vcd-last /some/"),
+              std::string::npos)
+        << arguments();
 }
 
 TEST_F(SimulatorTest, GetsTheBuiltInDescriptionAsAFileToRead) {
@@ -109,7 +120,7 @@ TEST_F(SimulatorTest, ABadEndIsToldByTheComplaintBehindTheLog) {
                               "while :; do sleep 0.01; done";
     for (const bool named : {true, false}) {
         SimulatorOptions wanted = options(lines);
-        wanted.vcd = named ? "t.vcd" : "other.vcd";
+        wanted.vcd = WaveformFile{.path = named ? "t.vcd" : "other.vcd"};
         auto simulator = Simulator::start(wanted);
         ASSERT_TRUE(simulator) << headline(simulator.error());
         const Status ended = simulator->stop();

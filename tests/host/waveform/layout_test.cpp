@@ -110,5 +110,28 @@ TEST(LayoutTest, EveryPassOfAShiftHasItsEnds) {
     EXPECT_TRUE(std::ranges::find(drawn, 48U) != drawn.end());
 }
 
+TEST(LimitNotesTest, SayWhatTheTraceLost) {
+    Waveform wave;
+    wave.samples.resize(10);
+    wave.first_tck = 90;
+    wave.total_tcks = 100;
+    EXPECT_TRUE(limit_notes(wave, 100).empty());
+    wave.missing_tcks = 90;
+    wave.ends_early = true;
+    EXPECT_EQ(limit_notes(wave, 100),
+              (std::vector<std::string>{
+                  "The trace begins with TCK 90: it had reached its limit, and lost those before.",
+                  "The trace ends before TCK 100: it had reached its limit."}));
+    EXPECT_EQ(
+        limit_notes(wave, 24),
+        (std::vector<std::string>{"The trace begins with", "TCK 90: it had reached",
+                                  "its limit, and lost", "those before.", "The trace ends before",
+                                  "TCK 100: it had reached", "its limit."}));
+    // A part from the middle has nothing to do with either.
+    wave.first_tck = 91;
+    wave.samples.resize(8);
+    EXPECT_TRUE(limit_notes(wave, 100).empty());
+}
+
 } // namespace
 } // namespace talvor::waveform

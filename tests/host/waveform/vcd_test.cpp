@@ -164,5 +164,59 @@ TEST(VcdTest, AMissingFileIsNamed) {
               "/nonexistent/t.vcd: cannot open it: No such file or directory");
 }
 
+constexpr const char* kLate =
+    "$comment The trace begins here: 1000 test clocks, 30 shifting, are not kept. $end\n";
+
+TEST(VcdTest, ATraceThatLostItsBeginningCountsOn) {
+    const std::string text =
+        kHeader + kLate + "#0\n1!\n#5\n0!\n#6\n1!\n#7\n0!\n#8\n1!\n#9\n0!\n#10\n1!\n";
+    const Result<Waveform> whole = read(text);
+    ASSERT_TRUE(whole) << headline(whole.error());
+    EXPECT_EQ(whole->total_tcks, 1003U);
+    EXPECT_EQ(whole->missing_tcks, 1000U);
+    EXPECT_EQ(whole->first_tck, 1000U);
+    EXPECT_EQ(whole->first_shift_tck, 30U);
+    EXPECT_EQ(whole->samples.size(), 3U);
+    EXPECT_FALSE(whole->ends_early);
+    const Result<Waveform> last = read(text, {1001, 5});
+    ASSERT_TRUE(last);
+    EXPECT_EQ(last->first_tck, 1001U);
+    EXPECT_EQ(last->samples.size(), 2U);
+    EXPECT_EQ(last->samples[0].time_ps, 8000U);
+    const Result<Waveform> lost = read(text, {0, 1000});
+    ASSERT_TRUE(lost);
+    EXPECT_EQ(lost->first_tck, 1000U);
+    EXPECT_TRUE(lost->samples.empty());
+}
+
+TEST(VcdTest, ATraceThatLostItsEndSaysSo) {
+    const std::string text = kHeader + "#0\n0!\n#5\n1!\n";
+    const Result<Waveform> cut = read(text + "$comment The trace ends here: 5000 bytes. $end\n");
+    ASSERT_TRUE(cut) << headline(cut.error());
+    EXPECT_TRUE(cut->ends_early);
+    EXPECT_EQ(cut->total_tcks, 1U);
+    for (const char* other : {"$comment The trace ends here: $end", "$comment $end",
+                              "$comment The trace is here: 5000 bytes. $end"}) {
+        const Result<Waveform> whole = read(text + other);
+        ASSERT_TRUE(whole) << other;
+        EXPECT_FALSE(whole->ends_early) << other;
+    }
+}
+
+TEST(VcdTest, ABeginningThatMakesNoSenseIsRefused) {
+    const std::string start = "$comment The trace begins here: ";
+    for (const char* numbers :
+         {"x test clocks, 3 shifting,", "5 test clocks, x shifting,", "5 test clocks",
+          "5 test clocks, 6 shifting,", "9223372036854775808 test clocks, 3 shifting,",
+          "18446744073709551616 test clocks, 3 shifting,", "5x test clocks, 3 shifting,"}) {
+        EXPECT_EQ(message(kHeader + start + numbers + " are not kept. $end\n#0\n"),
+                  "t.vcd:7: a beginning that does not say how many test clocks are missing")
+            << numbers;
+    }
+    EXPECT_EQ(message(kHeader + "#0\n0!\n" + kLate), "t.vcd:9: the trace begins a second time");
+    EXPECT_EQ(message(kHeader + kLate + kLate), "t.vcd:8: the trace begins a second time");
+    EXPECT_EQ(message(kHeader + "$comment no end"), "t.vcd: this is no value change dump");
+}
+
 } // namespace
 } // namespace talvor::waveform

@@ -42,8 +42,8 @@ TEST(OptionsTest, HelpAndVersionGoToTheStandardOutput) {
     EXPECT_EQ(help.errors, "");
     for (const char* option :
          {"DESCRIPTION", "--script", "--control", "--strict", "--spin", "--vcd", "--vcd-bytes",
-          "--vcd-clocks", "--log", "--log-file", "--ready-file", "--ready-fd", "--end-with",
-          "--private", "ctl", "--version"}) {
+          "--vcd-clocks", "--vcd-last", "--log", "--log-file", "--ready-file", "--ready-fd",
+          "--end-with", "--private", "ctl", "--version"}) {
         EXPECT_THAT(help.output, HasSubstr(option));
     }
     const ProgramResult version = podsim({"--version"});

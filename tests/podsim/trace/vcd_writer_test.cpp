@@ -8,6 +8,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -228,6 +232,139 @@ TEST_F(VcdTest, ALimitOfBytesEndsTheTraceAtAWholeLine) {
     EXPECT_LE(text.size(), 5'000U + kClosing.size());
     EXPECT_GT(text.size(), 4'900U);
     parse(text);
+}
+
+// The clocks of a dump, and of those that it says it lacks.
+struct Clocks {
+    uint64_t kept = 0;
+    uint64_t missing = 0;
+    uint64_t missing_shifts = 0;
+    uint64_t last_ns = 0; // the last rise
+};
+
+Clocks clocks_of(const std::string& text) {
+    Clocks clocks;
+    constexpr std::string_view kBegins = "$comment The trace begins here: ";
+    if (const size_t at = text.find(kBegins); at != std::string::npos) {
+        EXPECT_EQ(std::sscanf(text.c_str() + at + kBegins.size(),
+                              "%lu test clocks, %lu shifting, are not kept. $end", &clocks.missing,
+                              &clocks.missing_shifts),
+                  2);
+    }
+    bool dumped = false; // the levels at the beginning are no edges
+    uint64_t begin = 0;
+    for (const Change& change : parse(text)) {
+        begin = dumped ? begin : change.time;
+        dumped = true;
+        if (change.signal == "tck" && change.value == "1" && change.time > begin) {
+            ++clocks.kept;
+            clocks.last_ns = change.time;
+        }
+    }
+    return clocks;
+}
+
+// Shift-DR: one clock of twenty ns after the other.
+EdgeRun shifting(uint64_t first, uint64_t count) {
+    return {.start_ns = first * 20, .period_ns = 20, .count = count, .from = TapState::ShiftDr};
+}
+
+TEST_F(VcdTest, TheLastPartIsTheWholeWhereItFits) {
+    std::array<std::string, 2> texts;
+    for (const bool keep_last : {false, true}) {
+        auto writer = open({.bytes = 200'000, .clocks = 0, .keep_last = keep_last});
+        writer->edges(shifting(0, 1'000));
+        writer->target_reset(20'005, true);
+        EXPECT_TRUE(writer->finish());
+        texts[keep_last ? 1 : 0] = read_file(trace_path());
+    }
+    EXPECT_EQ(texts[0], texts[1]);
+    EXPECT_EQ(logged(), "");
+}
+
+TEST_F(VcdTest, TheLastPartCountsWhatIsMissing) {
+    for (const uint64_t count : {1'000U, 1'001U, 10'007U}) {
+        auto writer = open({.bytes = 5'000, .clocks = 0, .keep_last = true});
+        EdgeRun idle{.start_ns = 0, .period_ns = 20, .count = 7, .from = TapState::RunTestIdle};
+        writer->edges(idle);
+        for (uint64_t done = 0; done < count; done += 100) {
+            writer->edges(shifting(7 + done, std::min<uint64_t>(100, count - done)));
+            writer->flush();
+        }
+        EXPECT_TRUE(writer->finish());
+        const std::string text = read_file(trace_path());
+        const Clocks clocks = clocks_of(text);
+        EXPECT_EQ(clocks.kept + clocks.missing, 7 + count);
+        EXPECT_EQ(clocks.missing_shifts, clocks.missing - 7);
+        EXPECT_EQ(clocks.last_ns, (7 + count) * 20 - 10);
+        EXPECT_GT(clocks.kept, 2'000U / 20) << "about half of the limit at least";
+        constexpr size_t kHeader = 500;
+        EXPECT_LE(text.size(), 5'000U + kHeader);
+        EXPECT_GE(text.size(), 2'200U);
+    }
+    EXPECT_EQ(logged(), "");
+}
+
+TEST_F(VcdTest, TheLastPartBeginsWithTheLevelsThatStandThere) {
+    auto writer = open({.bytes = 5'000, .clocks = 0, .keep_last = true});
+    writer->trst(1, false);
+    writer->emu(2, {.emu0 = false, .emu1 = true});
+    writer->edges(shifting(1, 10'000));
+    EXPECT_TRUE(writer->finish());
+    std::map<std::string, std::string> levels;
+    const std::vector<Change> changes = parse(read_file(trace_path()));
+    for (size_t i = 0; i < 10; ++i) {
+        EXPECT_EQ(changes[i].time, changes[0].time);
+        levels[changes[i].signal] = changes[i].value;
+    }
+    EXPECT_GT(changes[0].time, 20U * 5'000);
+    EXPECT_EQ(levels["trstn"], "0");
+    EXPECT_EQ(levels["emu0"], "0");
+    EXPECT_EQ(levels["emu1"], "1");
+    EXPECT_EQ(levels["tdo"], "x");
+    EXPECT_EQ(levels["tap_state_name"], "Shift-DR");
+}
+
+TEST_F(VcdTest, TheLastClocksAreBoundedToo) {
+    for (const uint64_t limit : {1U, 2U, 100U, 1'000U}) {
+        auto writer = open({.bytes = 0, .clocks = limit, .keep_last = true});
+        writer->edges(shifting(0, 30'000));
+        EXPECT_TRUE(writer->finish());
+        const Clocks clocks = clocks_of(read_file(trace_path()));
+        EXPECT_EQ(clocks.kept + clocks.missing, 30'000U);
+        EXPECT_LE(clocks.kept, std::max<uint64_t>(limit, 2));
+        EXPECT_GE(clocks.kept, limit * 2 / 5);
+    }
+}
+
+TEST_F(VcdTest, ALastPartThatCannotBeKeptOrJoinedIsLost) {
+    auto full = VcdWriter::open("/dev/full", "pod", {.keep_last = true}, log);
+    ASSERT_TRUE(full) << reason_of(full);
+    full.value()->edges(shifting(0, 10));
+    full.value()->flush();
+    EXPECT_EQ(logged(), "") << "nothing is written before the end";
+    const Status finished = full.value()->finish();
+    ASSERT_FALSE(finished);
+    EXPECT_EQ(headline(finished.error()), "writing the trace /dev/full: No space left on device");
+
+    auto writer = open({.keep_last = true});
+    const auto write = std::exchange(system_calls.write, [](int, const void*, size_t) {
+        errno = ENOSPC;
+        return ssize_t{-1};
+    });
+    writer->edges(shifting(0, 10));
+    writer->flush();
+    system_calls.write = write;
+    const Status kept = writer->finish();
+    ASSERT_FALSE(kept);
+    EXPECT_THAT(headline(kept.error()), EndsWith(": No space left on device"));
+
+    const std::string path = trace_path();
+    setenv("TMPDIR", "/nonexistent", 1);
+    const auto nowhere = VcdWriter::open(path, "pod", {.keep_last = true}, log);
+    unsetenv("TMPDIR");
+    ASSERT_FALSE(nowhere);
+    EXPECT_THAT(reason_of(nowhere), StartsWith("making the temporary file /nonexistent/talvor-"));
 }
 
 TEST_F(VcdTest, AFileThatCannotBeMadeIsNamed) {

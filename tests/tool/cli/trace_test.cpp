@@ -126,6 +126,42 @@ TEST(TraceTest, OnADiskThatGetsFullIsNoSuccess) {
     EXPECT_EQ(last.out.find("TMS"), std::string::npos) << "not the last, drawn as if they were";
 }
 
+TEST(TraceTest, TheLastClocksAreTheLastBeyondTheLimitToo) {
+    const std::string svf = idling(20000);
+    const std::vector<std::string> drawing{"--last", "--count", "12", "svf", svf};
+    std::vector<std::string> all{"trace"};
+    all.insert(all.end(), drawing.begin(), drawing.end());
+    const Outcome whole = talvor(all);
+    ASSERT_EQ(whole.status, 0) << whole.err;
+    const std::string vcd = file_with("last.vcd", "");
+    std::vector<std::string> few{"trace", "--vcd", vcd, "--vcd-bytes", "20000"};
+    few.insert(few.end(), drawing.begin(), drawing.end());
+    const Outcome small = talvor(few);
+    ASSERT_EQ(small.status, 0) << small.err;
+    EXPECT_EQ(small.out, whole.out);
+    EXPECT_NE(small.out.find("TCK 2"), std::string::npos) << small.out;
+    EXPECT_LT(std::filesystem::file_size(vcd), 20000U + 1000);
+    const auto seen = waveform::read_vcd_file(vcd);
+    ASSERT_TRUE(seen) << headline(seen.error());
+    EXPECT_GT(seen->missing_tcks, 15000U);
+    EXPECT_EQ(seen->samples.size(), seen->total_tcks - seen->missing_tcks);
+}
+
+TEST(TraceTest, SaysWhereTheTraceReachedItsLimit) {
+    const std::string svg = file_with("limit.svg", "");
+    const std::string svf = idling(20000);
+    const Outcome late = talvor({"trace", "--vcd-bytes", "20000", "--last", "--count", "19000",
+                                 "--text", "--svg", svg, "svf", svf});
+    EXPECT_EQ(late.status, 0) << late.err;
+    EXPECT_NE(late.out.find("The trace begins with TCK "), std::string::npos) << late.out;
+    EXPECT_NE(read_file(svg).find("The trace begins with TCK "), std::string::npos);
+    const Outcome early = talvor(
+        {"trace", "--vcd-bytes", "20000", "--count", "19000", "--text", "--svg", svg, "svf", svf});
+    EXPECT_EQ(early.status, 0) << early.err;
+    EXPECT_NE(early.out.find(" of more than "), std::string::npos) << early.out;
+    EXPECT_NE(early.out.find("The trace ends before TCK "), std::string::npos) << early.out;
+}
+
 TEST(TraceTest, ShowsTheHelpOfItsCommand) {
     const Outcome outcome = talvor({"trace", "chain", "--help"});
     EXPECT_EQ(outcome.status, 0);

@@ -131,7 +131,7 @@ Ending shift_through_target(const std::string& /*folder*/) {
 Ending simulate(const std::string& folder) {
     talvor::SimulatorOptions options;
     options.program = test_support::built_program("talvor-podsim");
-    options.vcd = folder + "/trace.vcd";
+    options.vcd = talvor::WaveformFile{.path = folder + "/trace.vcd"};
     auto simulator = talvor::Simulator::start(options);
     if (!simulator) {
         return failed(simulator.error());
