@@ -1,6 +1,7 @@
 #include "host/driver/pod.h"
 
 #include "common/file_descriptor.h"
+#include "host/driver/block_error.h"
 #include "host/driver/error_text.h"
 
 #include <fmt/format.h>
@@ -164,6 +165,9 @@ Failure Pod::connection_error(JTI_Error code) const {
 Failure Pod::creation_error(JTI_Error code) const {
     if (std::optional<Error> proxy = proxy_error(code)) {
         return Failure(*std::move(proxy));
+    }
+    if (code == eJTI_ERROR_SHARED_BLOCK) {
+        return block_error("opening the pod");
     }
     const CodeText* text = find_code(code);
     if (text == nullptr || text->kind != ErrorKind::BadFile) {

@@ -315,6 +315,20 @@ TEST(OtherHostsTest, BlocksOfDriversThatLeaveNoMarkAreNoticed) {
     EXPECT_EQ(talvor({"doctor"}).status, 0) << "what the doctor says helps";
 }
 
+TEST(OtherHostsTest, ABlockOfAWrongSizeIsNamed) {
+    const PodsimProcess simulator(five());
+    const std::filesystem::path block = block_of_a_lost_host();
+    std::filesystem::resize_file(block, 100);
+    expect_refusal(
+        talvor({"chain"}),
+        "talvor: opening the pod: a controller block has a wrong size: " + block.string() +
+            " has 100 bytes instead of 1048896 (-164 eJTI_ERROR_SHARED_BLOCK)\n"
+            "  next: remove " +
+            block.string() + "\n");
+    EXPECT_TRUE(std::filesystem::remove(block));
+    EXPECT_EQ(talvor({"chain"}).status, 0) << "what is said helps";
+}
+
 TEST(OtherHostsTest, ThatAreConnectedAreNamed) {
     const PodsimProcess simulator(five());
     Running other({"status", "--watch", "0.2"});
