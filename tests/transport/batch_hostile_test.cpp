@@ -1,9 +1,11 @@
+#include "support/failing_os.h"
 #include "transport/batch.h"
 #include "transport/batch_fixture.h"
 #include "transport/batch_run.h"
 #include "transport/port.h"
 #include "transport/proxy_channel.h"
 
+#include <cstdlib>
 #include <cstring>
 #include <vector>
 
@@ -71,6 +73,31 @@ INSTANTIATE_TEST_SUITE_P(
                     Counters{"ReadsLargest", 10, 1, 0, UINT32_MAX},
                     Counters{"ReadsWithoutRoomForStatus", 10, 1, 0, kBlockWords - 2}),
     [](const auto& instance) { return instance.param.name; });
+
+// The pointer is moved between a flush's look at the room and its first status read: while memory
+// is had for the reads.
+TEST_F(BatchTest, APointerThatLeavesTheBlockDuringAFlushIsNotFollowed) {
+    static lcl_shm* moved;
+    static uint32_t target;
+    moved = &block();
+    for (const uint32_t next : {kBlockWords, UINT32_MAX}) {
+        const test_support::RestoredOs restored;
+        target = next;
+        os_calls.malloc = [](size_t size) {
+            moved->tbcMblockPtr = target;
+            return std::malloc(size);
+        };
+        const std::vector<uint8_t> behind(reinterpret_cast<const uint8_t*>(&block().tbcIMblock),
+                                          reinterpret_cast<const uint8_t*>(&block() + 1));
+        batch_release(inform());
+        block().tbcMblockPtr = 10;
+        EXPECT_EQ(qel_PerformIo(inform()), -140) << next;
+        EXPECT_EQ(batch_take_failure(inform()), -140) << "it stays until it is taken";
+        EXPECT_EQ(block().tbcMblockPtr, next) << "not one word was queued";
+        EXPECT_EQ(std::memcmp(behind.data(), &block().tbcIMblock, behind.size()), 0);
+    }
+    channel_exchange(inform(), SHM_CMD_ATTACH);
+}
 
 TEST_F(BatchTest, AMarkerOutsideTheBlockIsNotWritten) {
     for (const uint32_t marker : {kBlockWords, UINT32_MAX}) {
