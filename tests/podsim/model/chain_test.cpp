@@ -6,6 +6,7 @@
 
 #include <random>
 #include <span>
+#include <string>
 #include <vector>
 
 namespace talvor::podsim {
@@ -333,6 +334,28 @@ TEST(ChainTest, LongRegisterHoldsEveryBit) {
     ASSERT_TRUE(chain.shift(sent, got, kBits, true));
     sent.back() &= low_mask(kBits % 64);
     EXPECT_EQ(got, sent);
+}
+
+// More instruction bits than any data path has: the ring must hold them all.
+TEST(ChainTest, LongInstructionPathHoldsEveryBit) {
+    constexpr size_t kDevices = 20;
+    ChainDescription description;
+    for (size_t i = 0; i < kDevices; ++i) {
+        description.devices.push_back(device("d" + std::to_string(i), kMaxInstructionBits));
+    }
+    Chain chain(description);
+    std::mt19937_64 random(11);
+    std::vector<uint64_t> sent(kDevices);
+    for (uint64_t& word : sent) {
+        word = random();
+    }
+    std::vector<uint64_t> got(kDevices);
+    go(chain, ShiftIr);
+    ASSERT_TRUE(chain.shift(sent, got, kDevices * kMaxInstructionBits, true));
+    go(chain, RunTestIdle);
+    for (size_t i = 0; i < kDevices; ++i) {
+        EXPECT_EQ(chain.device(kDevices - 1 - i).instruction(), sent[i]) << i;
+    }
 }
 
 } // namespace

@@ -112,6 +112,30 @@ TEST_F(TestBusTest, ClockOutputOffHidesClocksToo) {
     EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
 }
 
+// The controller shifts while the target, which missed the way there, stands in any other state:
+// connecting the outputs again finds the target where the clocks of that shift have led it.
+TEST_F(TestBusTest, KnowsWhereAShiftLeadsATargetThatIsElsewhere) {
+    for (size_t from = 0; from < kTapStates; ++from) {
+        for (const uint64_t count : {1U, 2U, 3U, 4U, 7U, 64U}) {
+            Chain chain(scratch_chain(64));
+            TestBus bus(chain);
+            const auto state = static_cast<TapState>(from);
+            ASSERT_TRUE(bus.move(shortest_path(bus.state(), state)));
+            bus.set_clock_output(false);
+            ASSERT_TRUE(bus.move(shortest_path(bus.state(), TapState::ShiftDr)));
+            bus.set_clock_output(true);
+            ASSERT_EQ(chain.state(), state);
+            const uint64_t tdi = 0;
+            uint64_t tdo = 0;
+            ASSERT_TRUE(bus.shift({&tdi, 1}, {&tdo, 1}, count, true));
+            EXPECT_EQ(bus.state(), TapState::Exit1Dr);
+            bus.set_connected(false);
+            bus.set_connected(true);
+            EXPECT_EQ(bus.state(), chain.state()) << name_of(state) << ", " << count << " bits";
+        }
+    }
+}
+
 TEST_F(TestBusTest, LostPowerOrClockReadsOnesAndEndsAllTheSame) {
     for (const bool power : {true, false}) {
         Faults faults;
