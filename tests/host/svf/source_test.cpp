@@ -3,7 +3,9 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
+#include <fcntl.h>
 #include <string>
 #include <thread>
 #include <unistd.h>
@@ -98,6 +100,29 @@ TEST(FileSourceTest, ADirectoryIsRefused) {
     const auto source = FileSource::open("/tmp");
     ASSERT_FALSE(source);
     EXPECT_EQ(headline(source.error()), "/tmp: cannot read it: Is a directory");
+}
+
+TEST(FileSourceTest, AReadThatFailsIsReported) {
+    const TempFile file("x");
+    const auto source =
+        FileSource::adopt(FileDescriptor(::open(file.path().c_str(), O_WRONLY)), "one way");
+    ASSERT_TRUE(source);
+    const auto chunk = (*source)->next_chunk();
+    ASSERT_FALSE(chunk);
+    EXPECT_EQ(headline(chunk.error()), "one way: cannot read it: Bad file descriptor");
+}
+
+// An earlier call's interrupt is none of this one's.
+TEST(FileSourceTest, ReadsOnceWhateverWasInterruptedBefore) {
+    const TempFile file("x");
+    const auto source = FileSource::open(file.path());
+    ASSERT_TRUE(source);
+    for (const size_t expected : {1U, 0U}) {
+        errno = EINTR;
+        const auto chunk = (*source)->next_chunk();
+        ASSERT_TRUE(chunk);
+        EXPECT_EQ(chunk->size(), expected);
+    }
 }
 
 TEST(FileSourceTest, APipeWithoutRoomToSpoolIsRefused) {
