@@ -196,7 +196,9 @@ Bits ExactScan::answer_from(size_t first, std::optional<size_t> length) const {
     const size_t from = held - *length; // of the client's bits
     const size_t to = end - *length;
     const size_t seen = std::clamp(back, from, to);
-    answer.append(out_.slice(echo + from, seen - from));
+    if (seen > from) {
+        answer.append(out_.slice(echo + from, seen - from));
+    }
     answer.append(data_.slice(seen, to - seen));
     return answer;
 }
