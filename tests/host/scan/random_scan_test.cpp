@@ -13,7 +13,7 @@
 namespace talvor {
 namespace {
 
-constexpr uint64_t kCases = 100'000;
+constexpr uint64_t kCases = 30'000;
 constexpr size_t kScansAChain = 12;
 
 uint64_t wanted_cases() {
