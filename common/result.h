@@ -40,8 +40,12 @@ struct Error {
 
 template <typename T>
 using Result = tl::expected<T, Error>;
-// Done, or an error.
-using Status = Result<void>;
+struct Done {
+    friend bool operator==(const Done&, const Done&) = default;
+};
+// Done, or an error: `return {};` says done. A value of no size instead of none: without any, each
+// Status that went well would clear the room of the error that it does not have.
+using Status = Result<Done>;
 // An error on its way up: what a function with any Result returns.
 using Failure = tl::unexpected<Error>;
 
@@ -71,8 +75,6 @@ template <typename T>
 T value_of(const Result<T>& result) {
     return *result;
 }
-inline void value_of(const Status& /*done*/) noexcept {}
-inline void value_of(Status&& /*done*/) noexcept {}
 
 } // namespace detail
 

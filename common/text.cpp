@@ -18,4 +18,27 @@ std::string revision_text(uint16_t revision) {
     return fmt::format("{:x}.{:x}", pod_revision_major(revision), pod_revision_minor(revision));
 }
 
+std::string xml_text(std::string_view text) {
+    std::string xml;
+    for (const char c : text) {
+        switch (c) {
+        case '&':
+            xml += "&amp;";
+            break;
+        case '<':
+            xml += "&lt;";
+            break;
+        case '>':
+            xml += "&gt;";
+            break;
+        case '"':
+            xml += "&quot;";
+            break;
+        default:
+            xml += (c >= '\0' && c < ' ' && c != '\n' && c != '\t') || c == '\x7F' ? '?' : c;
+        }
+    }
+    return xml;
+}
+
 } // namespace talvor

@@ -14,4 +14,7 @@ namespace talvor {
 // A pod's revision as its maker writes it, major and minor in hexadecimal: "2.10" for 0x0210.
 [[nodiscard]] std::string revision_text(uint16_t revision);
 
+// `text` as XML holds it: marks as entities, and what XML cannot hold as '?'.
+[[nodiscard]] std::string xml_text(std::string_view text);
+
 } // namespace talvor

@@ -205,7 +205,7 @@ Status PodPort::pulse_trst() {
     TRY(leave_scan());
     scan_->note_reset();
     line_->forget_state();
-    return reset(*pod_, {.trst = true}).map([](const auto&) {});
+    return reset(*pod_, {.trst = true}).map([](const auto&) { return Done{}; });
 }
 
 ClockSetting PodPort::setting_at_most(std::optional<double> hertz) const {

@@ -192,12 +192,12 @@ Failure Lexer::bad_hex(int c, uint64_t first_line, const std::string& what) cons
                                     static_cast<char>(c), what));
 }
 
-Quick Lexer::read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
-                      Bits& value) {
+Status Lexer::read_hex(std::string_view statement, std::string_view parameter, size_t length_bits,
+                       Bits& value) {
     // Most values stand in one piece, with as many digits as their length asks for.
     if (const char* const behind = read_whole_hex(at_, end_, length_bits, value)) {
         at_ = behind;
-        return success();
+        return {};
     }
     const auto what = [&] { return fmt::format("{} {}", statement, parameter); };
     const uint64_t first_line = line_;
@@ -222,10 +222,10 @@ Quick Lexer::read_hex(std::string_view statement, std::string_view parameter, si
                      fmt::format("the value of {} is wider than its {} bits", what(), length_bits));
     }
     hex_.finish(value);
-    return success();
+    return {};
 }
 
-Quick Lexer::skip_statement() {
+Status Lexer::skip_statement() {
     const uint64_t first_line = line_;
     while (true) {
         const int c = skip_blanks();
@@ -239,7 +239,7 @@ Quick Lexer::skip_statement() {
             ++at_;
         }
         if (c == ';') {
-            return success();
+            return {};
         }
     }
 }

@@ -3,7 +3,6 @@
 
 #include "common/result.h"
 #include "host/svf/hex.h"
-#include "host/svf/quick.h"
 #include "host/svf/source.h"
 
 #include <array>
@@ -44,11 +43,11 @@ public:
     // After an opening parenthesis: the value up to the closing one, which is taken too. `what`
     // names the value in messages. Errors: no digit, a character that is none, a value wider than
     // `length_bits`, the end of the file.
-    [[nodiscard]] Quick read_hex(std::string_view statement, std::string_view parameter,
-                                 size_t length_bits, Bits& value);
+    [[nodiscard]] Status read_hex(std::string_view statement, std::string_view parameter,
+                                  size_t length_bits, Bits& value);
 
     // Takes everything up to and with the next semicolon, whatever it is.
-    [[nodiscard]] Quick skip_statement();
+    [[nodiscard]] Status skip_statement();
 
     [[nodiscard]] uint64_t line() const noexcept { return line_; }
     [[nodiscard]] uint64_t bytes_taken() const noexcept {
@@ -85,7 +84,7 @@ private:
     uint64_t bytes_before_ = 0;
     uint64_t line_ = 1;
     bool at_start_ = true; // of the file
-    Quick source_status_;
+    Status source_status_;
     Failure failure_{Error{}};
     std::array<char, kMaxWord> word_{};
     HexReader hex_;

@@ -54,7 +54,7 @@ Failure Parser::unexpected(const Statement& statement, const Token& token,
     return error(statement, token.line, fmt::format("'{}' where {} belongs", token.text, wanted));
 }
 
-Quick Parser::advance(const Statement& statement, Token& token) {
+Status Parser::advance(const Statement& statement, Token& token) {
     token = lexer_.next();
     if (token.kind == Token::Kind::Failed) {
         return lexer_.failure();
@@ -63,13 +63,13 @@ Quick Parser::advance(const Statement& statement, Token& token) {
         return error(statement, statement.line, "the statement does not end with ';'",
                      "the file may be cut short");
     }
-    return success();
+    return {};
 }
 
-Quick Parser::expect_end(const Statement& statement) {
+Status Parser::expect_end(const Statement& statement) {
     Token token;
     TRY(advance(statement, token));
-    return token.kind == Token::Kind::Semicolon ? success() : unexpected(statement, token, "';'");
+    return token.kind == Token::Kind::Semicolon ? Status() : unexpected(statement, token, "';'");
 }
 
 Result<bool> Parser::next(Statement& statement) {
@@ -96,7 +96,7 @@ Result<bool> Parser::next(Statement& statement) {
     return true;
 }
 
-Quick Parser::parse_body(Statement& statement) {
+Status Parser::parse_body(Statement& statement) {
     switch (statement.kind) {
     case StatementKind::Sdr:
     case StatementKind::Sir:
@@ -123,7 +123,7 @@ Quick Parser::parse_body(Statement& statement) {
     return lexer_.skip_statement();
 }
 
-Quick Parser::parse_scan(Statement& statement) {
+Status Parser::parse_scan(Statement& statement) {
     forget(statement.scan);
     Token token;
     TRY(advance(statement, token));
@@ -141,7 +141,7 @@ Quick Parser::parse_scan(Statement& statement) {
     while (true) {
         TRY(advance(statement, token));
         if (token.kind == Token::Kind::Semicolon) {
-            return success();
+            return {};
         }
         const NamedParameter* parameter = parameter_of(token);
         if (parameter == nullptr) {
@@ -152,8 +152,8 @@ Quick Parser::parse_scan(Statement& statement) {
     }
 }
 
-Quick Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter,
-                                   std::string_view keyword) {
+Status Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter,
+                                    std::string_view keyword) {
     Token token;
     TRY(advance(statement, token));
     if (token.kind != Token::Kind::Open) {
@@ -167,7 +167,7 @@ Quick Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter
                            parameter.value);
 }
 
-Quick Parser::parse_state(Statement& statement) {
+Status Parser::parse_state(Statement& statement) {
     statement.path.clear();
     Token token;
     while (true) {
@@ -194,10 +194,10 @@ Quick Parser::parse_state(Statement& statement) {
                      fmt::format("{} is not stable: a path ends in {}",
                                  keyword(statement.path.back()), kFourStates));
     }
-    return success();
+    return {};
 }
 
-Quick Parser::parse_end_state(Statement& statement) {
+Status Parser::parse_end_state(Statement& statement) {
     Token token;
     TRY(advance(statement, token));
     const std::optional<StableState> state =
@@ -209,8 +209,8 @@ Quick Parser::parse_end_state(Statement& statement) {
     return expect_end(statement);
 }
 
-Quick Parser::parse_seconds(Statement& statement, const Token& number,
-                            std::optional<std::chrono::nanoseconds>& time) {
+Status Parser::parse_seconds(Statement& statement, const Token& number,
+                             std::optional<std::chrono::nanoseconds>& time) {
     const std::optional<double> seconds =
         is_number(number) ? to_real(number.text) : std::optional<double>();
     if (!seconds) {
@@ -221,11 +221,11 @@ Quick Parser::parse_seconds(Statement& statement, const Token& number,
         return error(statement, number.line,
                      fmt::format("{} seconds are no time to wait", number.text));
     }
-    return success();
+    return {};
 }
 
 // Up to and with the count or, when there is none, the shortest time; then the token behind it.
-Quick Parser::parse_run_test_start(Statement& statement, Token& token) {
+Status Parser::parse_run_test_start(Statement& statement, Token& token) {
     RunTestText& run = statement.run;
     TRY(advance(statement, token));
     if (token.is_word() && !is_number(token) && to_tap_state(token.text)) {
@@ -257,9 +257,9 @@ Quick Parser::parse_run_test_start(Statement& statement, Token& token) {
 }
 
 // A time behind a count, MAXIMUM and ENDSTATE; `token` is the first of them.
-Quick Parser::parse_run_test_rest(Statement& statement, Token& token) {
+Status Parser::parse_run_test_rest(Statement& statement, Token& token) {
     RunTestText& run = statement.run;
-    const auto time = [&](std::optional<std::chrono::nanoseconds>& value) -> Quick {
+    const auto time = [&](std::optional<std::chrono::nanoseconds>& value) -> Status {
         TRY(parse_seconds(statement, token, value));
         TRY(advance(statement, token));
         return token.is(word_key("SEC")) ? advance(statement, token)
@@ -284,23 +284,23 @@ Quick Parser::parse_run_test_rest(Statement& statement, Token& token) {
         }
         return advance(statement, token);
     }
-    return success();
+    return {};
 }
 
-Quick Parser::parse_run_test(Statement& statement) {
+Status Parser::parse_run_test(Statement& statement) {
     statement.run = {};
     Token token;
     TRY(parse_run_test_start(statement, token));
     TRY(parse_run_test_rest(statement, token));
-    return token.kind == Token::Kind::Semicolon ? success() : unexpected(statement, token, "';'");
+    return token.kind == Token::Kind::Semicolon ? Status() : unexpected(statement, token, "';'");
 }
 
-Quick Parser::parse_frequency(Statement& statement) {
+Status Parser::parse_frequency(Statement& statement) {
     statement.hertz.reset();
     Token token;
     TRY(advance(statement, token));
     if (token.kind == Token::Kind::Semicolon) {
-        return success();
+        return {};
     }
     statement.hertz = is_number(token) ? to_real(token.text) : std::optional<double>();
     if (!statement.hertz) {
@@ -316,7 +316,7 @@ Quick Parser::parse_frequency(Statement& statement) {
     return expect_end(statement);
 }
 
-Quick Parser::parse_trst(Statement& statement) {
+Status Parser::parse_trst(Statement& statement) {
     Token token;
     TRY(advance(statement, token));
     const std::optional<TrstMode> mode =

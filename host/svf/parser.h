@@ -4,7 +4,6 @@
 
 #include "common/result.h"
 #include "host/svf/lexer.h"
-#include "host/svf/quick.h"
 #include "host/svf/source.h"
 #include "host/svf/statement.h"
 
@@ -35,23 +34,23 @@ public:
     void on_chunk(std::function<bool()> hook) { lexer_.on_chunk(std::move(hook)); }
 
 private:
-    [[nodiscard]] Quick parse_scan(Statement& statement);
-    [[nodiscard]] Quick parse_scan_parameter(Statement& statement, HexParameter& parameter,
-                                             std::string_view keyword);
-    [[nodiscard]] Quick parse_state(Statement& statement);
-    [[nodiscard]] Quick parse_end_state(Statement& statement);
-    [[nodiscard]] Quick parse_run_test(Statement& statement);
-    [[nodiscard]] Quick parse_run_test_start(Statement& statement, Token& token);
-    [[nodiscard]] Quick parse_run_test_rest(Statement& statement, Token& token);
-    [[nodiscard]] Quick parse_seconds(Statement& statement, const Token& number,
-                                      std::optional<std::chrono::nanoseconds>& time);
-    [[nodiscard]] Quick parse_frequency(Statement& statement);
-    [[nodiscard]] Quick parse_trst(Statement& statement);
-    [[nodiscard]] Quick parse_body(Statement& statement);
+    [[nodiscard]] Status parse_scan(Statement& statement);
+    [[nodiscard]] Status parse_scan_parameter(Statement& statement, HexParameter& parameter,
+                                              std::string_view keyword);
+    [[nodiscard]] Status parse_state(Statement& statement);
+    [[nodiscard]] Status parse_end_state(Statement& statement);
+    [[nodiscard]] Status parse_run_test(Statement& statement);
+    [[nodiscard]] Status parse_run_test_start(Statement& statement, Token& token);
+    [[nodiscard]] Status parse_run_test_rest(Statement& statement, Token& token);
+    [[nodiscard]] Status parse_seconds(Statement& statement, const Token& number,
+                                       std::optional<std::chrono::nanoseconds>& time);
+    [[nodiscard]] Status parse_frequency(Statement& statement);
+    [[nodiscard]] Status parse_trst(Statement& statement);
+    [[nodiscard]] Status parse_body(Statement& statement);
 
     // To the next token of a statement: the end of the file is an error there.
-    [[nodiscard]] Quick advance(const Statement& statement, Token& token);
-    [[nodiscard]] Quick expect_end(const Statement& statement);
+    [[nodiscard]] Status advance(const Statement& statement, Token& token);
+    [[nodiscard]] Status expect_end(const Statement& statement);
     [[nodiscard]] Failure error(const Statement& statement, uint64_t line, std::string_view reason,
                                 std::string next_step = "") const;
     [[nodiscard]] Failure unexpected(const Statement& statement, const Token& token,

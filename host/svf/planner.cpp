@@ -90,11 +90,11 @@ Failure Planner::bad(const Statement& statement, std::string reason, std::string
     return at(statement, file_error("", std::move(reason), std::move(next_step)));
 }
 
-Quick Planner::allowed(const Statement& statement, const Status& answer) const {
-    return answer ? success() : at(statement, Failure(answer.error()));
+Status Planner::allowed(const Statement& statement, const Status& answer) const {
+    return answer ? Status() : at(statement, Failure(answer.error()));
 }
 
-Quick Planner::plan(Statement& statement, Step& step) {
+Status Planner::plan(Statement& statement, Step& step) {
     step.kind = Step::Kind::Nothing;
     step.statement = static_cast<play::StatementId>(statement.kind);
     step.line = statement.line;
@@ -111,10 +111,10 @@ Quick Planner::plan(Statement& statement, Step& step) {
         return plan_state(statement, step);
     case StatementKind::EndDr:
         end_dr_ = statement.end_state;
-        return success();
+        return {};
     case StatementKind::EndIr:
         end_ir_ = statement.end_state;
-        return success();
+        return {};
     case StatementKind::RunTest:
         return plan_run(statement, step);
     case StatementKind::Frequency:
@@ -129,7 +129,7 @@ Quick Planner::plan(Statement& statement, Step& step) {
                                        "write the file without parallel vectors"));
 }
 
-Quick Planner::remember(Statement& statement) {
+Status Planner::remember(Statement& statement) {
     ScanText& text = statement.scan;
     Remembered& memory = remembered_[index_of(statement.kind)];
     if (text.length_bits != memory.length_bits) {
@@ -155,7 +155,7 @@ Quick Planner::remember(Statement& statement) {
                                memory.length_bits),
                    "give TDI the first time and whenever the length changes");
     }
-    return success();
+    return {};
 }
 
 ScanPart Planner::part(StatementKind kind) const {
@@ -171,7 +171,7 @@ ScanPart Planner::part(StatementKind kind) const {
     return part;
 }
 
-Quick Planner::plan_scan(Statement& statement, Step& step) {
+Status Planner::plan_scan(Statement& statement, Step& step) {
     TRY(remember(statement));
     TRY(not_held(statement));
     const ScanFamily& family = statement.kind == StatementKind::Sdr ? kDrFamily : kIrFamily;
@@ -192,7 +192,7 @@ Quick Planner::plan_scan(Statement& statement, Step& step) {
 }
 
 // Without a header or trailer there is nothing to shift, and no reason to capture and update.
-Quick Planner::plan_no_scan(const Statement& statement, StableState end, Step& step) {
+Status Planner::plan_no_scan(const Statement& statement, StableState end, Step& step) {
     if (strict_) {
         return bad(statement, "there is no bit to shift");
     }
@@ -205,14 +205,14 @@ Quick Planner::plan_no_scan(const Statement& statement, StableState end, Step& s
     at_ = end;
     note(step, NoteKind::NoShift,
          fmt::format("a scan of no bits only goes to {}", keyword(tap_state(end))));
-    return success();
+    return {};
 }
 
 // The error that a scan meets while TRST is held low in truth; once, so that not every scan of the
 // file is listed.
-Quick Planner::not_held(const Statement& statement) {
+Status Planner::not_held(const Statement& statement) {
     if (held_line_ == 0) {
-        return success();
+        return {};
     }
     const uint64_t line = std::exchange(held_line_, 0);
     return at(statement,
@@ -222,7 +222,7 @@ Quick Planner::not_held(const Statement& statement) {
                   "write TRST OFF before the scan"));
 }
 
-Quick Planner::plan_state(const Statement& statement, Step& step) {
+Status Planner::plan_state(const Statement& statement, Step& step) {
     step.kind = Step::Kind::Path;
     step.legs.clear();
     if (statement.path.size() > 1) {
@@ -231,14 +231,14 @@ Quick Planner::plan_state(const Statement& statement, Step& step) {
     const StableState to = *stable_state(statement.path.front());
     step.legs.push_back({to == StableState::Reset ? Leg::Kind::Reset : Leg::Kind::Move, to, 0});
     at_ = to;
-    return success();
+    return {};
 }
 
 // As it is written, or else by a road that is the same to the target.
-Quick Planner::plan_any_path(const Statement& statement, Step& step) {
+Status Planner::plan_any_path(const Statement& statement, Step& step) {
     const StableState from = at_;
     at_ = *stable_state(statement.path.back());
-    const Quick exact = plan_path(statement, from, step);
+    const Status exact = plan_path(statement, from, step);
     if (exact || strict_ || exact.error().kind != ErrorKind::Refused) {
         return exact;
     }
@@ -251,10 +251,10 @@ Quick Planner::plan_any_path(const Statement& statement, Step& step) {
         step, NoteKind::Road,
         fmt::format("the pod goes from {} to {} by another road with the same captures and updates",
                     keyword(tap_state(from)), keyword(tap_state(at_))));
-    return success();
+    return {};
 }
 
-Quick Planner::plan_path(const Statement& statement, StableState from, Step& step) {
+Status Planner::plan_path(const Statement& statement, StableState from, Step& step) {
     TapState before = tap_state(from);
     for (const TapState state : statement.path) {
         if (!is_step(before, state)) {
@@ -278,7 +278,7 @@ Quick Planner::plan_path(const Statement& statement, StableState from, Step& ste
             TRY(allowed(statement, port_.can_run(leg.to, leg.clocks, ClockLine::Tck)));
         }
     }
-    return success();
+    return {};
 }
 
 Result<Leg> Planner::plan_leg(const Statement& statement, StableState from, StableState to,
@@ -301,7 +301,7 @@ Result<Leg> Planner::plan_leg(const Statement& statement, StableState from, Stab
                             "name only the state to reach, or a path the pod can take"));
 }
 
-Quick Planner::plan_run(const Statement& statement, Step& step) {
+Status Planner::plan_run(const Statement& statement, Step& step) {
     const RunTestText& text = statement.run;
     if (text.run_state) {
         run_state_ = *text.run_state;
@@ -317,9 +317,9 @@ Quick Planner::plan_run(const Statement& statement, Step& step) {
     return plan_clocks(statement, step);
 }
 
-Quick Planner::plan_clocks(const Statement& statement, Step& step) const {
+Status Planner::plan_clocks(const Statement& statement, Step& step) const {
     play::RunStep& run = step.run;
-    const Quick counted =
+    const Status counted =
         allowed(statement, port_.can_run(run.state, run.clocks, statement.run.clock));
     if (counted || strict_ || statement.run.clock != ClockLine::Tck ||
         run.state == StableState::Idle) {
@@ -336,26 +336,26 @@ Quick Planner::plan_clocks(const Statement& statement, Step& step) const {
                      name_of(run.state), time_text(*time), hertz / 1e6));
     run.min_time = std::max(run.min_time, *time);
     run.clocks = 0;
-    return success();
+    return {};
 }
 
-Quick Planner::plan_frequency(const Statement& statement, Step& step) {
+Status Planner::plan_frequency(const Statement& statement, Step& step) {
     TRY(allowed(statement, port_.can_set_max_frequency(statement.hertz)));
     if (statement.hertz != hertz_) {
         step.kind = Step::Kind::Frequency;
         step.hertz = statement.hertz;
         hertz_ = statement.hertz;
     }
-    return success();
+    return {};
 }
 
-Quick Planner::plan_trst(const Statement& statement, Step& step) {
+Status Planner::plan_trst(const Statement& statement, Step& step) {
     if (trst_absent_) {
         return bad(statement, "there is no TRST any more after TRST ABSENT");
     }
     if (statement.trst == TrstMode::Absent) {
         trst_absent_ = true;
-        return success();
+        return {};
     }
     if (statement.trst == TrstMode::On) {
         return plan_trst_on(statement, step);
@@ -367,29 +367,29 @@ Quick Planner::plan_trst(const Statement& statement, Step& step) {
 }
 
 // What cannot be held is pulsed, as long as nothing is scanned before it is released.
-Quick Planner::plan_trst_on(const Statement& statement, Step& step) {
+Status Planner::plan_trst_on(const Statement& statement, Step& step) {
     at_ = StableState::Reset;
-    const Quick held = allowed(statement, port_.can_set_trst(TrstLevel::Asserted));
+    const Status held = allowed(statement, port_.can_set_trst(TrstLevel::Asserted));
     if (held) {
         step.kind = Step::Kind::Trst;
         step.trst = TrstLevel::Asserted;
-        return success();
+        return {};
     }
     if (strict_ || !port_.can_pulse_trst()) {
         return held;
     }
     if (held_line_ != 0) {
-        return success();
+        return {};
     }
     held_line_ = statement.line;
     step.kind = Step::Kind::PulseTrst;
     note(step, NoteKind::Pulse, "TRST is pulsed, not held, until it is released");
-    return success();
+    return {};
 }
 
-Quick Planner::finish(Step& step) {
+Status Planner::finish(Step& step) {
     if (held_line_ == 0) {
-        return success();
+        return {};
     }
     Statement on;
     on.kind = StatementKind::Trst;

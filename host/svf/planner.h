@@ -6,7 +6,6 @@
 #include "common/result.h"
 #include "host/jtag/port.h"
 #include "host/play/step.h"
-#include "host/svf/quick.h"
 #include "host/svf/statement.h"
 
 #include <array>
@@ -37,10 +36,10 @@ public:
     // out of it; the step's pointers are good until the next call. Errors name file and line:
     // BadFile for what the format forbids, Refused for what the port cannot do. After an error the
     // next statement can be planned all the same.
-    [[nodiscard]] Quick plan(Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan(Statement& statement, play::Step& step);
     // To be called behind the last statement: an error, said of the line of `step`, when the file
     // leaves something that the port cannot do.
-    [[nodiscard]] Quick finish(play::Step& step);
+    [[nodiscard]] Status finish(play::Step& step);
 
     // Where the TAP stands after all steps so far.
     [[nodiscard]] StableState state() const noexcept { return at_; }
@@ -57,31 +56,32 @@ private:
         Bits mask;
     };
 
-    [[nodiscard]] Quick remember(Statement& statement);
+    [[nodiscard]] Status remember(Statement& statement);
     [[nodiscard]] play::ScanPart part(StatementKind kind) const;
-    [[nodiscard]] Quick plan_scan(Statement& statement, play::Step& step);
-    [[nodiscard]] Quick plan_state(const Statement& statement, play::Step& step);
-    [[nodiscard]] Quick plan_no_scan(const Statement& statement, StableState end, play::Step& step);
-    [[nodiscard]] Quick plan_any_path(const Statement& statement, play::Step& step);
-    [[nodiscard]] Quick plan_path(const Statement& statement, StableState from, play::Step& step);
+    [[nodiscard]] Status plan_scan(Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan_state(const Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan_no_scan(const Statement& statement, StableState end,
+                                      play::Step& step);
+    [[nodiscard]] Status plan_any_path(const Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan_path(const Statement& statement, StableState from, play::Step& step);
     [[nodiscard]] Result<play::Leg> plan_leg(const Statement& statement, StableState from,
                                              StableState to,
                                              const std::vector<TapState>& stretch) const;
-    [[nodiscard]] Quick plan_run(const Statement& statement, play::Step& step);
-    [[nodiscard]] Quick plan_frequency(const Statement& statement, play::Step& step);
-    [[nodiscard]] Quick plan_trst(const Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan_run(const Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan_frequency(const Statement& statement, play::Step& step);
+    [[nodiscard]] Status plan_trst(const Statement& statement, play::Step& step);
 
     // Clocks that the port cannot count become a time; an error when they cannot.
-    [[nodiscard]] Quick plan_clocks(const Statement& statement, play::Step& step) const;
-    [[nodiscard]] Quick plan_trst_on(const Statement& statement, play::Step& step);
-    [[nodiscard]] Quick not_held(const Statement& statement);
+    [[nodiscard]] Status plan_clocks(const Statement& statement, play::Step& step) const;
+    [[nodiscard]] Status plan_trst_on(const Statement& statement, play::Step& step);
+    [[nodiscard]] Status not_held(const Statement& statement);
 
     // An error, said of the statement.
     [[nodiscard]] Failure at(const Statement& statement, Failure failure) const;
     [[nodiscard]] Failure bad(const Statement& statement, std::string reason,
                               std::string next_step = "") const;
     // What the port answered, said of the statement.
-    [[nodiscard]] Quick allowed(const Statement& statement, const Status& answer) const;
+    [[nodiscard]] Status allowed(const Statement& statement, const Status& answer) const;
 
     const JtagPort& port_;
     std::string source_name_;

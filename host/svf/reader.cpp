@@ -22,7 +22,7 @@ Result<bool> Reader::next(play::Step& step) {
     const bool more = TRY(parser_->next(statement_));
     step.notes.clear();
     step.refusal.reset();
-    Quick status = more ? planner_->plan(statement_, step) : planner_->finish(step);
+    Status status = more ? planner_->plan(statement_, step) : planner_->finish(step);
     step.bytes = parser_->bytes_taken();
     if (!status) {
         step.kind = play::Step::Kind::Nothing;

@@ -63,29 +63,6 @@ constexpr std::string_view kTdiColor = "#1d4ed8";
 constexpr std::string_view kTdoColor = "#047857";
 constexpr std::string_view kPinColor = "#9f1239";
 
-std::string escaped(std::string_view text) {
-    std::string safe;
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            safe += "&amp;";
-            break;
-        case '<':
-            safe += "&lt;";
-            break;
-        case '>':
-            safe += "&gt;";
-            break;
-        case '"':
-            safe += "&quot;";
-            break;
-        default:
-            safe += c;
-        }
-    }
-    return safe;
-}
-
 class Drawing {
 public:
     Drawing(const Waveform& waveform, const SvgOptions& options)
@@ -137,7 +114,7 @@ private:
         if (!options_.title.empty()) {
             put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"15\" font-weight=\"600\" "
                 "fill=\"#0f172a\">{}</text>\n",
-                kMargin, kMargin + 14, escaped(options_.title));
+                kMargin, kMargin + 14, xml_text(options_.title));
         }
     }
 

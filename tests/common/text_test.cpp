@@ -19,5 +19,10 @@ TEST(RevisionTextTest, WritesMajorAndMinorInHexadecimal) {
     EXPECT_EQ(revision_text(0x0400), "4.0");
 }
 
+TEST(XmlTextTest, HoldsNothingThatXmlForbids) {
+    EXPECT_EQ(xml_text("<a b=\"c\" & d>"), "&lt;a b=&quot;c&quot; &amp; d&gt;");
+    EXPECT_EQ(xml_text(std::string("a\0b\x1B[\n\t>", 8)), "a?b?[\n\t&gt;");
+}
+
 } // namespace
 } // namespace talvor

@@ -1,5 +1,7 @@
 #include "tool/output/junit.h"
 
+#include "common/text.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -33,29 +35,6 @@ std::string body(const JunitCase& result) {
 }
 
 } // namespace
-
-std::string xml_text(std::string_view text) {
-    std::string xml;
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            xml += "&amp;";
-            break;
-        case '<':
-            xml += "&lt;";
-            break;
-        case '>':
-            xml += "&gt;";
-            break;
-        case '"':
-            xml += "&quot;";
-            break;
-        default:
-            xml += (c >= '\0' && c < ' ' && c != '\n' && c != '\t') || c == '\x7F' ? '?' : c;
-        }
-    }
-    return xml;
-}
 
 std::string Junit::text() const {
     double seconds = 0;

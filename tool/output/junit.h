@@ -37,7 +37,4 @@ private:
     std::vector<JunitCase> cases_;
 };
 
-// `text` as XML holds it: marks as entities, and what XML cannot hold as '?'.
-[[nodiscard]] std::string xml_text(std::string_view text);
-
 } // namespace talvor
