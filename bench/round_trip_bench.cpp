@@ -44,7 +44,7 @@ public:
         void* const memory =
             mmap(nullptr, sizeof(Bell), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
         if (memory == MAP_FAILED) {
-            give_up("mmap");
+            give_up("no memory for the handshake");
         }
         bell_ = static_cast<Bell*>(memory);
         sem_init(&bell_->start, 1, 0);
@@ -60,7 +60,7 @@ public:
             _exit(0);
         }
         if (child_ < 0) {
-            give_up("fork");
+            give_up("no process for the handshake");
         }
     }
     AnsweringProcess(const AnsweringProcess&) = delete;

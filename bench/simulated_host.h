@@ -1,22 +1,17 @@
 // A host of the benchmarks: a connected driver, and the simulated pod that it is connected to.
 #pragma once
 
-#include "common/child_process.h"
-#include "common/file_descriptor.h"
-#include "common/private_shm.h"
+#include "common/temporary.h"
+#include "host/board/configuration.h"
+#include "host/simulator/simulator.h"
 #include "jsc_export.h"
 
-#include <algorithm>
-#include <array>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
-#include <fcntl.h>
-#include <filesystem>
 #include <fstream>
 #include <string>
-#include <string_view>
-#include <unistd.h>
+#include <utility>
 #include <vector>
 
 namespace talvor::bench {
@@ -41,99 +36,40 @@ instruction = 8
 length = 524288
 )";
 
-[[noreturn]] inline void give_up(const char* what) {
-    std::perror(what);
+[[noreturn]] inline void give_up(const std::string& what) {
+    std::fprintf(stderr, "%s\n", what.c_str());
     std::exit(1);
 }
 
-// Starts the simulator beside this program, in a /dev/shm of both, and waits until it serves. It
-// ends with this program.
-inline void start_simulator() {
-    if (!enter_private_shm()) {
-        give_up("a private /dev/shm");
+// Starts the simulator in a /dev/shm of both. It ends with this program.
+inline Simulator start_simulator() {
+    const Result<TemporaryFile> file = TemporaryFile::create();
+    if (!file) {
+        give_up(headline(file.error()));
     }
-    const std::string program =
-        std::filesystem::read_symlink("/proc/self/exe").parent_path() / "talvor-podsim";
-    const std::string file = "/dev/shm/bench.toml"; // nobody else sees it
-    std::ofstream(file) << kDescription;
-    std::array<int, 2> ready{};
-    const FileDescriptor nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    if (pipe2(ready.data(), O_CLOEXEC) != 0 || fcntl(ready[1], F_SETFD, 0) != 0) {
-        give_up("pipe");
+    std::ofstream(file->path()) << kDescription;
+    SimulatorOptions options;
+    options.description = file->path();
+    Result<Simulator> simulator = Simulator::start(options);
+    if (!simulator) {
+        give_up(headline(simulator.error()));
     }
-    const auto simulator =
-        ChildProcess::spawn({.arguments = {program, "--ready-fd", std::to_string(ready[1]),
-                                           "--end-with", std::to_string(getpid()), file},
-                             .output = nowhere.get()});
-    close(ready[1]);
-    char byte = 0;
-    if (!simulator || read(ready[0], &byte, 1) != 1) {
-        give_up(program.c_str());
-    }
-    close(ready[0]);
+    return std::move(*simulator);
 }
 
 // Starts it before the first host. From the main thread: the private /dev/shm is that of the
 // threads to come.
 inline void ensure_simulator() {
-    static const bool started = (start_simulator(), true);
-    static_cast<void>(started);
+    static const Simulator simulator = start_simulator();
 }
 
-// A configuration with a few keys in it.
-struct Key {
-    std::string_view name;
-    const char* text;
-};
-inline std::array<Key, 4> g_keys{{{"VEXIL.ECOM_DRVR", "bench"},
-                                  {"KELM.POD_EMUVERSION", "2"},
-                                  {"KELM.POD_SN", "1"},
-                                  {"KELM.POD_AW_EN", "true"}}};
-
-inline JTI_Error invalid_id(CFG_Handle, uint32_t* id) {
-    *id = UINT32_MAX;
-    return 0;
-}
-inline JTI_Error global_id(CFG_Handle, uint32_t* id, bool* found) {
-    *id = 1;
-    *found = true;
-    return 0;
-}
-inline JTI_Error find_key(CFG_Handle, uint32_t, const char* name, JBD_Context* entry, bool* found) {
-    const auto key = std::find_if(g_keys.begin(), g_keys.end(),
-                                  [=](const Key& one) { return one.name == name; });
-    *found = key != g_keys.end();
-    *entry = const_cast<char*>(*found ? key->text : "");
-    return 0;
-}
-inline JTI_Error text_of(CFG_Handle, JBD_Context entry, uint32_t* length, const char** text) {
-    *text = static_cast<const char*>(entry);
-    *length = static_cast<uint32_t>(std::strlen(*text));
-    return 0;
-}
-inline JTI_Error truth_of(CFG_Handle, JBD_Context entry, bool* value) {
-    *value = std::strcmp(static_cast<const char*>(entry), "true") == 0;
-    return 0;
-}
-inline JTI_Error unsigned_of(CFG_Handle, JBD_Context entry, uint32_t* value) {
-    *value = static_cast<uint32_t>(std::strtoul(static_cast<const char*>(entry), nullptr, 0));
-    return 0;
-}
-inline JTI_Error signed_of(CFG_Handle, JBD_Context entry, int32_t* value) {
-    *value = static_cast<int32_t>(std::strtol(static_cast<const char*>(entry), nullptr, 0));
-    return 0;
-}
-
-inline CFG_Interface* configuration() {
-    static CFG_Interface table{};
-    table.GetContextIdInvalid = invalid_id;
-    table.GetContextIdGlobal = global_id;
-    table.GetContextHandle = find_key;
-    table.GetContextString = text_of;
-    table.GetContextBoolean = truth_of;
-    table.GetContextUnsign32 = unsigned_of;
-    table.GetContextSigned32 = signed_of;
-    return &table;
+inline KeyStore keys_of(const char* serial, bool waits_by_itself) {
+    KeyStore keys;
+    keys.set("VEXIL.ECOM_DRVR", "bench");
+    keys.set("KELM.POD_EMUVERSION", "2");
+    keys.set("KELM.POD_SN", serial);
+    keys.set("KELM.POD_AW_EN", waits_by_itself ? "true" : "false");
+    return keys;
 }
 
 inline void check(JTI_Error error, const char* what) {
@@ -149,13 +85,12 @@ inline constexpr const char* kLongChain = "2";
 // A connected scan controller.
 class Host {
 public:
-    Host(const char* serial, bool waits_by_itself) {
+    Host(const char* serial, bool waits_by_itself)
+        : configuration_(keys_of(serial, waits_by_itself)) {
         ensure_simulator();
-        g_keys[2].text = serial;
-        g_keys[3].text = waits_by_itself ? "true" : "false";
         check(JSC_CreateInterface(&table_), "JSC_CreateInterface");
-        JSC_Parameter parameter{true, JSC_RECIPE_LONG_INIT, eJTI_CLIENT_ANONYMOUS, configuration(),
-                                this};
+        JSC_Parameter parameter{true, JSC_RECIPE_LONG_INIT, eJTI_CLIENT_ANONYMOUS,
+                                configuration_.table(), configuration_.handle()};
         check(JSC_CreateHandle(&handle_, &parameter), "JSC_CreateHandle");
         bool first = false;
         check(table_->Connect(handle_, &first), "Connect");
@@ -185,6 +120,7 @@ public:
     }
 
 private:
+    Configuration configuration_;
     JSC_Interface* table_ = nullptr;
     JSC_Inform* handle_ = nullptr;
 };
