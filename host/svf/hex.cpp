@@ -77,7 +77,9 @@ const char* read_whole_hex(const char* from, const char* end, size_t length_bits
     if (digits == 0 || static_cast<size_t>(end - from) <= digits || from[digits] != ')') {
         return nullptr;
     }
-    value.resize(length_bits);
+    if (value.size() != length_bits) {
+        value.resize(length_bits);
+    }
     uint16_t* out = value.words().data();
     const char* at = from + digits;
     for (; at - from >= 16; out += 4) {

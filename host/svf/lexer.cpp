@@ -93,9 +93,11 @@ bool Lexer::skip_byte_order_mark() {
 // although it is taken already: nothing but an error can follow.
 int Lexer::skip_blanks() {
     while (true) {
-        for (; at_ != end_ && is_blank(static_cast<unsigned char>(*at_)); ++at_) {
-            line_ += *at_ == '\n' ? 1 : 0;
+        const char* at = at_;
+        for (; at != end_ && is_blank(static_cast<unsigned char>(*at)); ++at) {
+            line_ += *at == '\n' ? 1 : 0;
         }
+        at_ = at;
         const int c = peek();
         if (c == '!') {
             skip_comment();
@@ -124,53 +126,87 @@ Failure Lexer::bad_character(int c) const {
                  "check that this is an SVF file: a text, not a programmed image");
 }
 
-Token Lexer::failed(Failure failure) {
-    failure_ = std::move(failure);
-    return Token{Token::Kind::Failed, {}, line_, 0};
+void Lexer::take_mark(Token& token, Token::Kind kind, std::string_view text) {
+    ++at_;
+    token.kind = kind;
+    token.text = text;
 }
 
-Token Lexer::read_word(uint64_t line) {
-    size_t length = 0;
+void Lexer::fail(Token& token, Failure failure) {
+    failure_ = std::move(failure);
+    token = Token{Token::Kind::Failed, {}, line_, 0};
+}
+
+// A word that stands whole and in capitals in the chunk is not copied.
+void Lexer::read_word(Token& token) {
     uint64_t key = 0;
+    unsigned changed = 0;
+    for (const char* at = at_; at != end_; ++at) {
+        const char c = word_character(static_cast<unsigned char>(*at));
+        if (c == '\0') {
+            const auto length = static_cast<size_t>(at - at_);
+            if (changed != 0 || length > kMaxWord) {
+                break;
+            }
+            token.kind = Token::Kind::Word;
+            token.text = {at_, length};
+            token.key = key;
+            at_ = at;
+            return;
+        }
+        key = (key << 8) | static_cast<unsigned char>(c);
+        changed |= static_cast<unsigned char>(c ^ *at);
+    }
+    copy_word(token);
+}
+
+// Any word.
+void Lexer::copy_word(Token& token) {
+    size_t length = 0;
+    token.key = 0;
     do {
         for (; at_ != end_; ++at_) {
-            const char c = kWordCharacters[static_cast<unsigned char>(*at_)];
+            const char c = word_character(static_cast<unsigned char>(*at_));
             if (c == '\0') {
-                return Token{Token::Kind::Word, std::string_view(word_.data(), length), line, key};
+                token.kind = Token::Kind::Word;
+                token.text = {word_.data(), length};
+                return;
             }
             if (length == kMaxWord) {
-                return failed(
-                    error(line, fmt::format("a word longer than {} characters", kMaxWord)));
+                fail(token,
+                     error(token.line, fmt::format("a word longer than {} characters", kMaxWord)));
+                return;
             }
             word_[length++] = c;
-            key = (key << 8) | static_cast<unsigned char>(c);
+            token.key = (token.key << 8) | static_cast<unsigned char>(c);
         }
     } while (refill());
-    return Token{Token::Kind::Word, std::string_view(word_.data(), length), line, key};
+    token.kind = Token::Kind::Word;
+    token.text = {word_.data(), length};
 }
 
-Token Lexer::next() {
+void Lexer::next(Token& token) {
     if (at_start_ && !skip_byte_order_mark()) {
-        return failed(bad_character(0xEF));
+        fail(token, bad_character(0xEF));
+        return;
     }
     const int c = skip_blanks();
-    const uint64_t line = line_;
+    token.line = line_;
     switch (c) {
-    case kFailed:
-        return failed(Failure(source_status_.error()));
-    case kEnd:
-        return Token{Token::Kind::End, {}, line, 0};
     case '(':
-        ++at_;
-        return Token{Token::Kind::Open, "(", line, 0};
+        return take_mark(token, Token::Kind::Open, "(");
     case ')':
-        ++at_;
-        return Token{Token::Kind::Close, ")", line, 0};
+        return take_mark(token, Token::Kind::Close, ")");
     case ';':
-        ++at_;
-        return Token{Token::Kind::Semicolon, ";", line, 0};
+        return take_mark(token, Token::Kind::Semicolon, ";");
+    case kFailed:
+        return fail(token, Failure(source_status_.error()));
+    case kEnd:
+        token.kind = Token::Kind::End;
+        token.text = {};
+        return;
     default:
-        return is_word_character(c) ? read_word(line) : failed(bad_character(c));
+        return is_word_character(c) ? read_word(token) : fail(token, bad_character(c));
     }
 }
 

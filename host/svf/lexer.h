@@ -37,7 +37,7 @@ public:
 
     // The next token. Failed: failure() tells why (ErrorKind::BadFile): the file cannot be read, a
     // character that means nothing, a word longer than any that SVF knows.
-    Token next();
+    void next(Token& token);
     [[nodiscard]] const Failure& failure() const noexcept { return failure_; }
 
     // After an opening parenthesis: the value up to the closing one, which is taken too. `what`
@@ -45,6 +45,19 @@ public:
     // `length_bits`, the end of the file.
     [[nodiscard]] Status read_hex(std::string_view statement, std::string_view parameter,
                                   size_t length_bits, Bits& value);
+
+    // What is left of the chunk at hand.
+    [[nodiscard]] std::string_view rest_of_chunk() const noexcept { return {at_, end_}; }
+    // Takes `length` bytes of it, among them so many newlines.
+    void take(size_t length, uint64_t newlines) noexcept {
+        at_ += length;
+        line_ += newlines;
+    }
+    // What has been taken since bytes_taken() was `mark`; empty when a part of it is gone.
+    [[nodiscard]] std::string_view text_since(uint64_t mark) const noexcept {
+        return mark < bytes_before_ ? std::string_view()
+                                    : std::string_view{begin_ + (mark - bytes_before_), at_};
+    }
 
     // Takes everything up to and with the next semicolon, whatever it is.
     [[nodiscard]] Status skip_statement();
@@ -71,8 +84,10 @@ private:
     int skip_blanks();
     void skip_comment();
     [[nodiscard]] bool skip_byte_order_mark();
-    Token read_word(uint64_t line);
-    Token failed(Failure failure);
+    void read_word(Token& token);
+    void copy_word(Token& token);
+    void take_mark(Token& token, Token::Kind kind, std::string_view text);
+    void fail(Token& token, Failure failure);
     [[nodiscard]] Failure bad_character(int c) const;
     [[nodiscard]] Failure bad_hex(int c, uint64_t first_line, const std::string& what) const;
 

@@ -23,18 +23,13 @@ bool is_number(const Token& token) noexcept {
     return token.is_word() && looks_like_number(token.text);
 }
 
-struct NamedParameter {
-    std::string_view keyword;
-    HexParameter ScanText::*value;
-    uint64_t key = word_key(keyword);
-};
 constexpr std::array kParameters{
-    NamedParameter{"TDI", &ScanText::tdi}, NamedParameter{"TDO", &ScanText::tdo},
-    NamedParameter{"MASK", &ScanText::mask}, NamedParameter{"SMASK", &ScanText::smask}};
+    ScanParameter{"TDI", &ScanText::tdi}, ScanParameter{"TDO", &ScanText::tdo},
+    ScanParameter{"MASK", &ScanText::mask}, ScanParameter{"SMASK", &ScanText::smask}};
 
-const NamedParameter* parameter_of(const Token& token) noexcept {
-    for (const NamedParameter& parameter : kParameters) {
-        if (token.is(parameter.key)) {
+const ScanParameter* parameter_of(const Token& token) noexcept {
+    for (const ScanParameter& parameter : kParameters) {
+        if (token.is(word_key(parameter.keyword))) {
             return &parameter;
         }
     }
@@ -55,7 +50,7 @@ Failure Parser::unexpected(const Statement& statement, const Token& token,
 }
 
 Status Parser::advance(const Statement& statement, Token& token) {
-    token = lexer_.next();
+    lexer_.next(token);
     if (token.kind == Token::Kind::Failed) {
         return lexer_.failure();
     }
@@ -75,7 +70,7 @@ Status Parser::expect_end(const Statement& statement) {
 Result<bool> Parser::next(Statement& statement) {
     Token token;
     do {
-        token = lexer_.next();
+        lexer_.next(token);
         if (token.kind == Token::Kind::Failed) {
             return lexer_.failure();
         }
@@ -92,8 +87,48 @@ Result<bool> Parser::next(Statement& statement) {
     }
     statement.kind = *kind;
     statement.line = token.line;
-    TRY(parse_body(statement));
+    WrittenForms* const forms = forms_of(*kind);
+    if (forms == nullptr) {
+        TRY(parse_body(statement));
+        return true;
+    }
+    size_t length = 0;
+    if (const WrittenForm* form = forms->read(lexer_.rest_of_chunk(), statement, length)) {
+        lexer_.take(length, form->newlines());
+        return true;
+    }
+    TRY(parse_new_form(statement, *forms));
     return true;
+}
+
+WrittenForms* Parser::forms_of(StatementKind kind) noexcept {
+    switch (kind) {
+    case StatementKind::Sdr:
+        return &forms_[0];
+    case StatementKind::Sir:
+        return &forms_[1];
+    case StatementKind::RunTest:
+        return &forms_[2];
+    default:
+        return nullptr;
+    }
+}
+
+// A form is learnt as long as all of its text is in the chunk at hand.
+Status Parser::parse_new_form(Statement& statement, WrittenForms& forms) {
+    const uint64_t mark = lexer_.bytes_taken();
+    const uint64_t line = lexer_.line();
+    values_.clear();
+    TRY(parse_body(statement));
+    const std::string_view text = lexer_.text_since(mark);
+    if (!text.empty()) {
+        for (WrittenValue& value : values_) {
+            value.from -= mark;
+            value.to -= mark;
+        }
+        forms.learn(text, values_, statement, lexer_.line() - line);
+    }
+    return {};
 }
 
 Status Parser::parse_body(Statement& statement) {
@@ -143,28 +178,30 @@ Status Parser::parse_scan(Statement& statement) {
         if (token.kind == Token::Kind::Semicolon) {
             return {};
         }
-        const NamedParameter* parameter = parameter_of(token);
+        const ScanParameter* parameter = parameter_of(token);
         if (parameter == nullptr) {
             return unexpected(statement, token, "TDI, TDO, MASK, SMASK or ';'");
         }
-        TRY(parse_scan_parameter(statement, statement.scan.*(parameter->value),
-                                 parameter->keyword));
+        TRY(parse_scan_parameter(statement, *parameter));
     }
 }
 
-Status Parser::parse_scan_parameter(Statement& statement, HexParameter& parameter,
-                                    std::string_view keyword) {
+Status Parser::parse_scan_parameter(Statement& statement, const ScanParameter& named) {
+    HexParameter& parameter = statement.scan.*named.value;
     Token token;
     TRY(advance(statement, token));
     if (token.kind != Token::Kind::Open) {
-        return unexpected(statement, token, fmt::format("the '(' of {}", keyword));
+        return unexpected(statement, token, fmt::format("the '(' of {}", named.keyword));
     }
     if (parameter.given) {
-        return error(statement, token.line, fmt::format("{} stands twice", keyword));
+        return error(statement, token.line, fmt::format("{} stands twice", named.keyword));
     }
     parameter.given = true;
-    return lexer_.read_hex(name(statement.kind), keyword, statement.scan.length_bits,
-                           parameter.value);
+    const uint64_t from = lexer_.bytes_taken();
+    TRY(lexer_.read_hex(name(statement.kind), named.keyword, statement.scan.length_bits,
+                        parameter.value));
+    values_.push_back({from, lexer_.bytes_taken() - 1, named.value});
+    return {};
 }
 
 Status Parser::parse_state(Statement& statement) {

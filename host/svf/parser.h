@@ -6,8 +6,11 @@
 #include "host/svf/lexer.h"
 #include "host/svf/source.h"
 #include "host/svf/statement.h"
+#include "host/svf/written_form.h"
 
+#include <array>
 #include <cstdint>
+#include <vector>
 
 namespace talvor::svf {
 
@@ -35,8 +38,7 @@ public:
 
 private:
     [[nodiscard]] Status parse_scan(Statement& statement);
-    [[nodiscard]] Status parse_scan_parameter(Statement& statement, HexParameter& parameter,
-                                              std::string_view keyword);
+    [[nodiscard]] Status parse_scan_parameter(Statement& statement, const ScanParameter& named);
     [[nodiscard]] Status parse_state(Statement& statement);
     [[nodiscard]] Status parse_end_state(Statement& statement);
     [[nodiscard]] Status parse_run_test(Statement& statement);
@@ -47,6 +49,10 @@ private:
     [[nodiscard]] Status parse_frequency(Statement& statement);
     [[nodiscard]] Status parse_trst(Statement& statement);
     [[nodiscard]] Status parse_body(Statement& statement);
+    [[nodiscard]] Status parse_new_form(Statement& statement, WrittenForms& forms);
+
+    // Where forms of such statements are kept; null for kinds of which no file has many.
+    [[nodiscard]] WrittenForms* forms_of(StatementKind kind) noexcept;
 
     // To the next token of a statement: the end of the file is an error there.
     [[nodiscard]] Status advance(const Statement& statement, Token& token);
@@ -58,6 +64,8 @@ private:
 
     Lexer lexer_;
     ParserLimits limits_;
+    std::array<WrittenForms, 3> forms_;
+    std::vector<WrittenValue> values_; // of the statement at hand, from the start of the file
 };
 
 } // namespace talvor::svf

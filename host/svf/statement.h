@@ -55,6 +55,12 @@ struct ScanText {
     HexParameter smask;
 };
 
+// One of the values of a scan statement.
+struct ScanParameter {
+    std::string_view keyword;
+    HexParameter ScanText::*value;
+};
+
 struct RunTestText {
     std::optional<StableState> run_state;
     std::optional<uint64_t> count;
