@@ -9,6 +9,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace talvor {
@@ -88,6 +89,10 @@ public:
     Bits& operator^=(const Bits& other) noexcept;
 
     friend bool operator==(const Bits&, const Bits&) = default;
+    friend void swap(Bits& one, Bits& other) noexcept {
+        std::swap(one.size_, other.size_);
+        one.words_.swap(other.words_);
+    }
 
 private:
     size_t size_ = 0;

@@ -119,10 +119,11 @@ unsigned Plan::part_flags(const ScanPart& part, Held& held) const {
         held = {part.statement, part.length_bits, nullptr, nullptr, nullptr};
         flags = kNewShape;
     }
-    const size_t words = part.words();
-    if (words != 0) {
-        flags |= same(held.tdi, part.tdi, words) ? 0 : kNewTdi;
+    if (part.length_bits == 0) {
+        return flags;
     }
+    const size_t words = part.words();
+    flags |= same(held.tdi, part.tdi, words) ? 0 : kNewTdi;
     if (part.compares()) {
         flags |= kTdo | (same(held.tdo, part.tdo, words) ? 0 : kNewTdo);
     }

@@ -4,6 +4,7 @@
 #include <array>
 #include <bit>
 #include <cstring>
+#include <emmintrin.h>
 
 namespace talvor::svf {
 
@@ -58,6 +59,30 @@ uint64_t load_eight(const char* from) {
 static_assert(are_digits(0x6665646362613938U) && eight_digits(0x6665646362613938U) == 0x89ABCDEFU);
 static_assert(!are_digits(0x3030303030303A30U) && !are_digits(0x3030303030301030U));
 
+// Whether sixteen characters are digits; then `value` is the number that they write.
+bool sixteen_digits(const char* from, uint64_t& value) {
+    const auto each = [](char byte) { return _mm_set1_epi8(byte); };
+    const auto at_most = [each](__m128i bytes, char most) {
+        return _mm_cmpeq_epi8(_mm_min_epu8(bytes, each(most)), bytes);
+    };
+    const __m128i text = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    const __m128i decimal = _mm_sub_epi8(text, each('0'));
+    const __m128i letter = _mm_sub_epi8(_mm_or_si128(text, each(0x20)), each('a'));
+    const __m128i is_decimal = at_most(decimal, 9);
+    const __m128i is_letter = at_most(letter, 5);
+    if (_mm_movemask_epi8(_mm_or_si128(is_decimal, is_letter)) != 0xFFFF) {
+        return false;
+    }
+    const __m128i digits = _mm_or_si128(_mm_and_si128(is_decimal, decimal),
+                                        _mm_and_si128(is_letter, _mm_add_epi8(letter, each(10))));
+    // Two digits make a byte; the first of them is the upper one and stands in the lower byte.
+    const __m128i bytes = _mm_and_si128(
+        _mm_or_si128(_mm_slli_epi16(digits, 4), _mm_srli_epi16(digits, 8)), _mm_set1_epi16(0xFF));
+    const auto packed = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(bytes, bytes)));
+    value = __builtin_bswap64(packed);
+    return true;
+}
+
 // The digits of [from, from + count), at most fifteen of them; `bad` becomes true when one is none.
 uint64_t few_digits(const char* from, size_t count, bool& bad) {
     uint64_t number = 0;
@@ -84,12 +109,10 @@ const char* read_whole_hex(const char* from, const char* end, size_t length_bits
     const char* at = from + digits;
     for (; at - from >= 16; out += 4) {
         at -= 16;
-        const uint64_t high = load_eight(at);
-        const uint64_t low = load_eight(at + 8);
-        if (!are_digits(high) || !are_digits(low)) {
+        uint64_t words = 0;
+        if (!sixteen_digits(at, words)) {
             return nullptr;
         }
-        const uint64_t words = (eight_digits(high) << 32) | eight_digits(low);
         std::memcpy(out, &words, sizeof words);
     }
     bool bad = false;
@@ -160,12 +183,10 @@ const char* HexReader::take_words(const char* from, const char* end) {
             std::min({(max_digits_ - digits_) / 16, static_cast<size_t>(end - from) / 16, kAtOnce});
         words_.resize(before + room);
         for (taken = 0; taken != room; ++taken, from += 16) {
-            const uint64_t high = load_eight(from);
-            const uint64_t low = load_eight(from + 8);
-            if (!are_digits(high) || !are_digits(low)) {
+            uint64_t value = 0;
+            if (!sixteen_digits(from, value)) {
                 break;
             }
-            const uint64_t value = (eight_digits(high) << 32) | eight_digits(low);
             if (held_bits == 0) {
                 words_[before + taken] = value;
             } else {

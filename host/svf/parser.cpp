@@ -36,6 +36,11 @@ const ScanParameter* parameter_of(const Token& token) noexcept {
     return nullptr;
 }
 
+// Of which files have many.
+bool has_form(StatementKind kind) noexcept {
+    return kind <= StatementKind::Tir || kind == StatementKind::RunTest;
+}
+
 } // namespace
 
 Failure Parser::error(const Statement& statement, uint64_t line, std::string_view reason,
@@ -68,6 +73,18 @@ Status Parser::expect_end(const Statement& statement) {
 }
 
 Result<bool> Parser::next(Statement& statement) {
+    size_t length = 0;
+    if (const WrittenForm* form = forms_.read(lexer_.rest_of_chunk(), statement, length)) {
+        statement.line = lexer_.line() + form->newlines_before();
+        lexer_.take(length, form->newlines());
+        return true;
+    }
+    return parse(statement);
+}
+
+Result<bool> Parser::parse(Statement& statement) {
+    const uint64_t mark = lexer_.bytes_taken();
+    const uint64_t line = lexer_.line();
     Token token;
     do {
         lexer_.next(token);
@@ -87,48 +104,25 @@ Result<bool> Parser::next(Statement& statement) {
     }
     statement.kind = *kind;
     statement.line = token.line;
-    WrittenForms* const forms = forms_of(*kind);
-    if (forms == nullptr) {
-        TRY(parse_body(statement));
-        return true;
+    values_.clear();
+    TRY(parse_body(statement));
+    if (has_form(*kind)) {
+        learn_form(statement, mark, line);
     }
-    size_t length = 0;
-    if (const WrittenForm* form = forms->read(lexer_.rest_of_chunk(), statement, length)) {
-        lexer_.take(length, form->newlines());
-        return true;
-    }
-    TRY(parse_new_form(statement, *forms));
     return true;
 }
 
-WrittenForms* Parser::forms_of(StatementKind kind) noexcept {
-    switch (kind) {
-    case StatementKind::Sdr:
-        return &forms_[0];
-    case StatementKind::Sir:
-        return &forms_[1];
-    case StatementKind::RunTest:
-        return &forms_[2];
-    default:
-        return nullptr;
-    }
-}
-
-// A form is learnt as long as all of its text is in the chunk at hand.
-Status Parser::parse_new_form(Statement& statement, WrittenForms& forms) {
-    const uint64_t mark = lexer_.bytes_taken();
-    const uint64_t line = lexer_.line();
-    values_.clear();
-    TRY(parse_body(statement));
+// As long as all of its text is in the chunk at hand.
+void Parser::learn_form(const Statement& statement, uint64_t mark, uint64_t line) {
     const std::string_view text = lexer_.text_since(mark);
-    if (!text.empty()) {
-        for (WrittenValue& value : values_) {
-            value.from -= mark;
-            value.to -= mark;
-        }
-        forms.learn(text, values_, statement, lexer_.line() - line);
+    if (text.empty()) {
+        return;
     }
-    return {};
+    for (WrittenValue& value : values_) {
+        value.from -= mark;
+        value.to -= mark;
+    }
+    forms_.learn({text, &values_, lexer_.line() - line, statement.line - line}, statement);
 }
 
 Status Parser::parse_body(Statement& statement) {

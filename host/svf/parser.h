@@ -8,7 +8,6 @@
 #include "host/svf/statement.h"
 #include "host/svf/written_form.h"
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -49,10 +48,10 @@ private:
     [[nodiscard]] Status parse_frequency(Statement& statement);
     [[nodiscard]] Status parse_trst(Statement& statement);
     [[nodiscard]] Status parse_body(Statement& statement);
-    [[nodiscard]] Status parse_new_form(Statement& statement, WrittenForms& forms);
-
-    // Where forms of such statements are kept; null for kinds of which no file has many.
-    [[nodiscard]] WrittenForms* forms_of(StatementKind kind) noexcept;
+    // Any statement, however it is written.
+    [[nodiscard]] Result<bool> parse(Statement& statement);
+    // Learns how `statement` was written, in the text from `mark` on, which stands at `line`.
+    void learn_form(const Statement& statement, uint64_t mark, uint64_t line);
 
     // To the next token of a statement: the end of the file is an error there.
     [[nodiscard]] Status advance(const Statement& statement, Token& token);
@@ -64,7 +63,7 @@ private:
 
     Lexer lexer_;
     ParserLimits limits_;
-    std::array<WrittenForms, 3> forms_;
+    WrittenForms forms_;
     std::vector<WrittenValue> values_; // of the statement at hand, from the start of the file
 };
 

@@ -138,16 +138,16 @@ Status Planner::remember(Statement& statement) {
         memory.has_mask = false;
     }
     if (text.tdi.given) {
-        std::swap(memory.tdi, text.tdi.value);
+        swap(memory.tdi, text.tdi.value);
         memory.has_tdi = true;
     }
     if (text.mask.given) {
-        std::swap(memory.mask, text.mask.value);
+        swap(memory.mask, text.mask.value);
         memory.has_mask = memory.length_bits != 0 && !is_all_ones(memory.mask);
     }
     memory.has_tdo = text.tdo.given;
     if (text.tdo.given) {
-        std::swap(memory.tdo, text.tdo.value);
+        swap(memory.tdo, text.tdo.value);
     }
     if (!memory.has_tdi && memory.length_bits != 0) {
         return bad(statement,
@@ -173,7 +173,9 @@ ScanPart Planner::part(StatementKind kind) const {
 
 Status Planner::plan_scan(Statement& statement, Step& step) {
     TRY(remember(statement));
-    TRY(not_held(statement));
+    if (held_line_ != 0) {
+        return not_held(statement);
+    }
     const ScanFamily& family = statement.kind == StatementKind::Sdr ? kDrFamily : kIrFamily;
     step.kind = Step::Kind::Scan;
     ScanStep& scan = step.scan;
@@ -188,7 +190,8 @@ Status Planner::plan_scan(Statement& statement, Step& step) {
         return plan_no_scan(statement, scan.end, step);
     }
     at_ = scan.end;
-    return allowed(statement, port_.can_scan(scan.path, scan.total_bits, scan.compares()));
+    Status answer = port_.can_scan(scan.path, scan.total_bits, scan.compares());
+    return answer ? answer : allowed(statement, answer);
 }
 
 // Without a header or trailer there is nothing to shift, and no reason to capture and update.
@@ -210,10 +213,7 @@ Status Planner::plan_no_scan(const Statement& statement, StableState end, Step& 
 
 // The error that a scan meets while TRST is held low in truth; once, so that not every scan of the
 // file is listed.
-Status Planner::not_held(const Statement& statement) {
-    if (held_line_ == 0) {
-        return {};
-    }
+Failure Planner::not_held(const Statement& statement) {
     const uint64_t line = std::exchange(held_line_, 0);
     return at(statement,
               refused_error(

@@ -74,7 +74,7 @@ private:
     // Clocks that the port cannot count become a time; an error when they cannot.
     [[nodiscard]] Status plan_clocks(const Statement& statement, play::Step& step) const;
     [[nodiscard]] Status plan_trst_on(const Statement& statement, play::Step& step);
-    [[nodiscard]] Status not_held(const Statement& statement);
+    [[nodiscard]] Failure not_held(const Statement& statement);
 
     // An error, said of the statement.
     [[nodiscard]] Failure at(const Statement& statement, Failure failure) const;

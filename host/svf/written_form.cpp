@@ -22,10 +22,10 @@ size_t length_without(const std::vector<WrittenValue>& values, size_t length) no
 
 } // namespace
 
-bool WrittenForm::learn(std::string_view text, const std::vector<WrittenValue>& values,
-                        const Statement& statement, uint64_t newlines) {
+bool WrittenForm::learn(const WrittenText& written, const Statement& statement) {
+    const std::vector<WrittenValue>& values = *written.values;
     pieces_used_ = 0;
-    if (values.size() > kParameters || length_without(values, text.size()) > kMaxText) {
+    if (values.size() > kParameters || length_without(values, written.text.size()) > kMaxText) {
         return false;
     }
     const uint64_t digits = (statement.scan.length_bits + 3) / 4;
@@ -35,13 +35,15 @@ bool WrittenForm::learn(std::string_view text, const std::vector<WrittenValue>& 
         if (value.to - value.from != digits) {
             return false;
         }
-        pieces_[i].text = text.substr(from, value.from - from);
+        pieces_[i].text = written.text.substr(from, value.from - from);
         pieces_[i].parameter = value.parameter;
         from = value.to + 1;
     }
-    pieces_[values.size()].text = text.substr(from);
+    pieces_[values.size()].text = written.text.substr(from);
     pieces_[values.size()].parameter = nullptr;
-    newlines_ = newlines;
+    newlines_ = written.newlines;
+    newlines_before_ = written.newlines_before;
+    kind_ = statement.kind;
     length_bits_ = statement.scan.length_bits;
     run_ = statement.run;
     pieces_used_ = values.size() + 1;
@@ -56,43 +58,48 @@ size_t WrittenForm::read(std::string_view text, Statement& statement) const {
     }
     ScanText& scan = statement.scan;
     scan.tdi.given = scan.tdo.given = scan.mask.given = scan.smask.given = false;
-    for (size_t i = 0; i < pieces_used_; ++i) {
-        const Piece& piece = pieces_[i];
-        if (i != 0 && !begins_with(at, end, piece.text)) {
+    at += pieces_[0].text.size();
+    for (size_t i = 1; i < pieces_used_; ++i) {
+        HexParameter& parameter = scan.*pieces_[i - 1].parameter;
+        parameter.given = true;
+        at = read_whole_hex(at, end, length_bits_, parameter.value);
+        if (at == nullptr || !begins_with(at, end, pieces_[i].text)) {
             return 0;
         }
-        at += piece.text.size();
-        if (piece.parameter != nullptr) {
-            HexParameter& parameter = scan.*piece.parameter;
-            parameter.given = true;
-            at = read_whole_hex(at, end, length_bits_, parameter.value);
-            if (at == nullptr) {
-                return 0;
-            }
-        }
+        at += pieces_[i].text.size();
     }
+    statement.kind = kind_;
     scan.length_bits = length_bits_;
-    if (statement.kind == StatementKind::RunTest) {
+    if (kind_ == StatementKind::RunTest) {
         statement.run = run_;
     }
     return static_cast<size_t>(at - text.data());
 }
 
-const WrittenForm* WrittenForms::read(std::string_view text, Statement& statement,
-                                      size_t& length) const {
-    for (const WrittenForm& form : forms_) {
+void WrittenForms::passed(size_t index) noexcept {
+    entries_[last_].next = index;
+    last_ = index;
+}
+
+// What followed last time is likely to follow again.
+const WrittenForm* WrittenForms::read(std::string_view text, Statement& statement, size_t& length) {
+    const size_t likely = entries_[last_].next;
+    for (size_t i = 0; i < entries_.size(); ++i) {
+        const size_t index = (likely + i) % entries_.size();
+        const WrittenForm& form = entries_[index].form;
         length = form.read(text, statement);
         if (length != 0) {
+            passed(index);
             return &form;
         }
     }
     return nullptr;
 }
 
-void WrittenForms::learn(std::string_view text, const std::vector<WrittenValue>& values,
-                         const Statement& statement, uint64_t newlines) {
-    if (forms_[oldest_].learn(text, values, statement, newlines)) {
-        oldest_ = (oldest_ + 1) % forms_.size();
+void WrittenForms::learn(const WrittenText& written, const Statement& statement) {
+    if (entries_[oldest_].form.learn(written, statement)) {
+        passed(oldest_);
+        oldest_ = (oldest_ + 1) % entries_.size();
     }
 }
 

@@ -72,15 +72,17 @@ TEST(WrittenFormTest, OfAScanGivesTheNextOneItsDigits) {
     Statement learnt;
     learnt.kind = StatementKind::Sdr;
     learnt.scan.length_bits = 10;
-    const std::string text = " 10 TDI (2A5) TDO(001);";
+    const std::string text = "\nSDR 10 TDI (2A5) TDO(001);";
+    const std::vector<WrittenValue> values{{13, 16, &ScanText::tdi}, {22, 25, &ScanText::tdo}};
     WrittenForm form;
-    ASSERT_TRUE(form.learn(text, {{9, 12, &ScanText::tdi}, {18, 21, &ScanText::tdo}}, learnt, 3));
+    ASSERT_TRUE(form.learn({text, &values, 3, 1}, learnt));
     EXPECT_EQ(form.newlines(), 3U);
+    EXPECT_EQ(form.newlines_before(), 1U);
 
     Statement read;
-    read.kind = StatementKind::Sdr;
     read.scan.mask.given = true;
-    EXPECT_EQ(form.read(" 10 TDI (155) TDO(3fF);\nSIR", read), text.size());
+    EXPECT_EQ(form.read("\nSDR 10 TDI (155) TDO(3fF);\nSIR", read), text.size());
+    EXPECT_EQ(read.kind, StatementKind::Sdr);
     EXPECT_EQ(read.scan.length_bits, 10U);
     EXPECT_TRUE(read.scan.tdi.given && read.scan.tdo.given);
     EXPECT_FALSE(read.scan.mask.given || read.scan.smask.given);
@@ -95,7 +97,8 @@ TEST(WrittenFormTest, KnowsNothingElse) {
     WrittenForm form;
     Statement read;
     EXPECT_EQ(form.read(" 10 TDI (2A5);", read), 0U) << "an empty form";
-    ASSERT_TRUE(form.learn(" 10 TDI (2A5);", {{9, 12, &ScanText::tdi}}, learnt, 0));
+    const std::vector<WrittenValue> values{{9, 12, &ScanText::tdi}};
+    ASSERT_TRUE(form.learn({" 10 TDI (2A5);", &values, 0, 0}, learnt));
     for (const char* other :
          {" 11 TDI (2A5);", " 10 TDO (2A5);", " 10 TDI (2A5) ;", " 10 TDI (2A5)", " 10 TDI (2A5",
           " 10 TDI (02A5);", " 10 TDI (2A);", " 10 TDI (2 A5);", " 10 TDI (2X5);", " 10 TDI (7FF);",
@@ -111,12 +114,16 @@ TEST(WrittenFormTest, IsNotLearntFromValuesInPieces) {
     learnt.scan.length_bits = 10;
     WrittenForm form;
     Statement read;
-    ASSERT_TRUE(form.learn(" 10 TDI (2A5);", {{9, 12, &ScanText::tdi}}, learnt, 0));
-    EXPECT_FALSE(form.learn(" 10 TDI (2 A5);", {{9, 13, &ScanText::tdi}}, learnt, 0));
+    const std::vector<WrittenValue> whole{{9, 12, &ScanText::tdi}};
+    ASSERT_TRUE(form.learn({" 10 TDI (2A5);", &whole, 0, 0}, learnt));
+    const std::vector<WrittenValue> pieces{{9, 13, &ScanText::tdi}};
+    EXPECT_FALSE(form.learn({" 10 TDI (2 A5);", &pieces, 0, 0}, learnt));
     EXPECT_EQ(form.read(" 10 TDI (2A5);", read), 0U) << "it is empty now";
     const std::string much(WrittenForm::kMaxText, ' ');
-    EXPECT_FALSE(form.learn(much + ";", {}, learnt, 0));
-    EXPECT_TRUE(form.learn(much.substr(1) + ";", {}, learnt, 0));
+    const std::string more = much + ";";
+    const std::vector<WrittenValue> none;
+    EXPECT_FALSE(form.learn({more, &none, 0, 0}, learnt));
+    EXPECT_TRUE(form.learn({std::string_view(more).substr(1), &none, 0, 0}, learnt));
 }
 
 TEST(WrittenFormTest, RunsAreRememberedWhole) {
