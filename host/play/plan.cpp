@@ -7,7 +7,7 @@ namespace talvor::play {
 
 namespace {
 
-// No record is longer: three numbers of ten bytes in a head, and five numbers and six flags behind.
+// No record is longer: three numbers of ten bytes in a head, and eight numbers behind.
 constexpr size_t kLongestRecord = 128;
 
 // Flags of one stretch of a scan. Without NewShape its statement and length are those of before.
@@ -18,6 +18,8 @@ constexpr unsigned kNewTdo = 8;
 constexpr unsigned kMask = 16;
 constexpr unsigned kNewMask = 32;
 constexpr unsigned kPartFlags = 6;
+// Behind the flags of the three stretches: what to do about a wrong answer follows.
+constexpr uint64_t kRetries = uint64_t{1} << (3 * kPartFlags);
 // The body's flags come first: headers and trailers rarely change, and their zeros cost nothing.
 constexpr std::array<size_t, 3> kPartOrder{1, 0, 2};
 
@@ -142,7 +144,13 @@ void Plan::add_scan(const ScanStep& scan) {
         flags[part] = part_flags(scan.parts[part], held[part]);
         all |= uint64_t{flags[part]} << (i * kPartFlags);
     }
-    put_number(all);
+    const bool retries = scan.retry != Retry();
+    put_number(all | (retries ? kRetries : 0));
+    if (retries) {
+        put_number(scan.retry.times);
+        put_number(scan.retry.clocks);
+        put_number(static_cast<uint64_t>(scan.retry.time.count()));
+    }
     for (const size_t i : kPartOrder) {
         const ScanPart& part = scan.parts[i];
         if ((flags[i] & kNewShape) != 0) {
@@ -255,6 +263,12 @@ void PlanReader::read_scan(unsigned head, ScanStep& scan) {
     scan.total_bits = 0;
     auto& held = held_[scan.path == ScanPath::Ir ? 1 : 0];
     uint64_t flags = take_number();
+    scan.retry = {};
+    if ((flags & kRetries) != 0) {
+        scan.retry.times = static_cast<uint32_t>(take_number());
+        scan.retry.clocks = take_number();
+        scan.retry.time = std::chrono::nanoseconds(static_cast<int64_t>(take_number()));
+    }
     for (const size_t i : kPartOrder) {
         read_part(static_cast<unsigned>(flags), held[i], scan.parts[i]);
         scan.total_bits += scan.parts[i].length_bits;

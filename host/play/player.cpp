@@ -2,6 +2,7 @@
 
 #include "host/play/reading.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace talvor::play {
@@ -9,6 +10,10 @@ namespace talvor::play {
 namespace {
 
 using Clock = std::chrono::steady_clock;
+
+// What a wait that grows from try to try grows to at most.
+constexpr std::chrono::nanoseconds kLongestRetryWait = std::chrono::seconds(10);
+constexpr uint64_t kMostRetryClocks = uint64_t{1} << 32;
 
 // Where a step leaves the TAP that stood in `before`.
 StableState after(const Step& step, StableState before) {
@@ -126,6 +131,9 @@ Status Player::play_scan(const StepSource& source, const Step& step) {
     const bool compares = scan.compares();
     const Bits& out = merged(scan);
     TRY(port_.scan({scan.path, &out, compares ? &in_ : nullptr, scan.end}));
+    if (compares && scan.retry.times != 0) {
+        TRY(scan_again(scan));
+    }
     if (compares) {
         uint64_t offset = 0;
         for (const ScanPart& part : scan.parts) {
@@ -136,6 +144,31 @@ Status Player::play_scan(const StepSource& source, const Step& step) {
         }
     }
     return {};
+}
+
+// As long as the answer is wrong and may be asked for again.
+Status Player::scan_again(const ScanStep& scan) {
+    uint64_t clocks = scan.retry.clocks;
+    std::chrono::nanoseconds time = scan.retry.time;
+    for (uint32_t left = scan.retry.times; left != 0 && !agrees(scan); --left) {
+        clocks = std::max(clocks, std::min(clocks + clocks / 4, kMostRetryClocks));
+        time = std::max(time, std::min(time + time / 4, kLongestRetryWait));
+        TRY(port_.run(StableState::Idle, clocks, time));
+        TRY(port_.scan({scan.path, &out_, &in_, scan.end}));
+    }
+    return {};
+}
+
+bool Player::agrees(const ScanStep& scan) const {
+    uint64_t offset = 0;
+    for (const ScanPart& part : scan.parts) {
+        if (part.compares() &&
+            compare(in_.slice(offset, part.length_bits), part.tdo, part.mask).has_value()) {
+            return false;
+        }
+        offset += part.length_bits;
+    }
+    return true;
 }
 
 void Player::judge(const StepSource& source, const Step& step, const ScanPart& part,

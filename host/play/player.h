@@ -59,6 +59,8 @@ private:
     [[nodiscard]] Status play_step(const StepSource& source, const Step& step);
     [[nodiscard]] Status act(const StepSource& source, const Step& step);
     [[nodiscard]] Status play_scan(const StepSource& source, const Step& step);
+    [[nodiscard]] Status scan_again(const ScanStep& scan);
+    [[nodiscard]] bool agrees(const ScanStep& scan) const;
     void judge(const StepSource& source, const Step& step, const ScanPart& part, uint64_t offset);
     [[nodiscard]] Status play_leg(const Leg& leg);
     [[nodiscard]] Status play_path(const Step& step);

@@ -34,12 +34,23 @@ struct ScanPart {
     [[nodiscard]] bool compares() const noexcept { return tdo != nullptr && length_bits != 0; }
 };
 
+// What to do about a wrong answer: so often to wait in Run-Test/Idle, a quarter longer than the
+// last time, and to scan again. Only the last answer counts.
+struct Retry {
+    uint32_t times = 0;
+    uint64_t clocks = 0; // of the scan's own wait, which follows it as a step
+    std::chrono::nanoseconds time{0};
+
+    friend bool operator==(const Retry&, const Retry&) = default;
+};
+
 struct ScanStep {
     ScanPath path = ScanPath::Dr;
     // Header, body, trailer: the header is shifted first.
     std::array<ScanPart, 3> parts;
     uint64_t total_bits = 0;
     StableState end = StableState::Idle;
+    Retry retry;
 
     [[nodiscard]] bool compares() const noexcept {
         return parts[0].compares() || parts[1].compares() || parts[2].compares();

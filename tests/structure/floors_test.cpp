@@ -131,6 +131,7 @@ std::vector<House> houses() {
          {{"jtag"},
           {"waveform", "play", "board"},
           {"svf"},
+          {"xsvf"},
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
           {"session"},

@@ -61,6 +61,9 @@ std::string text(const Step& step) {
         add(static_cast<uint64_t>(step.scan.path));
         add(static_cast<uint64_t>(step.scan.end));
         add(step.scan.total_bits);
+        add(step.scan.retry.times);
+        add(step.scan.retry.clocks);
+        add(static_cast<uint64_t>(step.scan.retry.time.count()));
         for (const ScanPart& part : step.scan.parts) {
             add(part.length_bits);
             if (part.length_bits != 0) {
@@ -152,6 +155,10 @@ private:
                 fill_part(step.scan.parts[i], i == 1 ? 1 : 0);
             }
             step.scan.total_bits += step.scan.parts[i].length_bits;
+        }
+        if (below(3) == 0) {
+            step.scan.retry = {static_cast<uint32_t>(below(256)), random_(),
+                               std::chrono::nanoseconds(random_() >> 1)};
         }
         for (uint64_t i = below(below(60) == 0 ? 3000 : 5); i > 0; --i) {
             step.legs.push_back({static_cast<Leg::Kind>(below(3)), state(), random_()});
