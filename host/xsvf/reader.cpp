@@ -363,7 +363,7 @@ Status Reader::wait() {
     const StableState where = TRY(stable("a wait"));
     const StableState end = TRY(stable("an end"));
     const uint32_t time = TRY(bytes_->number(4, "XWAIT"));
-    make_run(where, 0, microseconds(time), end);
+    make_run(where, where == StableState::Idle ? time : 0, microseconds(time), end);
     return {};
 }
 

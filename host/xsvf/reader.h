@@ -12,6 +12,7 @@
 //     XSDRB, C, E     pieces of one scan, which is played when its last piece has come: compared
 //                     bit by bit where the pieces give TDO, never tried again, with no wait
 //     XSDRSIZE        another size forgets TDO and mask
+//     XWAIT           in Run-Test/Idle it is as many clocks, too
 //     XSTATE          to a stable state by the shortest way; through others step by step
 #pragma once
 

@@ -168,8 +168,9 @@ TEST(XsvfReaderTest, IncrementsAddressAndData) {
 }
 
 TEST(XsvfReaderTest, MovesAndWaits) {
-    EXPECT_EQ(body(played(bytes({0x12, 1, 0x12, 0, 0x12, 6, 0x17, 1, 6, 0, 0, 0x01, 0, 0}))),
-              (Lines{"move IDLE", "reset", "move DRPAUSE", "run IDLE 0 256000ns", "move DRPAUSE"}));
+    EXPECT_EQ(
+        body(played(bytes({0x12, 1, 0x12, 0, 0x12, 6, 0x17, 1, 6, 0, 0, 0x01, 0, 0}))),
+        (Lines{"move IDLE", "reset", "move DRPAUSE", "run IDLE 256 256000ns", "move DRPAUSE"}));
     // Through Exit2, Update, Select and Capture to Pause: as the port goes by itself.
     EXPECT_EQ(
         body(played(bytes({0x12, 6, 0x12, 7, 0x12, 8, 0x12, 2, 0x12, 3, 0x12, 5, 0x12, 6, 0}))),
