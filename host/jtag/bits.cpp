@@ -164,9 +164,13 @@ void Bits::clear_unused() noexcept {
     }
 }
 
-void Bits::resize(size_t length_bits) {
+void Bits::resize(size_t length_bits, bool value) {
+    const size_t used = size_ % kWordBits;
+    if (value && used != 0 && length_bits > size_) {
+        words_.back() = low_word(words_.back() | (0xFFFFU << used));
+    }
     size_ = length_bits;
-    words_.resize(word_count(length_bits), 0);
+    words_.resize(word_count(length_bits), value ? uint16_t{0xFFFF} : uint16_t{0});
     clear_unused();
 }
 

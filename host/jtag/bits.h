@@ -61,8 +61,8 @@ public:
     [[nodiscard]] std::span<uint16_t> words() noexcept { return words_; }
     void clear_unused() noexcept;
 
-    // Keeps the bits that remain; new ones are 0.
-    void resize(size_t length_bits);
+    // Keeps the bits that remain; new ones are `value`.
+    void resize(size_t length_bits, bool value = false);
     void clear() noexcept;
     void fill(bool value) noexcept;
 

@@ -92,6 +92,22 @@ TEST(BitsTest, ReadsUpToSixtyFourBitsAnywhere) {
     EXPECT_EQ(bits.to_uint(3, 0), 0U);
 }
 
+TEST(BitsTest, GrowsByZerosOrOnes) {
+    Bits bits = Bits::from_uint(0x2A5, 10);
+    bits.resize(20, true);
+    EXPECT_EQ(bits, Bits::from_uint(0xFFEA5, 20));
+    bits.resize(35);
+    EXPECT_EQ(bits, Bits::from_uint(0xFFEA5, 35));
+    bits.resize(12, true);
+    EXPECT_EQ(bits, Bits::from_uint(0xEA5, 12));
+    bits.resize(16, true);
+    bits.resize(32, true);
+    EXPECT_EQ(bits, Bits::from_uint(0xFFFFFEA5, 32));
+    Bits none;
+    none.resize(3, true);
+    EXPECT_EQ(none, Bits::ones(3));
+}
+
 TEST(BitsTest, ResizeKeepsWhatRemainsAndAddsZeros) {
     Bits bits = Bits::ones(20);
     bits.resize(18);
