@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <bit>
 #include <cassert>
 
 namespace talvor {
@@ -19,16 +20,27 @@ constexpr size_t kMostGuessedFill = 4096;
 // How many bits follow a marker that does not come out: as many as went before, within these.
 constexpr size_t kLeastFill = 256;
 constexpr size_t kMostFill = 65536;
+// Exchanges without a fill that many small pieces may take.
+constexpr size_t kPatience = 4;
 
 } // namespace
 
-void ExactScan::begin(ScanPath path) {
+void ExactScan::begin(ScanPath path, Reading reading) {
     assert(!open_);
     open_ = true;
     path_ = path;
+    ahead_ = reading == Reading::Ahead;
+    touched_ = false;
+    gave_up_ = false;
+    held_back_ = 0;
     stage_ = Stage::Plain;
     length_.reset();
     pending_.clear();
+    // The way there leaves Pause-IR through Update.
+    if (instruction_rests_ && path == ScanPath::Dr) {
+        instruction_ = next_instruction_;
+    }
+    instruction_rests_ = false;
     next_instruction_ = 1;
 }
 
@@ -49,6 +61,7 @@ Status ExactScan::whole(ScanPath path, const Bits& bits, Bits* answer, StableSta
 Status ExactScan::piece(const Bits& bits, Bits* answer) {
     assert(open_);
     note_instruction(bits);
+    touched_ = touched_ || !bits.empty();
     if (stage_ == Stage::Known) {
         return answer_known(bits, answer);
     }
@@ -59,14 +72,47 @@ Status ExactScan::piece(const Bits& bits, Bits* answer) {
         answer->clear();
         return {};
     }
+    if (!ahead_) {
+        return answer_once(bits, *answer);
+    }
     if (stage_ == Stage::Plain) {
         TRY(seek(bits));
     } else {
         data_.append(bits);
         pending_.append(bits);
-        TRY(shift_on(0));
+        TRY(shift_on(fill_for_patience()));
     }
     return answer_sought(bits, *answer);
+}
+
+Result<bool> ExactScan::next() {
+    assert(open_);
+    if (!ahead_) {
+        ++held_back_;
+        return true;
+    }
+    touched_ = true;
+    if (stage_ != Stage::Known) {
+        TRY(look_further());
+    }
+    if (stage_ != Stage::Known) {
+        return out_[kHeldBits + data_.size()];
+    }
+    // Without a register TDO is what TDI will be.
+    return content_.size() == 0 || content_.front(1)[0];
+}
+
+// TDO has been seen for one bit behind the client's.
+Status ExactScan::look_further() {
+    if (stage_ == Stage::Plain) {
+        TRY(seek({}));
+    } else if (!pending_.empty()) {
+        TRY(shift_on(fill_for_patience()));
+    }
+    if (const Echo echo = TRY(sure_echo()); echo.kind == Echo::Kind::Found) {
+        learn(echo.at);
+    }
+    return {};
 }
 
 // Contents of the instruction path are told apart by a hash; two that share one only make a guess
@@ -96,6 +142,25 @@ Status ExactScan::spill() {
     return pending_.size() < kMostPending ? Status() : send_rest(pause_state(path_));
 }
 
+Status ExactScan::answer_once(const Bits& bits, Bits& answer) {
+    const size_t count = bits.size();
+    const size_t late = std::min(count, kHeldBits);
+    const size_t before = pending_.size();
+    held_back_ += late;
+    pending_.append(bits);
+    if (late == count) {
+        answer = Bits::ones(count);
+        return spill();
+    }
+    mark(ShiftPurpose::Data, pending_.size());
+    Bits received;
+    TRY(line_.exchange(path_, pending_, received, pause_state(path_)));
+    pending_.clear();
+    answer = received.slice(kHeldBits + before, count - late);
+    answer.append(Bits::ones(late));
+    return {};
+}
+
 // The marker goes in before whatever is pending.
 Status ExactScan::seek(const Bits& bits) {
     stage_ = Stage::Sought;
@@ -108,6 +173,8 @@ Status ExactScan::seek(const Bits& bits) {
     out_.clear();
     echoed_bits_ = 0;
     tail_bits_ = 0;
+    exchanges_ = 0;
+    searched_ = 0;
     return shift_on(fill_for_guess());
 }
 
@@ -117,6 +184,14 @@ size_t ExactScan::fill_for_guess() const noexcept {
     const size_t guess = lengths_.recall(path_, instruction_).value_or(0);
     const size_t fill = guess > data_.size() ? guess - data_.size() : 0;
     return fill <= kMostGuessedFill ? fill : 0;
+}
+
+// Who asks in many small pieces pays an exchange for each until the marker comes out, so that now
+// and then it is worth looking for it: at most as many clocks again as there have been.
+size_t ExactScan::fill_for_patience() const noexcept {
+    return exchanges_ >= kPatience && std::has_single_bit(exchanges_)
+               ? std::clamp(in_.size(), kLeastFill, kMostFill)
+               : 0;
 }
 
 // Everything that is pending and some fill, behind the marker the first time.
@@ -141,6 +216,7 @@ Status ExactScan::shift_on(size_t fill_bits) {
         tail_bits_ = 0;
     }
     pending_.clear();
+    ++exchanges_;
     if (first) {
         return line_.exchange(path_, in_, out_, pause_state(path_));
     }
@@ -155,24 +231,34 @@ EchoSearch ExactScan::echo_search() const noexcept {
     return {marker_, in_, out_, kHeldBits};
 }
 
-Echo ExactScan::find_echo() const {
+Echo ExactScan::find_echo() {
     const EchoSearch search = echo_search();
     if (const auto guess = lengths_.recall(path_, instruction_);
         guess && search.marker_at(*guess)) {
         return {Echo::Kind::Found, *guess};
     }
-    return search.find();
+    const Echo echo = search.find(searched_);
+    if (echo.kind == Echo::Kind::None && search.seen() >= kMarkerProofBits) {
+        searched_ = search.seen() - kMarkerProofBits + 1;
+    }
+    return echo;
+}
+
+// The place of the marker, or none so far.
+Result<Echo> ExactScan::sure_echo() {
+    Echo echo = find_echo();
+    while (echo.kind == Echo::Kind::Several) {
+        TRY(shift_on(kLeastFill));
+        echo = find_echo();
+    }
+    return echo;
 }
 
 // All bits of the client have been shifted, and TDO has been seen for all of them and for the proof
 // of a marker behind them: either the marker has come out, or the register is longer.
 Status ExactScan::answer_sought(const Bits& bits, Bits& answer) {
     const size_t first = data_.size() - bits.size();
-    Echo echo = find_echo();
-    while (echo.kind == Echo::Kind::Several) {
-        TRY(shift_on(kLeastFill));
-        echo = find_echo();
-    }
+    const Echo echo = TRY(sure_echo());
     if (echo.kind == Echo::Kind::None) {
         answer = answer_from(first, std::nullopt);
         return {};
@@ -271,6 +357,7 @@ Status ExactScan::shift_until_found() {
 Status ExactScan::give_up(Error error) {
     stage_ = Stage::Plain;
     TRY(send(data_, ShiftPurpose::Repair, pause_state(path_)));
+    gave_up_ = error.kind == ErrorKind::Target;
     return Failure(std::move(error));
 }
 
@@ -312,7 +399,8 @@ Status ExactScan::finish(StableState end) {
 
 void ExactScan::close(StableState end) noexcept {
     open_ = false;
-    if (path_ == ScanPath::Ir && end != pause_state(path_)) {
+    instruction_rests_ = path_ == ScanPath::Ir && end == pause_state(path_);
+    if (path_ == ScanPath::Ir && !instruction_rests_) {
         instruction_ = next_instruction_;
     }
     if (end == StableState::Reset) {

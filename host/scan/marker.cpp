@@ -66,10 +66,10 @@ std::optional<size_t> EchoSearch::next_from(size_t at) const noexcept {
     return std::nullopt;
 }
 
-Echo EchoSearch::find() const {
+Echo EchoSearch::find(size_t from) const {
     Echo first;
     Echo whole;
-    for (auto at = next_from(0); at; at = next_from(*at + 1)) {
+    for (auto at = next_from(from); at; at = next_from(*at + 1)) {
         first = {first.kind == Echo::Kind::None ? Echo::Kind::Found : Echo::Kind::Several, *at};
         if (stream_at(*at)) {
             whole = {whole.kind == Echo::Kind::None ? Echo::Kind::Found : Echo::Kind::Several, *at};

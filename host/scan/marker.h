@@ -51,9 +51,9 @@ struct EchoSearch {
     [[nodiscard]] size_t seen() const noexcept { return out.size() > skip ? out.size() - skip : 0; }
     // Whether so much of the marker as could have come out there did.
     [[nodiscard]] bool marker_at(size_t at) const noexcept;
-    // Everywhere. Several: more than one place cannot be told from the others by all that went in
-    // behind the marker.
-    [[nodiscard]] Echo find() const;
+    // Everywhere from `from` on. Several: more than one place cannot be told from the others by all
+    // that went in behind the marker.
+    [[nodiscard]] Echo find(size_t from = 0) const;
     // By how many bits, 1 to `most`, the start of the stream is missing where it should come out at
     // once; nothing when it is not what came out.
     [[nodiscard]] std::optional<size_t> missing_start(size_t most) const;

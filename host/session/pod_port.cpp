@@ -208,6 +208,13 @@ Status PodPort::pulse_trst() {
     return reset(*pod_, {.trst = true}).map([](const auto&) { return Done{}; });
 }
 
+Status PodPort::pulse_reset() {
+    TRY(leave_scan());
+    TRY(flush());
+    line_->forget_state();
+    return reset(*pod_, {.hard = true}).map([](const auto&) { return Done{}; });
+}
+
 ClockSetting PodPort::setting_at_most(std::optional<double> hertz) const {
     const ClockSetting configured = clock_.setting(configured_);
     return !hertz || static_cast<double>(clock_.hertz(configured)) <= *hertz

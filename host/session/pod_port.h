@@ -62,6 +62,11 @@ public:
         hook_ = hook;
         scan_->on_shift(hook);
     }
+    // The bare line, for who keeps track of the TAP alone: scan() is not called while it is used.
+    [[nodiscard]] PodLine& line() noexcept { return *line_; }
+    // The pod's reset line to the target goes low and high again. Where the TAP stands then is to
+    // be asked.
+    [[nodiscard]] Status pulse_reset();
     // To `to` through Run-Test/Idle, where seven clocks are spent, `times` times over.
     [[nodiscard]] Status move_via_idle(StableState to, uint32_t times = 1);
     // Where the TAP stands, asked of the controller.

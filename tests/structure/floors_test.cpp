@@ -135,7 +135,7 @@ std::vector<House> houses() {
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
           {"session"},
-          {"simulator"}},
+          {"bridge", "simulator"}}, // neighbours that do not know each other
          150},
         {"tool",
          with_host_headers({"common", "host"}),

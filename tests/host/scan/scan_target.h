@@ -90,6 +90,10 @@ public:
         return bits;
     }
     [[nodiscard]] size_t length() const { return line_.size(); }
+    // Its bit nearest TDO; nothing without a register.
+    [[nodiscard]] std::optional<bool> nearest_tdo() const {
+        return line_.empty() ? std::nullopt : std::optional(line_[first_] != 0);
+    }
     // What the registers were updated with, since the last look.
     [[nodiscard]] std::vector<std::vector<uint8_t>> take_updates() {
         return std::exchange(updates_, {});
