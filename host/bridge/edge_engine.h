@@ -61,7 +61,10 @@ public:
     [[nodiscard]] Status open();
     // Another client has come. The TAP stays where it is; its first five ones in a row reset the
     // TAP whatever state the target is really in.
-    void new_client() noexcept { doubtful_ = true; }
+    void new_client() noexcept {
+        doubtful_ = true;
+        ones_ = 0;
+    }
 
     // As many cycles of TCK as `tms` has bits, bit 0 first; `tdi` has as many. `tdo`, where it is
     // given, becomes as long: TDO as it stands before each rising edge. Outside the Shift states it

@@ -184,6 +184,136 @@ TEST(ExactScanTest, ParkingUpdatesNothing) {
     EXPECT_EQ(tap.updated(), hex("C3", 8));
 }
 
+// ---- the next bit
+// --------------------------------------------------------------------------------
+
+TEST(ExactScanTest, TellsTdoBeforeABitGoesIn) {
+    for (const size_t length : {1U, 5U, 31U, 33U, 48U, 300U}) {
+        OneRegister tap(length);
+        Bits value(length);
+        for (size_t i = 0; i < length; ++i) {
+            value.set(i, i % 7 < 3);
+        }
+        ASSERT_TRUE(tap.update(value));
+        const Bits sent = Bits::concat({&value, &value});
+        tap.scan.begin(ScanPath::Dr);
+        EXPECT_FALSE(tap.scan.touched());
+        for (size_t i = 0; i < length + 20; ++i) {
+            const auto level = tap.scan.next();
+            ASSERT_TRUE(level);
+            ASSERT_EQ(*level, value[i % length]) << length << ", bit " << i;
+            ASSERT_EQ(tap.scan.next(), level);
+            ASSERT_TRUE(tap.scan.piece(sent.slice(i % length, 1), nullptr));
+        }
+        EXPECT_TRUE(tap.scan.touched());
+        ASSERT_TRUE(tap.scan.finish(StableState::Idle));
+        EXPECT_EQ(tap.updated(), sent.slice((length + 20) % length, length));
+    }
+}
+
+TEST(ExactScanTest, AskingForTheNextBitOfAKnownLengthCostsNothing) {
+    OneRegister tap(16);
+    ASSERT_TRUE(tap.update(hex("CAFE", 16)));
+    tap.scan.begin(ScanPath::Dr);
+    Bits answer;
+    ASSERT_TRUE(tap.scan.piece(hex("1234", 16), &answer));
+    tap.clear();
+    EXPECT_EQ(tap.scan.next(), false);
+    ASSERT_TRUE(tap.scan.piece(hex("7", 3), nullptr));
+    EXPECT_EQ(tap.scan.next(), false);
+    EXPECT_EQ(tap.line.exchanges, 0U);
+    EXPECT_EQ(tap.line.clocks, 0U);
+}
+
+TEST(ExactScanTest, ANextBitIsEnoughToCapture) {
+    OneRegister tap(16);
+    ASSERT_TRUE(tap.update(hex("CAFE", 16)));
+    tap.scan.begin(ScanPath::Dr);
+    EXPECT_EQ(tap.scan.next(), false);
+    EXPECT_TRUE(tap.scan.touched());
+    ASSERT_TRUE(tap.scan.finish(StableState::Idle));
+    EXPECT_EQ(tap.updated(), hex("CAFE", 16));
+}
+
+// ---- small pieces
+// --------------------------------------------------------------------------------
+
+TEST(ExactScanTest, ManySmallPiecesDoNotCostAnExchangeEach) {
+    OneRegister tap(500);
+    Bits value(500);
+    for (size_t i = 0; i < value.size(); ++i) {
+        value.set(i, i % 7 < 3);
+    }
+    ASSERT_TRUE(tap.update(value));
+    tap.clear();
+    tap.scan.begin(ScanPath::Dr);
+    for (size_t i = 0; i < value.size(); ++i) {
+        Bits answer;
+        ASSERT_TRUE(tap.scan.piece(Bits::from_uint(i % 2, 1), &answer));
+        ASSERT_EQ(answer[0], value[i]) << i;
+    }
+    EXPECT_LE(tap.line.exchanges, 9U);
+    EXPECT_LE(tap.line.clocks, 1500U);
+    ASSERT_TRUE(tap.scan.finish(StableState::Idle));
+    EXPECT_EQ(tap.updated().to_uint(), 0xAAAAAAAAAAAAAAAA);
+}
+
+// ---- once
+// ----------------------------------------------------------------------------------------
+
+TEST(ExactScanTest, ARegisterReadOnceSeesTheClientsBitsOnly) {
+    OneRegister tap(40);
+    ASSERT_TRUE(tap.update(hex("CAFE123456", 40)));
+    tap.clear();
+    tap.scan.begin(ScanPath::Dr, ExactScan::Reading::Once);
+    Bits answer;
+    ASSERT_TRUE(tap.scan.piece(hex("321", 12), nullptr));
+    ASSERT_TRUE(tap.scan.piece(hex("7654321", 28), &answer));
+    EXPECT_EQ(answer, hex("FFFF123", 28)); // bits 12 to 23 of the register
+    EXPECT_EQ(tap.scan.held_back(), 16U);
+    EXPECT_EQ(tap.line.exchanges, 1U);
+    EXPECT_EQ(tap.line.clocks, 40U);
+    ASSERT_TRUE(tap.scan.piece(hex("F", 4), &answer));
+    EXPECT_EQ(answer, hex("F", 4));
+    EXPECT_EQ(tap.scan.held_back(), 20U);
+    EXPECT_EQ(tap.scan.next(), true);
+    EXPECT_EQ(tap.scan.held_back(), 21U);
+    ASSERT_TRUE(tap.scan.finish(StableState::Idle));
+    EXPECT_EQ(tap.line.exchanges, 1U);
+    EXPECT_EQ(tap.line.clocks, 44U);
+    EXPECT_EQ(tap.updated(), hex("F765432132", 40));
+    EXPECT_EQ(tap.marks, (std::vector<ShiftMark>{{ScanPath::Dr, ShiftPurpose::Data, 40},
+                                                 {ScanPath::Dr, ShiftPurpose::Data, 4}}));
+}
+
+TEST(ExactScanTest, TheNextBitOfARegisterReadOnceIsNotWaitedFor) {
+    OneRegister tap(16);
+    tap.scan.begin(ScanPath::Dr, ExactScan::Reading::Once);
+    EXPECT_EQ(tap.scan.next(), true);
+    EXPECT_FALSE(tap.scan.touched());
+    ASSERT_TRUE(tap.scan.finish(StableState::Idle));
+    EXPECT_EQ(tap.line.clocks, 0U);
+}
+
+// ---- what is remembered
+// --------------------------------------------------------------------------
+
+TEST(ExactScanTest, AnInstructionThatRestsInPauseCountsFromItsUpdateOn) {
+    OneRegister tap(64);
+    const auto scan_behind = [&tap](uint64_t instruction) {
+        const Bits bits = Bits::from_uint(instruction, 4);
+        EXPECT_TRUE(tap.scan.whole(ScanPath::Ir, bits, nullptr, StableState::PauseIr));
+        tap.clear();
+        Bits answer;
+        EXPECT_TRUE(tap.scan.whole(ScanPath::Dr, hex("77", 8), &answer, StableState::Idle));
+        return tap.line.exchanges;
+    };
+    EXPECT_EQ(scan_behind(0), 2U);
+    EXPECT_EQ(scan_behind(1), 1U); // BYPASS
+    EXPECT_EQ(scan_behind(0), 1U);
+    EXPECT_EQ(tap.scan.register_bits(), 64U);
+}
+
 TEST(ExactScanTest, WithoutABitIsOnlyTheMove) {
     OneRegister tap(8);
     tap.scan.begin(ScanPath::Dr);
@@ -251,6 +381,7 @@ TEST(ExactScanTest, AStuckLineIsSaidAndDoesNotGoOnForEver) {
                       ? "TDO: reads ones only: the line is open, stuck high, or no device drives it"
                       : "TDO: reads zeros only: the line is shorted to ground or stuck low");
         EXPECT_LT(tap.line.clocks, 3 * ExactScan::kLongestSilence);
+        EXPECT_TRUE(tap.scan.gave_up());
         EXPECT_FALSE(tap.scan.open());
         EXPECT_EQ(tap.line.tap().state(), StableState::Idle);
         EXPECT_EQ(tap.updated(), hex("12345678", 32)) << "it is no longer than the scan";
