@@ -67,6 +67,7 @@ Status EdgeEngine::open() {
     client_ = tap_state(parked_);
     trst_ = false;
     srst_ = false;
+    srst_due_ = false;
     doubtful_ = true;
     unsettled_ = false;
     runs_ahead_ = true;
@@ -269,17 +270,16 @@ Status EdgeEngine::leave(StableState to) {
     if (to == StableState::Reset) {
         runs_ahead_ = true;
     }
-    if (scan_.open()) {
-        return end_scan(to);
-    }
     if (to == StableState::Reset) {
         scan_.note_reset();
     }
-    if (parked_ != to) {
+    if (scan_.open()) {
+        TRY(end_scan(to));
+    } else if (parked_ != to) {
         TRY(line_.move(to));
         parked_ = to;
     }
-    return {};
+    return pulse_srst();
 }
 
 Status EdgeEngine::reset_if_doubtful() {
@@ -419,27 +419,27 @@ Status EdgeEngine::set_srst(bool asserted) {
     }
     if (asserted) {
         TRY(counts_.add(Inexact::SrstHeld, 1));
+        srst_due_ = true;
         TRY(done(pulse_srst()));
     }
     srst_ = asserted;
     return {};
 }
 
-// Where the reset has moved the TAP, it goes back; what a register held is lost then.
+// A pulse that is due, once no scan is open: a pod that resets its target loses what stands in a
+// register. Where the reset has moved the TAP, it goes back.
 Status EdgeEngine::pulse_srst() {
-    TRY(settle_all());
-    TRY(line_.pulse_srst());
-    const StableState expected = scan_.open() ? pause_state(scan_.path()) : parked_;
-    if (TRY(line_.ask_state()) == expected) {
+    if (!srst_due_ || scan_.open()) {
         return {};
     }
-    unsettled_ = true;
-    if (scan_.open()) {
-        scan_.abandon();
-        scan_.begin(path_of(tap_state(expected)));
-        captured_ = true;
+    srst_due_ = false;
+    TRY(settle_all());
+    TRY(line_.pulse_srst());
+    if (TRY(line_.ask_state()) != parked_) {
+        unsettled_ = true;
+        TRY(line_.move(parked_));
     }
-    return line_.move(expected);
+    return {};
 }
 
 Status EdgeEngine::set_max_frequency(double hertz) {

@@ -87,7 +87,8 @@ public:
     // The level of TRST. The pod gives a pulse when it is asserted; until it is released the client
     // stands in Test-Logic-Reset, whatever is clocked. A level that does not change does nothing.
     [[nodiscard]] Status set_trst(bool asserted);
-    // The level of the target's system reset: a pulse when it is asserted.
+    // The level of the target's system reset: a pulse when it is asserted, in the middle of a scan
+    // when the client has left that.
     [[nodiscard]] Status set_srst(bool asserted);
     // The test clock stays at or below `hertz` from now on. Errors: the line's; ErrorKind::Refused
     // for one that is slower than the slowest, then nothing has changed.
@@ -153,6 +154,7 @@ private:
     bool unsettled_ = false;
     bool trst_ = false;
     bool srst_ = false;
+    bool srst_due_ = false;
     TapState client_ = TapState::TestLogicReset;
     StableState parked_ = StableState::Reset; // the pod, while no scan is open
     bool captured_ = false;                   // the open scan, whether or not it has a bit

@@ -25,7 +25,8 @@ public:
     [[nodiscard]] virtual Result<StableState> ask_state() = 0;
     // A low pulse of TRSTn, behind everything queued. The TAP stands in Test-Logic-Reset then.
     [[nodiscard]] virtual Status pulse_trst() = 0;
-    // A pulse of the target's system reset, behind everything queued.
+    // A pulse of the target's system reset, behind everything queued. In a Pause state what stands
+    // in the register may be lost.
     [[nodiscard]] virtual Status pulse_srst() = 0;
     // The test clock stays at or below `hertz` from now on, and the TAP where it is. An error
     // (ErrorKind::Refused) for one that is slower than the slowest; nothing has changed then.

@@ -212,7 +212,7 @@ Status PodPort::pulse_reset() {
     TRY(leave_scan());
     TRY(flush());
     line_->forget_state();
-    return reset(*pod_, {.hard = true}).map([](const auto&) { return Done{}; });
+    return reset(*pod_, {.hard = true, .hidden = true}).map([](const auto&) { return Done{}; });
 }
 
 ClockSetting PodPort::setting_at_most(std::optional<double> hertz) const {

@@ -1,7 +1,7 @@
 // Scans of any length through a session, a library and a simulated pod: what a bare chain gives.
 #include "common/tap_state.h"
 #include "description_text.h"
-#include "host/session/session.h"
+#include "session_options.h"
 #include "support/leak_guard.h"
 #include "support/podsim_process.h"
 #include "tests/podsim/model/reference_chain.h"
@@ -118,17 +118,6 @@ private:
     PodPort& port_;
     BareChain bare_;
 };
-
-talvor::SessionOptions session_options(uint32_t serial) {
-    talvor::SessionOptions options;
-    options.library = TALVOR_LIBRARY;
-    options.serial = serial;
-    options.lost = [](const talvor::Error& error) {
-        ADD_FAILURE() << headline(error);
-        std::abort();
-    };
-    return options;
-}
 
 TEST(ExactScansTest, GiveASessionWhatThePlainChainGives) {
     test_support::LeakGuard leaks;

@@ -5,6 +5,7 @@
 // TALVOR_EDGE_CASES says how many sequences are tried.
 #include "host/bridge/edge_engine.h"
 #include "tests/host/bridge/edge_target.h"
+#include "tests/host/bridge/random_edges.h"
 
 #include <gtest/gtest.h>
 
@@ -23,9 +24,9 @@ uint64_t wanted_cases() {
     return text == nullptr ? kCases : std::strtoull(text, nullptr, 10);
 }
 
-class RandomEdges {
+class EdgeComparison {
 public:
-    explicit RandomEdges(uint64_t seed)
+    explicit EdgeComparison(uint64_t seed)
         : random_(seed), taps_(random_taps()), bare_(ScanTarget(taps_, seed)),
           line_(ScanTarget(taps_, seed), static_cast<uint16_t>(random_())), engine_(line_, {}) {
         // The first reset is one for a target that may stand anywhere, which takes a detour.
@@ -36,24 +37,20 @@ public:
 
     // One sequence: from wherever the last one has ended.
     void sequence() {
-        Bits tms;
-        Bits tdi;
-        for (size_t parts = 1 + below(4); parts > 0; --parts) {
-            append_part(tms, tdi);
-        }
-        for (size_t at = 0; at < tms.size();) {
-            const size_t count = std::min(random_piece(), tms.size() - at);
-            ASSERT_NO_FATAL_FAILURE(clock(tms.slice(at, count), tdi.slice(at, count)));
+        const Edges edges = make_.sequence(bare_.state(), bare_.chain().length());
+        for (size_t at = 0; at < edges.size();) {
+            const size_t count = std::min(make_.piece(), edges.size() - at);
+            ASSERT_NO_FATAL_FAILURE(clock(edges.slice(at, count)));
             at += count;
         }
-        if (chance(30)) {
+        if (make_.chance(30)) {
             ASSERT_TRUE(engine_.settle());
             ASSERT_NO_FATAL_FAILURE(compare_settled());
         }
     }
     // Whatever is still under way.
     void finish() {
-        ASSERT_NO_FATAL_FAILURE(clock(Bits::from_uint(0x1F, 6), Bits(6)));
+        ASSERT_NO_FATAL_FAILURE(clock({Bits::from_uint(0x1F, 6), Bits(6)}));
         ASSERT_TRUE(engine_.settle());
         ASSERT_NO_FATAL_FAILURE(compare_settled());
     }
@@ -62,106 +59,21 @@ public:
     [[nodiscard]] uint64_t clocks() const { return line_.target.clocks; }
 
 private:
-    size_t below(size_t bound) { return static_cast<size_t>(random_() % bound); }
-    bool chance(size_t percent) { return below(100) < percent; }
-
     std::vector<TargetTap> random_taps() {
-        std::vector<TargetTap> taps(1 + below(8));
+        std::vector<TargetTap> taps(1 + make_.below(8));
         for (TargetTap& tap : taps) {
-            tap.instruction_bits = 2 + below(8);
-            for (size_t i = 1 + below(3); i > 0; --i) {
-                tap.lengths.push_back(1 + below(chance(5) ? 600 : 40));
+            tap.instruction_bits = 2 + make_.below(8);
+            for (size_t i = 1 + make_.below(3); i > 0; --i) {
+                tap.lengths.push_back(1 + make_.below(make_.chance(5) ? 600 : 40));
             }
-            tap.captures = static_cast<Captures>(below(4));
-            tap.grows_by = chance(30) ? 1 + below(70) : 0;
+            tap.captures = static_cast<Captures>(make_.below(4));
+            tap.grows_by = make_.chance(30) ? 1 + make_.below(70) : 0;
         }
         return taps;
     }
-    Bits random_bits(size_t length) {
-        Bits bits(length);
-        const size_t kind = below(5);
-        for (size_t i = 0; i < length; ++i) {
-            bits.set(i, kind == 0 || (kind == 1 && i % 2 == 0) || (kind > 2 && chance(50)));
-        }
-        return bits;
-    }
-    // Around the register's length as often as not.
-    size_t random_shift() {
-        const size_t length = std::max<size_t>(1, bare_.chain().length());
-        switch (below(6)) {
-        case 0:
-            return length;
-        case 1:
-            return length + 1 + below(3);
-        case 2:
-            return std::max<size_t>(1, length - std::min(length - 1, 1 + below(3)));
-        default:
-            return 1 + below(chance(20) ? 500 : 60);
-        }
-    }
-    size_t random_piece() {
-        switch (below(4)) {
-        case 0:
-            return 1 + below(4);
-        case 1:
-            return 1 + below(70);
-        default:
-            return 1 + below(2000);
-        }
-    }
-
-    // Where the edges made so far lead.
-    void push(Bits& tms, Bits& tdi, const Bits& more) {
-        tms.append(more);
-        tdi.append(random_bits(more.size()));
-        for (size_t i = 0; i < more.size(); ++i) {
-            planned_ = next_state(planned_, more[i]);
-        }
-    }
-    void go(Bits& tms, Bits& tdi, TapState to) {
-        const TmsPath path = shortest_path(planned_, to);
-        push(tms, tdi, Bits::from_uint(path.tms, path.count));
-    }
-    void append_part(Bits& tms, Bits& tdi) {
-        if (tms.empty()) {
-            planned_ = bare_.state();
-        }
-        switch (below(8)) {
-        case 0: // edges without a plan
-            push(tms, tdi, random_bits(1 + below(40)));
-            return;
-        case 1: // a stay
-            push(tms, tdi, Bits(1 + below(chance(10) ? 300 : 20)));
-            return;
-        case 2: // somewhere
-            go(tms, tdi, static_cast<TapState>(below(kTapStates)));
-            return;
-        default:
-            append_scan(tms, tdi);
-            return;
-        }
-    }
-    // A scan with a pause or without, or a part of one, to anywhere.
-    void append_scan(Bits& tms, Bits& tdi) {
-        go(tms, tdi, chance(25) ? TapState::ShiftIr : TapState::ShiftDr);
-        for (size_t parts = 1 + below(3); parts > 0; --parts) {
-            Bits shifts(random_shift());
-            shifts.set(shifts.size() - 1, true);
-            push(tms, tdi, shifts);
-            if (parts > 1) {
-                const bool ir = planned_ == TapState::Exit1Ir;
-                go(tms, tdi, ir ? TapState::PauseIr : TapState::PauseDr);
-                push(tms, tdi, Bits(below(4)));
-                go(tms, tdi, ir ? TapState::ShiftIr : TapState::ShiftDr);
-            }
-        }
-        if (chance(80)) {
-            go(tms, tdi, static_cast<TapState>(below(kTapStates)));
-        }
-    }
-
-    void clock(const Bits& tms, const Bits& tdi) {
-        if (chance(15)) {
+    void clock(const Edges& edges) {
+        const auto& [tms, tdi] = edges;
+        if (make_.chance(15)) {
             peek(tdi[0]);
         }
         Bits expected(tms.size());
@@ -171,12 +83,12 @@ private:
             expected.set(i, bare_.clock(tms[i], tdi[i]));
         }
         Bits tdo;
-        switch (below(4)) {
+        switch (make_.below(4)) {
         case 0:
             ASSERT_TRUE(engine_.clock(tms, tdi, nullptr));
             break;
         case 1: {
-            Bits asked = random_bits(tms.size());
+            Bits asked = make_.bits(tms.size());
             ASSERT_TRUE(engine_.clock(tms, tdi, &tdo, &asked));
             ASSERT_EQ(tdo &= asked, expected &= asked);
             asked_outside_ += asked.count_ones() - (asked &= in_shift).count_ones();
@@ -236,11 +148,11 @@ private:
     }
 
     std::mt19937_64 random_;
+    RandomEdges make_{random_};
     std::vector<TargetTap> taps_;
     EdgeTarget bare_;
     TargetLine line_;
     EdgeEngine engine_;
-    TapState planned_ = TapState::TestLogicReset;
     uint64_t asked_outside_ = 0;
     std::vector<TargetEvent> bare_events_; // that the pod has not done yet
     std::vector<TargetEvent> pod_events_;
@@ -251,7 +163,7 @@ TEST(EdgeEngineTest, RandomEdgesAnswerWhatTheBareChainDoes) {
     uint64_t client = 0;
     const uint64_t chains = wanted_cases() / kSequencesAChain + 1;
     for (uint64_t seed = 1; seed <= chains; ++seed) {
-        RandomEdges edges(seed);
+        EdgeComparison edges(seed);
         for (size_t i = 0; i < kSequencesAChain; ++i) {
             edges.sequence();
             ASSERT_FALSE(testing::Test::HasFatalFailure())
