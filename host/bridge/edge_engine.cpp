@@ -275,7 +275,7 @@ Status EdgeEngine::leave(StableState to) {
     }
     if (scan_.open()) {
         TRY(end_scan(to));
-    } else if (parked_ != to) {
+    } else {
         TRY(line_.move(to));
         parked_ = to;
     }

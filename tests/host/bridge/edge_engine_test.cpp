@@ -336,8 +336,10 @@ TEST(EdgeEngineTest, OnesBeyondAResetAreCounted) {
     EXPECT_EQ(bridge.engine.count_of(Inexact::ResetClocks), 0U);
     bridge.clock(ones(3));
     EXPECT_EQ(bridge.engine.count_of(Inexact::ResetClocks), 3U);
+    bridge.clock(ones(2));
+    EXPECT_EQ(bridge.engine.count_of(Inexact::ResetClocks), 5U);
     bridge.clock("0" + ones(20));
-    EXPECT_EQ(bridge.engine.count_of(Inexact::ResetClocks), 7U);
+    EXPECT_EQ(bridge.engine.count_of(Inexact::ResetClocks), 9U);
 }
 
 // ---- Run-Test/Idle
