@@ -2,6 +2,7 @@
 // else through a double; both end in coordinates, where the unit is a subtraction.
 #include "pll/coord.h"
 #include "sys/compare.h"
+#include "sys/number.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -80,7 +81,9 @@ bool has_half_step_form(const Number& number) {
 // Kept: a leading 0 makes the whole part octal, so "010.0" is 8 MHz; and the product wraps in 32
 // bits. Board files with such texts are in use.
 bool read_half_step(const Number& number, coord_t* coord) {
-    const auto whole = static_cast<uint32_t>(std::strtoul(number.text, nullptr, 0));
+    // Nothing but digits up to the dot: they convert always.
+    uint32_t whole = 0;
+    (void)sys_Str0ToUnsign32(number.text, &whole);
     const uint32_t halves = number.text[number.length - 1] == '5' ? kHalfMegahertz : 0;
     const uint32_t hertz = whole * PLL_TCLK_MHZ_TO_HZ + halves;
     if (hertz < PLL_TCLK_F_MINIMUM || hertz > kLargestExact) {

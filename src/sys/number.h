@@ -4,10 +4,13 @@
 
 #include "jti_typedef.h"
 
-// Read an integer with the C library's conversion and automatic base: 0x hexadecimal, a leading 0
-// octal, else decimal; leading blanks, a sign and trailing characters are accepted. What the
-// library's long (64 bits here) gives is cut to the width of *pNumber without a range check: 300 is
-// 44 in 8 bits. When no character converts the call fails, and *pNumber is 0.
+// Read an integer as the C library of C17 does with automatic base: 0x hexadecimal, a leading 0
+// octal, else decimal; leading blanks (space, \t, \n, \v, \f, \r), a sign and trailing characters
+// are accepted. The conversion is this file's own, because libraries differ: since C23 theirs takes
+// 0b for binary, and a board file must mean the same everywhere. Here it is a 0 with characters
+// behind it. What 64 bits hold (a larger number is the largest one, a smaller one the smallest;
+// without a sign bit -1 is the largest) is cut to the width of *pNumber without a range check: 300
+// is 44 in 8 bits. When no character converts the call fails, and *pNumber is 0.
 JTI_EXPORT bool sys_Str0ToUnsign8(const char* pValue, uint8_t* pNumber);
 JTI_EXPORT bool sys_Str0ToSigned8(const char* pValue, int8_t* pNumber);
 JTI_EXPORT bool sys_Str0ToUnsign16(const char* pValue, uint16_t* pNumber);

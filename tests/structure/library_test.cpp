@@ -79,6 +79,16 @@ TEST(LibraryTest, NeedsTheCLibraryAndItsMathsOnly) {
     }
 }
 
+// A libc's own conversion of integers depends on the C standard that it was compiled for: numbers
+// of a board file are read by the driver's.
+TEST(LibraryTest, LeavesNoIntegerConversionToTheCLibrary) {
+    const std::string needed = output_of({"nm", "-D", "--undefined-only", library});
+    EXPECT_FALSE(lines_with(needed, "strtod").empty());
+    for (const char* conversion : {"strtol", "strtoul", "strtoll", "strtoull", "atoi", "scanf"}) {
+        EXPECT_TRUE(lines_with(needed, conversion).empty()) << conversion;
+    }
+}
+
 TEST(LibraryTest, IsLinkedHardened) {
     const std::string dynamic = output_of({"readelf", "-d", "-W", library});
     EXPECT_EQ(lines_with(dynamic, "BIND_NOW").size() + lines_with(dynamic, "Flags: NOW").size(),

@@ -57,8 +57,9 @@ TEST(NumberTest, ATextWithoutDigitsFailsAndStoresZero) {
 
 TEST(NumberTest, TheBaseFollowsFromTheText) {
     const std::pair<const char*, int> cases[] = {
-        {"0", 0},    {"10", 10},    {"010", 8}, {"0x10", 16}, {"0X1f", 31}, {" \t12", 12},
-        {"+12", 12}, {"12kHz", 12}, {"089", 0}, {"0x", 0},    {"0b11", 0},  {"12 34", 12},
+        {"0", 0},    {"10", 10},    {"010", 8},   {"0x10", 16},        {"0X1f", 31},  {" \t12", 12},
+        {"+12", 12}, {"12kHz", 12}, {"089", 0},   {"0x", 0},           {"12 34", 12}, {"0xg", 0},
+        {"0Xg1", 0}, {"0x 1", 0},   {"0x2F", 47}, {"\n\v\f\r 12", 12}, {"07", 7},
     };
     for (const auto& [text, value] : cases) {
         EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, text), value) << text;
@@ -69,6 +70,49 @@ TEST(NumberTest, TheBaseFollowsFromTheText) {
         EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, text), value) << text;
         EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, text), value) << text;
         EXPECT_EQ(read<int64_t>(sys_Str0ToSigned64, text), value) << text;
+    }
+}
+
+// Since C23 the C library's own conversion takes 0b for binary. Here it is 0 and what is behind it.
+TEST(NumberTest, NoBinaryNumbers) {
+    for (const char* text : {"0b101", "0B101", "0b", "0B", "0b2", "-0b11", "+0b11", " 0b1"}) {
+        EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, text), 0) << text;
+        EXPECT_EQ(read<int16_t>(sys_Str0ToSigned16, text), 0) << text;
+        EXPECT_EQ(read<uint32_t>(sys_Str0ToUnsign32, text), 0U) << text;
+        EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, text), 0U) << text;
+        EXPECT_EQ(read<int64_t>(sys_Str0ToSigned64, text), 0) << text;
+        bool logic = true;
+        EXPECT_FALSE(sys_Str0ToBoolean(text, &logic)) << text;
+        EXPECT_FALSE(logic) << text;
+    }
+    EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, "b101"), std::nullopt);
+    EXPECT_EQ(read<uint8_t>(sys_Str0ToUnsign8, "0xb101"), 0x01);
+}
+
+TEST(NumberTest, OneSignAndOnlyBeforeThePrefix) {
+    for (const char* text : {"+-1", "-+1", "--1", "++1", "+ 1", "-", "+x"}) {
+        EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, text), std::nullopt) << text;
+        EXPECT_EQ(read<uint32_t>(sys_Str0ToUnsign32, text), std::nullopt) << text;
+    }
+    EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, "-0x10"), -16);
+    EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, "-010"), -8);
+    EXPECT_EQ(read<uint32_t>(sys_Str0ToUnsign32, "-0x10"), 0xFFFFFFF0U);
+    EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, "0x-10"), 0);
+}
+
+TEST(NumberTest, OtherBytesAreNeitherBlanksNorDigits) {
+    for (int byte = 1; byte < 256; ++byte) {
+        const auto letter = static_cast<char>(byte);
+        const bool blank = byte == ' ' || (byte >= 9 && byte <= 13);
+        const bool sign = letter == '+' || letter == '-';
+        const bool digit = byte >= '0' && byte <= '9';
+        const std::string text = std::string(1, letter) + "7";
+        EXPECT_EQ(read<int32_t>(sys_Str0ToSigned32, text).has_value(), blank || sign || digit)
+            << byte;
+        const bool hexadecimal = std::string("0123456789abcdefABCDEF").find(letter) < 22;
+        EXPECT_EQ(read<uint32_t>(sys_Str0ToUnsign32, "0x1" + std::string(1, letter)) > 1U,
+                  hexadecimal)
+            << byte;
     }
 }
 
@@ -92,6 +136,15 @@ TEST(NumberTest, TheLibrarysOwnLimitsHoldBeyond64Bits) {
     EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "18446744073709551615"), UINT64_MAX);
     EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "18446744073709551616"), UINT64_MAX);
     EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "-1"), UINT64_MAX);
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "-18446744073709551615"), 1U);
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "-18446744073709551616"), UINT64_MAX);
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "0xFFFFFFFFFFFFFFFF"), UINT64_MAX);
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "0x10000000000000000"), UINT64_MAX);
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "01777777777777777777777"), UINT64_MAX);
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "02000000000000000000000"), UINT64_MAX);
+    // Too large once, too large for good, though more digits wrap the value round.
+    EXPECT_EQ(read<uint64_t>(sys_Str0ToUnsign64, "0x100000000000000001234"), UINT64_MAX);
+    EXPECT_EQ(read<int64_t>(sys_Str0ToSigned64, "-0x100000000000000001234"), INT64_MIN);
     EXPECT_EQ(read<int64_t>(sys_Str0ToSigned64, "9223372036854775807"), INT64_MAX);
     EXPECT_EQ(read<int64_t>(sys_Str0ToSigned64, "9223372036854775808"), INT64_MAX);
     EXPECT_EQ(read<int64_t>(sys_Str0ToSigned64, "-9223372036854775808"), INT64_MIN);
@@ -102,20 +155,23 @@ TEST(NumberTest, TheLibrarysOwnLimitsHoldBeyond64Bits) {
 
 // A positional reader of its own: blanks, sign, base, digits; 128 bits so that nothing wraps.
 std::optional<__int128> model(const std::string& text) {
-    size_t at = text.find_first_not_of(" \t");
+    size_t at = text.find_first_not_of(" \t\n");
     if (at == std::string::npos) {
         return std::nullopt;
     }
     const bool negative = text[at] == '-';
     at += text[at] == '-' || text[at] == '+' ? 1 : 0;
     const auto digit = [&](size_t place, int base) {
-        const size_t found = place < text.size() ? std::string("0123456789abcdef").find(text[place])
-                                                 : std::string::npos;
-        return found < static_cast<size_t>(base) ? static_cast<int>(found) : -1;
+        const size_t found = place < text.size()
+                                 ? std::string("0123456789abcdefABCDEF").find(text[place])
+                                 : std::string::npos;
+        const size_t value = found < 16 || found == std::string::npos ? found : found - 6;
+        return value < static_cast<size_t>(base) ? static_cast<int>(value) : -1;
     };
     int base = 10;
     if (at < text.size() && text[at] == '0') {
-        base = at + 1 < text.size() && text[at + 1] == 'x' && digit(at + 2, 16) >= 0 ? 16 : 8;
+        const bool x = at + 1 < text.size() && (text[at + 1] == 'x' || text[at + 1] == 'X');
+        base = x && digit(at + 2, 16) >= 0 ? 16 : 8;
         at += base == 16 ? 2 : 0;
     }
     if (digit(at, base) < 0) {
@@ -138,7 +194,7 @@ void agrees_with_model(Parser<Number> parse, const std::string& text) {
 
 TEST(NumberTest, AgreesWithAPositionalReaderOnGeneratedTexts) {
     std::mt19937 random(20260103);
-    const std::string letters = "0011789afx-+ ,";
+    const std::string letters = "0001178bBFxxX-+ \n,";
     std::uniform_int_distribution<size_t> letter(0, letters.size() - 1);
     std::uniform_int_distribution<size_t> length(0, 12);
     for (int i = 0; i < 100'000; ++i) {
