@@ -17,14 +17,6 @@ namespace {
 constexpr int kKilledBySignal = 128; // as shells report it
 constexpr int kUnknownEnd = 127;
 
-// A program that was started with SIGCHLD ignored never hears how its children ended.
-void keep_ends() {
-    struct sigaction present {};
-    if (sigaction(SIGCHLD, nullptr, &present) == 0 && present.sa_handler == SIG_IGN) {
-        std::signal(SIGCHLD, SIG_DFL);
-    }
-}
-
 // What posix_spawn wants in records of its own.
 class Attributes {
 public:
@@ -76,6 +68,13 @@ private:
 
 } // namespace
 
+void keep_child_ends() noexcept {
+    struct sigaction present {};
+    if (sigaction(SIGCHLD, nullptr, &present) == 0 && present.sa_handler == SIG_IGN) {
+        std::signal(SIGCHLD, SIG_DFL);
+    }
+}
+
 bool ChildEnd::succeeded() const noexcept {
     return known_ && WIFEXITED(status_) && WEXITSTATUS(status_) == 0;
 }
@@ -106,7 +105,7 @@ Result<ChildProcess> ChildProcess::spawn(const SpawnOptions& options) {
     arguments.push_back(nullptr);
     const Attributes attributes(options);
     pid_t child = 0;
-    keep_ends();
+    keep_child_ends();
     const int error = system_calls.posix_spawnp(&child, arguments.front(), attributes.actions(),
                                                 attributes.attributes(), arguments.data(), environ);
     if (error != 0) {

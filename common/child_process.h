@@ -22,6 +22,10 @@ struct SpawnOptions {
     bool own_group = false;      // a process group of its own: Ctrl-C does not reach it
 };
 
+// A program that was started with SIGCHLD ignored never hears how its children ended; from here on
+// this one does.
+void keep_child_ends() noexcept;
+
 // How a process ended, from waitpid's status.
 class ChildEnd {
 public:

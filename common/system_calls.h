@@ -47,7 +47,6 @@ struct SystemCalls {
     int (*fstat)(int fd, struct stat* facts);
     int (*stat)(const char* path, struct stat* facts);
     int (*lstat)(const char* path, struct stat* facts);
-    int (*access)(const char* path, int mode);
     int (*unlink)(const char* path);
     int (*rename)(const char* from, const char* to);
     int (*flock)(int fd, int operation);
@@ -71,6 +70,7 @@ struct SystemCalls {
     int (*posix_spawnp)(pid_t* child, const char* file, const posix_spawn_file_actions_t* actions,
                         const posix_spawnattr_t* attributes, char* const* arguments,
                         char* const* environment); // answers the errno itself
+    pid_t (*fork)();
     pid_t (*waitpid)(pid_t child, int* status, int options);
     int (*sigwait)(const sigset_t* signals, int* signal); // answers the errno itself
     int (*unshare)(int flags);

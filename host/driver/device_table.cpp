@@ -7,13 +7,10 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <charconv>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
-#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -23,22 +20,6 @@ namespace {
 
 constexpr const char* kNoProxyStep =
     "start a pod proxy, or use --simulate for a simulated pod; 'talvor doctor' checks step by step";
-
-bool object_exists(const char* name) {
-    const FileDescriptor object(shm_open(name, O_RDONLY | O_CLOEXEC, 0));
-    return object.is_open() || errno != ENOENT;
-}
-
-std::optional<int> process_of(int lock) {
-    std::array<char, 16> text{};
-    const ssize_t length = pread(lock, text.data(), text.size(), 0);
-    int process = 0;
-    if (length <= 0 ||
-        std::from_chars(text.data(), text.data() + length, process).ec != std::errc()) {
-        return std::nullopt;
-    }
-    return process;
-}
 
 bool block_is_good(const char* name) {
     const FileDescriptor block(shm_open(name, O_RDONLY | O_CLOEXEC, 0));
@@ -84,21 +65,6 @@ Result<std::unique_ptr<gbl_shm>> copy_table() {
 }
 
 } // namespace
-
-ProxyState proxy_state() {
-    if (!object_exists(SHM_DEVICE_TABLE_NAME) && !object_exists(SHM_GLOBAL_MUTEX_NAME)) {
-        return {ProxyLife::Absent, std::nullopt};
-    }
-    const FileDescriptor lock(open(SHM_OWNER_LOCK_PATH, O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
-    if (!lock.is_open()) {
-        return {ProxyLife::Unknown, std::nullopt};
-    }
-    // A shared lock that is given at once says that nobody holds the exclusive one.
-    if (flock(lock.get(), LOCK_SH | LOCK_NB) == 0) {
-        return {ProxyLife::Dead, std::nullopt};
-    }
-    return {ProxyLife::Alive, process_of(lock.get())};
-}
 
 Result<DeviceTable> read_device_table() {
     const auto table = TRY(copy_table());

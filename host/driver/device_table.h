@@ -2,6 +2,7 @@
 // taken, and no proxy is woken.
 #pragma once
 
+#include "common/proxy_state.h"
 #include "common/result.h"
 
 #include <cstdint>
@@ -22,21 +23,6 @@ struct PodRecord {
 
     [[nodiscard]] uint32_t generation() const noexcept { return revision >> 8U; }
 };
-
-// Whether the process that made the objects lives.
-enum class ProxyLife : uint8_t {
-    Absent,  // there are no objects
-    Alive,   // it holds its lock
-    Dead,    // the objects stand there and nobody holds the lock beside them
-    Unknown, // the proxy keeps no lock
-};
-
-struct ProxyState {
-    ProxyLife life = ProxyLife::Absent;
-    std::optional<int> process; // that holds the lock
-};
-
-[[nodiscard]] ProxyState proxy_state();
 
 struct DeviceTable {
     uint32_t claimed_records = 0; // what the table says; at most 128 are looked at

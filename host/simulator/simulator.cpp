@@ -1,6 +1,6 @@
 #include "host/simulator/simulator.h"
 
-#include "common/private_shm.h"
+#include "common/simulation_shm.h"
 #include "common/system_calls.h"
 #include "host/simulator/built_in_description.h"
 
@@ -22,8 +22,6 @@ namespace {
 
 constexpr const char* kProgram = "talvor-podsim";
 constexpr const char* kProgramVariable = "TALVOR_PODSIM";
-// In the /dev/shm that only this process and its children see.
-constexpr const char* kReadyFile = "/dev/shm/talvor_ready";
 constexpr std::chrono::seconds kStartPatience{20};
 constexpr std::chrono::milliseconds kLookEvery{2};
 constexpr size_t kLastWords = 2000;
@@ -91,13 +89,13 @@ void add_waveform(std::vector<std::string>& arguments, const WaveformFile& vcd) 
     }
 }
 
-// Starts it: `words` takes what it says.
+// Starts it: `words` takes what it says, `ready` its line that the pods are served.
 Result<ChildProcess> spawn(const SimulatorOptions& options, const std::string& description,
-                           int words) {
+                           int words, int ready) {
     SpawnOptions child;
     // It ends with this program, however that ends; a Ctrl-C at the terminal is ours alone.
     child.arguments = {find_program(options.program), "--end-with", fmt::format("{}", getpid()),
-                       "--ready-file", kReadyFile};
+                       "--ready-fd", fmt::format("{}", ready)};
     child.own_group = true;
     if (options.vcd) {
         add_waveform(child.arguments, *options.vcd);
@@ -121,25 +119,27 @@ std::string_view built_in_description() noexcept {
 }
 
 Result<Simulator> Simulator::start(const SimulatorOptions& options) {
-    if (const Status privacy = enter_private_shm(); !privacy) {
-        return simulator_error(headline(privacy.error()),
-                               "start talvor-podsim yourself and leave --simulate away");
+    Result<std::string> note = enter_simulation_shm();
+    if (!note) {
+        return simulator_error(headline(note.error()), note.error().next_step);
     }
     const FileDescriptor built_in = TRY(memory_file("built-in.toml", built_in_description()));
+    const FileDescriptor ready = TRY(memory_file("podsim.ready", ""));
     FileDescriptor words = TRY(memory_file("podsim.log", ""));
     const std::string description = options.description.empty()
                                         ? fmt::format("/proc/self/fd/{}", built_in.get())
                                         : options.description;
-    ChildProcess process = TRY(spawn(options, description, words.get()));
+    ChildProcess process = TRY(spawn(options, description, words.get(), ready.get()));
     Simulator simulator(std::move(process), std::move(words),
-                        options.vcd ? options.vcd->path : std::string());
-    TRY(simulator.wait_until_ready(options));
+                        options.vcd ? options.vcd->path : std::string(), *std::move(note));
+    TRY(simulator.wait_until_ready(options, ready.get()));
     return simulator;
 }
 
-Status Simulator::wait_until_ready(const SimulatorOptions& options) {
+Status Simulator::wait_until_ready(const SimulatorOptions& options, int ready) {
     const auto deadline = std::chrono::steady_clock::now() + kStartPatience;
-    while (system_calls.access(kReadyFile, F_OK) != 0) {
+    char first = '\0';
+    while (system_calls.pread(ready, &first, sizeof(first), 0) != sizeof(first)) {
         if (const std::optional<ChildEnd> end = process_.poll()) {
             return early_end(*end, options);
         }
@@ -149,7 +149,6 @@ Status Simulator::wait_until_ready(const SimulatorOptions& options) {
         }
         std::this_thread::sleep_for(kLookEvery);
     }
-    system_calls.unlink(kReadyFile);
     return {};
 }
 

@@ -34,7 +34,8 @@ struct SimulatorOptions {
 class Simulator {
 public:
     // Moves this process into a /dev/shm of its own, starts talvor-podsim there and waits until it
-    // serves. Only while the process has one thread. Errors (ErrorKind::BadFile): a bad
+    // serves. Where no such /dev/shm can be had the machine's does, if no pod proxy serves it; the
+    // note says so then. Only while the process has one thread. Errors (ErrorKind::BadFile): a bad
     // description, in the simulator's words. (ErrorKind::Pod): the rest.
     [[nodiscard]] static Result<Simulator> start(const SimulatorOptions& options);
     ~Simulator();
@@ -44,14 +45,18 @@ public:
     // Ends it and waits until it has: then its waveform is complete. Errors (ErrorKind::BadFile):
     // the waveform is not, in the simulator's words. (ErrorKind::Pod): it has failed otherwise.
     [[nodiscard]] Status stop();
+    // What the user is to be told of where it stands; "" when it stands in a /dev/shm of its own.
+    [[nodiscard]] const std::string& note() const noexcept { return note_; }
     // The last lines of what it has said, "" when nothing.
     [[nodiscard]] std::string last_words() const;
 
 private:
-    Simulator(ChildProcess process, FileDescriptor words, std::string vcd)
-        : process_(std::move(process)), words_(std::move(words)), vcd_(std::move(vcd)) {}
+    Simulator(ChildProcess process, FileDescriptor words, std::string vcd, std::string note)
+        : process_(std::move(process)), words_(std::move(words)), vcd_(std::move(vcd)),
+          note_(std::move(note)) {}
 
-    [[nodiscard]] Status wait_until_ready(const SimulatorOptions& options);
+    // `ready`: where it writes its line.
+    [[nodiscard]] Status wait_until_ready(const SimulatorOptions& options, int ready);
     // The error of a simulator that has ended before it was ready.
     [[nodiscard]] Failure early_end(const ChildEnd& end, const SimulatorOptions& options) const;
     // The error of one that did not end well.
@@ -60,6 +65,7 @@ private:
     ChildProcess process_;
     FileDescriptor words_; // what it says
     std::string vcd_;      // where the waveform goes; "": there is none
+    std::string note_;
 };
 
 } // namespace talvor

@@ -1,8 +1,8 @@
 #include "podsim/main/life.h"
 
 #include "common/child_process.h"
-#include "common/private_shm.h"
 #include "common/result.h"
+#include "common/simulation_shm.h"
 #include "common/system_calls.h"
 #include "podsim/control/socket.h"
 #include "podsim/main/complaint.h"
@@ -121,9 +121,8 @@ Result<Stream> open_log(const std::string& path) {
 }
 
 Status enter_privacy() {
-    if (const Status entered = enter_private_shm(); !entered) {
-        return pod_error("no private /dev/shm", headline(entered.error()),
-                         "run as root, or allow user namespaces");
+    if (const std::string note = TRY(enter_simulation_shm()); !note.empty()) {
+        std::fprintf(stderr, "talvor-podsim: %s\n", note.c_str());
     }
     return {};
 }

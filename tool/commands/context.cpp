@@ -26,6 +26,9 @@ Status Context::start_simulator(const std::optional<WaveformFile>& vcd) {
     simulation.description = options.description;
     simulation.vcd = vcd;
     simulator_.emplace(TRY(Simulator::start(simulation)));
+    if (!simulator_->note().empty()) {
+        out.note(simulator_->note());
+    }
     return {};
 }
 

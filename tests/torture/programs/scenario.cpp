@@ -12,10 +12,12 @@
 #include "tests/podsim/external/bitbang_server.h"
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <memory>
+#include <sched.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -89,6 +91,17 @@ void leave_stale(const std::string& folder) {
 }
 
 // ---- the simulator with a command of its own --------------------------------------------------
+
+// As for a user who may not make a mount namespace alone.
+void become_ordinary(const std::string& /*folder*/) {
+    system_calls.unshare = [](int flags) {
+        if (flags == CLONE_NEWNS) {
+            errno = EPERM;
+            return -1;
+        }
+        return unshare(flags);
+    };
+}
 
 Ending serve_command(const std::string& folder) {
     Options options;
@@ -172,6 +185,7 @@ std::vector<Scenario> scenarios() {
         {"serve", nullptr, begin_serving, serve},
         {"serve after a crash", leave_stale, begin_serving, serve},
         {"serve a command", nullptr, nullptr, serve_command},
+        {"serve a command as an ordinary user", nullptr, become_ordinary, serve_command},
         {"shift through a target", nullptr, begin_target, shift_through_target},
         {"shift through a local target", nullptr, begin_local_target, shift_through_target},
         {"simulate", nullptr, nullptr, simulate},
