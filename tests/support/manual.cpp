@@ -63,8 +63,10 @@ void run_boxes_of(const std::string& page, size_t boxes) {
     // Relative names of a page begin at the top of the source tree; what it writes goes here.
     const auto folder = talvor::TemporaryFolder::create();
     ASSERT_TRUE(folder) << headline(folder.error());
-    fs::create_directory_symlink(fs::path(TALVOR_SOURCE_DIR) / "examples",
-                                 folder->path() + "/examples");
+    for (const char* name : {"examples", "include"}) {
+        fs::create_directory_symlink(fs::path(TALVOR_SOURCE_DIR) / name,
+                                     fs::path(folder->path()) / name);
+    }
     for (const Box& box : found) {
         run_box(box, folder->path());
     }
