@@ -1,9 +1,10 @@
 // The client of external targets: what a server answers. The input: a byte of options, a byte for
 // the number of operations, three bytes for each operation, and the bytes that the server answers.
+// remote_bitbang is spoken through a socket, the protocols of vectors without one.
 #include "common/temporary.h"
 #include "fuzz/base/check.h"
 #include "fuzz/targets.h"
-#include "podsim/external/remote_bitbang.h"
+#include "podsim/external/external_target.h"
 
 #include <array>
 #include <cstring>
@@ -15,14 +16,19 @@
 namespace talvor::fuzz {
 namespace {
 
+using podsim::TargetProtocol;
+using podsim::external::ExternalTarget;
 using podsim::external::Options;
-using podsim::external::RemoteBitbang;
+using podsim::external::Protocol;
 
 constexpr uint8_t kMostOperations = 8;
 constexpr unsigned kMostBits = 1500; // of one shift
 constexpr size_t kMostAnswers = 8192;
 constexpr unsigned kOptionSilent = 1; // the server goes silent behind its answers; else it closes
 constexpr unsigned kOptionResets = 2;
+constexpr unsigned kOptionQuit = 4;
+constexpr unsigned kOptionXvc = 8;
+constexpr unsigned kOptionJtagVpi = 16;
 
 // A listener that never answers to a request: what it answers stands there before it is asked for,
 // so that nothing has to run beside the client.
@@ -98,7 +104,8 @@ public:
         Options options{.address = server_.path()};
         options.send_resets = (options_ & kOptionResets) != 0;
         options.patience = std::chrono::milliseconds(1);
-        auto client = RemoteBitbang::connect(options);
+        options.quit = (options_ & kOptionQuit) != 0;
+        auto client = ExternalTarget::connect(options);
         FUZZ_CHECK(client.has_value(), "a server that listens is reached");
         client_ = *std::move(client);
         server_.answer(answers_, (options_ & kOptionSilent) == 0);
@@ -178,7 +185,8 @@ private:
                    "TDI is what was to be sent");
         if (lost_.empty()) {
             FUZZ_CHECK(wire.tdi.size() == sent_.size(), "each bit is asked for once");
-            FUZZ_CHECK(wire.quits == 1, "a server is told to quit");
+            FUZZ_CHECK(wire.quits == ((options_ & kOptionQuit) != 0 ? 1 : 0),
+                       "a server is told to quit where that is wanted");
             FUZZ_CHECK(wire.pins >= 0 && (wire.pins & 4) == 0, "TCK rests low");
         }
     }
@@ -191,14 +199,93 @@ private:
     std::string lost_; // why the server is lost
     bool again_ = false;
     Server server_;
-    std::unique_ptr<RemoteBitbang> client_;
+    std::unique_ptr<ExternalTarget> client_;
+};
+
+// A protocol of vectors, and answers that come in pieces.
+class VectorSession {
+public:
+    VectorSession(Input& input, TargetProtocol protocol)
+        : protocol_(podsim::external::make_protocol(protocol)) {
+        operations_ = input.take(size_t{3} * input.up_to(kMostOperations));
+        answers_ = input.take(kMostAnswers);
+        protocol_->begin();
+    }
+
+    void run() {
+        // Without a greeting nothing is sent.
+        if (!answer(1)) {
+            return;
+        }
+        for (Input steps(operations_); !steps.empty();) {
+            const uint8_t kind = steps.byte();
+            step(kind, steps.half());
+            if (!answer(kind | 1U)) {
+                return;
+            }
+        }
+        protocol_->finish();
+        if (answer(7)) {
+            FUZZ_CHECK(protocol_->levels().size() == wanted_, "what was asked for is answered");
+        }
+    }
+
+private:
+    void step(uint8_t kind, uint16_t argument) {
+        if (kind % 4 == 0) {
+            return protocol_->move(argument, argument % 64 + 1U, (kind & 0x80U) != 0);
+        }
+        const unsigned bits = argument % kMostBits * 4 + 1U;
+        const unsigned unwanted = kind % 4 == 1 ? 0 : argument % (bits + 1);
+        const std::vector<uint64_t> tdi((bits + 63U) / 64, 0x5A3C'9F01'77E2'4D18U);
+        protocol_->shift(tdi, bits, (kind & 0x80U) != 0, unwanted);
+        wanted_ += bits - unwanted;
+    }
+
+    // Sends and answers all that is due; false when there is nothing to answer with, or it is
+    // wrong.
+    bool answer(size_t piece) {
+        podsim::external::Exchange& exchange = protocol_->exchange();
+        for (;;) {
+            while (!exchange.sendable().empty()) {
+                exchange.sent(exchange.sendable().size());
+            }
+            if (exchange.outstanding() == 0) {
+                FUZZ_CHECK(exchange.unsent() == 0, "nothing is held back for an answer that came");
+                return true;
+            }
+            const size_t count = std::min({piece, size_t{exchange.outstanding()}, answers_.size()});
+            if (count == 0) {
+                return false;
+            }
+            const auto* bytes = reinterpret_cast<const char*>(answers_.data());
+            exchange.came(count);
+            if (const auto wrong = protocol_->take({bytes, count})) {
+                FUZZ_CHECK(wrong->starts_with("is no XVC server: "), "what a server did wrong");
+                return false;
+            }
+            answers_ = answers_.subspan(count);
+        }
+    }
+
+    std::unique_ptr<Protocol> protocol_;
+    Bytes operations_;
+    Bytes answers_;
+    uint64_t wanted_ = 0;
 };
 
 } // namespace
 
 void run_bitbang(Bytes bytes) {
     Input input(bytes);
-    Session(input).run();
+    const uint8_t options = Input(bytes).byte();
+    if ((options & (kOptionXvc | kOptionJtagVpi)) == 0) {
+        return Session(input).run();
+    }
+    (void)input.byte();
+    VectorSession(input,
+                  (options & kOptionXvc) != 0 ? TargetProtocol::Xvc : TargetProtocol::JtagVpi)
+        .run();
 }
 
 } // namespace talvor::fuzz

@@ -71,9 +71,29 @@ std::vector<control::Command> read_faults(const TomlReader& reader) {
     return faults;
 }
 
+TargetProtocol read_protocol(const TomlReader& reader) {
+    const std::string name = reader.text("target_protocol", "remote_bitbang");
+    for (const TargetProtocolName& each : kTargetProtocols) {
+        if (each.name == name) {
+            return each.protocol;
+        }
+    }
+    reader.error("target_protocol",
+                 "expected remote_bitbang, xvc or jtag_vpi, found \"" + name + "\"");
+    return TargetProtocol::RemoteBitbang;
+}
+
 External read_external(const TomlReader& reader) {
     External external{.address = reader.text("target", "")};
+    external.protocol = read_protocol(reader);
     external.send_resets = reader.boolean("target_resets", external.send_resets);
+    external.quit = reader.boolean("target_quit", external.quit);
+    for (const char* key : {"target_resets", "target_quit"}) {
+        if (external.protocol == TargetProtocol::Xvc && reader.has(key)) {
+            reader.error(key, "expected only with remote_bitbang or jtag_vpi, for xvc has no "
+                              "request for it");
+        }
+    }
     constexpr uint64_t kHourMs = 3'600'000;
     external.patience = std::chrono::milliseconds(reader.integer(
         "target_patience_ms", static_cast<uint64_t>(external.patience.count()), 1, kHourMs));
@@ -86,7 +106,7 @@ External read_external(const TomlReader& reader) {
 Pod read_pod(const TomlReader& reader, const TomlErrors& errors) {
     reader.only({"serial", "revision", "controller", "utility_revision", "cable_delay",
                  "return_pipeline", "max_tck_hz", "strict", "faults", "tap", "net", "target",
-                 "target_resets", "target_patience_ms"});
+                 "target_protocol", "target_resets", "target_quit", "target_patience_ms"});
     reader.require("serial", "the pod's serial number");
     Pod pod;
     pod.serial = static_cast<uint32_t>(reader.integer("serial", 0, 0, UINT32_MAX));
@@ -95,7 +115,8 @@ Pod read_pod(const TomlReader& reader, const TomlErrors& errors) {
     if (reader.has("target")) {
         pod.target = read_external(reader);
     } else {
-        for (const char* key : {"target_resets", "target_patience_ms"}) {
+        for (const char* key :
+             {"target_protocol", "target_resets", "target_quit", "target_patience_ms"}) {
             if (reader.has(key)) {
                 reader.error(key, "expected only with target");
             }

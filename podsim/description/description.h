@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/result.h"
+#include "podsim/base/target_protocol.h"
 #include "podsim/control/command.h"
 #include "podsim/model/chain_description.h"
 #include "podsim/model/controller.h"
@@ -15,10 +16,12 @@
 
 namespace talvor::podsim::description {
 
-// A program that serves the remote_bitbang protocol.
+// A program that serves one of the protocols of external targets.
 struct External {
-    std::string address;                      // "host:port", "port" or "/path" of a UNIX socket
-    bool send_resets = false;                 // send r, s, t and u for TRSTn and system reset
+    std::string address{}; // "host:port", "port" or "/path" of a UNIX socket
+    TargetProtocol protocol = TargetProtocol::RemoteBitbang;
+    bool send_resets = false;                 // send its requests for TRSTn and system reset
+    bool quit = false;                        // end it when the simulator ends
     std::chrono::milliseconds patience{5000}; // longest wait for an answer
     bool operator==(const External&) const = default;
 };

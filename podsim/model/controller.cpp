@@ -35,6 +35,14 @@ Controller::Controller(const ControllerSettings& settings, Target& target, Warni
     bus_.set_period(tck_period_ns(settings_.revision, 0));
 }
 
+Controller::Controller(const Controller& other, Scout)
+    : settings_(other.settings_), bus_(other.bus_), engine_(other.engine_, bus_),
+      loop_(other.loop_), counter_(other.counter_), faults_(other.faults_), emu_(other.emu_),
+      registers_(other.registers_), support_(other.support_), announced_(other.announced_),
+      condition_(other.condition_), version_selected_(other.version_selected_) {
+    bus_.observe(nullptr);
+}
+
 bool Controller::done(Status status) {
     if (!status) [[unlikely]] {
         word_error_ = std::move(status).error();
@@ -279,6 +287,12 @@ Status Controller::go_to(uint16_t operation) {
                : engine_.move(go_to_path(bus_.state(), operation));
 }
 
+// The longest delay that a scan with the same pod and cable can have.
+unsigned Controller::kept_bits() const {
+    constexpr unsigned kLate = 1;
+    return return_delay(settings_.return_pipeline_bits, settings_.cable_delay_bits, kLate, 0);
+}
+
 unsigned Controller::scan_return_delay() const {
     // Modelling decision: a target clocked too fast gives its TDO one bit late.
     const bool too_fast = settings_.max_tck_hz != 0 && bus_.tck_hz() > settings_.max_tck_hz;
@@ -298,6 +312,7 @@ Status Controller::start_scan(uint16_t operation) {
         .receive = (config & TBC_OPTION_RECEIVE) != 0,
         .level = (config & TBC_OPTION_ONES) != 0,
         .return_delay = scan_return_delay(),
+        .kept_bits = kept_bits(),
     });
 }
 

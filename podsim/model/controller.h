@@ -58,6 +58,13 @@ class Controller {
 public:
     // Powers the pod on. `target` must outlive the controller.
     Controller(const ControllerSettings& settings, Target& target, WarningSink warn = {});
+    Controller(const Controller&) = delete;
+    Controller& operator=(const Controller&) = delete;
+    ~Controller() = default;
+    // Another one that stands where this one stands now, with the same target behind it. It does
+    // what this one would do, and says nothing: nobody observes it, its warnings are lost. It stops
+    // with this one, which must outlive it.
+    [[nodiscard]] Controller scout() const { return Controller(*this, Scout{}); }
 
     // Writes a register. `port` is 0 to 31.
     [[nodiscard]] bool write(uint16_t port, uint16_t value) {
@@ -115,6 +122,8 @@ public:
     // At most one observer; null takes it away. It must outlive its time here. Call it between
     // batches.
     void observe(EdgeObserver* observer);
+    // The target has seen other clocks than this controller has made.
+    void lose_step() { bus_.missed(); }
     // From any thread or signal handler: a running scan fails soon, and every later one, so that a
     // worker can end in the middle of a batch.
     void request_stop() { stop_.store(true, std::memory_order_relaxed); }
@@ -130,6 +139,9 @@ public:
     const ControllerSettings& settings() const { return settings_; }
 
 private:
+    struct Scout {};
+    Controller(const Controller& other, Scout);
+
     // Whether a received word stands there, or room for one to send, now or once a word has been
     // run that clocks nothing.
     bool word_received() {
@@ -169,6 +181,7 @@ private:
     bool may_run(const DataStep& step) const;
     bool waits_by_itself() const;
     bool port_exists(uint16_t port) const;
+    unsigned kept_bits() const;
     unsigned scan_return_delay() const;
     void look_at_emu_pins();
     // A host's mistake: a failure when strict, else a warning and success.

@@ -27,25 +27,25 @@ Status stopped() {
 } // namespace
 
 Status ScanEngine::move(TmsPath path) {
-    if (path.count != 0 && is_shift(bus_.state())) {
+    if (path.count != 0 && is_shift(bus_->state())) {
         keep_unread();
         const uint64_t tdi = kIdleTdi ? 1 : 0;
         uint64_t tdo = 0;
-        TRY(bus_.shift({&tdi, 1}, {&tdo, 1}, 1, (path.tms & 1) != 0));
+        TRY(bus_->shift({&tdi, 1}, {&tdo, 1}, 1, (path.tms & 1) != 0));
         path_.push(tdo & 1, 1);
         path = {path.tms >> 1, path.count - 1};
     }
-    return bus_.move(path);
+    return bus_->move(path);
 }
 
 Status ScanEngine::move_to_reset() {
-    return move(bus_.reset_path());
+    return move(bus_->reset_path());
 }
 
 Status ScanEngine::start(const Scan& scan) {
     keep_unread();
     scan_ = scan;
-    TRY(move(shortest_path(bus_.state(), shift_state())));
+    TRY(move(shortest_path(bus_->state(), shift_state())));
     words_left_ = (scan.bits + kDataBits - 1) / kDataBits;
     read_position_ = path_.position() - scan.return_delay;
     read_end_ = read_position_ + scan.bits;
@@ -73,7 +73,7 @@ void ScanEngine::empty_buffers() {
 }
 
 Status ScanEngine::run(uint64_t count) {
-    if (stop_.load(std::memory_order_relaxed)) [[unlikely]] {
+    if (stop_->load(std::memory_order_relaxed)) [[unlikely]] {
         return stopped();
     }
     for (; count > 0; --count) {
@@ -101,7 +101,8 @@ Status ScanEngine::clock_queue() {
         static_cast<unsigned>(std::min<uint64_t>(uint64_t{queued_words_} * kDataBits, scan_.bits));
     uint64_t tdo = 0;
     const bool leave = words_left_ == 0 && !stays_in_shift();
-    if (Status status = bus_.shift({&queue_, 1}, {&tdo, 1}, bits, leave); !status) [[unlikely]] {
+    if (Status status = bus_->shift({&queue_, 1}, {&tdo, 1}, bits, leave, unwanted(bits)); !status)
+        [[unlikely]] {
         return failed(std::move(status));
     }
     path_.push(tdo & low_mask(bits), bits);
@@ -126,7 +127,7 @@ Result<uint16_t> ScanEngine::read_word() {
 Status ScanEngine::run_fixed() {
     Block tdo;
     while (scan_.bits > 0) {
-        if (stop_.load(std::memory_order_relaxed)) {
+        if (stop_->load(std::memory_order_relaxed)) {
             abandon();
             return stopped();
         }
@@ -134,7 +135,8 @@ Status ScanEngine::run_fixed() {
         const bool leave = bits == scan_.bits && !stays_in_shift();
         const size_t words = words_for(bits);
         const std::span<const uint64_t> tdi(scan_.level ? kOnes.data() : kZeros.data(), words);
-        if (Status status = bus_.shift(tdi, {tdo.data(), words}, bits, leave); !status) {
+        if (Status status = bus_->shift(tdi, {tdo.data(), words}, bits, leave, unwanted(bits));
+            !status) {
             abandon();
             return status;
         }
@@ -146,7 +148,7 @@ Status ScanEngine::run_fixed() {
 }
 
 Status ScanEngine::finish() {
-    return move(shortest_path(bus_.state(), scan_.end));
+    return move(shortest_path(bus_->state(), scan_.end));
 }
 
 } // namespace talvor::podsim

@@ -34,6 +34,8 @@ struct Scan {
     bool receive = false;                 // bits are collected into words
     bool level = false;                   // what the line sends when no words are sent
     unsigned return_delay = 0;            // at most kMaxReturnBits
+    // Newest bits that a later scan may still receive, whatever its delay; at most as many.
+    unsigned kept_bits = kMaxReturnBits;
 };
 
 // Words to send that stand `stride` (2 to 4) words apart.
@@ -51,7 +53,10 @@ struct SpacedWords {
 class ScanEngine {
 public:
     // `stop`, once true, fails every run.
-    ScanEngine(TestBus& bus, const std::atomic<bool>& stop) : bus_(bus), stop_(stop) {}
+    ScanEngine(TestBus& bus, const std::atomic<bool>& stop) : bus_(&bus), stop_(&stop) {}
+    // One that stands as `other` does, on a bus of its own.
+    ScanEngine(const ScanEngine& other, TestBus& bus) : ScanEngine(other) { bus_ = &bus; }
+    ScanEngine& operator=(const ScanEngine&) = delete;
 
     // Clocks a path of TMS levels; no scan may be in progress. Whatever a first edge in a Shift
     // state pushes out of TDO enters the return path.
@@ -92,7 +97,7 @@ public:
     // Runs one word where that clocks nothing yet; else false, and nothing has happened.
     [[nodiscard]] bool run_into_queue() {
         const bool clocks = prompt_ || words_left_ <= 1 || queued_words_ + 1 >= kQueueWords;
-        if (clocks || runnable() == 0 || stop_.load(std::memory_order_relaxed)) {
+        if (clocks || runnable() == 0 || stop_->load(std::memory_order_relaxed)) {
             return false;
         }
         queue_word();
@@ -131,6 +136,8 @@ public:
     [[nodiscard]] Status run_steps(size_t steps, SpacedWords to_send, uint16_t* received);
 
 private:
+    ScanEngine(const ScanEngine&) = default;
+
     // Words that the queue holds at most; it has been clocked by then.
     static constexpr unsigned kQueueWords = kWordBits / kDataBits;
 
@@ -161,13 +168,18 @@ private:
         --unread_;
         return word;
     }
+    // How many of the next `bits` bits nobody will look at: those of a scan that receives nothing,
+    // save what stands in the return path behind them, where the next one may find it.
+    uint64_t unwanted(uint64_t bits) const {
+        return scan_.receive || prompt_ || bits <= scan_.kept_bits ? 0 : bits - scan_.kept_bits;
+    }
     bool stays_in_shift() const { return scan_.end == shift_state(); }
     TapState shift_state() const {
         return scan_.instruction_path ? TapState::ShiftIr : TapState::ShiftDr;
     }
 
-    TestBus& bus_;
-    const std::atomic<bool>& stop_;
+    TestBus* bus_;
+    const std::atomic<bool>* stop_;
     bool prompt_ = false;
     ReturnPath path_;
     Fifo<uint16_t, kSendDepth> sent_;

@@ -104,7 +104,7 @@ private:
 
 size_t ScanEngine::steps_in_one_piece(size_t count) const {
     // An observer wants to see each word by itself; a stop is told by the word that meets it.
-    if (prompt_ || stop_.load(std::memory_order_relaxed) || (scan_.receive && received() != 0)) {
+    if (prompt_ || stop_->load(std::memory_order_relaxed) || (scan_.receive && received() != 0)) {
         return 0;
     }
     // With words in both directions one may be on its way; a scan that only sends goes on when the
@@ -147,7 +147,8 @@ Status ScanEngine::run_steps(size_t steps, SpacedWords to_send, uint16_t* receiv
 Status ScanEngine::shift_groups(std::span<const uint64_t> tdi, uint16_t* received) {
     const uint64_t bits = tdi.size() * kWordBits;
     Incoming incoming(path_, scan_.receive ? read_position_ : path_.position(), tdi.size());
-    if (Status status = bus_.shift(tdi, incoming.tdo(), bits, false); !status) [[unlikely]] {
+    if (Status status = bus_->shift(tdi, incoming.tdo(), bits, false, unwanted(bits)); !status)
+        [[unlikely]] {
         return failed(std::move(status));
     }
     path_.push(incoming.tdo(), bits);

@@ -38,6 +38,13 @@ public:
     [[nodiscard]] virtual Status shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
                                        uint64_t count, bool leave) = 0;
 
+    // The same where nobody will look at TDO of the first `unwanted` bits (at most `count`): they
+    // are undefined in `tdo`. A target for which an answer costs something leaves them out.
+    [[nodiscard]] virtual Status shift_tail(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
+                                            uint64_t count, bool leave, uint64_t /*unwanted*/) {
+        return shift(tdi, tdo, count, leave);
+    }
+
     // A low pulse of TRSTn. Afterwards the TAP is in Test-Logic-Reset: a target that has no such
     // pin clocks five ones into TMS instead.
     [[nodiscard]] virtual Status pulse_trst() = 0;

@@ -51,9 +51,10 @@ Status TestBus::move(TmsPath path) {
 }
 
 Status TestBus::shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo, uint64_t count,
-                      bool leave) {
+                      bool leave, uint64_t unwanted) {
     if (reaches_target()) [[likely]] {
-        TRY(unless_missed(target_.shift(tdi, tdo, count, leave)));
+        TRY(unless_missed(unwanted == 0 ? target_.shift(tdi, tdo, count, leave)
+                                        : target_.shift_tail(tdi, tdo, count, leave, unwanted)));
         if (observer_ != nullptr) {
             report({.count = count, .last_tms = leave, .tdi = tdi, .tdo = tdo});
         }
@@ -77,11 +78,6 @@ void TestBus::seen_ones(uint64_t count, bool all) {
     if (ones_ >= kResetPath.count) {
         in_step_ = true;
     }
-}
-
-void TestBus::missed() {
-    in_step_ = false;
-    ones_ = 0;
 }
 
 Status TestBus::unless_missed(Status status) {

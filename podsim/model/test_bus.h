@@ -31,9 +31,11 @@ public:
 
     // Clocks a path of TMS levels, TDI at rest.
     [[nodiscard]] Status move(TmsPath path);
-    // Clocks `count` bits in a Shift state, the last one with TMS `leave`. Spans as in Target.
+    // Clocks `count` bits in a Shift state, the last one with TMS `leave`. Spans as in Target;
+    // nobody will look at TDO of the first `unwanted` bits. An observer is shown every bit: with
+    // one none is unwanted.
     [[nodiscard]] Status shift(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
-                               uint64_t count, bool leave);
+                               uint64_t count, bool leave, uint64_t unwanted = 0);
     // The way to Test-Logic-Reset: the shortest path; five ones where the target may be out of step
     // (after power-on, and whenever it has missed clocks), which lead there from any state.
     TmsPath reset_path() const;
@@ -63,6 +65,11 @@ public:
     void set_period(uint64_t period_ns) { period_ns_ = period_ns; }
     void pass_time(uint64_t duration_ns) { time_ns_ += duration_ns; }
     void observe(EdgeObserver* observer) { observer_ = observer; }
+    // The target may be anywhere from now on.
+    void missed() {
+        in_step_ = false;
+        ones_ = 0;
+    }
 
     TapState state() const { return state_; }
     uint64_t time_ns() const { return time_ns_; }
@@ -76,7 +83,6 @@ private:
     void report(EdgeRun run);
     // The target has seen `count` ones in the end, which were all of a run when `all`.
     void seen_ones(uint64_t count, bool all);
-    void missed(); // the target may be out of step from now on
     // A call of the target's; one that failed may have been missed.
     [[nodiscard]] Status unless_missed(Status status);
     void pass(uint64_t clocks) { time_ns_ += clocks * period_ns_; }

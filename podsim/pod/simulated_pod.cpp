@@ -24,10 +24,48 @@ std::string hexadecimal(std::span<const uint16_t> words) {
     return text;
 }
 
+// The two passes of a batch over a target far away.
+class Passes {
+public:
+    Passes(RemoteTarget& target, Controller& controller)
+        : target_(target), controller_(controller) {
+        target_.send_ahead();
+    }
+    Passes(const Passes&) = delete;
+    Passes& operator=(const Passes&) = delete;
+    // Without a good end target and controller may be out of step.
+    ~Passes() {
+        if (!over_) {
+            target_.abandon();
+        }
+        if (!good_) {
+            controller_.lose_step();
+        }
+    }
+
+    void second() { target_.repeat(); }
+    // A batch that has failed may have done so earlier in its second pass than in its first.
+    void end(batch::Outcome& outcome, size_t words) {
+        const Status ended = target_.end_repeat();
+        over_ = true;
+        if (!ended && !outcome.error) {
+            outcome.error = batch::BatchError{words, headline(ended.error())};
+        }
+        good_ = !outcome.error;
+    }
+
+private:
+    RemoteTarget& target_;
+    Controller& controller_;
+    bool over_ = false;
+    bool good_ = false;
+};
+
 } // namespace
 
 SimulatedPod::SimulatedPod(const Settings& settings, std::unique_ptr<Target> target, Log& log)
-    : settings_(settings), target_(std::move(target)), log_(log),
+    : settings_(settings), target_(std::move(target)),
+      remote_(dynamic_cast<RemoteTarget*>(target_.get())), log_(log),
       controller_(settings.controller, *target_, [this](std::string_view text) {
           ++warnings_;
           say(std::string("warning: ").append(text));
@@ -133,7 +171,23 @@ batch::Outcome SimulatedPod::execute_locked(const batch::Batch& batch, std::span
         --troubles_.fail;
         return failed_batch("failed on request");
     }
-    return batch::execute(batch, in, controller_, stop_);
+    return remote_ == nullptr ? batch::execute(batch, in, controller_, stop_)
+                              : execute_remote(batch, in);
+}
+
+// A scout goes through the batch first, so that all of it is on its way before the first answer is
+// waited for. What it reads and why it fails is of no interest: it fails where the second pass
+// does.
+batch::Outcome SimulatedPod::execute_remote(const batch::Batch& batch, std::span<uint16_t> in) {
+    Passes passes(*remote_, controller_);
+    {
+        Controller scout = controller_.scout();
+        (void)batch::execute(batch, in, scout, stop_);
+    }
+    passes.second();
+    batch::Outcome outcome = batch::execute(batch, in, controller_, stop_);
+    passes.end(outcome, batch.words.size());
+    return outcome;
 }
 
 void SimulatedPod::request_stop() {

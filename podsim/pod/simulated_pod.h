@@ -5,6 +5,7 @@
 #include "podsim/base/log.h"
 #include "podsim/base/patient_mutex.h"
 #include "podsim/model/controller.h"
+#include "podsim/model/remote_target.h"
 #include "podsim/proxy/backend.h"
 
 #include <atomic>
@@ -98,6 +99,7 @@ private:
     void run_scheduled();
     void wait_latency();
     batch::Outcome execute_locked(const batch::Batch& batch, std::span<uint16_t> in);
+    batch::Outcome execute_remote(const batch::Batch& batch, std::span<uint16_t> in);
     void log_batch(const batch::Batch& batch, const batch::Outcome& outcome,
                    std::span<const uint16_t> in);
     void log_failure(const batch::Batch& batch, const batch::BatchError& error);
@@ -105,6 +107,7 @@ private:
 
     Settings settings_;
     std::unique_ptr<Target> target_;
+    RemoteTarget* remote_; // the target, where it is one; else null
     Log& log_;
     Controller controller_;
 

@@ -1,6 +1,6 @@
 #include "podsim/station/place.h"
 
-#include "podsim/external/remote_bitbang.h"
+#include "podsim/external/external_target.h"
 #include "podsim/model/chain.h"
 
 #include <fmt/format.h>
@@ -21,13 +21,16 @@ Result<FarEnd> make_target(const description::Pod& pod) {
     if (external == nullptr) {
         return FarEnd{std::make_unique<Chain>(std::get<ChainDescription>(pod.target)), {}};
     }
-    auto connected = external::RemoteBitbang::connect(
-        {external->address, external->send_resets, external->patience});
+    auto connected = external::ExternalTarget::connect({.address = external->address,
+                                                        .protocol = external->protocol,
+                                                        .send_resets = external->send_resets,
+                                                        .quit = external->quit,
+                                                        .patience = external->patience});
     if (!connected) {
         return target_error(fmt::format("pod {}", pod.serial), headline(connected.error()),
                             connected.error().next_step);
     }
-    external::RemoteBitbang* client = connected->get();
+    external::ExternalTarget* client = connected->get();
     return FarEnd{*std::move(connected), [client] { client->request_stop(); }};
 }
 

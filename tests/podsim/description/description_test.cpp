@@ -52,7 +52,9 @@ TEST(DescriptionTest, ReadsEveryKeyOfAPod) {
         serial = 7
         controller = "exl"
         target = "localhost:9824"
+        target_protocol = "jtag_vpi"
         target_resets = true
+        target_quit = true
         target_patience_ms = 250
     )");
     ASSERT_EQ(description.pods.size(), 2U);
@@ -71,7 +73,11 @@ TEST(DescriptionTest, ReadsEveryKeyOfAPod) {
               (control::Command{.verb = control::Verb::Loopback, .fault = LoopFault::LowZeros}));
     EXPECT_EQ(description.pods[1].controller.kind, eJTI_CONTROL_ID_EXL);
     EXPECT_EQ(std::get<External>(description.pods[1].target),
-              (External{"localhost:9824", true, std::chrono::milliseconds(250)}));
+              (External{.address = "localhost:9824",
+                        .protocol = TargetProtocol::JtagVpi,
+                        .send_resets = true,
+                        .quit = true,
+                        .patience = std::chrono::milliseconds(250)}));
 }
 
 TEST(DescriptionTest, ReadsTapsWithRegistersOfEveryKindAndNets) {
@@ -224,10 +230,18 @@ TEST(DescriptionTest, ErrorsOfAPodNameFileLineKeyAndExpectation) {
         {pod_with("target = \"9000\"\n[[pod.tap]]\nname = \"a\"\nir_length = 4\n"),
          "3: pod[0].target: expected no tap and no net beside an external target"},
         {pod_with("target_resets = true\n"), "3: pod[0].target_resets: expected only with target"},
+        {pod_with("target_quit = true\n"), "3: pod[0].target_quit: expected only with target"},
+        {pod_with("target_protocol = \"xvc\"\n"),
+         "3: pod[0].target_protocol: expected only with target"},
+        {pod_with("target = \"9000\"\ntarget_protocol = \"spi\"\n"),
+         "4: pod[0].target_protocol: expected remote_bitbang, xvc or jtag_vpi, found \"spi\""},
+        {pod_with("target = \"9000\"\ntarget_protocol = \"xvc\"\ntarget_quit = false\n"),
+         "5: pod[0].target_quit: expected only with remote_bitbang or jtag_vpi, for xvc has no "
+         "request for it"},
         {pod_with("colour = 1.5\n"),
          "3: pod[0].colour: unknown key, expected one of serial, revision, controller, "
          "utility_revision, cable_delay, return_pipeline, max_tck_hz, strict, faults, tap, net, "
-         "target, target_resets, target_patience_ms"},
+         "target, target_protocol, target_resets, target_quit, target_patience_ms"},
         {"[[pod]\nserial = 1\n",
          "1: not TOML: Error while parsing table header: expected ']', saw '\\n'"},
     });

@@ -2,6 +2,7 @@
 #include "bitbang_server.h"
 #include "host.h"
 #include "support/podsim_process.h"
+#include "vector_server.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,7 +31,7 @@ constexpr const char* kScanInstruction =
     "write 4 0500; write 12 0003; write 13 0; write 11 300a; write 10 4080; wait recv; read 22; "
     "wait done";
 
-TEST(ExternalTargetTest, IsScannedLikeABuiltInOne) {
+TEST(PodWithExternalTargetTest, IsScannedLikeABuiltInOne) {
     BitbangServer server;
     {
         PodsimProcess process(pod_with(server));
@@ -56,11 +57,38 @@ TEST(ExternalTargetTest, IsScannedLikeABuiltInOne) {
         EXPECT_EQ(process.log(), "");
     }
     server.finish();
-    EXPECT_EQ(server.quits, 1U);
+    EXPECT_EQ(server.quits, 0U);
     EXPECT_EQ(server.idle_bytes, 0U);
 }
 
-TEST(ExternalTargetTest, ATargetThatGoesFailsTheBatchWithAReason) {
+TEST(PodWithExternalTargetTest, IsEndedWithTheSimulatorWhenThatIsWanted) {
+    BitbangServer server;
+    {
+        PodsimProcess process(pod_with(server) + "target_quit = true\n");
+        EXPECT_EQ(process.stop(), 0);
+    }
+    server.finish();
+    EXPECT_EQ(server.quits, 1U);
+}
+
+TEST(PodWithExternalTargetTest, IsScannedThroughVectorsToo) {
+    external::XvcServer xvc;
+    external::JtagVpiServer vpi;
+    for (const auto& [address, protocol] :
+         {std::pair(xvc.address(), "xvc"), std::pair(vpi.address(), "jtag_vpi")}) {
+        PodsimProcess process("[[pod]]\nserial = 1\ncable_delay = 0\nreturn_pipeline = 0\n"
+                              "target = \"" +
+                              address + "\"\ntarget_protocol = \"" + protocol + "\"\n");
+        Host host(1);
+        host.queue(kScanInstruction);
+        EXPECT_EQ(host.exchange(SHM_CMD_EXECUTE), 2) << protocol;
+        EXPECT_EQ(host.block().tbcIMblock[0], 0x0001) << protocol;
+        EXPECT_EQ(process.stop(), 0);
+        EXPECT_EQ(process.log(), "");
+    }
+}
+
+TEST(PodWithExternalTargetTest, ATargetThatGoesFailsTheBatchWithAReason) {
     BitbangServer server("", {.close_at_read = true, .trouble_at = 2});
     PodsimProcess process(pod_with(server));
     Host host(1);
@@ -71,7 +99,7 @@ TEST(ExternalTargetTest, ATargetThatGoesFailsTheBatchWithAReason) {
     EXPECT_EQ(process.stop(), 0);
 }
 
-TEST(ExternalTargetTest, ASilentTargetDoesNotKeepTheSimulatorFromEnding) {
+TEST(PodWithExternalTargetTest, ASilentTargetDoesNotKeepTheSimulatorFromEnding) {
     BitbangServer server("", {.silent_at_read = true, .trouble_at = 1});
     PodsimProcess process(pod_with(server) + "target_patience_ms = 60000\n");
     Host host(1);
@@ -85,7 +113,7 @@ TEST(ExternalTargetTest, ASilentTargetDoesNotKeepTheSimulatorFromEnding) {
     EXPECT_LT(host.block().status, 0);
 }
 
-TEST(ExternalTargetTest, ATargetThatIsNotThereIsNamedAtTheStart) {
+TEST(PodWithExternalTargetTest, ATargetThatIsNotThereIsNamedAtTheStart) {
     std::string description;
     std::string address;
     {

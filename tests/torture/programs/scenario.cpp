@@ -5,7 +5,7 @@
 #include "host.h"
 #include "host/simulator/simulator.h"
 #include "podsim/control/socket.h"
-#include "podsim/external/remote_bitbang.h"
+#include "podsim/external/external_target.h"
 #include "podsim/main/complaint.h"
 #include "podsim/main/life.h"
 #include "support/podsim_process.h"
@@ -126,7 +126,7 @@ void begin_local_target(const std::string& folder) {
 }
 
 talvor::Status connect_and_shift() {
-    const auto client = TRY(talvor::podsim::external::RemoteBitbang::connect(
+    const auto client = TRY(talvor::podsim::external::ExternalTarget::connect(
         {.address = g_server->address(), .send_resets = true}));
     const std::array<uint64_t, 16> out{};
     std::array<uint64_t, 16> in{};
