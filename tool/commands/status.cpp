@@ -5,10 +5,14 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
+#include "tool/output/refreshed_text.h"
 #include "tool/output/standard_streams.h"
 
 #include <algorithm>
+#include <array>
 #include <chrono>
+#include <ctime>
+#include <utility>
 
 namespace talvor {
 namespace {
@@ -57,7 +61,7 @@ Result<PodReport> read_report(Session& session) {
     return report;
 }
 
-void print_report(const Output& out, Session& session, const PodReport& report) {
+TextTable report_table(const Output& out, Session& session, const PodReport& report) {
     const auto condition = [&out](bool lost, std::string_view good, std::string_view bad) {
         return lost ? out.tone(Tone::Bad, bad) : out.tone(Tone::Good, good);
     };
@@ -79,7 +83,7 @@ void print_report(const Output& out, Session& session, const PodReport& report) 
     table.add({"EMU0, EMU1",
                fmt::format("{}, {}", report.old.emuPin0 ? 1 : 0, report.old.emuPin1 ? 1 : 0)});
     table.add({"TAP", std::string(name_of(report.state))});
-    out.table(table);
+    return table;
 }
 
 Json report_json(Session& session, const PodReport& report) {
@@ -101,35 +105,109 @@ Json report_json(Session& session, const PodReport& report) {
 
 Status show(const Output& out, Session& session) {
     const PodReport report = TRY(read_report(session));
-    print_report(out, session, report);
+    out.table(report_table(out, session, report));
     out.result(report_json(session, report));
     return {};
 }
 
-Status watch(Context& context, Session& session, const StatusOptions& options) {
+// ---- again and again --------------------------------------------------------------------------
+
+// "2026-11-22T12:03:05+0100"
+std::string time_now() {
+    const std::time_t now = std::time(nullptr);
+    std::tm parts{};
+    std::array<char, 64> text{};
+    localtime_r(&now, &parts);
+    return {text.data(), std::strftime(text.data(), text.size(), "%Y-%m-%dT%H:%M:%S%z", &parts)};
+}
+
+// The same for people: "2026-11-22 12:03:05".
+std::string readable(std::string time) {
+    constexpr size_t kDate = 10;
+    constexpr size_t kWithoutZone = 19;
+    return time.replace(kDate, 1, " ").substr(0, kWithoutZone);
+}
+
+// One look of several. What a look finds wrong is shown in its place.
+class Watch {
+public:
+    explicit Watch(Context& context) : context_(context), text_(context.out.terminal()) {}
+
+    // The error that was shown, if the look was in vain.
+    Status look() {
+        const Output& out = context_.out;
+        const std::string time = time_now();
+        std::vector<std::string> lines{out.tone(Tone::Strong, readable(time))};
+        Json document{{"alive", false}};
+        Status done = read(lines, document);
+        if (interrupt_signal() != 0) {
+            return {};
+        }
+        if (!done) {
+            lines.push_back(out.tone(Tone::Bad, headline(done.error())));
+            if (!done.error().next_step.empty()) {
+                lines.push_back("  next: " + done.error().next_step);
+            }
+            document["error"] = to_json(done.error());
+            recover();
+        }
+        document["time"] = time;
+        if (!out.json()) {
+            text_.show(lines);
+        }
+        out.result(document);
+        return done;
+    }
+
+private:
+    Status read(std::vector<std::string>& lines, Json& document) {
+        Session& session = *TRY(context_.session());
+        const PodReport report = TRY(read_report(session));
+        for (std::string& line : report_table(context_.out, session, report).lines()) {
+            lines.push_back(std::move(line));
+        }
+        document = report_json(session, report);
+        return {};
+    }
+
+    // A pod, or a proxy, that comes back wants to be connected anew; a simulated one goes on.
+    void recover() {
+        if (!context_.options.simulate) {
+            (void)context_.close();
+        }
+    }
+
+    Context& context_;
+    RefreshedText text_;
+};
+
+Status watch(Context& context, const StatusOptions& options) {
     constexpr double kLongestSeconds = 1e9; // that a count of nanoseconds has room for
     const auto period = std::chrono::duration_cast<std::chrono::nanoseconds>(
         std::chrono::duration<double>(std::min(options.watch_seconds, kLongestSeconds)));
+    Watch watching(context);
+    Status last;
     for (uint32_t i = 0; options.count == 0 || i < options.count; ++i) {
         if (i != 0) {
-            context.out.line("");
             sleep_unless_interrupted(period);
         }
         if (interrupt_signal() != 0) {
             return {};
         }
-        TRY(show(context.out, session));
+        last = watching.look();
         if (!flush_output()) {
             return {}; // nobody can see any more; the end of the program tells it
         }
     }
-    return {};
+    // It has been shown, also as a document.
+    context.out.set_json(false);
+    return last;
 }
 
 Status status(Context& context, const StatusOptions& options) {
+    // What is wrong from the start is an error; what happens later is watched.
     Session& session = *TRY(context.session());
-    return options.watch_seconds > 0 ? watch(context, session, options)
-                                     : show(context.out, session);
+    return options.watch_seconds > 0 ? watch(context, options) : show(context.out, session);
 }
 
 } // namespace
@@ -139,7 +217,9 @@ void add_status(Command& program) {
     Command command =
         program.command("status", "Show pod, cable, power, clock and pins",
                         [options](Context& context) { return status(context, *options); });
-    command.option("--watch", options->watch_seconds, "Show it again every so many seconds")
+    command
+        .option("--watch", options->watch_seconds,
+                "Show it again every so many seconds, whatever happens to the pod")
         .type_name("SECONDS")
         .positive();
     command.option("--count", options->count, "With --watch: so many times, then end");

@@ -30,7 +30,8 @@ std::string_view kind_name(ErrorKind kind) {
 
 Output::Output() {
     const bool wanted = colour_wanted();
-    colour_ = wanted && isatty(STDOUT_FILENO) == 1;
+    terminal_ = isatty(STDOUT_FILENO) == 1;
+    colour_ = wanted && terminal_;
     error_terminal_ = isatty(STDERR_FILENO) == 1;
     error_colour_ = wanted && error_terminal_;
 }

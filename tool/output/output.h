@@ -21,6 +21,8 @@ public:
     // With --json: text is left out, and result() prints.
     void set_json(bool json) noexcept { json_ = json; }
     [[nodiscard]] bool json() const noexcept { return json_; }
+    // Whether the standard output goes to a terminal.
+    [[nodiscard]] bool terminal() const noexcept { return terminal_; }
     // Whether error output goes to a person who watches.
     [[nodiscard]] bool watched() const noexcept { return error_terminal_; }
 
@@ -49,6 +51,7 @@ private:
     static void write_line(std::string_view text);
 
     bool json_ = false;
+    bool terminal_ = false;
     bool colour_ = false;
     bool error_colour_ = false;
     bool error_terminal_ = false;

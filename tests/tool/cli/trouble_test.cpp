@@ -115,6 +115,49 @@ TEST(GenerationTest, AtOddsWithTheRevisionIsSaid) {
                        "  next: set KELM.POD_EMUVERSION = 3, or choose another pod with --pod\n");
 }
 
+// How often `text` holds `part`.
+size_t count_of(const std::string& text, std::string_view part) {
+    size_t count = 0;
+    for (size_t at = 0; (at = text.find(part, at)) != std::string::npos; at += part.size()) {
+        ++count;
+    }
+    return count;
+}
+
+TEST(WatchTest, GoesOnPastABatchThatFailsAndAPodThatIsGone) {
+    const PodsimProcess simulator(five());
+    Running watch({"status", "--watch", "0.02"});
+    const auto looks = [&watch](size_t more) {
+        const size_t enough = count_of(watch.out(), ", alive\n") + more;
+        return await([&] { return count_of(watch.out(), ", alive\n") >= enough; });
+    };
+    const auto says = [&watch](std::string_view part) {
+        return await([&] { return count_of(watch.out(), part) != 0; });
+    };
+    ASSERT_TRUE(looks(1)) << watch.err();
+    EXPECT_EQ(simulator.ctl("fail 1"), "ok");
+    EXPECT_TRUE(says("\nreading the status: the proxy could not execute a batch")) << watch.out();
+    EXPECT_TRUE(says("\n  next: look at the proxy's log for the reason\n"));
+    EXPECT_TRUE(looks(2)) << watch.out();
+    EXPECT_EQ(simulator.ctl("unplug"), "ok");
+    EXPECT_TRUE(says("\npod proxy: it runs, but no pod is attached\n")) << watch.out();
+    EXPECT_EQ(simulator.ctl("plug"), "ok");
+    EXPECT_TRUE(looks(2)) << watch.out();
+    watch.signal(SIGTERM);
+    EXPECT_EQ(watch.wait(), 128 + SIGTERM);
+}
+
+TEST(WatchTest, EndsWithWhatItSawLast) {
+    const std::string script = file_with("later.txt", "batch 100: fail 100000\n");
+    const PodsimProcess simulator(five(), {"--script", script});
+    const Outcome outcome = talvor({"status", "--watch", "0.001", "--count", "200", "--json"});
+    EXPECT_EQ(outcome.status, 1) << outcome.err;
+    EXPECT_EQ(count_of(outcome.out, "\"time\": \"20"), 200U);
+    const size_t good = count_of(outcome.out, "\"alive\": true");
+    EXPECT_GT(good, 2U);
+    EXPECT_EQ(count_of(outcome.out, "\"error\": {"), 200U - good);
+}
+
 struct Fault {
     const char* command;
     const char* remedy;
