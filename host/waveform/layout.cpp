@@ -38,26 +38,34 @@ bool pause_before(const Waveform& waveform, size_t sample) {
     return gap > 2 * period;
 }
 
-// Stays in one state; those in a Shift state are divided into their passes.
-std::vector<StateRun> stretches(const Waveform& waveform) {
-    std::vector<StateRun> runs;
+// A stay in one state, or one pass of a shift.
+struct Stretch {
+    size_t first = 0;
+    size_t count = 0;
+    size_t ends = kDrawnEnds; // that are drawn when it is too long
+};
+
+std::vector<Stretch> stretches(const Waveform& waveform) {
+    std::vector<Stretch> all;
     for (const ShiftRun& shift : shift_runs(waveform)) {
-        runs.push_back({shift.state(), shift.first, shift.tdi.size()});
+        all.push_back(
+            {shift.first, shift.tdi.size(), shift.pass.empty() ? kDrawnEnds : kDrawnPassEnds});
     }
     for (const StateRun& run : state_runs(waveform)) {
         if (!is_shift(run.state)) {
-            runs.push_back(run);
+            all.push_back({run.first, run.count});
         }
     }
-    std::ranges::sort(runs, {}, &StateRun::first);
-    return runs;
+    std::ranges::sort(all, {}, &Stretch::first);
+    return all;
 }
 
 std::vector<Column> all_columns(const Waveform& waveform, size_t longest_run) {
     std::vector<Column> columns;
-    for (const StateRun& run : stretches(waveform)) {
-        const bool whole = longest_run == 0 || run.count <= longest_run;
-        const size_t ends = std::min(kDrawnEnds, longest_run / 2);
+    for (const Stretch& run : stretches(waveform)) {
+        const size_t ends = std::min(run.ends, longest_run / 2);
+        const size_t longest = run.ends == kDrawnEnds ? longest_run : 2 * run.ends + 2;
+        const bool whole = longest_run == 0 || run.count <= longest;
         const size_t head = whole ? run.count : ends;
         const size_t tail = whole ? 0 : ends;
         for (size_t i = 0; i < run.count; ++i) {
@@ -78,11 +86,16 @@ std::vector<Column> all_columns(const Waveform& waveform, size_t longest_run) {
 std::vector<Row> lay_out(const Waveform& waveform, const LayoutOptions& options) {
     const std::vector<Column> columns = all_columns(waveform, options.longest_run);
     const size_t width = std::max<size_t>(options.columns_per_row, 4);
+    size_t rows_left = (columns.size() + width - 1) / width;
+    if (columns.size() > width && columns.size() <= width + options.stretch) {
+        rows_left = 1;
+    }
     std::vector<Row> rows;
-    for (size_t at = 0; at < columns.size(); at += width) {
-        const size_t count = std::min(width, columns.size() - at);
+    for (size_t at = 0; rows_left > 0; --rows_left) {
+        const size_t count = (columns.size() - at + rows_left - 1) / rows_left;
         const auto first = columns.begin() + static_cast<ptrdiff_t>(at);
         rows.push_back({{first, first + static_cast<ptrdiff_t>(count)}});
+        at += count;
     }
     return rows;
 }
@@ -161,6 +174,14 @@ std::vector<std::string> limit_notes(const Waveform& waveform, size_t width) {
         add_wrapped(lines, width,
                     fmt::format("The trace ends before TCK {}: it had reached its limit.",
                                 waveform.total_tcks));
+    }
+    return lines;
+}
+
+std::vector<std::string> wrapped(std::string_view digits, size_t width) {
+    std::vector<std::string> lines;
+    for (size_t at = 0; at < digits.size(); at += width) {
+        lines.emplace_back(digits.substr(at, width));
     }
     return lines;
 }

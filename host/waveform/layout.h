@@ -26,14 +26,18 @@ struct Row {
 };
 
 inline constexpr size_t kDrawnEnds = 10;
+inline constexpr size_t kDrawnPassEnds = 3;
 
 struct LayoutOptions {
     size_t columns_per_row = 40; // at least 4
     // A longer stay in one state, or a longer pass of a shift, is drawn by kDrawnEnds samples at
-    // either end; 0 draws all.
+    // either end, a pass that is not the client's by kDrawnPassEnds; 0 draws all.
     size_t longest_run = 40;
+    // So many more may stand in the row when that makes it the only one.
+    size_t stretch = 0;
 };
 
+// In as few rows as it takes, which are equally long.
 [[nodiscard]] std::vector<Row> lay_out(const Waveform& waveform, const LayoutOptions& options);
 
 // The columns [begin, end) of a row that belong together.
@@ -68,6 +72,8 @@ using ShortNames = std::array<bool, kTapStates>;
 // `width` characters; none when it does not.
 [[nodiscard]] std::vector<std::string> limit_notes(const Waveform& waveform, size_t width);
 
+// `digits` in lines of at most `width`, which is at least 1.
+[[nodiscard]] std::vector<std::string> wrapped(std::string_view digits, size_t width);
 // `digits`, or their start and end around `gap` when they take more than `width` characters.
 [[nodiscard]] std::string shortened(const std::string& digits, size_t width,
                                     std::string_view gap = "..");

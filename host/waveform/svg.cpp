@@ -67,7 +67,9 @@ class Drawing {
 public:
     Drawing(const Waveform& waveform, const SvgOptions& options)
         : waveform_(waveform), options_(options), shifts_(shift_runs(waveform)),
-          rows_(lay_out(waveform, {options.columns_per_row, options.longest_run})) {
+          rows_(lay_out(waveform, {options.columns_per_row, options.longest_run,
+                                   options.columns_per_row / 4})),
+          written_(shifts_.size()) {
         for (size_t p = 0; p < kPinCount; ++p) {
             if (const auto pin = static_cast<Pin>(p); waveform.changes(pin)) {
                 pins_.push_back(pin);
@@ -156,6 +158,7 @@ private:
     void draw_data_lanes(const Row& row, const std::vector<Place>& places, double y) {
         label("TDI", kTdiColor, y);
         draw_level(row, y, kTdiColor, [](const Sample& sample) { return sample.tdi; });
+        draw_veils(places, y);
         y += kLaneHeight;
         draw_notes(places, y, "TDI", kTdiColor, &ShiftRun::tdi);
         y += kNoteHeight;
@@ -319,6 +322,17 @@ private:
         return short_name(state);
     }
 
+    // Over the TDI of passes that are not the client's.
+    void draw_veils(const std::vector<Place>& places, double y) {
+        for (const Place& place : places) {
+            if (!shifts_[place.index].pass.empty()) {
+                put("<rect x=\"{:g}\" y=\"{:g}\" width=\"{:g}\" height=\"{:g}\" "
+                    "fill=\"#f1f5f9\" opacity=\"0.75\"/>\n",
+                    x(place.begin), y + 4, x(place.end) - x(place.begin), kLaneHeight - 4);
+            }
+        }
+    }
+
     void draw_notes(const std::vector<Place>& places, double y, std::string_view line,
                     std::string_view color, Bits ShiftRun::*bits) {
         for (const Place& place : places) {
@@ -329,6 +343,9 @@ private:
             const double left = x(place.begin) + 2;
             const double right = x(place.end) - 2;
             const std::string text = note(shift, line, shift.*bits, right - left);
+            bool& written =
+                bits == &ShiftRun::tdi ? written_[place.index].tdi : written_[place.index].tdo;
+            written = written || text.find((shift.*bits).to_hex()) != std::string::npos;
             const double mid = y + 4;
             put("<path d=\"M{0:g} {1:g}V{2:g}M{0:g} {3:g}H{4:g}M{4:g} {1:g}V{2:g}\" stroke=\"{5}\" "
                 "stroke-width=\"0.8\" opacity=\"0.55\" fill=\"none\"/>\n",
@@ -351,13 +368,15 @@ private:
         const std::string_view path = shift.path == ScanPath::Dr ? "DR" : "IR";
         const std::string digits = bits.to_hex();
         const std::string_view cut = shift.cut() ? " (cut)" : "";
+        // What comes out meanwhile is the target's.
+        const std::string_view pass = line == "TDI" ? shift.pass : std::string_view();
         const auto fits = [room](const std::string& text) {
             return static_cast<double>(text.size()) * kNoteText <= room;
         };
         for (const std::string& text :
              {fmt::format("{} {} {}{}{}: 0x{}{}", path, line, count_text(bits.size(), "bit"),
-                          shift.pass.empty() ? "" : " ", shift.pass, digits, cut),
-              fmt::format("{}{}0x{}{}", shift.pass, shift.pass.empty() ? "" : " ", digits, cut),
+                          pass.empty() ? "" : " ", pass, digits, cut),
+              fmt::format("{}{}0x{}{}", pass, pass.empty() ? "" : " ", digits, cut),
               fmt::format("0x{}{}", digits, cut), fmt::format("0x{}", digits), digits}) {
             if (fits(text)) {
                 return text;
@@ -410,10 +429,35 @@ private:
         }
     }
 
-    // Limits, and what the short names stand for, in lines of `width`; answers where they end.
+    // The values that had no room at their shifts.
+    void add_values(std::vector<std::string>& lines, size_t width) const {
+        for (size_t i = 0; i < shifts_.size(); ++i) {
+            const ShiftRun& shift = shifts_[i];
+            const auto add = [&](std::string_view line, const Bits& bits) {
+                lines.push_back(fmt::format(
+                    "{} {} {}{}{}:", shift.path == ScanPath::Dr ? "DR" : "IR", line,
+                    count_text(bits.size(), "bit"), shift.pass.empty() ? "" : " ", shift.pass));
+                for (const std::string& part : wrapped("0x" + bits.to_hex(), width)) {
+                    lines.push_back(part);
+                }
+            };
+            if (!written_[i].tdi) {
+                add("TDI", shift.tdi);
+            }
+            if (shift.tdo_known && !written_[i].tdo) {
+                add("TDO", shift.tdo);
+            }
+        }
+    }
+
+    // Long values, limits, and what the short names stand for, in lines of `width`; answers where
+    // they end.
     double draw_legend(double y, double width) {
         const auto characters = static_cast<size_t>(width / kStateText);
-        std::vector<std::string> lines = limit_notes(waveform_, characters);
+        std::vector<std::string> lines;
+        add_values(lines, characters);
+        const std::vector<std::string> limits = limit_notes(waveform_, characters);
+        lines.insert(lines.end(), limits.begin(), limits.end());
         const std::vector<std::string> names = legend(short_names_, 3, characters);
         lines.insert(lines.end(), names.begin(), names.end());
         for (const std::string& line : lines) {
@@ -429,6 +473,12 @@ private:
     const SvgOptions& options_;
     std::vector<ShiftRun> shifts_;
     std::vector<Row> rows_;
+    // Which values of a shift stand in the drawing as a whole.
+    struct Written {
+        bool tdi = false;
+        bool tdo = false;
+    };
+    std::vector<Written> written_;
     std::vector<Pin> pins_;
     ShortNames short_names_{};
     std::string svg_;

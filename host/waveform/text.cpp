@@ -53,7 +53,8 @@ public:
         : waveform_(waveform), options_(options), glyphs_(options.unicode ? kUnicode : kAscii),
           width_(std::max<size_t>(options.width, kLabelWidth + 4 * kCell)),
           shifts_(shift_runs(waveform)),
-          rows_(lay_out(waveform, {(width_ - kLabelWidth) / kCell, options.longest_run})) {}
+          rows_(lay_out(waveform, {.columns_per_row = (width_ - kLabelWidth) / kCell,
+                                   .longest_run = options.longest_run})) {}
 
     std::string write() {
         for (const Row& row : rows_) {
@@ -217,15 +218,25 @@ private:
                         shift.pass, shift.cut() ? " (cut)" : "");
         const std::string tdi = shift.tdi.to_hex();
         const std::string tdo = shift.tdo_known ? shift.tdo.to_hex() : "not read";
+        const Ink color = shift.pass.empty() ? ink_of(shift.state()) : Ink::Dim;
         if (head.size() + tdi.size() + tdo.size() + 12 <= width_) {
-            ink(ink_of(shift.state()), head);
-            ink(Ink::Tdi, "  TDI " + tdi);
+            ink(color, head);
+            ink(shift.pass.empty() ? Ink::Tdi : Ink::Dim, "  TDI " + tdi);
             ink_line(Ink::Tdo, "  TDO " + tdo);
             return;
         }
-        ink_line(ink_of(shift.state()), head);
-        ink_line(Ink::Tdi, "    TDI " + shortened(tdi, width_ - 8));
-        ink_line(Ink::Tdo, "    TDO " + shortened(tdo, width_ - 8));
+        ink_line(color, head);
+        write_value(shift.pass.empty() ? Ink::Tdi : Ink::Dim, "TDI", tdi);
+        write_value(Ink::Tdo, "TDO", tdo);
+    }
+
+    // The whole of it, whatever lines that takes.
+    void write_value(Ink color, std::string_view name, std::string_view digits) {
+        constexpr size_t kIndent = 8;
+        for (const std::string& part : wrapped(digits, width_ - kIndent)) {
+            ink_line(color, fmt::format("{:>{}} {}", name, kIndent - 1, part));
+            name = "";
+        }
     }
 
     void write_legend() {

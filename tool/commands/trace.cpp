@@ -6,13 +6,12 @@
 #include "tool/commands/app.h"
 #include "tool/commands/commands.h"
 #include "tool/output/standard_streams.h"
+#include "tool/output/terminal.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <sys/ioctl.h>
-#include <unistd.h>
 
 namespace talvor {
 namespace {
@@ -31,13 +30,6 @@ struct TraceOptions {
     uint64_t vcd_bytes = WaveformFile::kDefaultBytes;
     std::vector<std::string> command;
 };
-
-size_t terminal_width() {
-    constexpr size_t kStandard = 100;
-    winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col
-                                                                            : kStandard;
-}
 
 Status write_file(const std::string& path, const std::string& text) {
     errno = 0;
@@ -98,8 +90,8 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
     }
     // A document stays one, unless the drawing is asked for beside it.
     if (options.text || (options.svg.empty() && !out.json())) {
-        write_output(
-            waveform::to_text(trace, {.width = terminal_width(), .color = out.coloured()}));
+        write_output(waveform::to_text(
+            trace, {.width = terminal_width(), .unicode = speaks_utf8(), .color = out.coloured()}));
     }
     return {};
 }

@@ -15,12 +15,20 @@ Waveform wave_of(const Trace& trace) {
     return read_vcd(stream, "t.vcd").value();
 }
 
-TEST(LayoutTest, RowsAreFilledOneAfterTheOther) {
+TEST(LayoutTest, RowsAreAsFewAsCanBeAndEquallyLong) {
     const std::vector<Row> rows = lay_out(wave_of(Trace().moves("0000000000")), {4, 0});
     ASSERT_EQ(rows.size(), 3U);
     EXPECT_EQ(rows[0].columns.size(), 4U);
-    EXPECT_EQ(rows[2].columns, (std::vector<Column>{{8, 0, false}, {9, 0, false}}));
+    EXPECT_EQ(rows[1].columns.size(), 3U);
+    EXPECT_EQ(rows[2].columns, (std::vector<Column>{{7, 0, false}, {8, 0, false}, {9, 0, false}}));
     EXPECT_TRUE(lay_out(Waveform(), {}).empty());
+}
+
+TEST(LayoutTest, OneRowMayBeStretchedToBeTheOnlyOne) {
+    const Waveform ten = wave_of(Trace().moves("0000000000"));
+    EXPECT_EQ(lay_out(ten, {8, 0, 2}).size(), 1U);
+    EXPECT_EQ(lay_out(ten, {8, 0, 1}).size(), 2U);
+    EXPECT_EQ(lay_out(ten, {4, 0, 2}).size(), 3U) << "more rows are never stretched";
 }
 
 TEST(LayoutTest, ALongStayLosesItsMiddle) {
@@ -52,13 +60,14 @@ TEST(LayoutTest, ShiftsHaveTheirPlaceInEachRow) {
     const std::vector<Row> rows = lay_out(wave, {6, 0});
     const std::vector<ShiftRun> shifts = shift_runs(wave);
     ASSERT_EQ(rows.size(), 3U);
-    EXPECT_EQ(shift_places(rows[0], shifts), (std::vector<Place>{{0, 4, 6}}));
-    EXPECT_EQ(shift_places(rows[1], shifts), (std::vector<Place>{{0, 0, 6}}));
-    EXPECT_TRUE(shift_places(rows[2], shifts).empty());
+    // Five, five and four columns.
+    EXPECT_EQ(shift_places(rows[0], shifts), (std::vector<Place>{{0, 4, 5}}));
+    EXPECT_EQ(shift_places(rows[1], shifts), (std::vector<Place>{{0, 0, 5}}));
+    EXPECT_EQ(shift_places(rows[2], shifts), (std::vector<Place>{{0, 0, 2}}));
 }
 
 TEST(LayoutTest, StatesChangeInTheMiddleOfColumns) {
-    const Waveform wave = wave_of(Trace().moves("00100"));
+    const Waveform wave = wave_of(Trace().moves("0010000"));
     const std::vector<Row> rows = lay_out(wave, {4, 0});
     EXPECT_EQ(state_places(rows[0], wave),
               (std::vector<StatePlace>{{TapState::TestLogicReset, 0, 1},
@@ -66,7 +75,13 @@ TEST(LayoutTest, StatesChangeInTheMiddleOfColumns) {
                                        {TapState::SelectDrScan, 5, 7},
                                        {TapState::CaptureDr, 7, 8}}));
     EXPECT_EQ(state_places(rows[1], wave),
-              (std::vector<StatePlace>{{TapState::CaptureDr, 0, 1}, {TapState::ShiftDr, 1, 2}}));
+              (std::vector<StatePlace>{{TapState::CaptureDr, 0, 1}, {TapState::ShiftDr, 1, 6}}));
+}
+
+TEST(LayoutTest, DigitsAreWrapped) {
+    EXPECT_EQ(wrapped("12345", 2), (std::vector<std::string>{"12", "34", "5"}));
+    EXPECT_EQ(wrapped("1234", 4), std::vector<std::string>{"1234"});
+    EXPECT_TRUE(wrapped("", 4).empty());
 }
 
 TEST(LayoutTest, DigitsAreShortenedInTheMiddle) {
@@ -105,8 +120,9 @@ TEST(LayoutTest, EveryPassOfAShiftHasItsEnds) {
     for (const Column& column : rows.front().columns) {
         (column.skipped != 0 ? skipped : drawn).push_back(column.sample);
     }
-    EXPECT_EQ(skipped, (std::vector<size_t>{10, 58}));
-    EXPECT_EQ(drawn.size(), 40U);
+    // Of a pass that is not the client's less is drawn.
+    EXPECT_EQ(skipped, (std::vector<size_t>{kDrawnPassEnds, 48 + kDrawnEnds}));
+    EXPECT_EQ(drawn.size(), 2 * kDrawnPassEnds + 2 * kDrawnEnds);
     EXPECT_TRUE(std::ranges::find(drawn, 48U) != drawn.end());
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -107,6 +108,41 @@ TEST(SvgTest, ALongShiftIsCutAndSaysByHowMuch) {
     EXPECT_TRUE(has(svg, ">580 more<"));
     EXPECT_TRUE(has(svg, "FF..FF"));
     EXPECT_TRUE(has(svg, "00..00"));
+}
+
+TEST(SvgTest, AValueWithoutRoomStandsBelowAsAWhole) {
+    Trace trace;
+    trace.moves("0100").shift(Bits::ones(600), Bits(600)).moves("10");
+    const std::string svg = to_svg(wave_of(trace));
+    EXPECT_TRUE(has(svg, ">DR TDI 600 bits:<"));
+    EXPECT_TRUE(has(svg, ">DR TDO 600 bits:<"));
+    // 600 bits are 150 digits, in lines as wide as the picture.
+    const std::string start = svg.substr(svg.find(">0xF"));
+    EXPECT_EQ(std::ranges::count(start.substr(0, start.find(">DR TDO")), 'F'), 150);
+    const std::string fitting = to_svg(wave_of(scan()));
+    EXPECT_FALSE(has(fitting, "bits:<")) << "what has room is not said twice";
+}
+
+// Across two rows: once whole, wherever there is most room.
+TEST(SvgTest, AValueAcrossRowsIsWrittenWhole) {
+    SvgOptions options;
+    options.columns_per_row = 20;
+    const std::string svg = to_svg(
+        wave_of(Trace().moves("0100").shift(0xDEADBEEF, 0x4BA00477, 32).moves("10")), options);
+    EXPECT_EQ(count(svg, ">TCK<"), 2U);
+    EXPECT_TRUE(has(svg, ": 0xDEADBEEF<")) << svg;
+    EXPECT_TRUE(has(svg, ": 0x4BA00477<"));
+}
+
+TEST(SvgTest, APassThatIsNotTheClientsIsPaleAndNamed) {
+    Waveform wave = wave_of(Trace().moves("0100").shift(0x2A, 0x01, 8).moves("10"));
+    EXPECT_EQ(count(to_svg(wave), "opacity=\"0.75\""), 0U);
+    wave.passes = {{5, "marker"}, {3, ""}};
+    const std::string svg = to_svg(wave);
+    EXPECT_EQ(count(svg, "opacity=\"0.75\""), 1U);
+    EXPECT_TRUE(has(svg, ">marker 0x0A<")) << svg;
+    EXPECT_TRUE(has(svg, ">0x01<")) << "what comes out is the target's";
+    EXPECT_TRUE(has(svg, ">0x1<"));
 }
 
 TEST(SvgTest, WrapsRowsAndShowsPinsThatChange) {

@@ -98,10 +98,12 @@ TEST(TextTest, LongValuesTakeTheirOwnLines) {
     Trace trace;
     trace.moves("0100").shift(Bits::ones(600), Bits(600)).moves("10");
     const std::string text = to_text(wave_of(trace));
-    const std::string ones(35, 'F');
-    const std::string zeros(35, '0');
-    EXPECT_NE(text.find("  DR 600 bits\n    TDI " + ones + ".." + ones + "\n    TDO " + zeros +
-                        ".." + zeros + "\n"),
+    // All of them, in lines that begin below each other.
+    const std::string ones(72, 'F');
+    const std::string zeros(72, '0');
+    const std::string gap(8, ' ');
+    EXPECT_NE(text.find("  DR 600 bits\n    TDI " + ones + "\n" + gap + ones + "\n" + gap +
+                        "FFFFFF\n    TDO " + zeros + "\n" + gap + zeros + "\n" + gap + "000000\n"),
               std::string::npos)
         << text;
 }

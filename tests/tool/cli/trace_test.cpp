@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <sys/mount.h>
 
@@ -21,6 +24,31 @@ TEST(TraceTest, DrawsInTheTerminal) {
     EXPECT_NE(outcome.out.find("  IR 33 bits  TDI 1FFFFFFFF"), std::string::npos) << outcome.out;
     EXPECT_NE(outcome.out.find("TMS"), std::string::npos);
     EXPECT_NE(outcome.out.find("Test-Logic-Reset"), std::string::npos);
+}
+
+TEST(TraceTest, DrawsAsWideAndInTheCharactersOfTheEnvironment) {
+    const std::vector<std::string> scan{"trace", "--last", "--count", "60", "dr", "0xFFFFFFFF"};
+    // The widest line, in bytes of ASCII.
+    const auto widest = [&scan](const char* columns) {
+        setenv("COLUMNS", columns, 1);
+        std::istringstream lines(talvor(scan).out);
+        size_t most = 0;
+        for (std::string line; std::getline(lines, line);) {
+            most = std::max(most, line.size());
+        }
+        return most;
+    };
+    setenv("LC_ALL", "C", 1);
+    const size_t narrow = widest("60");
+    EXPECT_LE(narrow, 60U);
+    EXPECT_GT(widest("90"), narrow);
+    EXPECT_LE(widest("90"), 90U);
+    const auto beyond_ascii = [](char c) { return (static_cast<unsigned char>(c) & 0x80U) != 0; };
+    EXPECT_TRUE(std::ranges::none_of(talvor(scan).out, beyond_ascii));
+    setenv("LC_ALL", "C.UTF-8", 1);
+    EXPECT_NE(talvor(scan).out.find("▔"), std::string::npos);
+    unsetenv("LC_ALL");
+    unsetenv("COLUMNS");
 }
 
 TEST(TraceTest, DrawsAPicture) {
