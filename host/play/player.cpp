@@ -84,6 +84,9 @@ Status Player::play_step(const StepSource& source, const Step& step) {
     if (step.refusal) {
         return Failure(*step.refusal);
     }
+    if (options_.on_statement) {
+        options_.on_statement(step.line);
+    }
     if (Status status = act(source, step); !status) {
         return at_statement(source.name(), step.line, source.statements()[step.statement],
                             std::move(status).error());

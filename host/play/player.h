@@ -22,6 +22,7 @@ struct PlayOptions {
     bool keep_going = false;                          // past mismatches
     bool reset_first = true;                          // files assume a TAP in Test-Logic-Reset
     std::function<void(const Mismatch&)> on_mismatch; // each one as it is found; may be empty
+    std::function<void(uint64_t line)> on_statement;  // before each is played; may be empty
 };
 
 // Where a run ended before its time.

@@ -87,6 +87,9 @@ void add_waveform(std::vector<std::string>& arguments, const WaveformFile& vcd) 
     if (vcd.keep_last) {
         arguments.emplace_back("--vcd-last");
     }
+    if (vcd.plain) {
+        arguments.emplace_back("--vcd-plain");
+    }
 }
 
 // Starts it: `words` takes what it says, `ready` its line that the pods are served.

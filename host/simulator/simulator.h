@@ -19,6 +19,7 @@ struct WaveformFile {
     std::string path;
     uint64_t bytes = kDefaultBytes; // largest size; 0: no limit
     bool keep_last = false;         // beyond it the beginning is lost, and not the end
+    bool plain = false;             // wires of one bit only
 };
 
 struct SimulatorOptions {

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <fstream>
 #include <map>
+#include <optional>
 #include <string_view>
 #include <sys/stat.h>
 #include <vector>
@@ -32,6 +33,7 @@ public:
     // The next word, good until the next call; empty at the end.
     std::string_view next() {
         word_.clear();
+        cut_ = true;
         for (int c = get(); c >= 0; c = get()) {
             const bool blank = c == ' ' || (c >= '\t' && c <= '\r');
             if (!blank && word_.size() < kMaxWord) {
@@ -40,6 +42,7 @@ public:
             }
             if (blank && !word_.empty()) {
                 --at_; // the newline is counted with the next word
+                cut_ = false;
                 break;
             }
             line_ += c == '\n' ? 1 : 0;
@@ -48,6 +51,8 @@ public:
     }
 
     [[nodiscard]] uint64_t line() const { return line_; }
+    // Whether the file ends with the last word, which then may be the start of a longer one.
+    [[nodiscard]] bool cut() const { return cut_; }
 
 private:
     int get() {
@@ -67,12 +72,25 @@ private:
     size_t at_ = 0;
     size_t end_ = 0;
     std::string word_;
+    bool cut_ = false;
     uint64_t line_ = 1;
 };
 
-// The signals that mean something; Pin p is at TrstN + p.
-enum class Signal : uint8_t { Tck, Tms, Tdi, Tdo, TapState, TrstN, Emu0, Emu1, TargetReset };
-constexpr size_t kSignalCount = 9;
+// The signals that mean something; Pin p is at TrstN + p, bit b of the state at StateBit0 + b.
+enum class Signal : uint8_t {
+    Tck,
+    Tms,
+    Tdi,
+    Tdo,
+    TapState,
+    TrstN,
+    Emu0,
+    Emu1,
+    TargetReset,
+    StateBit0,
+};
+constexpr size_t kSignalCount = 9; // that have a name of their own
+constexpr size_t kStateBits = 4;
 constexpr std::array<std::string_view, kSignalCount> kSignals{
     "tck", "tms", "tdi", "tdo", "tap_state", "trstn", "emu0", "emu1", "treset"};
 constexpr size_t kNeededSignals = 4;
@@ -92,10 +110,21 @@ public:
         values_[index_of(Signal::TapState)] = 0;
     }
 
+    // The window of read_all() for some Shift clocks.
+    Result<Window> find(const ShiftSpan& span) {
+        span_ = span;
+        TRY(read_all());
+        const bool lost = waveform_.first_shift_tck > span.first ||
+                          (waveform_.ends_early && span_end_ == UINT64_MAX);
+        if (lost) {
+            return file_error(name_, "the waveform had reached its limit, and lost that part",
+                              "play less of it at a time");
+        }
+        return Window{span_begin_, std::min(span_end_, tcks_) - span_begin_};
+    }
+
     Result<Waveform> read() {
-        TRY(read_header());
-        TRY(read_changes());
-        apply_moment();
+        TRY(read_all());
         waveform_.total_tcks = tcks_;
         waveform_.first_tck =
             std::clamp(window_.first_tck, waveform_.missing_tcks, waveform_.total_tcks);
@@ -107,6 +136,13 @@ private:
         return file_error(fmt::format("{}:{}", name_, words_.line()), std::move(reason),
                           std::move(next_step));
     }
+    Status read_all() {
+        TRY(read_header());
+        TRY(read_changes());
+        apply_moment();
+        return {};
+    }
+
     [[nodiscard]] Failure no_dump() const {
         return file_error(name_, "this is no value change dump", "record one with talvor trace");
     }
@@ -169,6 +205,13 @@ private:
             return bad("a $var without type, size, code and name");
         }
         const std::string& identifier = words[2];
+        if (const std::optional<size_t> bit = state_bit(words)) {
+            signals_[identifier].push_back(static_cast<Signal>(index_of(Signal::StateBit0) + *bit));
+            state_bits_ |= 1U << *bit;
+            known_[index_of(Signal::TapState)] =
+                known_[index_of(Signal::TapState)] || state_bits_ == (1U << kStateBits) - 1;
+            return {};
+        }
         const std::string signal_name = words[3].substr(0, words[3].find('['));
         for (size_t i = 0; i < kSignalCount; ++i) {
             if (kSignals[i] == signal_name && !known_[i]) {
@@ -177,6 +220,18 @@ private:
             }
         }
         return {};
+    }
+
+    // Which bit of the state: "wire 1 ) tap_state[3]", or with a blank before the bracket.
+    static std::optional<size_t> state_bit(const std::vector<std::string>& words) {
+        const std::string name = words[3] + (words.size() > 4 ? words[4] : "");
+        const std::string start = std::string(kSignals[index_of(Signal::TapState)]) + "[";
+        if (words[1] != "1" || name.size() != start.size() + 2 || !name.starts_with(start) ||
+            name.back() != ']' || name[start.size()] < '0' ||
+            name[start.size()] >= static_cast<char>('0' + kStateBits)) {
+            return std::nullopt;
+        }
+        return static_cast<size_t>(name[start.size()] - '0');
     }
 
     // "1 ns" or "10ps".
@@ -298,6 +353,8 @@ private:
         tcks_ = clocks;
         waveform_.missing_tcks = clocks;
         waveform_.first_shift_tck = shifting;
+        shifts_ = shifting;
+        span_begin_ = shifting == span_.first ? clocks : span_begin_;
         return {};
     }
 
@@ -307,7 +364,11 @@ private:
         return error == std::errc() && rest == end;
     }
 
+    // A time that is cut short, as by a disk that got full, ends the trace before it.
     Status read_time(std::string_view digits) {
+        if (words_.cut()) {
+            return {};
+        }
         uint64_t time = 0;
         const auto [end, error] =
             std::from_chars(digits.data(), digits.data() + digits.size(), time);
@@ -363,6 +424,12 @@ private:
     }
 
     void apply(Signal signal, unsigned value) {
+        if (signal >= Signal::StateBit0) {
+            const unsigned bit = 1U << (index_of(signal) - index_of(Signal::StateBit0));
+            unsigned& state = values_[index_of(Signal::TapState)];
+            state = value != 0 ? state | bit : state & ~bit;
+            return;
+        }
         unsigned& held = values_[index_of(signal)];
         const bool changed = held != value;
         held = value;
@@ -388,6 +455,9 @@ private:
                 ? static_cast<talvor::TapState>(values_[index_of(Signal::TapState)])
                 : followed_;
         followed_ = next_state(state, tms);
+        if (is_shift(state)) {
+            note_shift();
+        }
         waveform_.first_shift_tck += tcks_ < window_.first_tck && is_shift(state) ? 1 : 0;
         if (tcks_ >= window_.first_tck && tcks_ - window_.first_tck < window_.count) {
             waveform_.samples.push_back({time_ps_, tms, values_[index_of(Signal::Tdi)] != 0,
@@ -395,6 +465,17 @@ private:
                                          values_[index_of(Signal::Tdo)] != kUnknown});
         }
         ++tcks_;
+    }
+
+    // The present TCK is a Shift clock.
+    void note_shift() {
+        if (shifts_ == span_.end) {
+            span_end_ = tcks_;
+        }
+        ++shifts_;
+        if (shifts_ == span_.first) {
+            span_begin_ = tcks_ + 1;
+        }
     }
 
     struct Change {
@@ -408,11 +489,16 @@ private:
     uint64_t tick_ps_ = 1000;
     std::array<bool, kSignalCount> known_{};
     std::map<std::string, std::vector<Signal>, std::less<>> signals_;
+    unsigned state_bits_ = 0; // that have a signal
     std::array<unsigned, kSignalCount> values_{};
     std::vector<Change> changes_;
     bool started_ = false; // the first values are no changes
     uint64_t time_ps_ = 0;
     uint64_t tcks_ = 0;
+    uint64_t shifts_ = 0;
+    ShiftSpan span_{0, UINT64_MAX}; // of which the TCKs are wanted
+    uint64_t span_begin_ = 0;
+    uint64_t span_end_ = UINT64_MAX;
     talvor::TapState followed_ = talvor::TapState::TestLogicReset;
     Waveform waveform_;
 };
@@ -423,7 +509,9 @@ Result<Waveform> read_vcd(std::istream& stream, const std::string& name, const W
     return Reader(stream, name, window).read();
 }
 
-Result<Waveform> read_vcd_file(const std::string& path, const Window& window) {
+namespace {
+
+Result<std::ifstream> open_vcd(const std::string& path) {
     struct stat facts {};
     if (stat(path.c_str(), &facts) == 0 && !S_ISREG(facts.st_mode)) {
         return file_error(path, "is no regular file, so the waveform cannot be read back from it",
@@ -434,7 +522,19 @@ Result<Waveform> read_vcd_file(const std::string& path, const Window& window) {
         return file_error(path, fmt::format("cannot open it: {}", std::strerror(errno)),
                           "check the name");
     }
+    return stream;
+}
+
+} // namespace
+
+Result<Waveform> read_vcd_file(const std::string& path, const Window& window) {
+    std::ifstream stream = TRY(open_vcd(path));
     return read_vcd(stream, path, window);
+}
+
+Result<Window> window_of_shifts(const std::string& path, const ShiftSpan& span) {
+    std::ifstream stream = TRY(open_vcd(path));
+    return Reader(stream, path, {0, 0}).find(span);
 }
 
 } // namespace talvor::waveform

@@ -54,6 +54,8 @@ void add_serve_options(CLI::App& app, Options& options, int64_t& spin_us) {
         ->capture_default_str();
     app.add_flag("--vcd-last", options.station.vcd_limits.keep_last,
                  "at a limit the dump loses its beginning instead of ending");
+    app.add_flag("--vcd-plain", options.station.vcd_limits.plain,
+                 "wires of one bit only in the dump, no names of states");
     app.add_flag("--log", options.station.log_batches, "print each batch, decoded, to the log");
     app.add_option("--log-file", options.log_file, "the log's file instead of standard error");
     app.add_option("--ready-file", options.ready_file, "file to make when the pods are served");

@@ -17,11 +17,12 @@ namespace {
 
 // One printable character names each signal in the dump.
 constexpr std::string_view kCodes = "!\"#$%&'(";
-constexpr char kStateCode = ')';
-constexpr char kNameCode = '*';
+constexpr std::string_view kStateCodes = ")*+,"; // of the highest bit first
+constexpr char kNameCode = '-';
 constexpr std::array<std::string_view, 8> kNames{"tck",   "tms",  "tdi",  "tdo",
                                                  "trstn", "emu0", "emu1", "treset"};
 constexpr unsigned kStateBits = 4;
+constexpr unsigned kAllStateBits = (1U << kStateBits) - 1;
 constexpr size_t kPieceBytes = size_t{1} << 16;
 constexpr uint64_t kPieces = 32;     // at least, of a trace that loses its beginning
 constexpr unsigned kFileMode = 0666; // less the umask
@@ -75,8 +76,13 @@ void VcdWriter::header(const Moment& beginning) {
     for (size_t i = 0; i < kNames.size(); ++i) {
         out_ += fmt::format("$var wire 1 {} {} $end\n", kCodes[i], kNames[i]);
     }
-    out_ += fmt::format("$var reg {} {} tap_state $end\n", kStateBits, kStateCode);
-    out_ += fmt::format("$var string 1 {} tap_state_name $end\n", kNameCode);
+    for (unsigned i = 0; i < kStateBits; ++i) {
+        out_ +=
+            fmt::format("$var wire 1 {} tap_state[{}] $end\n", kStateCodes[i], kStateBits - 1 - i);
+    }
+    if (!limits_.plain) {
+        out_ += fmt::format("$var string 1 {} tap_state_name $end\n", kNameCode);
+    }
     out_ += "$upscope $end\n$enddefinitions $end\n";
     if (beginning.clocks > 0) {
         out_ += fmt::format("$comment The trace begins here: {} test clocks, {} shifting, are not "
@@ -87,18 +93,27 @@ void VcdWriter::header(const Moment& beginning) {
     for (size_t i = 0; i < kNames.size(); ++i) {
         out_ += {beginning.levels[i], kCodes[i], '\n'};
     }
-    put_state(beginning.state);
+    put_state_bits(beginning.state, kAllStateBits);
+    put_state_name(beginning.state);
     out_ += "$end\n";
 }
 
-void VcdWriter::put_state(TapState state) {
-    out_ += 'b';
-    for (unsigned i = kStateBits; i-- > 0;) {
-        out_ += level_of(((index_of(state) >> i) & 1U) != 0);
+// The bits of the number that are 1 in `changed`.
+void VcdWriter::put_state_bits(TapState state, unsigned changed) {
+    for (unsigned i = 0; i < kStateBits; ++i) {
+        const unsigned bit = 1U << (kStateBits - 1 - i);
+        if ((changed & bit) != 0) {
+            out_ += {level_of((index_of(state) & bit) != 0), kStateCodes[i], '\n'};
+        }
     }
-    out_ += {' ', kStateCode, '\n', 's'};
-    out_ += name_of(state);
-    out_ += {' ', kNameCode, '\n'};
+}
+
+void VcdWriter::put_state_name(TapState state) {
+    if (!limits_.plain) {
+        out_ += 's';
+        out_ += name_of(state);
+        out_ += {' ', kNameCode, '\n'};
+    }
 }
 
 // Moves on to a time; the falling edge that was due before it comes first.
@@ -123,8 +138,9 @@ void VcdWriter::set(Signal signal, char level) {
 
 void VcdWriter::set_state(TapState state) {
     if (now_.state != state) {
+        put_state_bits(state, static_cast<unsigned>(index_of(now_.state) ^ index_of(state)));
+        put_state_name(state);
         now_.state = state;
-        put_state(state);
     }
 }
 

@@ -16,17 +16,20 @@
 
 namespace talvor::podsim::trace {
 
-// Bounds of a trace; 0: none. A trace that reaches one ends there, with a comment; or it loses its
-// beginning, and then begins with a comment that says how many clocks are not in it.
+// Bounds of a trace, and what is in it. 0: no bound. A trace that reaches one ends there, with a
+// comment; or it loses its beginning, and then begins with a comment that says how many clocks are
+// not in it.
 struct Limits {
     uint64_t bytes = uint64_t{1} << 28; // size of the file
     uint64_t clocks = 0;                // test clocks in it
     bool keep_last = false;             // the file is written by finish()
+    bool plain = false;                 // wires of one bit only: no names of states
 };
 
-// Signals: tck, tms, tdi, tdo, trstn, emu0, emu1, treset (1: asserted); tap_state, the number of
-// the TAP state in the order of the standard's figure; tap_state_name, its name. TDO is z outside
-// the Shift states and x where nobody looked at it.
+// Signals: tck, tms, tdi, tdo, trstn, emu0, emu1, treset (1: asserted); tap_state[3] to
+// tap_state[0], the number of the TAP state in the order of the standard's figure, a wire a bit,
+// for readers that know no vectors; tap_state_name, its name. TDO is z outside the Shift states and
+// x where nobody looked at it.
 class VcdWriter : public EdgeObserver {
 public:
     // Makes the file `path`. `scope` is the name of the module in it. `log` is told when a limit is
@@ -60,7 +63,8 @@ private:
     void advance(uint64_t time_ns);
     void set(Signal signal, char level);
     void set_state(TapState state);
-    void put_state(TapState state);
+    void put_state_bits(TapState state, unsigned changed);
+    void put_state_name(TapState state);
     void end(const std::string& why);
     void lose();
     void cut_to_limit();

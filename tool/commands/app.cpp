@@ -124,7 +124,7 @@ void build_command_line(CommandLine& line, CommonOptions& options) {
     program.flag("--json", options.json, "Print one JSON document instead of text");
     for (const auto add :
          {add_info, add_chain, add_ir, add_dr, add_state, add_reset, add_status, add_link, add_reg,
-          add_tclk, add_svf, add_trace, add_bench, add_doctor, add_completion}) {
+          add_tclk, add_shmoo, add_svf, add_trace, add_bench, add_doctor, add_completion}) {
         add(program);
     }
 }

@@ -23,6 +23,7 @@ void add_status(Command& program);
 void add_link(Command& program);
 void add_reg(Command& program);
 void add_tclk(Command& program);
+void add_shmoo(Command& program);
 void add_svf(Command& program);
 void add_trace(Command& program);
 void add_bench(Command& program);

@@ -1,4 +1,5 @@
 // talvor link: the link delay, which makes up for the cable's.
+#include "host/session/chain_trial.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
@@ -9,35 +10,13 @@ namespace {
 constexpr size_t kPatternBits = 4096;
 constexpr uint64_t kPatternSeed = 1;
 
-struct LinkDelay {
-    uint32_t standard = 0;
-    uint32_t maximum = 0;
-    uint32_t sum = 0; // what the driver reports; applied is this modulo maximum + 1
-
-    [[nodiscard]] uint32_t applied() const noexcept { return sum % (maximum + 1); }
-};
-
 // One delay, and what the chain said with it.
 struct Trial {
     uint32_t delay = 0;
-    std::optional<Error> failure; // nothing: it answers right
+    Verdict failure; // nothing: it answers right
 
     [[nodiscard]] bool works() const noexcept { return !failure.has_value(); }
 };
-
-Result<LinkDelay> read_delay(Pod& pod) {
-    LinkDelay delay;
-    TRY(pod.run("reading the link delay", &JSC_Interface::GetLinkDelay, &delay.standard,
-                &delay.maximum, &delay.sum));
-    return delay;
-}
-
-Status apply_delay(Pod& pod, uint32_t wanted) {
-    const LinkDelay delay = TRY(read_delay(pod));
-    // The driver adds; the sum is unsigned and wraps.
-    return pod.run("setting the link delay", &JSC_Interface::PutLinkDelay,
-                   static_cast<int32_t>(wanted - delay.sum));
-}
 
 // Whether the chain can be found and answers right.
 Status probe(Session& session) {
@@ -47,15 +26,8 @@ Status probe(Session& session) {
 
 // Errors of the pod end the trial; what the target says is its outcome.
 Result<Trial> try_delay(Session& session, uint32_t delay) {
-    TRY(apply_delay(session.pod(), delay));
-    Status answered = probe(session);
-    if (answered) {
-        return Trial{delay, std::nullopt};
-    }
-    if (answered.error().kind != ErrorKind::Target) {
-        return Failure(std::move(answered).error());
-    }
-    return Trial{delay, std::move(answered).error()};
+    TRY(apply_link_delay(session.pod(), delay));
+    return Trial{delay, TRY(verdict_of(probe(session)))};
 }
 
 void print_trial(const Output& out, const Trial& trial, Tone bad) {
@@ -74,7 +46,7 @@ Json to_json(const Trial& trial) {
 
 Status show(Context& context) {
     Session& session = *TRY(context.session());
-    const LinkDelay delay = TRY(read_delay(session.pod()));
+    const LinkDelay delay = TRY(read_link_delay(session.pod()));
     TextTable table({});
     table.add({"applied", fmt::format("{} test clocks", delay.applied())});
     table.add({"default", fmt::format("{}", delay.standard)});
@@ -106,7 +78,7 @@ Status set(Context& context, uint32_t wanted) {
 
 Status find(Context& context) {
     Session& session = *TRY(context.session());
-    const uint32_t maximum = TRY(read_delay(session.pod())).maximum;
+    const uint32_t maximum = TRY(read_link_delay(session.pod())).maximum;
     Json trials = Json::array();
     std::optional<uint32_t> best;
     for (uint32_t delay = 0; delay <= maximum; ++delay) {

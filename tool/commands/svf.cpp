@@ -7,6 +7,7 @@
 #include "host/svf/source.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
+#include "tool/commands/play_picture.h"
 #include "tool/commands/play_run.h"
 #include "tool/output/progress_bar.h"
 
@@ -20,6 +21,7 @@ namespace {
 struct SvfOptions {
     std::string file;
     std::string junit;
+    PictureOptions picture;
     bool keep_going = false;
     bool dry_run = false;
     bool no_reset = false;
@@ -54,13 +56,19 @@ Error advised(Error error) {
 
 // Notes each mismatch, and prints it where the playing goes on.
 play::PlayOptions play_options(const Output& out, const SvfOptions& options, ProgressBar& bar,
-                               PlayRun& run) {
+                               PlayRun& run, std::optional<PlayPicture>& picture) {
     play::PlayOptions how;
     how.keep_going = options.keep_going;
     how.reset_first = !options.no_reset;
     how.progress = progress_hook(bar);
+    if (picture) {
+        how.on_statement = [&picture](uint64_t line) { picture->begin_statement(line); };
+    }
     how.on_mismatch = [&](const play::Mismatch& mismatch) {
         run.note(mismatch);
+        if (picture) {
+            picture->fail();
+        }
         if (options.keep_going && !out.json()) {
             bar.clear();
             out.line("{}", headline(play::to_error(mismatch, run.file)));
@@ -71,7 +79,8 @@ play::PlayOptions play_options(const Output& out, const SvfOptions& options, Pro
 
 // Checks and plays as the options say, and notes in `run` what came of it.
 void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& options,
-                    const Output& out, ProgressBar& bar, PlayRun& run) {
+                    const Output& out, ProgressBar& bar, PlayRun& run,
+                    std::optional<PlayPicture>& picture) {
     play::Plan plan;
     if (options.dry_run || !options.no_check) {
         Result<play::CheckReport> checked =
@@ -85,7 +94,7 @@ void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& 
             return;
         }
     }
-    play::Player player(port, play_options(out, options, bar, run));
+    play::Player player(port, play_options(out, options, bar, run, picture));
     play::PlanReader planned(plan, source);
     const bool from_plan = run.checked && plan.whole();
     if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : source);
@@ -113,11 +122,27 @@ Status report(Context& context, const PlayRun& run, const SvfOptions& options) {
     return Failure(*std::move(error));
 }
 
+Status check_picture(const SvfOptions& options) {
+    if (options.picture.line != 0 && options.picture.svg.empty()) {
+        return usage_error("--around", "there is no picture that it is about",
+                           "name one with --svg");
+    }
+    if (options.dry_run && !options.picture.svg.empty()) {
+        return usage_error("--svg", "nothing is played with --dry-run", "give one of them");
+    }
+    return {};
+}
+
 Status svf_command(Context& context, const SvfOptions& options) {
     if (options.exact && options.fast) {
         return usage_error("--fast", "it cannot be had with --exact", "give one of them");
     }
+    TRY(check_picture(options));
     const auto source = TRY(svf::FileSource::open(options.file));
+    std::optional<PlayPicture> picture;
+    if (!options.picture.svg.empty()) {
+        picture.emplace(TRY(PlayPicture::prepare(context, options.picture, options.keep_going)));
+    }
     PodPort& port = TRY(context.session())->port();
     port.set_receive_mode(options.fast ? PodPort::ReceiveMode::Adjusted
                                        : PodPort::ReceiveMode::Exact);
@@ -129,9 +154,12 @@ Status svf_command(Context& context, const SvfOptions& options) {
     run.file = source->name();
     run.dry_run = options.dry_run;
     svf::Reader reader(*source, port, {{}, options.strict});
-    check_and_play(reader, port, options, context.out, bar, run);
+    check_and_play(reader, port, options, context.out, bar, run, picture);
     bar.clear();
-    return report(context, run, options);
+    const Status reported = report(context, run, options);
+    const Status drawn =
+        picture && run.played ? picture->draw(run.file, run.error.has_value()) : Status();
+    return reported ? drawn : reported;
 }
 
 } // namespace
@@ -156,6 +184,13 @@ void add_svf(Command& program) {
     command.flag("--strict", options->strict,
                  "Refuse what the pod can only play otherwise than written, to the same effect");
     command.option("--junit", options->junit, "Write the results as JUnit XML into this file");
+    command
+        .option("--svg", options->picture.svg,
+                "With --simulate: draw the statement that fails into this file")
+        .type_name("FILE");
+    command.option("--around", options->picture.line, "Draw the statement at this line instead")
+        .type_name("LINE")
+        .positive();
     command
         .option("--progress", options->progress,
                 "Progress bar: always, never, or auto: on a terminal")

@@ -1,5 +1,6 @@
 // talvor tclk: test-clock arithmetic, and the search for the highest clock that works.
 #include "host/clock/tclk_search.h"
+#include "host/session/chain_trial.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 
@@ -21,7 +22,6 @@ struct TclkOptions {
     uint32_t bits = 16384;
 };
 
-constexpr uint64_t kPatternSeed = 20;
 constexpr size_t kBarWidth = 32;
 
 Result<coord_t> parse_coordinate(const Library::TestClockFunctions& functions,
@@ -188,22 +188,6 @@ Status report(const Output& out, const SearchResult& result) {
     return {};
 }
 
-// One trial of the search: nothing when the chain works with `setting`, else why not.
-Result<std::optional<std::string>> trial(Session& session, const Chain& chain,
-                                         const ClockSetting& setting, uint32_t bits) {
-    Status done = session.port().set_clock(setting);
-    if (done) {
-        done = check_chain(session.port(), chain, bits, kPatternSeed);
-    }
-    if (done) {
-        return std::optional<std::string>();
-    }
-    if (done.error().kind != ErrorKind::Target) {
-        return Failure(std::move(done).error());
-    }
-    return std::optional<std::string>(headline(done.error()));
-}
-
 Status search(Context& context, const TclkOptions& options) {
     Session& session = *TRY(context.session());
     const Library::TestClockFunctions functions = TRY(session.library().test_clock());
@@ -213,8 +197,9 @@ Status search(Context& context, const TclkOptions& options) {
     const auto slow = clock.at_most(functions.to_hertz(limits.minimum));
     TRY(session.port().set_clock(slow.value_or(*clock.at_most(1e12))));
     const Chain chain = TRY(session.discover());
-    const auto run = [&](const ClockSetting& setting) {
-        return trial(session, chain, setting, options.bits);
+    const auto run = [&](const ClockSetting& setting) -> Result<std::optional<std::string>> {
+        const Verdict verdict = TRY(try_clock(session, setting, chain, options.bits));
+        return verdict ? std::optional(headline(*verdict)) : std::nullopt;
     };
     return report(context.out, TRY(search_test_clock(functions, clock, limits, run)));
 }

@@ -5,13 +5,12 @@
 #include "host/waveform/vcd.h"
 #include "tool/commands/app.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/shift_passes.h"
 #include "tool/output/standard_streams.h"
 #include "tool/output/terminal.h"
+#include "tool/output/text_file.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 namespace talvor {
 namespace {
@@ -27,22 +26,10 @@ struct TraceOptions {
     uint64_t first = 0;
     uint64_t count = 200;
     bool last = false;
+    bool vcd_plain = false;
     uint64_t vcd_bytes = WaveformFile::kDefaultBytes;
     std::vector<std::string> command;
 };
-
-Status write_file(const std::string& path, const std::string& text) {
-    errno = 0;
-    std::FILE* const file = std::fopen(path.c_str(), "we");
-    const bool written =
-        file != nullptr && std::fwrite(text.data(), 1, text.size(), file) == text.size();
-    const bool closed = file != nullptr && std::fclose(file) == 0;
-    if (!written || !closed) {
-        return file_error(path, fmt::format("cannot be written: {}", std::strerror(errno)),
-                          "choose another place, or make room");
-    }
-    return {};
-}
 
 // Parses the inner command with the options that stand before it, and answers what it does; an
 // empty action when it was asked for its help.
@@ -72,18 +59,12 @@ Result<waveform::Window> window_of(const std::string& vcd, const TraceOptions& o
 
 using Passes = std::vector<waveform::ShiftPass>;
 
-// Shift clocks that are the client's have no name.
-void add_pass(Passes& passes, const ShiftMark& mark) {
-    const bool own = mark.purpose == ShiftPurpose::Data;
-    passes.push_back({mark.clocks, own ? std::string_view() : word_of(mark.purpose)});
-}
-
 Status draw(const Output& out, const std::string& vcd, const TraceOptions& options, Passes passes) {
     const waveform::Window window = TRY(window_of(vcd, options));
     waveform::Waveform trace = TRY(waveform::read_vcd_file(vcd, window));
     trace.passes = std::move(passes);
     if (!options.svg.empty()) {
-        TRY(write_file(options.svg, waveform::to_svg(trace, {.title = options.title})));
+        TRY(write_text_file(options.svg, waveform::to_svg(trace, {.title = options.title})));
         out.line("{}: TCKs {} to {} of {}{}", options.svg, trace.first_tck,
                  trace.first_tck + trace.samples.size(), trace.ends_early ? "more than " : "",
                  trace.total_tcks);
@@ -99,8 +80,10 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
 // Runs the inner command on a simulated pod that writes `vcd`, and draws that.
 Status run_and_draw(Context& context, const Action& action, const std::string& vcd,
                     const TraceOptions& options) {
-    TRY(context.start_simulator(
-        WaveformFile{.path = vcd, .bytes = options.vcd_bytes, .keep_last = options.last}));
+    TRY(context.start_simulator(WaveformFile{.path = vcd,
+                                             .bytes = options.vcd_bytes,
+                                             .keep_last = options.last,
+                                             .plain = options.vcd_plain}));
     Passes passes;
     context.on_shift = [&passes](const ShiftMark& mark) { add_pass(passes, mark); };
     const Status done = action(context);
@@ -123,6 +106,10 @@ Status trace(Context& context, const TraceOptions& options) {
     context.options.simulate = true;
     if (options.command.empty()) {
         return usage_error("", "A command is required", kNextStep);
+    }
+    if (options.vcd_plain && options.vcd.empty()) {
+        return usage_error("--vcd-plain", "there is no file that it is about",
+                           "name one with --vcd");
     }
     const Action action = TRY(inner_action(context, options.command));
     if (!action) {
@@ -156,6 +143,8 @@ void add_trace(Command& program) {
                 "lost, with --last those at the beginning")
         .type_name("N")
         .show_default();
+    command.flag("--vcd-plain", options->vcd_plain,
+                 "Wires of one bit only in that file, no names of states, as sigrok likes it");
     command.option("--first", options->first, "First TCK to draw").show_default();
     command.option("--count", options->count, "How many TCKs to draw").positive().show_default();
     command.flag("--last", options->last, "Draw the last TCKs instead of the first");

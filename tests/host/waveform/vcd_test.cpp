@@ -1,10 +1,13 @@
+#include "common/temporary.h"
 #include "host/waveform/vcd.h"
 #include "tests/host/waveform/trace.h"
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
 namespace talvor::waveform {
 namespace {
@@ -52,6 +55,44 @@ TEST(VcdTest, FollowsTheStateFromTmsWhenTheTraceHasNone) {
     ASSERT_TRUE(one && other);
     EXPECT_EQ(one->samples, other->samples);
     EXPECT_EQ(one->samples.back().state, TapState::RunTestIdle);
+}
+
+// A trace with a wire for each bit of the state; `gap` stands before the index.
+std::string in_wires(std::string text, const std::string& gap) {
+    const std::string vector = "$var reg 4 ) tap_state [3:0] $end\n";
+    std::string wires;
+    for (const char bit : {'3', '2', '1', '0'}) {
+        wires += std::string("$var wire 1 s") + bit + " tap_state" + gap + "[" + bit + "] $end\n";
+    }
+    text.replace(text.find(vector), vector.size(), wires);
+    for (size_t at = 0; (at = text.find("\nb", at)) != std::string::npos;) {
+        std::string bits;
+        for (size_t i = 0; i < 4; ++i) {
+            bits += std::string("\n") + text[at + 2 + i] + "s" + std::to_string(3 - i);
+        }
+        text.replace(at, 8, bits);
+    }
+    return text;
+}
+
+TEST(VcdTest, TakesTheStateFromAWireForEachBit) {
+    // The state stands elsewhere than where TMS leads from the start.
+    Trace trace;
+    trace.moves("0100").shift(5, 3, 4).moves("10110010").pin('%', false).moves("00");
+    const std::string text = trace.text();
+    const Result<Waveform> vector = read(text);
+    ASSERT_TRUE(vector);
+    for (const char* gap : {"", " "}) {
+        const Result<Waveform> wires = read(in_wires(text, gap));
+        ASSERT_TRUE(wires) << headline(wires.error());
+        EXPECT_EQ(wires->samples, vector->samples);
+    }
+    // Three bits are no state: then TMS says where the TAP stands.
+    std::string three = in_wires(text, "");
+    three.replace(three.find("tap_state[3]"), 12, "something[3]");
+    const Result<Waveform> followed = read(three);
+    ASSERT_TRUE(followed);
+    EXPECT_EQ(followed->samples, vector->samples);
 }
 
 TEST(VcdTest, ValuesThatChangeWithTheEdgeAreNotSampledByIt) {
@@ -155,6 +196,68 @@ TEST(VcdTest, ATimeThatDoesNotFitIsNamed) {
     EXPECT_EQ(message("$timescale 99999999999 s $end"),
               "t.vcd:1: '99999999999s' is no time scale that a trace has");
     EXPECT_EQ(message("$timescale 0 ns $end"), "t.vcd:1: '0ns' is no time scale that a trace has");
+}
+
+// A disk that gets full cuts a file anywhere.
+TEST(VcdTest, ATimeThatIsCutShortEndsTheTrace) {
+    for (const char* rest : {"#", "#1", "#10"}) {
+        const Result<Waveform> wave = read(kHeader + "#100\n0!\n#105\n1!\n#110\n0!\n" + rest);
+        ASSERT_TRUE(wave) << rest << headline(wave.error());
+        EXPECT_EQ(wave->samples.size(), 1U);
+    }
+    EXPECT_FALSE(read(kHeader + "#100\n0!\n#10\n"));
+}
+
+// A file with `text` for as long as the object lives.
+class TraceFile {
+public:
+    explicit TraceFile(const std::string& text) { std::ofstream(file_.path()) << text; }
+    [[nodiscard]] const std::string& path() const { return file_.path(); }
+
+private:
+    TemporaryFile file_ = TemporaryFile::create().value();
+};
+
+TEST(ShiftWindowTest, ReachesFromTheShiftBeforeToTheShiftBehind) {
+    // Four Shift clocks, two, and one.
+    Trace trace;
+    trace.moves("00100").shift(5, 3, 4).moves("010").shift(1, 1, 2).moves("1100").clock(true);
+    const TraceFile file(trace.text());
+    const auto samples = read(trace.text())->samples;
+    std::vector<size_t> shifting;
+    for (size_t i = 0; i < samples.size(); ++i) {
+        if (is_shift(samples[i].state)) {
+            shifting.push_back(i);
+        }
+    }
+    ASSERT_EQ(shifting.size(), 7U);
+    const auto window = [&file](uint64_t first, uint64_t end) {
+        return window_of_shifts(file.path(), {first, end}).value();
+    };
+    const auto expect = [](const Window& found, uint64_t first, uint64_t end) {
+        EXPECT_EQ(found.first_tck, first);
+        EXPECT_EQ(found.first_tck + found.count, end);
+    };
+    expect(window(0, 4), 0, shifting[4]);
+    expect(window(4, 6), shifting[3] + 1, shifting[6]);
+    expect(window(6, 7), shifting[5] + 1, samples.size());
+    expect(window(4, 4), shifting[3] + 1, shifting[4]); // a statement that shifts nothing
+    expect(window(7, 7), shifting[6] + 1, samples.size());
+}
+
+TEST(ShiftWindowTest, WhatTheLimitTookIsSaid) {
+    const std::string start = "#0\n0!\n1\"\n1#\n1$\n";
+    const TraceFile late(kHeader.substr(0, kHeader.find("$enddef")) + "$enddefinitions $end\n" +
+                         "$comment The trace begins here: 100 test clocks, 40 shifting, are not "
+                         "kept. $end\n" +
+                         start);
+    EXPECT_TRUE(window_of_shifts(late.path(), {40, 41}));
+    const auto lost = window_of_shifts(late.path(), {39, 41});
+    ASSERT_FALSE(lost);
+    EXPECT_EQ(headline(lost.error()),
+              late.path() + ": the waveform had reached its limit, and lost that part");
+    const TraceFile early(kHeader + start + "$comment The trace ends here: 5000 bytes. $end\n");
+    EXPECT_FALSE(window_of_shifts(early.path(), {0, 1}));
 }
 
 TEST(VcdTest, AMissingFileIsNamed) {

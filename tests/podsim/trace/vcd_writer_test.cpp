@@ -77,10 +77,10 @@ std::vector<Change> parse(const std::string& text) {
         } else {
             std::string code = token.substr(1);
             std::string value = token.substr(0, 1);
-            if (value == "b" || value == "s") {
+            if (value == "s") {
                 value = code;
                 in >> code;
-                EXPECT_EQ(declared[code].first, token[0] == 'b' ? "reg" : "string");
+                EXPECT_EQ(declared[code].first, "string");
             } else {
                 EXPECT_THAT((std::vector<std::string>{"0", "1", "x", "z"}),
                             testing::Contains(value));
@@ -89,7 +89,7 @@ std::vector<Change> parse(const std::string& text) {
             changes.push_back({time, declared[code].second, value});
         }
     }
-    EXPECT_EQ(declared.size(), 10U);
+    EXPECT_EQ(declared.size(), 13U);
     return changes;
 }
 
@@ -131,14 +131,17 @@ TEST_F(VcdTest, AnEmptyTraceDeclaresEverySignalAndItsLevelAtTheStart) {
                                        "$var wire 1 & emu0 $end\n"
                                        "$var wire 1 ' emu1 $end\n"
                                        "$var wire 1 ( treset $end\n"
-                                       "$var reg 4 ) tap_state $end\n"
-                                       "$var string 1 * tap_state_name $end\n"
+                                       "$var wire 1 ) tap_state[3] $end\n"
+                                       "$var wire 1 * tap_state[2] $end\n"
+                                       "$var wire 1 + tap_state[1] $end\n"
+                                       "$var wire 1 , tap_state[0] $end\n"
+                                       "$var string 1 - tap_state_name $end\n"
                                        "$upscope $end\n"
                                        "$enddefinitions $end\n"
                                        "#0\n"
                                        "$dumpvars\n"
                                        "0!\n1\"\n1#\nz$\n1%\n1&\n1'\n0(\n"
-                                       "b0000 )\nsTest-Logic-Reset *\n"
+                                       "0)\n0*\n0+\n0,\nsTest-Logic-Reset -\n"
                                        "$end\n");
 }
 
@@ -152,10 +155,24 @@ TEST_F(VcdTest, ARunShowsRealPulsesOfTckAndTheStateAfterEachRise) {
     writer.reset();
     const std::string text = read_file(trace_path());
     EXPECT_EQ(text.substr(text.find("#100")), "#100\n0\"\n0#\n"
-                                              "#120\n1!\nb0001 )\nsRun-Test/Idle *\n"
+                                              "#120\n1!\n1,\nsRun-Test/Idle -\n"
                                               "#140\n0!\n1\"\n"
-                                              "#160\n1!\nb0010 )\nsSelect-DR-Scan *\n"
+                                              "#160\n1!\n1+\n0,\nsSelect-DR-Scan -\n"
                                               "#180\n0!\n");
+}
+
+TEST_F(VcdTest, APlainTraceHasWiresOnly) {
+    auto writer = open({.plain = true});
+    const uint64_t tms = 0;
+    EdgeRun run{.start_ns = 100, .period_ns = 40, .count = 1, .from = TapState::TestLogicReset};
+    run.tms = std::span(&tms, 1);
+    writer->edges(run);
+    writer.reset();
+    const std::string text = read_file(trace_path());
+    EXPECT_THAT(text, Not(HasSubstr("string")));
+    EXPECT_THAT(text, Not(HasSubstr("\ns")));
+    EXPECT_THAT(text, HasSubstr("1!\n1,\n#140\n"));
+    EXPECT_THAT(text, HasSubstr("$var wire 1 , tap_state[0] $end\n"));
 }
 
 TEST_F(VcdTest, TdoIsShownInTheShiftStatesOnlyAndUnknownWhenNobodyLooked) {
@@ -191,7 +208,7 @@ TEST_F(VcdTest, PinsChangeAtTheirTime) {
     writer->trst(70, true);
     writer.reset();
     std::vector<Change> changes = parse(read_file(trace_path()));
-    changes.erase(changes.begin(), changes.begin() + 10);
+    changes.erase(changes.begin(), changes.begin() + 13);
     EXPECT_EQ(changes, (std::vector<Change>{{10, "treset", "1"},
                                             {30, "treset", "0"},
                                             {40, "emu0", "0"},
@@ -313,7 +330,7 @@ TEST_F(VcdTest, TheLastPartBeginsWithTheLevelsThatStandThere) {
     EXPECT_TRUE(writer->finish());
     std::map<std::string, std::string> levels;
     const std::vector<Change> changes = parse(read_file(trace_path()));
-    for (size_t i = 0; i < 10; ++i) {
+    for (size_t i = 0; i < 13; ++i) {
         EXPECT_EQ(changes[i].time, changes[0].time);
         levels[changes[i].signal] = changes[i].value;
     }
@@ -465,7 +482,10 @@ TEST_F(VcdTest, TheTraceOfAControllerFollowsTheStandard) {
         }
         if (change.signal == "tck" && change.value == "0" && change.time > 0) {
             EXPECT_EQ(now["tap_state_name"], name_of(state)) << change.time;
-            EXPECT_EQ(std::stoul(now["tap_state"], nullptr, 2), index_of(state));
+            EXPECT_EQ(std::stoul(now["tap_state[3]"] + now["tap_state[2]"] + now["tap_state[1]"] +
+                                     now["tap_state[0]"],
+                                 nullptr, 2),
+                      index_of(state));
         }
     }
     EXPECT_GT(rises, 45U);
