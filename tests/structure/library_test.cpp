@@ -39,7 +39,8 @@ std::string output_of(const std::vector<std::string>& command) {
     return run.output;
 }
 
-// Demangled names that the loader sees, as "T PortWrite(JSC_Inform*, ...)": kind and name.
+// Demangled names that the loader sees, as "T PortWrite(JSC_Inform*, ...)@@NODE": kind, name and
+// version node.
 std::vector<std::string> exported_names() {
     std::istringstream stream(output_of({"nm", "-D", "-C", "--defined-only", library}));
     std::vector<std::string> names;
@@ -51,14 +52,67 @@ std::vector<std::string> exported_names() {
     return names;
 }
 
-TEST(LibraryTest, ExportsExactlyTheListedNames) {
+// The list's names, each with the node that it stands under; the node itself is a name, too.
+std::vector<std::string> listed_names() {
+    std::ifstream file(std::string(TALVOR_SOURCE_DIR) + "/src/exports.txt");
+    std::vector<std::string> listed;
+    std::string node;
+    for (const std::string& line : lines_of(file)) {
+        const bool is_node = line.starts_with("A ");
+        node = is_node ? line.substr(2) : node;
+        listed.push_back(is_node ? line : line + "@@" + node);
+    }
+    std::sort(listed.begin(), listed.end());
+    return listed;
+}
+
+TEST(LibraryTest, ExportsExactlyTheListedNamesAtTheirNodes) {
     if (kSanitized) {
         GTEST_SKIP() << "the sanitizers export names of their own";
     }
-    std::ifstream file(std::string(TALVOR_SOURCE_DIR) + "/tests/structure/exports.txt");
-    std::vector<std::string> listed = lines_of(file);
-    std::sort(listed.begin(), listed.end());
-    EXPECT_EQ(exported_names(), listed);
+    EXPECT_EQ(exported_names(), listed_names());
+}
+
+// Mangled names that the sources mark as visible, out of the table of symbols that readelf prints:
+// number, value, size, type, binding, visibility, section, name.
+std::vector<std::string> names_marked_visible() {
+    std::vector<std::string> command = {"readelf", "-s", "-W"};
+    std::ifstream objects(TALVOR_OBJECTS);
+    const std::vector<std::string> files = lines_of(objects);
+    command.insert(command.end(), files.begin(), files.end());
+    std::istringstream stream(output_of(command));
+    std::vector<std::string> names;
+    for (const std::string& line : lines_of(stream)) {
+        std::istringstream words(line);
+        std::string number, value, size, type, binding, visibility, section, name;
+        words >> number >> value >> size >> type >> binding >> visibility >> section >> name;
+        if (binding == "GLOBAL" && visibility == "DEFAULT" && section != "UND") {
+            names.push_back(name);
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+std::vector<std::string> mangled_exports() {
+    std::istringstream stream(
+        output_of({"nm", "-D", "--defined-only", "--without-symbol-versions", library}));
+    std::vector<std::string> names;
+    for (const std::string& line : lines_of(stream)) {
+        if (line.find(" A ") == line.npos) {
+            names.push_back(line.substr(line.rfind(' ') + 1));
+        }
+    }
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+// The version script hides what is not on the list, also what the sources mean to be seen.
+TEST(LibraryTest, ExportsWhateverTheSourcesMarkAsVisible) {
+    if (kSanitized) {
+        GTEST_SKIP() << "the sanitizers export names of their own";
+    }
+    EXPECT_EQ(mangled_exports(), names_marked_visible());
 }
 
 TEST(LibraryTest, IsNamedAsHostsLoadIt) {
