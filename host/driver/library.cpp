@@ -4,6 +4,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <dlfcn.h>
 #include <filesystem>
@@ -15,6 +17,9 @@ namespace {
 
 constexpr const char* kLibraryFile = "libjsctalvor_340.so.0";
 constexpr const char* kLibraryVariable = "TALVOR_LIBRARY";
+// Folders that may hold it, as seen from the program's own: where it is installed, which the build
+// was told, and where a build folder has it. A tree that is moved as a whole stays usable.
+constexpr std::array<const char*, 2> kLibraryFolders = {TALVOR_LIBRARY_FOLDER, "../lib"};
 // jsc_DeleteHandle(JSC_Inform**), which has C++ linkage: frees a handle whatever its state.
 constexpr const char* kAbandonHandle = "_Z16jsc_DeleteHandlePP10JSC_Inform";
 
@@ -22,6 +27,19 @@ template <typename T>
 bool find(void* library, const char* name, T& function) {
     function = reinterpret_cast<T>(dlsym(library, name));
     return function != nullptr;
+}
+
+// Those of kLibraryFolders that have the library, each once.
+std::vector<std::string> libraries_beside(const std::filesystem::path& program) {
+    std::vector<std::string> list;
+    std::error_code error;
+    for (const char* folder : kLibraryFolders) {
+        const auto file = (program.parent_path() / folder / kLibraryFile).lexically_normal();
+        if (std::filesystem::exists(file, error) && !std::ranges::count(list, file.string())) {
+            list.push_back(file.string());
+        }
+    }
+    return list;
 }
 
 std::string loaded_path(void* library, const std::string& asked) {
@@ -57,10 +75,7 @@ std::vector<std::string> Library::candidates(const std::optional<std::string>& c
     std::error_code error;
     const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
     if (!error) {
-        const auto beside = program.parent_path().parent_path() / "lib" / kLibraryFile;
-        if (std::filesystem::exists(beside, error)) {
-            list.push_back(beside.string());
-        }
+        list = libraries_beside(program);
     }
     list.emplace_back(kLibraryFile);
     return list;

@@ -36,8 +36,8 @@ struct DeleteTable {
 class Library {
 public:
     // Where the library is looked for, best first: `chosen` alone when it is given, else the
-    // environment's TALVOR_LIBRARY alone, else ../lib beside this program, then wherever the loader
-    // looks.
+    // environment's TALVOR_LIBRARY alone, else the folder that libraries are installed in beside
+    // this program, ../lib, then wherever the loader looks.
     [[nodiscard]] static std::vector<std::string>
     candidates(const std::optional<std::string>& chosen);
     // Loads the first of candidates(chosen) that can be loaded. Errors (ErrorKind::BadFile): none

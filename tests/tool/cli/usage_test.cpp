@@ -9,7 +9,7 @@ namespace {
 TEST(UsageTest, HelpAndVersionAreNoErrors) {
     const Outcome version = talvor({"--version"});
     EXPECT_EQ(version.status, 0);
-    EXPECT_EQ(version.out, "talvor 0.1.0\n");
+    EXPECT_EQ(version.out, "talvor " TALVOR_VERSION "\n");
     EXPECT_EQ(version.err, "");
     for (const std::vector<std::string>& words :
          {std::vector<std::string>{"--help"}, std::vector<std::string>{"svf", "--help"},
