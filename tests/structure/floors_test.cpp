@@ -132,6 +132,7 @@ std::vector<House> houses() {
           {"waveform", "play", "board"},
           {"svf"},
           {"xsvf"},
+          {"format"},
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
           {"session"},
