@@ -1,9 +1,13 @@
 #include "podsim/main/options.h"
 
+#include "common/completion.h"
+#include "podsim/control/command.h"
+
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
 #include <iterator>
 #include <string_view>
@@ -13,6 +17,8 @@ namespace {
 
 constexpr int kWrongUsage = 2;
 constexpr int64_t kLongestSpinUs = 1'000'000;
+constexpr std::array kLoopFaults{LoopFault::None,      LoopFault::HighOnes, LoopFault::LowOnes,
+                                 LoopFault::HighZeros, LoopFault::LowZeros, LoopFault::Corrupt};
 
 // Takes `--private [--] COMMAND...` off the end of the arguments. Options may stand between
 // --private and an explicit `--`.
@@ -34,18 +40,33 @@ void take_private_command(std::vector<std::string>& arguments, Options& options)
     arguments.insert(arguments.end(), between.begin(), between.end());
 }
 
-void add_serve_options(CLI::App& app, Options& options, int64_t& spin_us) {
+// The command line while it is parsed.
+struct CommandLine {
+    CLI::App app{"A pod proxy with simulated pods and targets.", "talvor-podsim"};
+    Options options;
+    int64_t spin_us = options.station.spin.count();
+    std::string shell;              // for a completion script; empty: none is wanted
+    std::vector<std::string> words; // of the fault command
+    const CLI::App* ctl = nullptr;
+};
+
+void add_serve_options(CommandLine& line) {
+    CLI::App& app = line.app;
+    Options& options = line.options;
     app.add_option("DESCRIPTION", options.description,
                    "description file of the pods and their chains; a single pod without it");
-    app.add_option("--script", options.script, "file of fault commands at fixed batches");
-    app.add_option("--control", options.control, "UNIX socket that takes fault commands");
+    app.add_option("--script", options.script, "file of fault commands at fixed batches")
+        ->type_name("FILE");
+    app.add_option("--control", options.control, "UNIX socket that takes fault commands")
+        ->type_name("SOCKET");
     app.add_flag("--strict", options.station.strict,
                  "a host's mistake fails the batch instead of a warning");
-    app.add_option("--spin", spin_us,
+    app.add_option("--spin", line.spin_us,
                    "microseconds that a worker spins for the next batch before it sleeps")
         ->check(CLI::Range(int64_t{0}, kLongestSpinUs))
         ->capture_default_str();
-    app.add_option("--vcd", options.station.vcd, "Value Change Dump of what the target sees");
+    app.add_option("--vcd", options.station.vcd, "Value Change Dump of what the target sees")
+        ->type_name("FILE");
     app.add_option("--vcd-bytes", options.station.vcd_limits.bytes,
                    "largest size of the dump, 0: no limit")
         ->capture_default_str();
@@ -57,33 +78,55 @@ void add_serve_options(CLI::App& app, Options& options, int64_t& spin_us) {
     app.add_flag("--vcd-plain", options.station.vcd_limits.plain,
                  "wires of one bit only in the dump, no names of states");
     app.add_flag("--log", options.station.log_batches, "print each batch, decoded, to the log");
-    app.add_option("--log-file", options.log_file, "the log's file instead of standard error");
-    app.add_option("--ready-file", options.ready_file, "file to make when the pods are served");
+    app.add_option("--log-file", options.log_file, "the log's file instead of standard error")
+        ->type_name("FILE");
+    app.add_option("--ready-file", options.ready_file, "file to make when the pods are served")
+        ->type_name("FILE");
     app.add_option("--ready-fd", options.ready_fd,
                    "descriptor to write a line to when the pods are served")
         ->check(CLI::NonNegativeNumber);
     app.add_option("--end-with", options.parent,
                    "end when the process PID ends, which must be the parent")
-        ->option_text("PID")
+        ->type_name("PID")
         ->check(CLI::PositiveNumber);
+    app.add_option("--completion", line.shell, "print a completion script for a shell")
+        ->check(CLI::IsMember({"bash", "zsh", "fish"}));
     // Taken off the arguments before; here for the help text.
     app.add_flag("--private", options.is_private,
                  "run with COMMAND... in a /dev/shm of their own; last, as in\n"
                  "--private [--] COMMAND ARGUMENTS");
 }
 
-CLI::App* add_ctl(CLI::App& app, Options& options, std::vector<std::string>& words) {
-    CLI::App* ctl = app.add_subcommand("ctl", "send a fault command to a running simulator");
-    ctl->add_option("--control", options.control, "its control socket")
+void add_ctl(CommandLine& line) {
+    CLI::App* ctl = line.app.add_subcommand("ctl", "send a fault command to a running simulator");
+    ctl->add_option("--control", line.options.control, "its control socket")
+        ->type_name("SOCKET")
         ->envname(kControlVariable)
         ->required();
-    ctl->add_option("COMMAND", words,
+    ctl->add_option("COMMAND", line.words,
                     "power off|on, clock off|on, emu0|emu1 high|low, fail N, "
                     "refuse N, latency MICROSECONDS, loopback FAULT, unplug, "
                     "plug, status; 'pod SERIAL' first chooses a pod")
         ->required();
     ctl->positionals_at_end();
-    return ctl;
+    line.ctl = ctl;
+}
+
+void build(CommandLine& line) {
+    line.app.set_version_flag("--version", "talvor-podsim " TALVOR_VERSION);
+    add_serve_options(line);
+    add_ctl(line);
+}
+
+// The words of fault commands, each of which may be what comes next.
+ValueWords fault_words() {
+    std::vector<std::string> words{"power",   "clock", "emu0",   "emu1",   "fail", "refuse",
+                                   "latency", "plug",  "unplug", "status", "pod",  "loopback"};
+    words.insert(words.end(), {"on", "off", "high", "low"});
+    for (const LoopFault fault : kLoopFaults) {
+        words.emplace_back(control::name_of(fault));
+    }
+    return {{"COMMAND", std::move(words)}};
 }
 
 Options finished(int status) {
@@ -92,31 +135,14 @@ Options finished(int status) {
     return options;
 }
 
-} // namespace
-
-Options parse_command_line(int argc, char** argv) {
-    Options options;
-    std::vector<std::string> arguments(argv + 1, argv + argc);
-    if (arguments.empty() || arguments[0] != "ctl") {
-        take_private_command(arguments, options);
-    }
-    CLI::App app("A pod proxy with simulated pods and targets.", "talvor-podsim");
-    app.set_version_flag("--version", "talvor-podsim " TALVOR_VERSION);
-    int64_t spin_us = options.station.spin.count();
-    std::vector<std::string> words;
-    add_serve_options(app, options, spin_us);
-    const CLI::App* ctl = add_ctl(app, options, words);
-    try {
-        std::reverse(arguments.begin(), arguments.end());
-        app.parse(arguments);
-    } catch (const CLI::ParseError& error) {
-        return finished(app.exit(error) == 0 ? 0 : kWrongUsage);
-    }
-    options.station.spin = std::chrono::microseconds(spin_us);
-    if (ctl->parsed()) {
+// What a command line asks for that is right so far.
+Options chosen(CommandLine& line) {
+    Options& options = line.options;
+    options.station.spin = std::chrono::microseconds(line.spin_us);
+    if (line.ctl->parsed()) {
         options.action = Options::Action::Ask;
-        options.question = fmt::format("{}", fmt::join(words, " "));
-        return options;
+        options.question = fmt::format("{}", fmt::join(line.words, " "));
+        return std::move(options);
     }
     if (options.is_private && options.command.empty()) {
         std::fputs("talvor-podsim: --private needs a command to run\n"
@@ -125,7 +151,41 @@ Options parse_command_line(int argc, char** argv) {
         return finished(kWrongUsage);
     }
     options.action = Options::Action::Serve;
-    return options;
+    return std::move(options);
+}
+
+} // namespace
+
+CommandDescription describe_command_line() {
+    CommandLine line;
+    build(line);
+    CommandDescription program = describe_app(line.app);
+    enter_words(program, fault_words());
+    for (OptionDescription& option : program.options) {
+        option.takes_program = option.names.front() == "--private";
+    }
+    return program;
+}
+
+Options parse_command_line(int argc, char** argv) {
+    CommandLine line;
+    build(line);
+    std::vector<std::string> arguments(argv + 1, argv + argc);
+    if (arguments.empty() || arguments[0] != "ctl") {
+        take_private_command(arguments, line.options);
+    }
+    try {
+        std::reverse(arguments.begin(), arguments.end());
+        line.app.parse(arguments);
+    } catch (const CLI::ParseError& error) {
+        return finished(line.app.exit(error) == 0 ? 0 : kWrongUsage);
+    }
+    if (!line.shell.empty()) {
+        std::fputs(completion_script(*shell_named(line.shell), describe_command_line()).c_str(),
+                   stdout);
+        return finished(0);
+    }
+    return chosen(line);
 }
 
 } // namespace talvor::podsim

@@ -1,6 +1,7 @@
 // The command line.
 #pragma once
 
+#include "common/command_description.h"
 #include "podsim/station/options.h"
 
 #include <string>
@@ -38,6 +39,9 @@ struct Options {
 // Parses the command line. Prints help, version and errors itself. Exit status 2 stands for a
 // command line that is wrong.
 Options parse_command_line(int argc, char** argv);
+
+// The command line as data, with the words that its values may have.
+[[nodiscard]] CommandDescription describe_command_line();
 
 // Environment variable with the control socket for `ctl` and for a command run by --private.
 inline constexpr const char* kControlVariable = "TALVOR_PODSIM_CONTROL";

@@ -211,6 +211,10 @@ CommandLine::CommandLine(const std::string& name, const std::string& description
 
 CommandLine::~CommandLine() = default;
 
+CommandDescription CommandLine::description() const {
+    return describe_app(*app_);
+}
+
 void CommandLine::set_version(const std::string& text) {
     app_->set_version_flag("--version", text);
 }

@@ -2,6 +2,7 @@
 // none of the commands itself.
 #pragma once
 
+#include "common/command_description.h"
 #include "common/result.h"
 
 #include <cstdint>
@@ -101,6 +102,8 @@ public:
     CommandLine& operator=(const CommandLine&) = delete;
 
     [[nodiscard]] Command program() noexcept { return {*app_, *this}; }
+    // All of it as data.
+    [[nodiscard]] CommandDescription description() const;
     // What --version prints.
     void set_version(const std::string& text);
 

@@ -133,7 +133,7 @@ namespace {
 
 // Parses and runs; the exit status.
 int run(Context& context, std::vector<std::string> arguments) {
-    CommandLine line("talvor", "Drives JTAG targets through emulator pods.");
+    CommandLine line("talvor", kProgramSummary);
     build_command_line(line, context.options);
     arguments = join_simulate(std::move(arguments));
     // Errors before the parsing has come to --json are reported as it asks all the same.

@@ -18,6 +18,7 @@ void add_dr(Command& program) {
     command.option("--ir", options->instruction,
                    "With --device: shift this instruction into it first");
     command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
+        .type_name("STATE")
         .show_default();
 }
 

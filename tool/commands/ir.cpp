@@ -17,6 +17,7 @@ void add_ir(Command& program) {
                 "Only this device, from 1, nearest TDI first; the others get BYPASS")
         .positive();
     command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
+        .type_name("STATE")
         .show_default();
 }
 

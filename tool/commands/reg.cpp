@@ -1,10 +1,10 @@
 // talvor reg: the controller's registers, for whoever debugs a pod.
 #include "tool/commands/commands.h"
+#include "tool/commands/conditions.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
 
 #include <algorithm>
-#include <array>
 
 namespace talvor {
 namespace {
@@ -21,21 +21,6 @@ struct RegOptions {
 constexpr uint32_t kRegisters = 32;
 constexpr uint32_t kMaxValue = 0xFFFF;
 constexpr uint32_t kMaxCount = 65536;
-
-// What a pod can wait for, in a user's words.
-struct Condition {
-    std::string_view word;
-    JSC_StatusType type;
-};
-
-constexpr std::array kConditions{
-    Condition{"idle", eJSC_STATUS_TYPE_COMMAND_FINISH},
-    Condition{"write-one", eJSC_STATUS_TYPE_WR_BUFFER1_ONE},
-    Condition{"write-many", eJSC_STATUS_TYPE_WR_BUFFER1_MANY},
-    Condition{"read-one", eJSC_STATUS_TYPE_RD_BUFFER1_ONE},
-    Condition{"read-many", eJSC_STATUS_TYPE_RD_BUFFER1_MANY},
-    Condition{"ready", eJSC_STATUS_TYPE_ACCESS_READY},
-};
 
 Result<uint32_t> parse_address(const RegOptions& options) {
     return parse_number(options.address, kRegisters - 1, "register");

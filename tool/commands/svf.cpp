@@ -183,7 +183,8 @@ void add_svf(Command& program) {
                  "shorter than their path");
     command.flag("--strict", options->strict,
                  "Refuse what the pod can only play otherwise than written, to the same effect");
-    command.option("--junit", options->junit, "Write the results as JUnit XML into this file");
+    command.option("--junit", options->junit, "Write the results as JUnit XML into this file")
+        .type_name("FILE");
     command
         .option("--svg", options->picture.svg,
                 "With --simulate: draw the statement that fails into this file")

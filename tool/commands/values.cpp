@@ -74,6 +74,16 @@ Result<StableState> parse_state(std::string_view text) {
     return found->state;
 }
 
+std::vector<std::string> state_words() {
+    std::vector<std::string> words;
+    for (const StateWord& one : kStateWords) {
+        if (one.word == state_word(one.state)) {
+            words.emplace_back(one.word);
+        }
+    }
+    return words;
+}
+
 std::string_view state_word(StableState state) noexcept {
     return kStateWords[static_cast<size_t>(state)].word;
 }

@@ -21,6 +21,8 @@ inline constexpr int32_t kMaximumLinkDelay = 31;
 // reset, idle, pausedr, pauseir; also the names of other tools (drpause, irpause, rti, tlr).
 [[nodiscard]] Result<StableState> parse_state(std::string_view text);
 [[nodiscard]] std::string_view state_word(StableState state) noexcept;
+// The words that are printed, in the order of the states.
+[[nodiscard]] std::vector<std::string> state_words();
 // A number up to `most`, decimal or with 0x. `what` is the thing in the error.
 [[nodiscard]] Result<uint32_t> parse_number(std::string_view text, uint32_t most,
                                             std::string_view what);

@@ -32,7 +32,7 @@ TEST(PagesTest, NameEveryCommandAndOption) {
     build_command_line(line, options);
     expect_all_named(line.program(), read_file(source_file("docs/talvor.md")),
                      [](const std::string& name) { return name; });
-    expect_all_named(line.program(), read_file(source_file("docs/talvor.1")),
+    expect_all_named(line.program(), read_file(source_file("docs/man/talvor.1")),
                      [](const std::string& name) {
                          std::string escaped;
                          for (const char letter : name) {

@@ -322,21 +322,5 @@ TEST(BenchTest, LeavesExactScansOutWhereNothingAnswers) {
         << outcome.err;
 }
 
-TEST(CompletionTest, IsBashThatBashAccepts) {
-    const Outcome script = talvor({"completion", "bash"});
-    ASSERT_EQ(script.status, 0);
-    const std::string test = script.out + R"(
-COMP_WORDS=(talvor ch) COMP_CWORD=1; _talvor; echo "${COMPREPLY[*]}"
-COMP_WORDS=(talvor --simulate link f) COMP_CWORD=3; _talvor; echo "${COMPREPLY[*]}"
-COMP_WORDS=(talvor svf --dr) COMP_CWORD=2; _talvor; echo "${COMPREPLY[*]}"
-COMP_WORDS=(talvor chain --js) COMP_CWORD=2; _talvor; echo "${COMPREPLY[*]}"
-COMP_WORDS=(talvor trace svf --dr) COMP_CWORD=3; _talvor; echo "${COMPREPLY[*]}"
-)";
-    const auto shell = test_support::run_program({"/bin/bash", "-u"}, test);
-    EXPECT_EQ(shell.status, 0) << shell.errors;
-    EXPECT_EQ(shell.errors, "");
-    EXPECT_EQ(shell.output, "chain\nfind\n--dry-run\n--json\n--dry-run\n");
-}
-
 } // namespace
 } // namespace talvor::cli
