@@ -100,27 +100,84 @@ uint64_t largest_instruction_of(unsigned bits) {
     return bits >= 63 ? kLargestInteger : (uint64_t{1} << bits) - 1;
 }
 
-DeviceDescription read_tap(const TomlReader& reader) {
-    reader.only({"name", "ir_length", "ir_capture", "idcode", "idcode_instruction", "register"});
+void read_registers(const TomlReader& reader, DeviceDescription& device) {
+    const uint64_t largest = largest_instruction_of(device.instruction_bits);
+    for (const TomlReader& one : reader.tables("register")) {
+        device.registers.push_back(read_register(one, largest));
+    }
+}
+
+void read_instruction_register(const TomlReader& reader, uint64_t least_bits,
+                               DeviceDescription& device) {
+    device.instruction_bits = static_cast<unsigned>(
+        reader.integer("ir_length", least_bits, least_bits, kMaxInstructionBits));
+    device.instruction_capture =
+        reader.integer("ir_capture", 1, 0, largest_instruction_of(device.instruction_bits));
+}
+
+uint32_t read_number32(const TomlReader& reader, std::string_view key, uint64_t fallback) {
+    return static_cast<uint32_t>(reader.integer(key, fallback, 0, UINT32_MAX));
+}
+
+DeviceDescription read_plain_tap(const TomlReader& reader) {
+    reader.only(
+        {"name", "kind", "ir_length", "ir_capture", "idcode", "idcode_instruction", "register"});
     reader.require("name", "a text");
     reader.require("ir_length", "the length of the instruction register in bits");
     DeviceDescription device;
     device.name = reader.text("name", "");
-    device.instruction_bits = static_cast<unsigned>(
-        reader.integer("ir_length", 4, kMinInstructionBits, kMaxInstructionBits));
-    const uint64_t largest = largest_instruction_of(device.instruction_bits);
-    device.instruction_capture = reader.integer("ir_capture", 1, 0, largest);
+    read_instruction_register(reader, kMinInstructionBits, device);
     if (reader.has("idcode")) {
-        device.idcode = static_cast<uint32_t>(reader.integer("idcode", 1, 0, UINT32_MAX));
+        device.idcode = read_number32(reader, "idcode", 1);
         reader.require("idcode_instruction", "the instruction IDCODE of a TAP with an idcode");
-        device.idcode_instruction = reader.integer("idcode_instruction", 0, 0, largest);
+        device.idcode_instruction = reader.integer("idcode_instruction", 0, 0,
+                                                   largest_instruction_of(device.instruction_bits));
     } else if (reader.has("idcode_instruction")) {
         reader.error("idcode_instruction", "expected only with idcode");
     }
-    for (const TomlReader& one : reader.tables("register")) {
-        device.registers.push_back(read_register(one, largest));
-    }
+    read_registers(reader, device);
     return device;
+}
+
+// The registers of a RISC-V debug transport module have their instructions from the specification.
+DeviceDescription read_riscv_tap(const TomlReader& reader) {
+    constexpr unsigned kInstructionBits = 5;
+    constexpr uint64_t kIdcode = 0x01;
+    constexpr uint64_t kDtmcs = 0x10;
+    constexpr uint64_t kDmi = 0x11;
+    constexpr uint64_t kVersion013 = 1;
+    constexpr unsigned kAddressBitsShift = 4;
+    reader.only({"name", "kind", "ir_length", "ir_capture", "idcode", "memory_address",
+                 "memory_bytes", "register"});
+    reader.require("name", "a text");
+    reader.require("idcode", "the 32 bits of IDCODE");
+    DeviceDescription device;
+    device.name = reader.text("name", "");
+    read_instruction_register(reader, kInstructionBits, device);
+    device.idcode = read_number32(reader, "idcode", 1);
+    device.idcode_instruction = kIdcode;
+    RiscvDescription riscv;
+    riscv.memory_address = read_number32(reader, "memory_address", riscv.memory_address);
+    riscv.memory_bytes = static_cast<uint32_t>(
+        reader.integer("memory_bytes", riscv.memory_bytes, 1, kMaxRiscvMemoryBytes));
+    // No access is ever busy or fails: there is nothing to tell, and nothing to reset.
+    const uint64_t dtmcs = uint64_t{kRiscvAddressBits} << kAddressBitsShift | kVersion013;
+    read_registers(reader, device);
+    device.registers.push_back(
+        {"dtmcs", {kDtmcs}, ConstantRegister{.bits = kRiscvDataBits, .value = {dtmcs}}});
+    device.registers.push_back({"dmi", {kDmi}, riscv});
+    return device;
+}
+
+DeviceDescription read_tap(const TomlReader& reader) {
+    const std::string kind = reader.text("kind", "plain");
+    if (kind == "riscv-dtm") {
+        return read_riscv_tap(reader);
+    }
+    if (kind != "plain") {
+        reader.error("kind", "expected plain or riscv-dtm, found \"" + kind + "\"");
+    }
+    return read_plain_tap(reader);
 }
 
 struct PinPlace {
@@ -186,7 +243,11 @@ void report(const DescriptionError& found, const std::vector<TomlReader>& taps,
     if (found.where == DescriptionError::Where::Net) {
         nets[found.device].error(key_of(found), text);
     } else if (found.where == DescriptionError::Where::Register) {
-        taps[found.device].tables("register")[found.index].error(key_of(found), text);
+        const std::vector<TomlReader> registers = taps[found.device].tables("register");
+        // Those behind them are the TAP's own.
+        const TomlReader& at =
+            found.index < registers.size() ? registers[found.index] : taps[found.device];
+        at.error(key_of(found), text);
     } else {
         taps[found.device].error(key_of(found), text);
     }

@@ -73,6 +73,16 @@ struct KindCheck {
         }
         return {};
     }
+
+    MaybeFault operator()(const RiscvDescription& r) const {
+        if (r.memory_bytes < 1 || r.memory_bytes > kMaxRiscvMemoryBytes) {
+            return Fault{"memory_bytes", range(1, kMaxRiscvMemoryBytes)};
+        }
+        if (r.memory_address > UINT32_MAX - (r.memory_bytes - 1)) {
+            return Fault{"memory_address", "an address from which the memory fits into 32 bits"};
+        }
+        return {};
+    }
 };
 
 // The instructions of a register with the names of their fields.

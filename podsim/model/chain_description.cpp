@@ -11,6 +11,9 @@ uint64_t register_bits(const RegisterDescription& description) {
             return uint64_t{kMemoryOperationBits} + r.data_bits + r.address_bits;
         }
         uint64_t operator()(const BoundaryRegister& r) const { return r.pins.size(); }
+        uint64_t operator()(const RiscvDescription&) const {
+            return kRiscvOperationBits + kRiscvDataBits + kRiscvAddressBits;
+        }
     };
     return std::visit(Length{}, description.kind);
 }

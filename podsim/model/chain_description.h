@@ -15,6 +15,7 @@ inline constexpr unsigned kMaxInstructionBits = 64;
 inline constexpr uint64_t kMaxRegisterBits = uint64_t{1} << 24;
 inline constexpr unsigned kMaxAddressBits = 24;
 inline constexpr unsigned kMaxDataBits = 64;
+inline constexpr uint32_t kMaxRiscvMemoryBytes = uint32_t{1} << 28;
 
 // Captures the same value for ever.
 struct ConstantRegister {
@@ -54,12 +55,19 @@ struct BoundaryRegister {
     std::vector<Pin> pins;
 };
 
+// The debug module interface of a RISC-V debug transport module, with a debug module, a hart and a
+// memory behind it. Fields from the first bit shifted on: operation (2 bits), data (32), address.
+struct RiscvDescription {
+    uint32_t memory_address = 0x8000'0000;
+    uint32_t memory_bytes = 65'536;
+};
+
 struct RegisterDescription {
     std::string name;
     // Instructions that select the register; not used for a boundary register, which has its own.
     std::vector<uint64_t> instructions;
     std::variant<ConstantRegister, ScratchRegister, CounterRegister, MemoryRegister,
-                 BoundaryRegister>
+                 BoundaryRegister, RiscvDescription>
         kind;
 };
 
@@ -86,6 +94,10 @@ struct ChainDescription {
 };
 
 inline constexpr unsigned kMemoryOperationBits = 2;
+// Of a debug module interface.
+inline constexpr unsigned kRiscvOperationBits = 2;
+inline constexpr unsigned kRiscvDataBits = 32;
+inline constexpr unsigned kRiscvAddressBits = 7;
 
 // Bits of a data register.
 uint64_t register_bits(const RegisterDescription& description);

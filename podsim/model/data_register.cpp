@@ -114,6 +114,39 @@ void BoundaryCells::power_on() {
     extest_ = false;
 }
 
+uint64_t RiscvCells::bits() const {
+    return register_bits({.name = {}, .instructions = {}, .kind = RiscvDescription{}});
+}
+
+void RiscvCells::capture(std::span<uint64_t> shifted) {
+    put_bits(shifted, 0, kRiscvOperationBits, 0);
+    put_bits(shifted, kRiscvOperationBits, kRiscvDataBits, data_);
+    put_bits(shifted, kRiscvOperationBits + kRiscvDataBits, kRiscvAddressBits, address_);
+}
+
+void RiscvCells::update(std::span<const uint64_t> shifted) {
+    constexpr uint64_t kRead = 1;
+    constexpr uint64_t kWrite = 2;
+    const uint64_t operation = get_bits(shifted, 0, kRiscvOperationBits);
+    if (operation != kRead && operation != kWrite) {
+        return;
+    }
+    address_ = static_cast<uint32_t>(
+        get_bits(shifted, kRiscvOperationBits + kRiscvDataBits, kRiscvAddressBits));
+    if (operation == kRead) {
+        data_ = module_.read(address_);
+    } else {
+        data_ = static_cast<uint32_t>(get_bits(shifted, kRiscvOperationBits, kRiscvDataBits));
+        module_.write(address_, data_);
+    }
+}
+
+void RiscvCells::power_on() {
+    module_.power_on();
+    address_ = 0;
+    data_ = 0;
+}
+
 std::unique_ptr<DataRegister> make_register(const RegisterDescription& description) {
     struct Maker {
         std::unique_ptr<DataRegister> operator()(const ConstantRegister& d) const {
@@ -130,6 +163,9 @@ std::unique_ptr<DataRegister> make_register(const RegisterDescription& descripti
         }
         std::unique_ptr<DataRegister> operator()(const BoundaryRegister& d) const {
             return std::make_unique<BoundaryCells>(d);
+        }
+        std::unique_ptr<DataRegister> operator()(const RiscvDescription& d) const {
+            return std::make_unique<RiscvCells>(d);
         }
     };
     return std::visit(Maker{}, description.kind);

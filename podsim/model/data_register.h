@@ -3,6 +3,7 @@
 #pragma once
 
 #include "podsim/model/chain_description.h"
+#include "podsim/model/riscv_debug.h"
 
 #include <cstdint>
 #include <memory>
@@ -127,6 +128,23 @@ private:
     };
     std::vector<Cell> cells_;
     bool extest_ = false;
+};
+
+// The debug module interface of a RISC-V debug transport module (version 0.13 of the debug
+// specification, 6.1.5). An access is carried out at the update, and shows in the next capture;
+// none fails, none is busy.
+class RiscvCells : public DataRegister {
+public:
+    explicit RiscvCells(const RiscvDescription& description) : module_(description) {}
+    uint64_t bits() const override;
+    void capture(std::span<uint64_t> shifted) override;
+    void update(std::span<const uint64_t> shifted) override;
+    void power_on() override;
+
+private:
+    RiscvDebug module_;
+    uint32_t address_ = 0;
+    uint32_t data_ = 0;
 };
 
 // The register that a description stands for, which must be free of errors.

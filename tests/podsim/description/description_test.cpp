@@ -267,6 +267,8 @@ TEST(DescriptionTest, ErrorsOfATapNameFileLineKeyAndExpectation) {
          "with an idcode"},
         {tap_with("idcode_instruction = 1\n"),
          "6: pod[0].tap[0].idcode_instruction: expected only with idcode"},
+        {tap_with("kind = \"arm\"\n"),
+         "6: pod[0].tap[0].kind: expected plain or riscv-dtm, found \"arm\""},
         {tap_with("[[pod.tap]]\nname = \"a\"\nir_length = 4\n"),
          "7: pod[0].tap[1].name: expected a name of its own, found \"a\" again"},
         {tap_with("[[pod.net]]\nfrom = \"a.X\"\nto = \"a.Y\"\n"),
@@ -340,6 +342,51 @@ TEST(DescriptionTest, TheExampleOfFiveIsWhatItSays) {
     EXPECT_THAT(lengths, ElementsAre(4, 6, 8, 5, 10));
     EXPECT_EQ(without_idcode, 1U);
     EXPECT_EQ(chain.nets.size(), 3U);
+}
+
+TEST(DescriptionTest, ARiscvTapBringsItsOwnRegisters) {
+    const auto file = read(EXAMPLES_FOLDER "/riscv.toml");
+    ASSERT_TRUE(file) << reason_of(file);
+    const ChainDescription& chain = chain_of(file.value().pods[0]);
+    ASSERT_EQ(chain.devices.size(), 1U);
+    const DeviceDescription& hart = chain.devices[0];
+    EXPECT_EQ(hart.instruction_bits, 5U);
+    EXPECT_EQ(hart.idcode, 0x1521'0001U);
+    EXPECT_EQ(hart.idcode_instruction, 0x01U);
+    ASSERT_EQ(hart.registers.size(), 2U);
+    EXPECT_THAT(hart.registers[0].instructions, ElementsAre(0x10U));
+    const auto& dtmcs = std::get<ConstantRegister>(hart.registers[0].kind);
+    EXPECT_EQ(dtmcs.bits, 32U);
+    EXPECT_THAT(dtmcs.value, ElementsAre(0x71U)); // version 0.13, 7 bits of address
+    EXPECT_THAT(hart.registers[1].instructions, ElementsAre(0x11U));
+    EXPECT_EQ(register_bits(hart.registers[1]), 41U);
+    const auto& dmi = std::get<RiscvDescription>(hart.registers[1].kind);
+    EXPECT_EQ(dmi.memory_address, 0x8000'0000U);
+    EXPECT_EQ(dmi.memory_bytes, 0x10'0000U);
+}
+
+TEST(DescriptionTest, ErrorsOfARiscvTapNameFileLineKeyAndExpectation) {
+    const auto riscv_with = [](const std::string& lines) {
+        return pod_with("[[pod.tap]]\nname = \"a\"\nkind = \"riscv-dtm\"\n" + lines);
+    };
+    const std::string at = "pod[0].tap[0].";
+    expect_reasons({
+        {riscv_with(""), "3: " + at + "idcode: missing, expected the 32 bits of IDCODE"},
+        {riscv_with("idcode = 1\nir_length = 4\n"),
+         "7: " + at + "ir_length: expected an integer from 5 to 64, found 4"},
+        {riscv_with("idcode = 1\nmemory_bytes = 0\n"),
+         "7: " + at + "memory_bytes: expected an integer from 1 to 268435456, found 0"},
+        {riscv_with("idcode = 1\nmemory_address = 0xFFFF0001\n"),
+         "7: " + at +
+             "memory_address: expected an address from which the memory fits into 32 bits"},
+        {riscv_with("idcode = 1\nidcode_instruction = 2\n"),
+         "7: " + at +
+             "idcode_instruction: unknown key, expected one of name, kind, ir_length, "
+             "ir_capture, idcode, memory_address, memory_bytes, register"},
+        {riscv_with("idcode = 1\n[[pod.tap.register]]\nname = \"r\"\nkind = \"counter\"\n"
+                    "instruction = 0x11\n"),
+         "3: " + at + "instruction: expected an instruction that selects nothing else"},
+    });
 }
 
 TEST(DescriptionTest, TheExampleOfTwoPodsHasTwo) {
