@@ -4,11 +4,13 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <spawn.h>
 #include <sys/wait.h>
+#include <thread>
 #include <unistd.h>
 
 namespace talvor {
@@ -137,6 +139,21 @@ ChildEnd ChildProcess::wait() {
     int status = 0;
     const pid_t ended = past_interrupts([&] { return system_calls.waitpid(child, &status, 0); });
     return ended > 0 ? ChildEnd(status) : ChildEnd::unknown();
+}
+
+std::optional<ChildEnd> ChildProcess::wait_for(std::chrono::milliseconds patience) {
+    using Clock = std::chrono::steady_clock;
+    // Most programs end at once, and are not kept waiting.
+    constexpr std::chrono::microseconds kFirstPause{200};
+    constexpr std::chrono::microseconds kLongestPause{10'000};
+    const auto deadline = Clock::now() + patience;
+    for (auto pause = kFirstPause;; pause = std::min(pause * 2, kLongestPause)) {
+        std::optional<ChildEnd> end = poll();
+        if (end || Clock::now() >= deadline) {
+            return end;
+        }
+        std::this_thread::sleep_for(pause);
+    }
 }
 
 } // namespace talvor

@@ -3,6 +3,7 @@
 
 #include "common/result.h"
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -71,6 +72,8 @@ public:
     [[nodiscard]] std::optional<ChildEnd> poll();
     // Waits for its end.
     ChildEnd wait();
+    // The same, but not for longer than `patience`: nothing when it still runs then.
+    [[nodiscard]] std::optional<ChildEnd> wait_for(std::chrono::milliseconds patience);
 
 private:
     explicit ChildProcess(pid_t pid) noexcept : pid_(pid) {}

@@ -133,8 +133,7 @@ Result<Simulator> Simulator::start(const SimulatorOptions& options) {
                                         ? fmt::format("/proc/self/fd/{}", built_in.get())
                                         : options.description;
     ChildProcess process = TRY(spawn(options, description, words.get(), ready.get()));
-    Simulator simulator(std::move(process), std::move(words),
-                        options.vcd ? options.vcd->path : std::string(), *std::move(note));
+    Simulator simulator(std::move(process), std::move(words), options, *std::move(note));
     TRY(simulator.wait_until_ready(options, ready.get()));
     return simulator;
 }
@@ -180,11 +179,22 @@ Status Simulator::stop() {
         return {};
     }
     process_.signal(SIGTERM);
-    const ChildEnd end = process_.wait();
-    if (end.succeeded()) {
-        return {};
+    const std::optional<ChildEnd> end = process_.wait_for(end_patience_);
+    if (!end) {
+        return kill();
     }
-    return bad_end(end);
+    return end->succeeded() ? Status() : bad_end(*end);
+}
+
+Failure Simulator::kill() {
+    process_.signal(SIGKILL);
+    process_.wait();
+    std::string reason =
+        fmt::format("it did not end for {} ms after SIGTERM and was killed", end_patience_.count());
+    if (!vcd_.empty()) {
+        reason += fmt::format("; {} may not be complete", vcd_);
+    }
+    return simulator_error(std::move(reason));
 }
 
 Failure Simulator::bad_end(const ChildEnd& end) const {

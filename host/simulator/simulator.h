@@ -5,6 +5,7 @@
 #include "common/file_descriptor.h"
 #include "common/result.h"
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -25,6 +26,7 @@ struct WaveformFile {
 struct SimulatorOptions {
     std::string description;         // a description file; "" is the built-in chain of five
     std::optional<WaveformFile> vcd; // where the waveform goes
+    std::chrono::milliseconds end_patience{10'000}; // from SIGTERM to SIGKILL
     std::optional<std::string>
         program; // talvor-podsim; else $TALVOR_PODSIM, beside this program, PATH
 };
@@ -43,8 +45,9 @@ public:
     Simulator(Simulator&&) = default;
     Simulator& operator=(Simulator&&) = delete;
 
-    // Ends it and waits until it has: then its waveform is complete. Errors (ErrorKind::BadFile):
-    // the waveform is not, in the simulator's words. (ErrorKind::Pod): it has failed otherwise.
+    // Ends it and waits until it has: then its waveform is complete. One that does not end is
+    // killed. Errors (ErrorKind::BadFile): the waveform is not complete, in the simulator's words.
+    // (ErrorKind::Pod): it has failed otherwise, or was killed.
     [[nodiscard]] Status stop();
     // What the user is to be told of where it stands; "" when it stands in a /dev/shm of its own.
     [[nodiscard]] const std::string& note() const noexcept { return note_; }
@@ -52,14 +55,18 @@ public:
     [[nodiscard]] std::string last_words() const;
 
 private:
-    Simulator(ChildProcess process, FileDescriptor words, std::string vcd, std::string note)
-        : process_(std::move(process)), words_(std::move(words)), vcd_(std::move(vcd)),
-          note_(std::move(note)) {}
+    Simulator(ChildProcess process, FileDescriptor words, const SimulatorOptions& options,
+              std::string note)
+        : process_(std::move(process)), words_(std::move(words)),
+          vcd_(options.vcd ? options.vcd->path : std::string()), note_(std::move(note)),
+          end_patience_(options.end_patience) {}
 
     // `ready`: where it writes its line.
     [[nodiscard]] Status wait_until_ready(const SimulatorOptions& options, int ready);
     // The error of a simulator that has ended before it was ready.
     [[nodiscard]] Failure early_end(const ChildEnd& end, const SimulatorOptions& options) const;
+    // Of one that was asked to end: kills it.
+    [[nodiscard]] Failure kill();
     // The error of one that did not end well.
     [[nodiscard]] Failure bad_end(const ChildEnd& end) const;
 
@@ -67,6 +74,7 @@ private:
     FileDescriptor words_; // what it says
     std::string vcd_;      // where the waveform goes; "": there is none
     std::string note_;
+    std::chrono::milliseconds end_patience_;
 };
 
 } // namespace talvor

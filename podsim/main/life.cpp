@@ -70,7 +70,12 @@ int run_command(const Options& options, const sigset_t& signals) {
     auto command = ChildProcess::spawn({.arguments = options.command});
     if (!command) {
         const int status = errno == ENOENT ? kCommandNotFound : kCommandNotRun;
-        complain(command.error());
+        Error error = command.error();
+        // As in `--private pods -- ls`.
+        if (options.command.size() > 1 && options.command[1] == "--") {
+            error.next_step = "a description goes before --private";
+        }
+        complain(error);
         return status;
     }
     const ChildEnd end = await_command(*command, signals);

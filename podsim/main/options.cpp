@@ -93,8 +93,8 @@ void add_serve_options(CommandLine& line) {
         ->check(CLI::IsMember({"bash", "zsh", "fish"}));
     // Taken off the arguments before; here for the help text.
     app.add_flag("--private", options.is_private,
-                 "run with COMMAND... in a /dev/shm of their own; last, as in\n"
-                 "--private [--] COMMAND ARGUMENTS");
+                 "run with COMMAND... in a /dev/shm of their own; last, behind\n"
+                 "DESCRIPTION, as in --private [--] COMMAND ARGUMENTS");
 }
 
 void add_ctl(CommandLine& line) {
@@ -129,6 +129,26 @@ ValueWords fault_words() {
     return {{"COMMAND", std::move(words)}};
 }
 
+// Whether --private has a command; says what is wrong where it has none.
+bool has_command(const Options& options) {
+    if (options.command.empty()) {
+        std::fputs("talvor-podsim: --private needs a command to run\n"
+                   "Run with --help for more information.\n",
+                   stderr);
+        return false;
+    }
+    const std::string& word = options.command.front();
+    if (word.ends_with(".toml")) {
+        fmt::print(stderr,
+                   "talvor-podsim: {0} stands where --private has its command: the description "
+                   "goes before --private\n"
+                   "  next: talvor-podsim {0} --private COMMAND ARGUMENTS\n",
+                   word);
+        return false;
+    }
+    return true;
+}
+
 Options finished(int status) {
     Options options;
     options.status = status;
@@ -144,10 +164,7 @@ Options chosen(CommandLine& line) {
         options.question = fmt::format("{}", fmt::join(line.words, " "));
         return std::move(options);
     }
-    if (options.is_private && options.command.empty()) {
-        std::fputs("talvor-podsim: --private needs a command to run\n"
-                   "Run with --help for more information.\n",
-                   stderr);
+    if (options.is_private && !has_command(options)) {
         return finished(kWrongUsage);
     }
     options.action = Options::Action::Serve;

@@ -38,6 +38,24 @@ TEST(ChildEndTest, ASignalIsToldByNumberAndName) {
     EXPECT_EQ(end_of("kill -TERM $$").text(), "was ended by signal 15 (Terminated)");
 }
 
+TEST(ChildProcessTest, AWaitWithALimitTellsWhetherItHasEnded) {
+    using std::chrono::milliseconds;
+    auto child = ChildProcess::spawn({.arguments = {"sh", "-c", "exit 5"}});
+    ASSERT_TRUE(child);
+    const std::optional<ChildEnd> end = child->wait_for(milliseconds(60'000));
+    ASSERT_TRUE(end);
+    EXPECT_EQ(end->shell_status(), 5);
+    EXPECT_FALSE(child->running());
+
+    auto lasting = ChildProcess::spawn({.arguments = {"sleep", "60"}});
+    ASSERT_TRUE(lasting);
+    EXPECT_FALSE(lasting->wait_for(milliseconds(0)));
+    EXPECT_FALSE(lasting->wait_for(milliseconds(20)));
+    EXPECT_TRUE(lasting->running());
+    lasting->signal(SIGKILL);
+    EXPECT_EQ(lasting->wait().shell_status(), 128 + SIGKILL);
+}
+
 TEST(ChildProcessTest, WhatCannotBeRunIsNamedWithErrnoAsTheReason) {
     const auto missing = ChildProcess::spawn({.arguments = {"/nowhere/program"}});
     EXPECT_EQ(errno, ENOENT);

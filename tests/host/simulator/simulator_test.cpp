@@ -131,5 +131,20 @@ TEST(BuiltInDescriptionTest, IsAWholeTomlFile) {
     EXPECT_EQ(TomlReader(*parsed, "", errors).tables("pod").size(), 1U);
 }
 
+TEST_F(SimulatorTest, OneThatDoesNotEndIsKilled) {
+    SimulatorOptions wanted = options("trap '' TERM; : > $ready; while :; do sleep 0.01; done");
+    wanted.end_patience = std::chrono::milliseconds(50);
+    wanted.vcd = WaveformFile{.path = "trace.vcd"};
+    auto simulator = Simulator::start(wanted);
+    ASSERT_TRUE(simulator) << headline(simulator.error());
+    const Status stopped = simulator->stop();
+    ASSERT_FALSE(stopped);
+    EXPECT_EQ(headline(stopped.error()),
+              "simulator: it did not end for 50 ms after SIGTERM and was killed; trace.vcd may not "
+              "be complete");
+    EXPECT_EQ(stopped.error().kind, ErrorKind::Pod);
+    EXPECT_TRUE(simulator->stop());
+}
+
 } // namespace
 } // namespace talvor

@@ -133,6 +133,14 @@ TEST(OptionsTest, APrivateCommandGivesItsExitStatusAndHasTheOutputToItself) {
     EXPECT_EQ(podsim({"--private", "sh", "-c", "kill -9 $$"}).status, 137);
 }
 
+TEST(OptionsTest, ADescriptionBehindPrivateIsSentToItsPlace) {
+    const ProgramResult result = podsim({"--private", "pods.toml", "--", "true"});
+    EXPECT_EQ(result.status, 2);
+    EXPECT_EQ(result.errors, "talvor-podsim: pods.toml stands where --private has its command: the "
+                             "description goes before --private\n"
+                             "  next: talvor-podsim pods.toml --private COMMAND ARGUMENTS\n");
+}
+
 TEST(OptionsTest, APrivateCommandThatCannotBeRunIsNamed) {
     SKIP_WITHOUT_NAMESPACES();
     const ProgramResult missing = podsim({"--private", "/nowhere/program"});
@@ -140,6 +148,8 @@ TEST(OptionsTest, APrivateCommandThatCannotBeRunIsNamed) {
     EXPECT_THAT(missing.errors, HasSubstr("talvor-podsim: running /nowhere/program: No such file"));
     const ProgramResult folder = podsim({"--private", "/dev"});
     EXPECT_EQ(folder.status, 126);
+    EXPECT_THAT(podsim({"--private", "/nowhere/pods", "--", "true"}).errors,
+                HasSubstr("\n  next: a description goes before --private\n"));
 }
 
 TEST(OptionsTest, APrivateCommandSeesThePodsAndNobodyElseDoes) {
