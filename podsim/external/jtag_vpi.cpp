@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
+#include <cstddef>
 #include <cstring>
 
 namespace talvor::podsim::external {
@@ -21,13 +23,12 @@ struct Packet {
 static_assert(sizeof(Packet) == 1036, "the packet is the one on the wire");
 static_assert(std::endian::native == std::endian::little, "numbers are stored as they stand");
 
-enum Command : uint32_t {
-    kReset = 0,
-    kMoveByTms = 1,
-    kScan = 2,         // TMS 0
-    kScanAndLeave = 3, // the last bit with TMS 1
-    kEnd = 4,
-};
+// Commands.
+constexpr uint32_t kReset = 0;
+constexpr uint32_t kMoveByTms = 1;
+constexpr uint32_t kScan = 2;         // TMS 0
+constexpr uint32_t kScanAndLeave = 3; // the last bit with TMS 1
+constexpr uint32_t kEnd = 4;
 
 } // namespace
 

@@ -21,11 +21,11 @@ bool VectorServer::take_request(int fd) {
     ++requests;
     // Strict request and reply: behind a request there is nothing.
     early += readable(fd, 1) ? 1 : 0;
-    return requests != behaviour_.close_at;
+    return requests != behaviour.close_at;
 }
 
 bool VectorServer::answer(int fd, const std::vector<uint8_t>& bytes) {
-    const bool silent = behaviour_.silent_at != 0 && requests >= behaviour_.silent_at;
+    const bool silent = behaviour.silent_at != 0 && requests >= behaviour.silent_at;
     return silent || send_all(fd, bytes.data(), bytes.size());
 }
 
@@ -35,7 +35,7 @@ void XvcServer::serve_client(int fd) {
         word += byte;
         if (word == "getinfo:") {
             word.clear();
-            if (!send_all(fd, behaviour_.greeting.data(), behaviour_.greeting.size())) {
+            if (!send_all(fd, behaviour.greeting.data(), behaviour.greeting.size())) {
                 return;
             }
         } else if (word == "shift:") {

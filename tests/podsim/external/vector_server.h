@@ -28,26 +28,26 @@ public:
     size_t unknown = 0;
 
 protected:
-    VectorServer(const std::string& path, VectorBehaviour behaviour)
-        : StreamServer(path), behaviour_(std::move(behaviour)) {}
+    VectorServer(const std::string& path, VectorBehaviour wanted)
+        : StreamServer(path), behaviour(std::move(wanted)) {}
 
     // Of a request that is complete: whether it is served.
     bool take_request(int fd);
     bool answer(int fd, const std::vector<uint8_t>& bytes);
     bool clock(bool tms, bool tdi) {
-        const bool tdo = tap_.tdo();
-        tap_.clock(tms, tdi);
+        const bool tdo = tap.tdo();
+        tap.clock(tms, tdi);
         return tdo;
     }
 
-    VectorBehaviour behaviour_;
-    reference::Chain tap_ = tap_in_pause();
+    VectorBehaviour behaviour;
+    reference::Chain tap = tap_in_pause();
 };
 
 class XvcServer : public VectorServer {
 public:
-    explicit XvcServer(const std::string& path = "", VectorBehaviour behaviour = {})
-        : VectorServer(path, std::move(behaviour)) {
+    explicit XvcServer(const std::string& path = "", VectorBehaviour wanted = {})
+        : VectorServer(path, std::move(wanted)) {
         start();
     }
     ~XvcServer() override { finish(); }
@@ -59,8 +59,8 @@ private:
 
 class JtagVpiServer : public VectorServer {
 public:
-    explicit JtagVpiServer(const std::string& path = "", VectorBehaviour behaviour = {})
-        : VectorServer(path, std::move(behaviour)) {
+    explicit JtagVpiServer(const std::string& path = "", VectorBehaviour wanted = {})
+        : VectorServer(path, std::move(wanted)) {
         start();
     }
     ~JtagVpiServer() override { finish(); }

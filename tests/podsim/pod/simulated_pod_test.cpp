@@ -1,6 +1,7 @@
 #include "common/notation.h"
 #include "podsim/model/chain.h"
 #include "podsim/pod/simulated_pod.h"
+#include "tests/podsim/batch/far_chain.h"
 #include "tests/podsim/reason.h"
 
 #include <gmock/gmock.h>
@@ -220,6 +221,54 @@ TEST_F(SimulatedPodTest, AnOperatorWaitsForARunningBatchOnlySoLong) {
     worker.join();
     EXPECT_TRUE(pod_->report());
     EXPECT_EQ(report().tap_state, TapState::RunTestIdle);
+}
+
+// A chain of nothing but a wire that is gone at the end of a batch.
+class LostWire : public FarChain {
+public:
+    LostWire() : FarChain(chain_) {}
+    Status end_repeat() override {
+        (void)FarChain::end_repeat();
+        return failure("it is gone");
+    }
+
+private:
+    Chain chain_{ChainDescription{}};
+};
+
+class FarWire : public FarChain {
+public:
+    FarWire() : FarChain(chain_) {}
+
+private:
+    Chain chain_{ChainDescription{}};
+};
+
+// Sixteen bits through a wire, which come back 19 bits late.
+constexpr const char* kScan =
+    "write 4 0700; write 12 000f; write 13 0; write 11 3002; write 10 4080; wait send; "
+    "write 23 1234; wait recv; read 22; wait done";
+
+TEST_F(SimulatedPodTest, ATargetFarAwayAnswersAsANearOne) {
+    ASSERT_EQ(run(kScan), 2);
+    ASSERT_EQ(run(kScan), 2);
+    const uint16_t near = in_[0];
+    pod_ = std::make_unique<SimulatedPod>(Settings{.serial = 42, .controller = {}},
+                                          std::make_unique<FarWire>(), log_);
+    EXPECT_EQ(run(kScan), 2);
+    EXPECT_EQ(in_[0], 0xFFFF);
+    EXPECT_EQ(run(kScan), 2);
+    EXPECT_EQ(in_[0], near);
+    EXPECT_EQ(in_[1], 0xEEEE);
+}
+
+TEST_F(SimulatedPodTest, ATargetFarAwayThatIsLostFailsABatchThatReadsNothing) {
+    pod_ = std::make_unique<SimulatedPod>(Settings{.serial = 42, .controller = {}},
+                                          std::make_unique<LostWire>(), log_);
+    EXPECT_LT(run("write 12 1234"), 0);
+    EXPECT_EQ(reason(), "it is gone");
+    EXPECT_LT(run("control 9999"), 0);
+    EXPECT_EQ(reason(), "an unknown control word");
 }
 
 } // namespace
