@@ -25,8 +25,10 @@ constexpr std::array<KindText, kInexactKinds> kTexts{{
     {"tdo_outside_shift", "no TAP drives TDO outside the Shift states: it reads 1"},
     {"held_back", "the last 16 bits of each answer of a register that must not run ahead have not "
                   "come out of the return path by then: they read 1"},
-    {"length_unknown", "what goes in at TDI does not come out of the register, so that one that is "
-                       "longer than the scan is left with the client's bits in the wrong place"},
+    {"length_unknown",
+     "what goes in at TDI does not come out of the register, so that one that is "
+     "longer than the scan is left with the client's bits in the wrong place; of one that "
+     "counts clocks or streams, name the instruction with --no-lookahead"},
 }};
 
 } // namespace

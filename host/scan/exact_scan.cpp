@@ -367,7 +367,7 @@ Status ExactScan::send_rest(StableState end) {
         in_step_ = true;
         return send(content_.front(content_.size()), ShiftPurpose::Repair, end);
     }
-    const Status sent = send(pending_, ShiftPurpose::Data, end);
+    Status sent = send(pending_, ShiftPurpose::Data, end);
     pending_.clear();
     return sent;
 }
@@ -387,7 +387,7 @@ Status ExactScan::settle() {
 
 Status ExactScan::finish(StableState end) {
     assert(open_);
-    const Status found = stage_ == Stage::Sought ? shift_until_found() : Status();
+    Status found = stage_ == Stage::Sought ? shift_until_found() : Status();
     close(end);
     if (has_rest()) {
         TRY(send_rest(end));
