@@ -100,6 +100,29 @@ uint64_t largest_instruction_of(unsigned bits) {
     return bits >= 63 ? kLargestInteger : (uint64_t{1} << bits) - 1;
 }
 
+RowsDescription read_rows(const TomlReader& reader, uint64_t largest_instruction) {
+    reader.only({"name", "address_bits", "row_bits", "rows", "address", "program", "verify",
+                 "erase", "status"});
+    reader.require("name", "a text");
+    RowsDescription rows;
+    rows.name = reader.text("name", "");
+    rows.address_bits =
+        static_cast<unsigned>(reader.integer("address_bits", 8, 1, kMaxAddressBits));
+    rows.row_bits = reader.integer("row_bits", 32, 1, kMaxRegisterBits);
+    const uint64_t most = uint64_t{1} << rows.address_bits;
+    rows.rows = reader.integer("rows", most, 1, most);
+    const auto instruction = [&](const char* key, const char* what) {
+        reader.require(key, what);
+        return reader.integer(key, 0, 0, largest_instruction);
+    };
+    rows.address = instruction("address", "the instruction that scans the address");
+    rows.program = instruction("program", "the instruction that programs the row at the address");
+    rows.verify = instruction("verify", "the instruction that reads the row at the address");
+    rows.erase = instruction("erase", "the instruction that erases all rows");
+    rows.status = instruction("status", "the instruction that reads the status");
+    return rows;
+}
+
 void read_registers(const TomlReader& reader, DeviceDescription& device) {
     const uint64_t largest = largest_instruction_of(device.instruction_bits);
     for (const TomlReader& one : reader.tables("register")) {
@@ -120,8 +143,8 @@ uint32_t read_number32(const TomlReader& reader, std::string_view key, uint64_t 
 }
 
 DeviceDescription read_plain_tap(const TomlReader& reader) {
-    reader.only(
-        {"name", "kind", "ir_length", "ir_capture", "idcode", "idcode_instruction", "register"});
+    reader.only({"name", "kind", "ir_length", "ir_capture", "idcode", "idcode_instruction",
+                 "register", "rows"});
     reader.require("name", "a text");
     reader.require("ir_length", "the length of the instruction register in bits");
     DeviceDescription device;
@@ -136,10 +159,14 @@ DeviceDescription read_plain_tap(const TomlReader& reader) {
         reader.error("idcode_instruction", "expected only with idcode");
     }
     read_registers(reader, device);
+    const uint64_t largest = largest_instruction_of(device.instruction_bits);
+    for (const TomlReader& one : reader.tables("rows")) {
+        device.rows.push_back(read_rows(one, largest));
+    }
     return device;
 }
 
-// The registers of a RISC-V debug transport module have their instructions from the specification.
+// The registers of a RISC-V debug transport module have the instructions that RISC-V gives them.
 DeviceDescription read_riscv_tap(const TomlReader& reader) {
     constexpr unsigned kInstructionBits = 5;
     constexpr uint64_t kIdcode = 0x01;
@@ -248,6 +275,8 @@ void report(const DescriptionError& found, const std::vector<TomlReader>& taps,
         const TomlReader& at =
             found.index < registers.size() ? registers[found.index] : taps[found.device];
         at.error(key_of(found), text);
+    } else if (found.where == DescriptionError::Where::Rows) {
+        taps[found.device].tables("rows")[found.index].error(key_of(found), text);
     } else {
         taps[found.device].error(key_of(found), text);
     }

@@ -160,7 +160,11 @@ Result<Description> read(const std::string& path) {
 }
 
 Description built_in() {
-    return *parse(kBuiltInText, "built-in description");
+    return *parse(kSingleText, "built-in description");
+}
+
+std::string_view built_in_text(std::string_view name) {
+    return name == "single" ? kSingleText : name == "five" ? kFiveText : std::string_view();
 }
 
 } // namespace talvor::podsim::description

@@ -44,5 +44,8 @@ struct Description {
 [[nodiscard]] Result<Description> read(const std::string& path);
 // The description that is used without a file: a single pod with a single TAP.
 Description built_in();
+// The text of a description that can be had without a file: "single", which built_in() is, or
+// "five", a chain of five devices. Empty for any other name.
+[[nodiscard]] std::string_view built_in_text(std::string_view name);
 
 } // namespace talvor::podsim::description

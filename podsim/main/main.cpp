@@ -1,10 +1,12 @@
 #include "common/guarded_main.h"
 #include "podsim/control/socket.h"
+#include "podsim/description/description.h"
 #include "podsim/main/complaint.h"
 #include "podsim/main/life.h"
 #include "podsim/main/options.h"
 
 #include <cstdio>
+#include <string>
 #include <string_view>
 
 namespace {
@@ -30,6 +32,22 @@ int ask(const talvor::podsim::Options& options) {
     return 0;
 }
 
+int print_description(const std::string& name) {
+    const std::string_view text = talvor::podsim::description::built_in_text(name);
+    if (text.empty()) {
+        talvor::podsim::complain(talvor::usage_error("--print-description=" + name,
+                                                     "there is no such description",
+                                                     "write =single or =five")
+                                     .value());
+        return 2;
+    }
+    if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() ||
+        std::fflush(stdout) != 0) {
+        return failed_with(talvor::system_failure("printing the description").value());
+    }
+    return 0;
+}
+
 int run(int argc, char** argv) {
     const talvor::podsim::Options options = talvor::podsim::parse_command_line(argc, argv);
     switch (options.action) {
@@ -37,6 +55,8 @@ int run(int argc, char** argv) {
         return talvor::podsim::serve(options);
     case talvor::podsim::Options::Action::Ask:
         return ask(options);
+    case talvor::podsim::Options::Action::Print:
+        return print_description(options.built_in);
     case talvor::podsim::Options::Action::Finish:
         break;
     }

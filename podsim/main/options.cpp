@@ -53,8 +53,13 @@ struct CommandLine {
 void add_serve_options(CommandLine& line) {
     CLI::App& app = line.app;
     Options& options = line.options;
-    app.add_option("DESCRIPTION", options.description,
-                   "description file of the pods and their chains; a single pod without it");
+    CLI::Option* const description =
+        app.add_option("DESCRIPTION", options.description,
+                       "description file of the pods and their chains; a single pod without it");
+    app.add_flag("--print-description{single}", options.built_in,
+                 "print a description to begin with: =single, what is served without a file, or "
+                 "=five, what talvor --simulate serves")
+        ->excludes(description);
     app.add_option("--script", options.script, "file of fault commands at fixed batches")
         ->type_name("FILE");
     app.add_option("--control", options.control, "UNIX socket that takes fault commands")
@@ -167,7 +172,7 @@ Options chosen(CommandLine& line) {
     if (options.is_private && !has_command(options)) {
         return finished(kWrongUsage);
     }
-    options.action = Options::Action::Serve;
+    options.action = options.built_in.empty() ? Options::Action::Serve : Options::Action::Print;
     return std::move(options);
 }
 

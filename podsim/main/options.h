@@ -15,6 +15,7 @@ struct Options {
     enum class Action {
         Serve,  // run the simulator
         Ask,    // send a command to a running one
+        Print,  // print a built-in description
         Finish, // everything is said already: exit with `status`
     };
     Action action = Action::Finish;
@@ -31,6 +32,9 @@ struct Options {
     StationOptions station;
     bool is_private = false;
     std::vector<std::string> command; // with is_private: what to run
+
+    // Print.
+    std::string built_in; // its name
 
     // Ask.
     std::string question;

@@ -4,6 +4,7 @@
 #include "podsim/model/data_register.h"
 
 #include <algorithm>
+#include <array>
 #include <set>
 #include <utility>
 
@@ -126,6 +127,34 @@ MaybeFault check_register(const DeviceDescription& device, const RegisterDescrip
     return {};
 }
 
+MaybeFault check_rows(const DeviceDescription& device, const RowsDescription& rows,
+                      std::set<uint64_t>& taken) {
+    if (rows.address_bits < 1 || rows.address_bits > kMaxAddressBits) {
+        return Fault{"address_bits", range(1, kMaxAddressBits)};
+    }
+    const uint64_t reach = uint64_t{1} << rows.address_bits;
+    if (rows.rows < 1 || rows.rows > reach) {
+        return Fault{"rows", range(1, reach)};
+    }
+    if (rows.row_bits < 1 || rows.row_bits > kMaxRowsBits / rows.rows ||
+        rows.row_bits > kMaxRegisterBits) {
+        return Fault{"row_bits", range(1, std::min(kMaxRowsBits / rows.rows, kMaxRegisterBits))};
+    }
+    const std::array<std::pair<const char*, uint64_t>, 5> instructions{{
+        {"address", rows.address},
+        {"program", rows.program},
+        {"verify", rows.verify},
+        {"erase", rows.erase},
+        {"status", rows.status},
+    }};
+    for (const auto& [key, instruction] : instructions) {
+        if (MaybeFault fault = check_instruction(device, instruction, taken, key)) {
+            return fault;
+        }
+    }
+    return {};
+}
+
 MaybeFault check_header(const DeviceDescription& device, std::set<uint64_t>& taken) {
     if (device.instruction_bits < kMinInstructionBits ||
         device.instruction_bits > kMaxInstructionBits) {
@@ -155,6 +184,12 @@ Error check_device(const DeviceDescription& device, size_t number) {
     for (size_t i = 0; i < device.registers.size(); ++i) {
         if (MaybeFault fault = check_register(device, device.registers[i], taken)) {
             return DescriptionError{DescriptionError::Where::Register, number, i, fault->key,
+                                    fault->expected};
+        }
+    }
+    for (size_t i = 0; i < device.rows.size(); ++i) {
+        if (MaybeFault fault = check_rows(device, device.rows[i], taken)) {
+            return DescriptionError{DescriptionError::Where::Rows, number, i, fault->key,
                                     fault->expected};
         }
     }

@@ -11,10 +11,10 @@ namespace talvor::podsim {
 
 // What is wrong with a description.
 struct DescriptionError {
-    enum class Where { Device, Register, Net };
+    enum class Where { Device, Register, Rows, Net };
     Where where = Where::Device;
     size_t device = 0;    // index of the device, or of the net
-    size_t index = 0;     // index of the register in its device
+    size_t index = 0;     // index of the register, or of the rows, in its device
     std::string key;      // the field's name, as above
     std::string expected; // what the field must be, as in "at least 2"
 };

@@ -71,6 +71,23 @@ struct RegisterDescription {
         kind;
 };
 
+inline constexpr uint64_t kMaxRowsBits = uint64_t{1} << 28;
+
+// Rows of a flash memory that instructions work on: one scans the address, others the row there.
+// Programming turns ones into zeros, erasing all rows into ones; the content outlives the supply.
+struct RowsDescription {
+    std::string name;
+    unsigned address_bits = 8;
+    uint64_t row_bits = 32;
+    uint64_t rows = 256; // 1 to 2 to the power of address_bits
+    // The instructions.
+    uint64_t address = 0; // the address register
+    uint64_t program = 0; // an update programs the row at the address
+    uint64_t verify = 0;  // captures the row at the address
+    uint64_t erase = 0;   // erases all rows when it becomes the instruction; selects BYPASS
+    uint64_t status = 0;  // two bits, see RowArray
+};
+
 struct DeviceDescription {
     std::string name;
     unsigned instruction_bits = 4;
@@ -78,6 +95,7 @@ struct DeviceDescription {
     std::optional<uint32_t> idcode;   // bit 0 is 1 (12.1); without one: BYPASS at reset
     uint64_t idcode_instruction = 0;  // only with an idcode; not all ones
     std::vector<RegisterDescription> registers;
+    std::vector<RowsDescription> rows;
 };
 
 // A wire of the board from an output pin to an input pin with boundary-scan cells.

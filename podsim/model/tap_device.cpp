@@ -3,6 +3,7 @@
 #include "podsim/model/bit_ring.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace talvor::podsim {
 namespace {
@@ -36,7 +37,19 @@ TapDevice::TapDevice(const DeviceDescription& description)
             by_instruction_[instruction] = made;
         }
     }
+    for (const RowsDescription& each : description.rows) {
+        add_rows(each);
+    }
     reset();
+}
+
+void TapDevice::add_rows(const RowsDescription& description) {
+    const auto rows = std::make_shared<RowArray>(description);
+    for (SelectedRegister& each : registers_of(description, rows)) {
+        by_instruction_[each.instruction] = each.cells.get();
+        registers_.push_back(std::move(each.cells));
+    }
+    erased_by_[description.erase] = rows;
 }
 
 void TapDevice::set_instruction(uint64_t instruction) {
@@ -45,6 +58,9 @@ void TapDevice::set_instruction(uint64_t instruction) {
     selected_ = found != by_instruction_.end() ? found->second : registers_.front().get();
     if (boundary_ != nullptr) {
         boundary_->set_extest(instruction == extest_);
+    }
+    if (const auto rows = erased_by_.find(instruction); rows != erased_by_.end()) {
+        rows->second->erase();
     }
 }
 

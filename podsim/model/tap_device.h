@@ -3,6 +3,7 @@
 
 #include "podsim/model/chain_description.h"
 #include "podsim/model/data_register.h"
+#include "podsim/model/rows.h"
 
 #include <cstdint>
 #include <memory>
@@ -40,12 +41,15 @@ public:
     const BoundaryCells* boundary() const { return boundary_; }
 
 private:
+    void add_rows(const RowsDescription& description);
+
     std::string name_;
     unsigned instruction_bits_;
     uint64_t instruction_capture_;
     uint64_t reset_instruction_;
     std::vector<std::unique_ptr<DataRegister>> registers_; // the first is BYPASS
     std::unordered_map<uint64_t, DataRegister*> by_instruction_;
+    std::unordered_map<uint64_t, std::shared_ptr<RowArray>> erased_by_; // instruction
     BoundaryCells* boundary_ = nullptr;
     uint64_t extest_ = 0;
     uint64_t instruction_ = 0;

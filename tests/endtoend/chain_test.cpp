@@ -36,11 +36,11 @@ TEST(ChainTest, OfFiveGivesTheIdcodesOfAllThatHaveOne) {
     ASSERT_EQ(host.connect(), 0) << simulator.log();
     const Words in = host.capture(eJSC_JTAG_SHIFT_DR, 4 * 32 + 1 + 16);
     // The device nearest TDO comes first; the one without an IDCODE is in BYPASS.
-    EXPECT_EQ(bits_at(in, 0, 32), 0x3000B0B3U);
-    EXPECT_EQ(bits_at(in, 32, 32), 0x2000A0A1U);
+    EXPECT_EQ(bits_at(in, 0, 32), 0x05707E35U);
+    EXPECT_EQ(bits_at(in, 32, 32), 0x3D5A07E3U);
     EXPECT_EQ(bits_at(in, 64, 1), 0U);
-    EXPECT_EQ(bits_at(in, 65, 32), 0x1F06A7E3U);
-    EXPECT_EQ(bits_at(in, 97, 32), 0x2BA5E7E3U);
+    EXPECT_EQ(bits_at(in, 65, 32), 0x1A2B3C4DU);
+    EXPECT_EQ(bits_at(in, 97, 32), 0x2C0DE7E3U);
     EXPECT_EQ(bits_at(in, 129, 16), 0U) << "a receiving scan sends zeros";
     EXPECT_EQ(simulator.log(), "");
 }
@@ -50,12 +50,12 @@ TEST(ChainTest, OfFiveGivesItsCapturePatterns) {
     PodsimProcess simulator(example("five.toml"), {"--strict"});
     Host host(pod_keys(3));
     ASSERT_EQ(host.connect(), 0);
-    const Words in = host.capture(eJSC_JTAG_SHIFT_IR, 10 + 5 + 8 + 6 + 4);
+    const Words in = host.capture(eJSC_JTAG_SHIFT_IR, 10 + 8 + 5 + 4 + 6);
     EXPECT_EQ(bits_at(in, 0, 10), 1U);
-    EXPECT_EQ(bits_at(in, 10, 5), 1U);
-    EXPECT_EQ(bits_at(in, 15, 8), 1U);
-    EXPECT_EQ(bits_at(in, 23, 6), 0b110101U);
-    EXPECT_EQ(bits_at(in, 29, 4), 1U);
+    EXPECT_EQ(bits_at(in, 10, 8), 1U);
+    EXPECT_EQ(bits_at(in, 18, 5), 1U);
+    EXPECT_EQ(bits_at(in, 23, 4), 1U);
+    EXPECT_EQ(bits_at(in, 27, 6), 1U);
 }
 
 // Ambles hold the other devices in BYPASS around the one that is meant.
@@ -66,21 +66,21 @@ TEST(ChainTest, OfFiveLetsOneDeviceBeReachedThroughTheAmbles) {
     ASSERT_EQ(host.connect(), 0);
     JSC_JtagAmbleDelay ambles{};
     ambles.useAmbles = true;
-    ambles.preAmbleIR = 10 + 5; // bridge, counter
-    ambles.posAmbleIR = 6 + 4;  // fpga, cpu
-    ambles.preAmbleDR = 2;
-    ambles.posAmbleDR = 2;
+    ambles.preAmbleIR = 10 + 8 + 5; // store, dsp, switch
+    ambles.posAmbleIR = 6;          // gate
+    ambles.preAmbleDR = 3;
+    ambles.posAmbleDR = 1;
     ASSERT_EQ(host->PutAmbleDelay(host.handle(), &ambles), 0);
     JSC_JtagCommand ir = scan_command(eJSC_JTAG_SHIFT_IR);
     ir.jtagAmble = eJSC_JTAG_AMBLE_BOTH;
     Words captured(1);
-    ASSERT_EQ(host.both(ir, 8, {0x17}, captured), 0); // USERCODE of the device in the middle
+    ASSERT_EQ(host.both(ir, 4, {0b0010}, captured), 0); // IDCODE of the cpu
     EXPECT_EQ(captured[0], 1U);
     JSC_JtagCommand dr = scan_command(eJSC_JTAG_SHIFT_DR);
     dr.jtagAmble = eJSC_JTAG_AMBLE_BOTH;
-    Words usercode(2);
-    ASSERT_EQ(host.receive(dr, 32, usercode), 0);
-    EXPECT_EQ(bits_at(usercode, 0, 32), 0x600DC0DEU);
+    Words idcode(2);
+    ASSERT_EQ(host.receive(dr, 32, idcode), 0);
+    EXPECT_EQ(bits_at(idcode, 0, 32), 0x1A2B3C4DU);
     EXPECT_EQ(simulator.log(), "");
 }
 

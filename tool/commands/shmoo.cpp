@@ -71,12 +71,12 @@ class Drawing {
 public:
     Drawing(const Output& out, const Shmoo& shmoo)
         : out_(out), shmoo_(shmoo), works_(speaks_utf8() ? "██" : "##"),
-          fails_(speaks_utf8() ? "· " : ". ") {}
+          fails_(speaks_utf8() ? " ·" : " .") {}
 
     void begin() const {
         std::string axis;
         for (size_t i = 0; i < shmoo_.delays.size(); i += kNumberedDelays) {
-            axis += fmt::format("{:<{}}", shmoo_.delays[i], 2 * kNumberedDelays);
+            axis += fmt::format("{:>2}{:{}}", shmoo_.delays[i], "", 2 * kNumberedDelays - 2);
         }
         put(fmt::format("{:<{}}{}\n", "link delay", kLabelWidth,
                         axis.substr(0, axis.find_last_not_of(' ') + 1)));

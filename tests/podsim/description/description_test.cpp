@@ -4,6 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
+#include <string>
+
 namespace talvor::podsim::description {
 namespace {
 
@@ -339,9 +343,54 @@ TEST(DescriptionTest, TheExampleOfFiveIsWhatItSays) {
         lengths.push_back(device.instruction_bits);
         without_idcode += device.idcode ? 0 : 1;
     }
-    EXPECT_THAT(lengths, ElementsAre(4, 6, 8, 5, 10));
+    EXPECT_THAT(lengths, ElementsAre(6, 4, 5, 8, 10));
     EXPECT_EQ(without_idcode, 1U);
-    EXPECT_EQ(chain.nets.size(), 3U);
+}
+
+TEST(DescriptionTest, BuiltInTextsAreThoseOfTheExamples) {
+    for (const std::string name : {"single", "five"}) {
+        const std::string path = std::string(EXAMPLES_FOLDER "/") + name + ".toml";
+        std::ostringstream text;
+        text << std::ifstream(path).rdbuf();
+        EXPECT_FALSE(text.str().empty());
+        EXPECT_EQ(built_in_text(name), text.str());
+    }
+    EXPECT_EQ(built_in_text("six"), "");
+}
+
+TEST(DescriptionTest, RowsAreReadWithTheirInstructions) {
+    const auto file = read(EXAMPLES_FOLDER "/cpld.toml");
+    ASSERT_TRUE(file) << reason_of(file);
+    const DeviceDescription& device = chain_of(file.value().pods[0]).devices.at(0);
+    ASSERT_EQ(device.rows.size(), 1U);
+    const RowsDescription& rows = device.rows[0];
+    EXPECT_EQ(rows.name, "fuses");
+    EXPECT_EQ(rows.address_bits, 10U);
+    EXPECT_EQ(rows.row_bits, 96U);
+    EXPECT_EQ(rows.rows, 1000U);
+    EXPECT_EQ(rows.address, 0xA1U);
+    EXPECT_EQ(rows.program, 0xA4U);
+    EXPECT_EQ(rows.verify, 0xA5U);
+    EXPECT_EQ(rows.erase, 0xE0U);
+    EXPECT_EQ(rows.status, 0x5FU);
+}
+
+TEST(DescriptionTest, ErrorsOfRowsNameFileLineKeyAndExpectation) {
+    const std::string head = "[[pod]]\nserial = 1\n[[pod.tap]]\nname = \"a\"\nir_length = 4\n"
+                             "[[pod.tap.rows]]\nname = \"r\"\naddress = 1\nprogram = 2\n"
+                             "verify = 3\nerase = 4\n";
+    const std::string at = "pod[0].tap[0].rows[0].";
+    expect_reasons({
+        {head, "6: " + at + "status: missing, expected the instruction that reads the status"},
+        {head + "status = 4\n",
+         "12: " + at + "status: expected an instruction that selects nothing else"},
+        {head + "status = 5\naddress_bits = 3\nrows = 9\n",
+         "14: " + at + "rows: expected an integer from 1 to 8, found 9"},
+        {head + "status = 5\nbits = 3\n",
+         "13: " + at +
+             "bits: unknown key, expected one of name, address_bits, row_bits, rows, address, "
+             "program, verify, erase, status"},
+    });
 }
 
 TEST(DescriptionTest, ARiscvTapBringsItsOwnRegisters) {

@@ -6,6 +6,8 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
+#include <string>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -42,13 +44,31 @@ TEST(OptionsTest, HelpAndVersionGoToTheStandardOutput) {
     EXPECT_EQ(help.errors, "");
     for (const char* option :
          {"DESCRIPTION", "--script", "--control", "--strict", "--spin", "--vcd", "--vcd-bytes",
-          "--vcd-clocks", "--vcd-last", "--log", "--log-file", "--ready-file", "--ready-fd",
-          "--end-with", "--private", "ctl", "--version"}) {
+          "--vcd-clocks", "--vcd-last", "--vcd-plain", "--print-description", "--log", "--log-file",
+          "--ready-file", "--ready-fd", "--end-with", "--private", "ctl", "--version"}) {
         EXPECT_THAT(help.output, HasSubstr(option));
     }
     const ProgramResult version = podsim({"--version"});
     EXPECT_EQ(version.status, 0);
     EXPECT_THAT(version.output, testing::MatchesRegex("talvor-podsim [0-9]+\\.[0-9]+\\.[0-9]+\n"));
+}
+
+TEST(OptionsTest, ADescriptionToBeginWithIsPrinted) {
+    const auto example = [](const std::string& name) {
+        std::ostringstream text;
+        text << std::ifstream(SOURCE_FOLDER "/examples/" + name + ".toml").rdbuf();
+        return text.str();
+    };
+    EXPECT_EQ(podsim({"--print-description"}).output, example("single"));
+    EXPECT_EQ(podsim({"--print-description=single"}).output, example("single"));
+    const ProgramResult five = podsim({"--print-description=five"});
+    EXPECT_EQ(five.status, 0);
+    EXPECT_EQ(five.output, example("five"));
+    const ProgramResult six = podsim({"--print-description=six"});
+    EXPECT_EQ(six.status, 2);
+    EXPECT_EQ(six.output, "");
+    EXPECT_EQ(six.errors, "talvor-podsim: --print-description=six: there is no such description\n"
+                          "  next: write =single or =five\n");
 }
 
 TEST(OptionsTest, AWrongCommandLineHasTheExitStatus2) {
@@ -57,6 +77,7 @@ TEST(OptionsTest, AWrongCommandLineHasTheExitStatus2) {
                                                   {"--spin", "1000001"},
                                                   {"--spin", "x"},
                                                   {"one.toml", "two.toml"},
+                                                  {"--print-description", "one.toml"},
                                                   {"--private"},
                                                   {"--private", "--"},
                                                   {"ctl", "status"},

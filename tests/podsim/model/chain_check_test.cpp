@@ -22,6 +22,7 @@ ChainDescription good() {
         {"memory", {6}, MemoryRegister{2, 64, 4}},
         {"boundary", {}, BoundaryRegister{0, 1, {{"o", true, false}, {"i", false, false}}}},
     };
+    a.rows = {{"rows", 4, 8, 16, 9, 10, 11, 12, 13}};
     return {{a, a}, {{0, 0, 1, 1}}};
 }
 
@@ -81,9 +82,21 @@ const std::vector<Case> kCases{
      },
      ""},
     {[](auto& c) {
-         c.devices[1].registers.push_back({"b", {}, BoundaryRegister{8, 9, {{}}}});
+         c.devices[1].registers.push_back({"b", {}, BoundaryRegister{8, 14, {{}}}});
      },
      "registers"},
+    {[](auto& c) { c.devices[1].rows[0].address_bits = 0; }, "address_bits"},
+    {[](auto& c) { c.devices[1].rows[0].address_bits = kMaxAddressBits + 1; }, "address_bits"},
+    {[](auto& c) { c.devices[1].rows[0].rows = 0; }, "rows"},
+    {[](auto& c) { c.devices[1].rows[0].rows = 17; }, "rows"},
+    {[](auto& c) { c.devices[1].rows[0].row_bits = 0; }, "row_bits"},
+    {[](auto& c) { c.devices[1].rows[0].row_bits = kMaxRowsBits / 16; }, ""},
+    {[](auto& c) { c.devices[1].rows[0].row_bits = kMaxRowsBits / 16 + 1; }, "row_bits"},
+    {[](auto& c) { c.devices[1].rows[0].address = 15; }, "address"},
+    {[](auto& c) { c.devices[1].rows[0].program = 9; }, "program"},
+    {[](auto& c) { c.devices[1].rows[0].verify = 6; }, "verify"},
+    {[](auto& c) { c.devices[1].rows[0].erase = 16; }, "erase"},
+    {[](auto& c) { c.devices[1].rows[0].status = 12; }, "status"},
     {[](auto& c) { c.nets[0].from_pin = 1; }, "from"},
     {[](auto& c) { c.nets[0].from_device = 2; }, "from"},
     {[](auto& c) { c.nets[0].to_pin = 0; }, "to"},
@@ -110,6 +123,12 @@ TEST(ChainCheckTest, SaysWhereTheErrorIs) {
     EXPECT_EQ(error->device, 1U);
     EXPECT_EQ(error->index, 3U);
     EXPECT_EQ(error->expected, "from 1 to 4");
+    chain = good();
+    chain.devices[1].rows[0].rows = 17;
+    const auto rows = check(chain);
+    ASSERT_TRUE(rows);
+    EXPECT_EQ(rows->where, DescriptionError::Where::Rows);
+    EXPECT_EQ(rows->expected, "from 1 to 16");
 }
 
 } // namespace

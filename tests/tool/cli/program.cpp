@@ -58,7 +58,7 @@ Running::~Running() {
 }
 
 std::string five() {
-    return read_file(source_file("host/simulator/built_in.toml"));
+    return read_file(source_file("examples/five.toml"));
 }
 
 std::string file_with(const std::string& name, const std::string& text) {
