@@ -47,6 +47,19 @@ std::vector<PageRow> page_rows() {
     return rows;
 }
 
+// The keys of the table for beginners, in whose rows they come second.
+std::vector<std::string> first_keys() {
+    std::ifstream page(TALVOR_BOARD_FILE_PAGE);
+    std::vector<std::string> keys;
+    for (std::string line; std::getline(page, line) && line != "## How keys are read";) {
+        const size_t at = line.find("| `");
+        if (line.starts_with("| ") && at != std::string::npos) {
+            keys.push_back(line.substr(at + 2, line.find("` |", at) - at - 1));
+        }
+    }
+    return keys;
+}
+
 // Types that a reader made for itself, by key.
 const std::map<std::string, std::string> kOwnTypes = {
     {"VEXIL.LINKDELAY_MODE", "word"},
@@ -209,6 +222,18 @@ TEST(BoardFilePageTest, EveryOwnTypeIsAKeys) {
     }
     for (const auto& [key, type] : kOwnTypes) {
         EXPECT_TRUE(keys.contains(key)) << key;
+    }
+}
+
+TEST(BoardFilePageTest, BeginsWithTenKeysThatItDescribes) {
+    std::set<std::string> described;
+    for (const PageRow& row : page_rows()) {
+        described.insert(row[kKey]);
+    }
+    const std::vector<std::string> first = first_keys();
+    EXPECT_EQ(first.size(), 10U);
+    for (const std::string& key : first) {
+        EXPECT_TRUE(described.contains(key)) << key;
     }
 }
 
