@@ -70,7 +70,7 @@ Status EdgeEngine::open() {
     srst_due_ = false;
     doubtful_ = true;
     unsettled_ = false;
-    runs_ahead_ = true;
+    runs_ahead_ = runs_ahead_ || parked_ == StableState::Reset; // an instruction outlives an error
     ones_ = 0;
     idle_wanted_ = 0;
     idle_given_ = 0;

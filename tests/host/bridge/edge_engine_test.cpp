@@ -318,6 +318,14 @@ TEST(EdgeEngineTest, TheFirstFiveOnesOfAClientResetForSure) {
     EXPECT_THAT(bridge.calls(), IsEmpty());
 }
 
+TEST(EdgeEngineTest, TheClockThatLeavesShiftIsTheFirstOfAReset) {
+    Bridge bridge;
+    bridge.clock(kIntoDr);
+    bridge.engine.new_client();
+    bridge.clock("0" + ones(5));
+    EXPECT_THAT(bridge.calls(), ElementsAre("send DR 2 to Test-Logic-Reset", "reset"));
+}
+
 TEST(EdgeEngineTest, AResetThroughUpdateSpendsNoClockInIdle) {
     Bridge bridge;
     bridge.clock(kIntoDr);
@@ -391,6 +399,12 @@ TEST(EdgeEngineTest, ALongStayIsNotLeftForItsEnd) {
     EXPECT_THAT(bridge.calls(), ElementsAre("idle 2857")); // 19,999
     bridge.clock("1");
     EXPECT_THAT(bridge.calls(), ElementsAre("idle 1"));
+}
+
+TEST(EdgeEngineTest, AVeryLongStayIsGivenInParts) {
+    Bridge bridge;
+    bridge.clock(zeros(65537 * 7));
+    EXPECT_THAT(bridge.calls(), ElementsAre("idle 65536", "idle 1"));
 }
 
 // ---- TDO between clocks
@@ -520,6 +534,8 @@ TEST(EdgeEngineTest, TheSystemResetIsAPulse) {
     ASSERT_TRUE(bridge.engine.set_srst(false));
     EXPECT_THAT(bridge.calls(), IsEmpty());
     EXPECT_EQ(bridge.engine.client_state(), TapState::RunTestIdle);
+    bridge.clock("1110");
+    EXPECT_THAT(bridge.calls(), ElementsAre("move Test-Logic-Reset", "move Run-Test/Idle"));
     EXPECT_EQ(bridge.engine.count_of(Inexact::SrstHeld), 1U);
 }
 
@@ -602,6 +618,11 @@ TEST(EdgeEngineTest, OtherInstructionsAndAResetLetARegisterRunAheadAgain) {
     EXPECT_EQ(bridge.ask(kIntoDr + Bridge::shifts(12) + kOut).size(), 17U);
     bridge.choose("1000");
     bridge.clock("1110"); // Test-Logic-Reset, Run-Test/Idle
+    EXPECT_EQ(bridge.ask(kIntoDr + Bridge::shifts(3) + kOut, "000110"), "11101111");
+    bridge.choose("1000");
+    ASSERT_TRUE(bridge.engine.set_trst(true));
+    ASSERT_TRUE(bridge.engine.set_trst(false));
+    bridge.clock("0");
     EXPECT_EQ(bridge.ask(kIntoDr + Bridge::shifts(3) + kOut, "000110"), "11101111");
     EXPECT_EQ(bridge.engine.count_of(Inexact::HeldBack), 0U);
 }
@@ -719,6 +740,33 @@ TEST(EdgeEngineTest, BehindAnErrorOfTheLineItAsksWhereTheTapStands) {
     EXPECT_EQ(bridge.ask(kIntoDr + Bridge::shifts(12) + kOut), "111"
                                                                "110100010111"
                                                                "11");
+}
+
+TEST(EdgeEngineTest, ARegisterThatIsNamedStaysSoBehindAnError) {
+    Bridge bridge({.no_lookahead = {edges("1000")}});
+    bridge.choose("1000");
+    bridge.clock("00");
+    bridge.line.fail(true);
+    ASSERT_FALSE(bridge.engine.settle());
+    bridge.line.fail(false);
+    bridge.clock(kIntoDr);
+    EXPECT_EQ(bridge.ask("0"), "1");
+    EXPECT_EQ(bridge.engine.count_of(Inexact::HeldBack), 1U);
+    // One that a reset has put away does not.
+    bridge.line.target.walk(kResetPath);
+    ASSERT_TRUE(bridge.engine.open());
+    bridge.clock("0");
+    EXPECT_EQ(bridge.ask(kIntoDr + Bridge::shifts(3) + kOut, "000110"), "11101111");
+}
+
+TEST(EdgeEngineTest, AnErrorLetsTrstGo) {
+    Bridge bridge;
+    ASSERT_TRUE(bridge.engine.set_trst(true));
+    bridge.line.fail(true);
+    ASSERT_FALSE(bridge.engine.settle());
+    bridge.line.fail(false);
+    bridge.clock("0");
+    EXPECT_EQ(bridge.engine.client_state(), TapState::RunTestIdle);
 }
 
 TEST(EdgeEngineTest, AClientGoesOnFromAPauseStateThatItFinds) {
