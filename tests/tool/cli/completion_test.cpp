@@ -108,7 +108,7 @@ until zpty -r shell answer '*ready*' 2>/dev/null || (( ++tries > 400 )); do slee
 zpty -w -n shell ')" +
            line + R"('$'\t'
 tries=0
-until [[ -s offered ]] || (( ++tries > 40 )); do zpty -r shell answer 2>/dev/null; sleep 0.05; done
+until [[ -s offered ]] || (( ++tries > 40 )); do zpty -rt shell answer 2>/dev/null; sleep 0.05; done
 sleep 0.3
 zpty -d shell
 cat offered
