@@ -5,6 +5,7 @@
 #include "fuzz/base/check.h"
 #include "fuzz/targets.h"
 #include "podsim/external/external_target.h"
+#include "podsim/external/protocol_choice.h"
 
 #include <array>
 #include <cstring>

@@ -1,6 +1,7 @@
 #include "podsim/external/external_target.h"
 
 #include "common/tap_state.h"
+#include "podsim/external/protocol_choice.h"
 #include "podsim/model/bits.h"
 
 #include <algorithm>

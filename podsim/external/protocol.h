@@ -1,12 +1,10 @@
 // How clocks become bytes for a server, and its bytes levels of TDO.
 #pragma once
 
-#include "podsim/base/target_protocol.h"
 #include "podsim/external/bit_queue.h"
 #include "podsim/external/exchange.h"
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -48,7 +46,5 @@ private:
     Exchange exchange_;
     BitQueue levels_;
 };
-
-[[nodiscard]] std::unique_ptr<Protocol> make_protocol(TargetProtocol protocol);
 
 } // namespace talvor::podsim::external

@@ -75,14 +75,25 @@ constexpr uint32_t kMvendorid = 0xF11;
 constexpr uint32_t kMarchid = 0xF12;
 constexpr uint32_t kMimpid = 0xF13;
 constexpr uint32_t kMhartid = 0xF14;
-constexpr uint32_t kMisaRv32i = 0x4000'0100;
+constexpr uint32_t kMisaRv32ic = 0x4000'0104;
 // dcsr: external debug support 0.13, and machine mode.
 constexpr uint32_t kDcsrAtReset = 0x4000'0003;
 constexpr uint32_t kDcsrWritable = 0x0000'8E04; // ebreakm, stepie, stopcount, stoptime, step
 constexpr uint32_t kDcsrStep = 1U << 2;
 constexpr unsigned kDcsrCauseShift = 6;
 constexpr uint32_t kDcsrCauseMask = 7U << kDcsrCauseShift;
-constexpr uint32_t kInstructionBytes = 4;
+constexpr uint32_t kDcsrEbreakM = 1U << 15;
+
+// Instructions.
+constexpr uint32_t kEbreak = 0x0010'0073;
+constexpr uint32_t kShortEbreak = 0x9002;
+constexpr uint32_t kShortBytes = 2;
+constexpr uint32_t kLongBytes = 4;
+
+// The two lowest bits tell the long ones.
+uint32_t bytes_of(uint32_t instruction) {
+    return (instruction & 3) == 3 ? kLongBytes : kShortBytes;
+}
 
 // sbcs.
 constexpr uint32_t kBusVersion = 1U << 29;
@@ -285,7 +296,7 @@ void RiscvDebug::reset_hart() {
     have_reset_ = true;
     general_.fill(0);
     csrs_ = {{kMstatus, 0},
-             {kMisa, kMisaRv32i},
+             {kMisa, kMisaRv32ic},
              {kMie, 0},
              {kMtvec, 0},
              {kMscratch, 0},
@@ -316,9 +327,41 @@ void RiscvDebug::resume() {
     halted_ = false;
     resume_acknowledged_ = true;
     if ((csrs_[kDcsr] & kDcsrStep) != 0) {
-        csrs_[kDpc] += kInstructionBytes;
-        halt(Cause::Step);
+        step();
+    } else if ((csrs_[kDcsr] & kDcsrEbreakM) != 0) {
+        run_to_ebreak();
     }
+}
+
+void RiscvDebug::step() {
+    csrs_[kDpc] += bytes_of(instruction_at(csrs_[kDpc]));
+    halt(Cause::Step);
+}
+
+void RiscvDebug::run_to_ebreak() {
+    for (uint32_t pc = csrs_[kDpc]; in_memory(pc, kShortBytes);) {
+        const uint32_t instruction = instruction_at(pc);
+        if (instruction == kEbreak || instruction == kShortEbreak) {
+            csrs_[kDpc] = pc;
+            halt(Cause::Ebreak);
+            return;
+        }
+        pc += bytes_of(instruction);
+    }
+}
+
+bool RiscvDebug::in_memory(uint32_t address, uint32_t bytes) const {
+    const uint32_t offset = address - memory_address_;
+    return address >= memory_address_ && offset < memory_.size() &&
+           memory_.size() - offset >= bytes;
+}
+
+uint32_t RiscvDebug::instruction_at(uint32_t address) const {
+    uint32_t instruction = 0;
+    for (uint32_t i = 0; i < kLongBytes && in_memory(address + i, 1); ++i) {
+        instruction |= uint32_t{memory_[address + i - memory_address_]} << (8 * i);
+    }
+    return bytes_of(instruction) == kLongBytes ? instruction : instruction & 0xFFFF;
 }
 
 uint32_t* RiscvDebug::hart_register(uint32_t number) {
@@ -399,13 +442,11 @@ uint32_t RiscvDebug::bus_control() const {
 }
 
 bool RiscvDebug::bus_can_access() {
-    const uint32_t offset = bus_address_ - memory_address_;
     if (bus_access_ > kSize32) {
         bus_error_ = BusError::Size;
     } else if (bus_address_ % bus_bytes() != 0) {
         bus_error_ = BusError::Alignment;
-    } else if (bus_address_ < memory_address_ || offset >= memory_.size() ||
-               memory_.size() - offset < bus_bytes()) {
+    } else if (!in_memory(bus_address_, bus_bytes())) {
         bus_error_ = BusError::BadAddress;
     }
     return bus_ready();

@@ -13,9 +13,10 @@
 namespace talvor::podsim {
 
 // Modelling decisions:
-// - The hart is a pretence: an RV32I with registers and a program counter that executes nothing. It
-//   halts at once where it stands; a single step passes one instruction of four bytes and enters
-//   debug mode again; running, it stays where it is.
+// - The hart is a pretence: an RV32IC with registers and a program counter that takes every
+//   instruction for one that does nothing. A single step passes one of them. When it is resumed it
+//   goes on to the first EBREAK that stands in its way, where that enters debug mode, so that
+//   breakpoints work; without one it stays where it was, running. It halts at once.
 // - Every access is done at once: nothing is ever busy.
 // - There is no program buffer. Registers go through abstract commands, memory through the system
 //   bus, whether the hart runs or not. Accesses to memory have 8, 16 or 32 bits.
@@ -38,7 +39,7 @@ public:
 private:
     enum class CommandError : uint8_t { None = 0, NotSupported = 2, Exception = 3, HaltResume = 4 };
     enum class BusError : uint8_t { None = 0, BadAddress = 2, Alignment = 3, Size = 4 };
-    enum class Cause : uint8_t { HaltRequest = 3, Step = 4, ResetHalt = 5 };
+    enum class Cause : uint8_t { Ebreak = 1, HaltRequest = 3, Step = 4, ResetHalt = 5 };
 
     // Debug module.
     void reset_module();
@@ -51,6 +52,11 @@ private:
     void reset_hart();
     void halt(Cause cause);
     void resume();
+    void step();
+    void run_to_ebreak();
+    // The two or four bytes of the instruction at `address`; 0 where there is no memory.
+    uint32_t instruction_at(uint32_t address) const;
+    bool in_memory(uint32_t address, uint32_t bytes) const;
     void run_command();
     CommandError access_register(uint32_t command);
     // The register of a number, as abstract commands count them; null where there is none.

@@ -65,7 +65,7 @@ TEST_F(OpenOcdTest, ExaminesTheTarget) {
     const std::string said = openocd({"echo [hart.cpu curstate]"});
     EXPECT_THAT(said, HasSubstr("tap/device found: 0x15210001"));
     EXPECT_THAT(said, HasSubstr("datacount=1 progbufsize=0"));
-    EXPECT_THAT(said, HasSubstr("XLEN=32, misa=0x40000100"));
+    EXPECT_THAT(said, HasSubstr("XLEN=32, misa=0x40000104"));
     EXPECT_THAT(said, HasSubstr("\nrunning\n"));
     EXPECT_THAT(said, Not(HasSubstr("Error")));
 }
@@ -74,8 +74,16 @@ TEST_F(OpenOcdTest, HaltsResumesAndSteps) {
     const std::string said = openocd({"halt", "echo [hart.cpu curstate]", "step 0x80000010",
                                       "reg pc", "resume", "echo [hart.cpu curstate]"});
     EXPECT_THAT(said, HasSubstr("\nhalted\n"));
-    EXPECT_THAT(said, HasSubstr("pc (/32): 0x80000014"));
+    EXPECT_THAT(said, HasSubstr("pc (/32): 0x80000012"));
     EXPECT_THAT(said, HasSubstr("\nrunning\n"));
+    EXPECT_THAT(said, Not(HasSubstr("Error")));
+}
+
+TEST_F(OpenOcdTest, ABreakpointStopsTheHart) {
+    const std::string said = openocd({"halt", "bp 0x80000040 2", "resume 0x80000000",
+                                      "wait_halt 2000", "reg pc", "mdh 0x80000040"});
+    EXPECT_THAT(said, HasSubstr("pc (/32): 0x80000040"));
+    EXPECT_THAT(said, HasSubstr("0x80000040: 9002"));
     EXPECT_THAT(said, Not(HasSubstr("Error")));
 }
 

@@ -62,6 +62,11 @@ protected:
         debug.write(kCommand, command);
         return error();
     }
+    void store(uint32_t address, uint32_t value) {
+        debug.write(kSbcs, 0x0004'0000);
+        debug.write(kSbaddress0, address);
+        debug.write(kSbdata0, value);
+    }
     // sberror, cleared.
     uint32_t bus_error() {
         const uint32_t sbcs = debug.read(kSbcs);
@@ -109,12 +114,44 @@ TEST_F(RiscvDebugTest, HaltsAndResumesOnRequest) {
 
 TEST_F(RiscvDebugTest, ASingleStepHaltsBehindOneInstruction) {
     halt();
+    store(kMemory + 8, 0x0000'0013); // a long instruction, and behind it a short one
     set(kDpc, kMemory + 8);
     set(kDcsr, 0x4000'00C7);
     debug.write(kDmcontrol, 0x4000'0001);
     EXPECT_EQ(debug.read(kDmstatus), kAlways | kHalted | kResumed);
     EXPECT_EQ(get(kDpc), kMemory + 12);
     EXPECT_EQ(get(kDcsr), 0x4000'0107U); // cause 4: the step
+    debug.write(kDmcontrol, 0x4000'0001);
+    EXPECT_EQ(get(kDpc), kMemory + 14);
+    set(kDpc, 0x1000); // where there is no memory
+    debug.write(kDmcontrol, 0x4000'0001);
+    EXPECT_EQ(get(kDpc), 0x1002U);
+}
+
+TEST_F(RiscvDebugTest, AResumedHartHaltsAtTheFirstEbreakInItsWay) {
+    halt();
+    store(kMemory + 8, 0x9002'0013);  // a long instruction with a short EBREAK inside
+    store(kMemory + 16, 0x9002'0000); // a short instruction, and a short EBREAK
+    store(kMemory + 32, 0x0010'0073); // EBREAK
+    set(kDpc, kMemory + 4);
+    set(kDcsr, 0x8000); // ebreakm
+    debug.write(kDmcontrol, 0x4000'0001);
+    EXPECT_EQ(debug.read(kDmstatus), kAlways | kHalted | kResumed);
+    EXPECT_EQ(get(kDpc), kMemory + 18);
+    EXPECT_EQ(get(kDcsr), 0x4000'8043U); // cause 1
+    set(kDpc, kMemory + 20);
+    debug.write(kDmcontrol, 0x4000'0001);
+    EXPECT_EQ(get(kDpc), kMemory + 32);
+    // Without one, and where EBREAK is the program's own affair, it runs.
+    set(kDpc, kMemory + 36);
+    debug.write(kDmcontrol, 0x4000'0001);
+    EXPECT_FALSE(debug.halted());
+    halt();
+    EXPECT_EQ(get(kDpc), kMemory + 36);
+    set(kDpc, kMemory);
+    set(kDcsr, 0);
+    debug.write(kDmcontrol, 0x4000'0001);
+    EXPECT_FALSE(debug.halted());
 }
 
 TEST_F(RiscvDebugTest, AHartThatIsNotThereIsNonexistent) {
@@ -168,9 +205,9 @@ TEST_F(RiscvDebugTest, GivesAndTakesRegistersWhileHalted) {
     }
     set(0x340, 0xDEADBEEF); // mscratch
     EXPECT_EQ(get(0x340), 0xDEADBEEF);
-    EXPECT_EQ(get(0x301), 0x4000'0100U); // misa: RV32I
+    EXPECT_EQ(get(0x301), 0x4000'0104U); // misa: RV32IC
     set(0x301, 0);
-    EXPECT_EQ(get(0x301), 0x4000'0100U);
+    EXPECT_EQ(get(0x301), 0x4000'0104U);
     EXPECT_EQ(get(0xF14), 0U); // mhartid
     EXPECT_EQ(error_of(kWrite32 | 0xF14), 3U);
     EXPECT_EQ(error_of(kRead32 | 0xC22), 3U);  // a CSR that is not there

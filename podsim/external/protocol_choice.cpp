@@ -1,4 +1,4 @@
-#include "podsim/external/protocol.h"
+#include "podsim/external/protocol_choice.h"
 
 #include "podsim/external/jtag_vpi.h"
 #include "podsim/external/remote_bitbang.h"
