@@ -77,6 +77,28 @@ std::optional<Mismatch> compare(const Bits& got, const uint16_t* expected, const
     return mismatch;
 }
 
+bool looks_like_idcode(uint64_t length_bits, const uint16_t* expected, const uint16_t* mask) {
+    constexpr uint64_t kIdCodeBits = 32;
+    const auto bit = [](const uint16_t* words, uint64_t at) {
+        return ((words[at / Bits::kWordBits] >> at % Bits::kWordBits) & 1U) != 0;
+    };
+    uint64_t codes = 0;
+    uint64_t at = 0;
+    while (at < length_bits) {
+        const bool begins = bit(expected, at);
+        codes += begins ? 1 : 0;
+        at += begins ? kIdCodeBits : 1;
+    }
+    if (at != length_bits || codes == 0 || mask == nullptr) {
+        return at == length_bits && codes != 0;
+    }
+    uint64_t compared = 0;
+    for (at = 0; at < length_bits; ++at) {
+        compared += bit(mask, at) ? 1 : 0;
+    }
+    return 2 * compared > length_bits;
+}
+
 Error to_error(const Mismatch& mismatch, std::string_view source_name) {
     const uint64_t first = mismatch.first_bits.empty() ? 0 : mismatch.first_bits.front();
     return {ErrorKind::Target, 0, fmt::format("{}:{}", source_name, mismatch.line),

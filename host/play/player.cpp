@@ -176,6 +176,9 @@ bool Player::agrees(const ScanStep& scan) const {
 
 void Player::judge(const StepSource& source, const Step& step, const ScanPart& part,
                    uint64_t offset) {
+    if (only_idcodes_ && step.scan.path == ScanPath::Dr) {
+        only_idcodes_ = looks_like_idcode(part.length_bits, part.tdo, part.mask);
+    }
     std::optional<Mismatch> mismatch =
         part.length_bits == in_.size()
             ? compare(in_, part.tdo, part.mask)
@@ -185,6 +188,7 @@ void Player::judge(const StepSource& source, const Step& step, const ScanPart& p
     }
     mismatch->line = step.line;
     mismatch->statement = source.statements()[part.statement];
+    mismatch->of_idcode = only_idcodes_ && step.scan.path == ScanPath::Dr;
     ++report_.mismatches;
     if (options_.on_mismatch) {
         options_.on_mismatch(*mismatch);

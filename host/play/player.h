@@ -75,6 +75,7 @@ private:
     Bits out_; // header, body and trailer in one; kept for its memory
     Bits in_;
     StableState tap_ = StableState::Reset;
+    bool only_idcodes_ = true; // so far, of the DR answers that are compared
 };
 
 } // namespace talvor::play

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -27,29 +28,47 @@ using Action = std::function<Status(Context&)>;
 // Takes an option's text; its error, "thing: reason", is an error of the command line.
 using TakeText = std::function<Status(const std::string&)>;
 
+// The numbers that an option takes.
+struct NumberRange {
+    bool integral = false;
+    long double least = 0;
+    long double most = 0;
+    bool least_is_in = true; // the least one itself, too
+};
+
 // An option or a positional value of a command, named by its command line. What it is told to be
 // stands in the help, too.
 class Option {
 public:
     explicit Option(CLI::Option& option) noexcept : option_(&option) {}
+    // One whose values are numbers, which are checked already.
+    Option(CLI::Option& option, const NumberRange& range) noexcept
+        : option_(&option), range_(range) {}
 
     Option& required();
     // What the help calls its value: "FILE".
     Option& type_name(const std::string& name);
     // The help shows the value that the variable has now.
     Option& show_default();
-    // Neither help nor completion know it.
-    Option& hidden();
+    // Neither help nor completion know it; errors call it by the name of what it stands for.
+    Option& hidden(const std::string& stands_for);
 
-    // Every other value is an error.
+    // Every other value is an error that names what is expected. Those of numbers are for numbers.
     Option& range(int32_t least, int32_t most);
     Option& range(uint32_t least, uint32_t most);
     Option& positive();
     Option& not_negative();
     Option& one_of(const std::vector<std::string>& words);
 
+    // It has no effect without the other, or beside it: then it is an error.
+    Option& needs(const Option& other);
+    Option& excludes(const Option& other);
+
 private:
+    Option& limit(const NumberRange& range);
+
     CLI::Option* option_;
+    NumberRange range_;
 };
 
 // The program or one of its commands; a handle that is copied freely, good as long as its command
@@ -78,6 +97,9 @@ public:
     Option option(const std::string& name, TakeText take, const std::string& description);
     Option flag(const std::string& name, bool& value, const std::string& description);
 
+    // Options of the program, by their long names, that this command would pass over: to give one
+    // is an error.
+    void makes_no_use_of(std::vector<std::string> options);
     // What the help ends with.
     void footer(const std::string& text);
     // The first word that it does not know and all behind it go to `rest`.
@@ -116,12 +138,17 @@ public:
     [[nodiscard]] Result<Outcome> parse(const std::vector<std::string>& words);
     // The action of the command that was chosen; empty before.
     [[nodiscard]] const Action& chosen() const noexcept { return chosen_; }
+    // The program's own options that were given, by their long names.
+    [[nodiscard]] std::vector<std::string> given() const;
     // The help or the version that was asked for; "" otherwise.
     [[nodiscard]] const std::string& printed() const noexcept { return printed_; }
 
 private:
     friend class Command;
 
+    [[nodiscard]] Status check_unused() const;
+
+    std::map<const CLI::App*, std::vector<std::string>> unused_; // see makes_no_use_of()
     std::unique_ptr<CLI::App> app_;
     Action chosen_;
     std::string printed_;

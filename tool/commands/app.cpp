@@ -51,7 +51,7 @@ void add_simulation_options(Command& program, CommonOptions& options) {
         options.description = file;
         return {};
     };
-    program.option(kDescriptionOption, describe, "").hidden();
+    program.option(kDescriptionOption, describe, "").hidden("--simulate");
 }
 
 void add_target_options(Command& program, CommonOptions& options) {
@@ -60,8 +60,12 @@ void add_target_options(Command& program, CommonOptions& options) {
                 "Link delay in test clocks, before that of the board file")
         .type_name("CLOCKS")
         .range(0, kMaximumLinkDelay);
+    const auto take_clock = [&options](const std::string& text) -> Status {
+        options.max_hertz = TRY(parse_frequency(text, "--tck"));
+        return {};
+    };
     program
-        .option("--tck", options.test_clock,
+        .option("--tck", take_clock,
                 "Highest test clock, as in 10MHz; before the board file's divider")
         .type_name("FREQUENCY");
     const auto take_lengths = [&options](const std::string& list) -> Status {
@@ -106,6 +110,12 @@ std::vector<std::string> join_simulate(std::vector<std::string> arguments) {
         }
     }
     return joined;
+}
+
+std::vector<std::string> pod_options(std::vector<std::string> more) {
+    more.insert(more.end(),
+                {"--pod", "--wait", "--share", "--link", "--tck", "--ir-lengths", "--patience"});
+    return more;
 }
 
 void build_command_line(CommandLine& line, CommonOptions& options) {

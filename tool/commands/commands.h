@@ -4,6 +4,8 @@
 #include "tool/command_line/command_line.h"
 
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace talvor {
 
@@ -12,6 +14,9 @@ template <typename T>
 std::shared_ptr<T> command_options() {
     return std::make_shared<T>();
 }
+
+// The options that only matter to who connects a pod, and `more`; see Command::makes_no_use_of().
+[[nodiscard]] std::vector<std::string> pod_options(std::vector<std::string> more = {});
 
 void add_info(Command& program);
 void add_chain(Command& program);

@@ -43,12 +43,13 @@ CommandDescription describe_program() {
 
 void add_completion(Command& program) {
     Command command = program.command("completion", "Print a completion script", nullptr);
-    command.command("bash", "For bash: source <(talvor completion bash)",
-                    [](Context&) { return print_script(Shell::Bash); });
-    command.command("zsh", "For zsh, once compinit has run: source <(talvor completion zsh)",
-                    [](Context&) { return print_script(Shell::Zsh); });
-    command.command("fish", "For fish: talvor completion fish | source",
-                    [](Context&) { return print_script(Shell::Fish); });
+    const auto add = [&command](const char* name, const char* about, Shell shell) {
+        command.command(name, about, [shell](Context&) { return print_script(shell); })
+            .makes_no_use_of(pod_options({"--simulate", "--board", "--library", "--json"}));
+    };
+    add("bash", "For bash: source <(talvor completion bash)", Shell::Bash);
+    add("zsh", "For zsh, once compinit has run: source <(talvor completion zsh)", Shell::Zsh);
+    add("fish", "For fish: talvor completion fish | source", Shell::Fish);
 }
 
 } // namespace talvor

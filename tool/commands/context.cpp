@@ -1,7 +1,5 @@
 #include "tool/commands/context.h"
 
-#include "tool/commands/values.h"
-
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -38,6 +36,7 @@ Result<SessionOptions> Context::session_options() const {
     session.library = options.library;
     session.serial = options.pod;
     session.link_delay = options.link_delay;
+    session.max_hertz = options.max_hertz;
     session.instruction_lengths = options.instruction_lengths;
     session.patience = milliseconds_of(options.patience_seconds);
     session.lock.wait = milliseconds_of(options.wait_seconds);
@@ -46,9 +45,6 @@ Result<SessionOptions> Context::session_options() const {
         out.note(fmt::format("the pod is {}; waiting up to {} seconds for it", user,
                              options.wait_seconds));
     };
-    if (!options.test_clock.empty()) {
-        session.max_hertz = TRY(parse_frequency(options.test_clock));
-    }
     // The driver hangs in the main thread for good: nothing can be cleaned up any more. One that
     // keeps to the patience never comes to that.
     session.lost = [this](const Error& error) {

@@ -20,7 +20,7 @@ struct CommonOptions {
     bool simulate = false;
     std::string description; // of the simulated pod; "" is the built-in one
     std::optional<int32_t> link_delay;
-    std::string test_clock; // a frequency text, "" when not given
+    std::optional<double> max_hertz; // of the test clock
     std::vector<uint32_t> instruction_lengths;
     double patience_seconds = 60;
     double wait_seconds = 0; // for a pod that is in use

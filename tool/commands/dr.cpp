@@ -11,12 +11,14 @@ void add_dr(Command& program) {
         [options](Context& context) { return shift(context, ScanPath::Dr, *options); });
     command.option("HEX", options->data, "Data, most significant digit first").required();
     command.option("--bits", options->bits, "Length; else four bits a digit").positive();
+    Option device =
+        command.option("--device", options->device,
+                       "Only this device, from 1, nearest TDI first; the others are in BYPASS");
+    device.positive();
     command
-        .option("--device", options->device,
-                "Only this device, from 1, nearest TDI first; the others are in BYPASS")
-        .positive();
-    command.option("--ir", options->instruction,
-                   "With --device: shift this instruction into it first");
+        .option("--ir", options->instruction, "With --device: shift this instruction into it first")
+        .needs(device);
+    add_fast(command, *options);
     command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
         .type_name("STATE")
         .show_default();

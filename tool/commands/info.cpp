@@ -120,7 +120,8 @@ Status info(Context& context) {
 } // namespace
 
 void add_info(Command& program) {
-    program.command("info", "Show the library, the pod proxy and its pods", info);
+    Command command = program.command("info", "Show the library, the pod proxy and its pods", info);
+    command.makes_no_use_of(pod_options());
 }
 
 } // namespace talvor

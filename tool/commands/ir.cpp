@@ -16,6 +16,7 @@ void add_ir(Command& program) {
         .option("--device", options->device,
                 "Only this device, from 1, nearest TDI first; the others get BYPASS")
         .positive();
+    add_fast(command, *options);
     command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
         .type_name("STATE")
         .show_default();

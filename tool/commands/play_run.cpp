@@ -1,6 +1,7 @@
 #include "tool/commands/play_run.h"
 
 #include "common/text.h"
+#include "host/scan/late_answer.h"
 #include "tool/commands/values.h"
 #include "tool/output/progress_bar.h"
 
@@ -169,6 +170,29 @@ void add_played(Json& json, const PlayRun& run) {
     }
 }
 
+// The stretch of a value that a file compares, whole.
+Bits compared(const Bits& value, const Bits& mask) {
+    size_t first = 0;
+    size_t end = mask.size();
+    while (first < end && !mask[first]) {
+        ++first;
+    }
+    while (end > first && !mask[end - 1]) {
+        --end;
+    }
+    return value.slice(first, end - first);
+}
+
+// A device that is another one, or a link delay that is wrong, is met at the first IDCODE.
+Error mismatch_error(const play::Mismatch& mismatch, const std::string& file) {
+    Error error = play::to_error(mismatch, file);
+    if (mismatch.of_idcode) {
+        error.next_step = next_step_for_idcodes(compared(mismatch.expected, mismatch.mask),
+                                                compared(mismatch.got, mismatch.mask));
+    }
+    return error;
+}
+
 JunitCase check_case(const PlayRun& run) {
     JunitCase result;
     result.name = "check";
@@ -232,7 +256,7 @@ std::optional<Error> error_of(const PlayRun& run) {
         return refused(run);
     }
     if (run.played && run.played->first_mismatch) {
-        return play::to_error(*run.played->first_mismatch, run.file);
+        return mismatch_error(*run.played->first_mismatch, run.file);
     }
     return std::nullopt;
 }

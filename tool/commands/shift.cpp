@@ -1,7 +1,9 @@
 #include "tool/commands/shift.h"
 
 #include "common/text.h"
+#include "tool/command_line/command_line.h"
 #include "tool/commands/context.h"
+#include "tool/commands/unanswered.h"
 #include "tool/commands/values.h"
 
 namespace talvor {
@@ -52,6 +54,17 @@ Result<Chain> chain_for(Context& context, Session& session, ScanPath path,
     return chain;
 }
 
+void choose_mode(PodPort& port, const ShiftOptions& options) {
+    port.set_receive_mode(options.fast ? PodPort::ReceiveMode::Adjusted
+                                       : PodPort::ReceiveMode::Exact);
+}
+
+// Of the scan of the data alone: what goes wrong before it is another matter.
+Result<Bits> answered(Result<Bits> in, const ShiftOptions& options) {
+    return in || options.fast ? std::move(in)
+                              : Result<Bits>(Failure(unanswered(std::move(in).error())));
+}
+
 // One scan through a device while the others are in BYPASS.
 Result<Bits> scan_device(JtagPort& port, const Chain& chain, uint32_t device, ScanPath path,
                          const Bits& data, StableState end) {
@@ -73,6 +86,7 @@ Result<Bits> shift_device(Context& context, Session& session, ScanPath path,
             fmt::format("the chain has {}", count_text(chain.devices.size(), "device")));
     }
     const uint32_t length = chain.devices[options.device - 1].instruction_bits;
+    choose_mode(session.port(), options);
     if (!options.instruction.empty()) {
         const Bits instruction = TRY(parse_bits(options.instruction, length, "instruction"));
         TRY(scan_device(session.port(), chain, options.device, ScanPath::Ir, instruction,
@@ -80,16 +94,25 @@ Result<Bits> shift_device(Context& context, Session& session, ScanPath path,
     }
     const uint64_t bits = options.bits != 0 ? options.bits : path == ScanPath::Ir ? length : 0;
     const Bits data = TRY(parse_bits(options.data, bits, "data"));
-    return scan_device(session.port(), chain, options.device, path, data, end);
+    return answered(scan_device(session.port(), chain, options.device, path, data, end), options);
+}
+
+Result<Bits> shift_whole(PodPort& port, ScanPath path, const Bits& data, StableState end) {
+    Bits in;
+    TRY(port.scan({path, &data, &in, end}));
+    return in;
 }
 
 } // namespace
 
+void add_fast(Command& command, ShiftOptions& options) {
+    command.flag("--fast", options.fast,
+                 "Leave the pod's return path to the driver: one shift without a marker, wrong for "
+                 "scans that are longer or shorter than their path");
+}
+
 Status shift(Context& context, ScanPath path, const ShiftOptions& options) {
     const StableState end = TRY(parse_state(options.end));
-    if (!options.instruction.empty() && options.device == 0) {
-        return usage_error("--ir", "needs --device: the instruction is that device's");
-    }
     // A mistake in the data is to be told before a pod is touched.
     const Bits data = TRY(parse_bits(options.data, options.bits, "data"));
     Session& session = *TRY(context.session());
@@ -97,9 +120,12 @@ Status shift(Context& context, ScanPath path, const ShiftOptions& options) {
     if (options.device != 0) {
         in = TRY(shift_device(context, session, path, options, end));
     } else {
-        TRY(session.port().scan({path, &data, &in, end}));
+        choose_mode(session.port(), options);
+        in = TRY(answered(shift_whole(session.port(), path, data, end), options));
     }
-    TRY(session.port().flush());
+    // A scan that rests in its Pause state is only over then.
+    in = TRY(answered(session.port().flush().map([&in](const auto&) { return std::move(in); }),
+                      options));
     context.out.line("{}", hex_text(in));
     context.out.result(Json{{"path", path == ScanPath::Ir ? "ir" : "dr"},
                             {"bits", in.size()},

@@ -9,6 +9,7 @@
 
 namespace talvor {
 
+class Command;
 class Context;
 
 struct ShiftOptions {
@@ -17,7 +18,10 @@ struct ShiftOptions {
     uint32_t device = 0;      // from 1, nearest TDI first; 0: the whole chain
     std::string end = "idle"; // state to end in
     std::string instruction;  // dr only: what to shift into the device before
+    bool fast = false;        // no exact scan, see PodPort
 };
+
+void add_fast(Command& command, ShiftOptions& options);
 
 // Shifts and prints what came out. With a device the others are in BYPASS: `ir` shifts ones into
 // them, `dr` adds their bits.

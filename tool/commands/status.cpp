@@ -217,12 +217,11 @@ void add_status(Command& program) {
     Command command =
         program.command("status", "Show pod, cable, power, clock and pins",
                         [options](Context& context) { return status(context, *options); });
-    command
-        .option("--watch", options->watch_seconds,
-                "Show it again every so many seconds, whatever happens to the pod")
-        .type_name("SECONDS")
-        .positive();
-    command.option("--count", options->count, "With --watch: so many times, then end");
+    Option watch =
+        command.option("--watch", options->watch_seconds,
+                       "Show it again every so many seconds, whatever happens to the pod");
+    watch.type_name("SECONDS").positive();
+    command.option("--count", options->count, "With --watch: so many times, then end").needs(watch);
 }
 
 } // namespace talvor

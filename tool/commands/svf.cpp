@@ -9,6 +9,7 @@
 #include "tool/commands/context.h"
 #include "tool/commands/play_picture.h"
 #include "tool/commands/play_run.h"
+#include "tool/commands/unanswered.h"
 #include "tool/output/progress_bar.h"
 
 #include <optional>
@@ -41,9 +42,12 @@ play::ProgressHook progress_hook(ProgressBar& bar) {
 }
 
 // Why a pass ended. The progress hook can only say stop; the reason is the user's.
-Error told(Error error) {
+Error told(Error error, const SvfOptions& options) {
     Status interrupted = check_interrupt();
-    return interrupted ? error : std::move(interrupted).error();
+    if (!interrupted) {
+        return std::move(interrupted).error();
+    }
+    return options.fast ? error : unanswered(std::move(error));
 }
 
 // What to do about it, where the error does not say.
@@ -86,7 +90,7 @@ void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& 
         Result<play::CheckReport> checked =
             play::check(source, {progress_hook(bar), options.dry_run ? nullptr : &plan});
         if (!checked) {
-            run.error = told(std::move(checked).error());
+            run.error = told(std::move(checked).error(), options);
             return;
         }
         run.checked = *std::move(checked);
@@ -99,7 +103,7 @@ void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& 
     const bool from_plan = run.checked && plan.whole();
     if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : source);
         !status) {
-        run.error = told(std::move(status).error());
+        run.error = told(std::move(status).error(), options);
     }
     run.played = player.report();
 }
@@ -134,9 +138,6 @@ Status check_picture(const SvfOptions& options) {
 }
 
 Status svf_command(Context& context, const SvfOptions& options) {
-    if (options.exact && options.fast) {
-        return usage_error("--fast", "it cannot be had with --exact", "give one of them");
-    }
     TRY(check_picture(options));
     const auto source = TRY(svf::FileSource::open(options.file));
     std::optional<PlayPicture> picture;
@@ -162,6 +163,24 @@ Status svf_command(Context& context, const SvfOptions& options) {
     return reported ? drawn : reported;
 }
 
+// With --dry-run nothing is played, so that none of these has a say.
+void add_ways_to_play(Command& command, SvfOptions& options, const Option& dry_run) {
+    const auto flag = [&](const char* name, bool& value, const char* about) {
+        return command.flag(name, value, about).excludes(dry_run);
+    };
+    flag("--keep-going", options.keep_going, "Go on after a scan answers wrong");
+    flag("--no-check", options.no_check, "Play at once, without checking the whole file first");
+    flag("--no-reset", options.no_reset,
+         "Do not begin in Test-Logic-Reset, but where the TAP stands");
+    const Option exact =
+        flag("--exact", options.exact,
+             "Every answer is that of the same clocks on a bare TAP; this is the default");
+    flag("--fast", options.fast,
+         "Leave the pod's return path to the driver: wrong for scans that are longer or "
+         "shorter than their path")
+        .excludes(exact);
+}
+
 } // namespace
 
 void add_svf(Command& program) {
@@ -170,17 +189,9 @@ void add_svf(Command& program) {
         program.command("svf", "Check an SVF file, then play it",
                         [options](Context& context) { return svf_command(context, *options); });
     command.option("FILE", options->file, "SVF file; - is the standard input").required();
-    command.flag("--keep-going", options->keep_going, "Go on after a scan answers wrong");
-    command.flag("--dry-run", options->dry_run, "Only check whether the pod can play it");
-    command.flag("--no-check", options->no_check,
-                 "Play at once, without checking the whole file first");
-    command.flag("--no-reset", options->no_reset,
-                 "Do not begin in Test-Logic-Reset, but where the TAP stands");
-    command.flag("--exact", options->exact,
-                 "Every answer is that of the same clocks on a bare TAP; this is the default");
-    command.flag("--fast", options->fast,
-                 "Leave the pod's return path to the driver: wrong for scans that are longer or "
-                 "shorter than their path");
+    Option dry_run =
+        command.flag("--dry-run", options->dry_run, "Only check whether the pod can play it");
+    add_ways_to_play(command, *options, dry_run);
     command.flag("--strict", options->strict,
                  "Refuse what the pod can only play otherwise than written, to the same effect");
     command.option("--junit", options->junit, "Write the results as JUnit XML into this file")

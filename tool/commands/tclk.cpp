@@ -3,6 +3,7 @@
 #include "host/session/chain_trial.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
+#include "tool/commands/values.h"
 
 #include <algorithm>
 #include <array>
@@ -24,12 +25,15 @@ struct TclkOptions {
 
 constexpr size_t kBarWidth = 32;
 
+// The driver's own reader takes a number without a unit, and one with a leading 0 for octal.
 Result<coord_t> parse_coordinate(const Library::TestClockFunctions& functions,
-                                 const std::string& text) {
+                                 const std::string& text, const char* what) {
+    constexpr double kHertzOfMegahertz = 1e6;
+    const double hertz = TRY(parse_frequency(text, what));
     coord_t coordinate = PLL_TCLK_W_NOTHING;
-    if (functions.from_text(text.c_str(), &coordinate)) {
-        return usage_error(
-            text, "is no test-clock frequency: expected up to 64 MHz, as in 10.5, 12.5MHz, 500kHz");
+    if (functions.from_text(fmt::format("{:.9f}MHz", hertz / kHertzOfMegahertz).c_str(),
+                            &coordinate)) {
+        return usage_error(what, fmt::format("{} is no test clock: expected up to 64MHz", text));
     }
     return coordinate;
 }
@@ -48,7 +52,7 @@ std::string coordinate_text(coord_t coordinate) {
 Status convert(Context& context, const TclkOptions& options) {
     const Library library = TRY(context.library());
     const Library::TestClockFunctions functions = TRY(library.test_clock());
-    const coord_t coordinate = TRY(parse_coordinate(functions, options.text));
+    const coord_t coordinate = TRY(parse_coordinate(functions, options.text, "FREQUENCY"));
     const hertz_t hertz = functions.to_hertz(coordinate);
     TextTable table({});
     table.add({"coordinate", fmt::format("{}: 2^{} x (1 + {}/64) MHz", coordinate_text(coordinate),
@@ -76,14 +80,16 @@ Result<SearchLimits> search_limits(const Library::TestClockFunctions& functions,
     limits.advance = options.advance;
     limits.retreat = options.retreat;
     struct Given {
+        const char* option;
         const std::string& text;
         coord_t& value;
     };
-    for (const Given& given :
-         {Given{options.start, limits.start}, Given{options.finish, limits.finish},
-          Given{options.minimum, limits.minimum}, Given{options.maximum, limits.maximum}}) {
+    for (const Given& given : {Given{"--start", options.start, limits.start},
+                               Given{"--finish", options.finish, limits.finish},
+                               Given{"--minimum", options.minimum, limits.minimum},
+                               Given{"--maximum", options.maximum, limits.maximum}}) {
         if (!given.text.empty()) {
-            given.value = TRY(parse_coordinate(functions, given.text));
+            given.value = TRY(parse_coordinate(functions, given.text, given.option));
         }
     }
     return limits;
@@ -208,13 +214,15 @@ void add_convert(Command& clocks, const std::shared_ptr<TclkOptions>& options) {
     Command command =
         clocks.command("convert", "Show a frequency as coordinate and in hertz (needs no pod)",
                        [options](Context& context) { return convert(context, *options); });
-    command.option("FREQUENCY", options->text, "As in 10.5, 12.5MHz, 500kHz").required();
+    command.option("FREQUENCY", options->text, "As in 10.5MHz, 500kHz").required();
+    command.makes_no_use_of(pod_options({"--simulate"}));
 }
 
 void add_search(Command& clocks, const std::shared_ptr<TclkOptions>& options) {
     Command command = clocks.command(
         "search", "Find the highest test clock at which the chain works (resets the TAPs)",
         [options](Context& context) { return search(context, *options); });
+    command.makes_no_use_of({"--tck"}); // --maximum says it
     const auto frequency = [&command](const char* name, std::string& text, const char* about) {
         command.option(name, text, about).type_name("FREQUENCY");
     };

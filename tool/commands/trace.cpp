@@ -133,8 +133,9 @@ void add_trace(Command& program) {
     Command command = program.command(
         "trace", "Run another command on a simulated pod, and draw what its target saw",
         [options](Context& context) { return trace(context, *options); });
-    command.option("--svg", options->svg, "Draw into this file").type_name("FILE");
-    command.option("--title", options->title, "Title of the picture");
+    Option svg = command.option("--svg", options->svg, "Draw into this file");
+    svg.type_name("FILE");
+    command.option("--title", options->title, "Title of the picture").needs(svg);
     command.flag("--text", options->text, "Draw in the terminal, also beside --svg");
     command.option("--vcd", options->vcd, "Keep the whole waveform in this file").type_name("FILE");
     command
@@ -145,9 +146,11 @@ void add_trace(Command& program) {
         .show_default();
     command.flag("--vcd-plain", options->vcd_plain,
                  "Wires of one bit only in that file, no names of states, as sigrok likes it");
-    command.option("--first", options->first, "First TCK to draw").show_default();
+    Option first = command.option("--first", options->first, "First TCK to draw");
+    first.show_default();
     command.option("--count", options->count, "How many TCKs to draw").positive().show_default();
-    command.flag("--last", options->last, "Draw the last TCKs instead of the first");
+    command.flag("--last", options->last, "Draw the last TCKs instead of the first")
+        .excludes(first);
     command.footer("COMMAND and its options stand last: talvor trace --svg scan.svg chain");
     // Everything from the inner command on is its own.
     command.take_rest(options->command);

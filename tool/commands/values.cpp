@@ -26,6 +26,8 @@ constexpr std::array kStateWords{
     StateWord{"drpause", StableState::PauseDr}, StateWord{"irpause", StableState::PauseIr},
 };
 
+constexpr const char* kFrequencies = "something like 10.5MHz, 500kHz or 32768Hz";
+
 std::string lower(std::string_view text) {
     std::string result(text);
     std::transform(result.begin(), result.end(), result.begin(),
@@ -34,7 +36,7 @@ std::string lower(std::string_view text) {
 }
 
 double unit_factor(std::string_view unit) {
-    if (unit.empty() || unit == "hz") {
+    if (unit == "hz") {
         return 1;
     }
     if (unit == "k" || unit == "khz") {
@@ -48,17 +50,21 @@ double unit_factor(std::string_view unit) {
 
 } // namespace
 
-Result<double> parse_frequency(std::string_view text) {
+Result<double> parse_frequency(std::string_view text, std::string_view what) {
     const std::string word = lower(text);
     double value = 0;
     const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), value);
     std::string_view unit(end, static_cast<size_t>(word.data() + word.size() - end));
     unit.remove_prefix(std::min(unit.find_first_not_of(' '), unit.size()));
     const double factor = unit_factor(unit);
-    if (error != std::errc() || factor == 0 || !std::isfinite(value) || value <= 0) {
-        return usage_error(std::string(text),
-                           "is no frequency: expected something like 10.5MHz, 500kHz "
-                           "or 32768");
+    const bool positive = error == std::errc() && std::isfinite(value) && value > 0;
+    if (positive && unit.empty()) {
+        return usage_error(std::string(what),
+                           fmt::format("{} has no unit: expected {}", text, kFrequencies));
+    }
+    if (!positive || factor == 0) {
+        return usage_error(std::string(what),
+                           fmt::format("{} is no frequency: expected {}", text, kFrequencies));
     }
     return value * factor;
 }

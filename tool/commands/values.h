@@ -16,8 +16,9 @@ namespace talvor {
 // what its own is; this is what a command line may ask for before there is one.
 inline constexpr int32_t kMaximumLinkDelay = 31;
 
-// "10MHz", "10.5 MHz", "500k", "32768": hertz without a unit. Errors: ErrorKind::Usage.
-[[nodiscard]] Result<double> parse_frequency(std::string_view text);
+// "10MHz", "10.5 MHz", "500k", "32768Hz", in Hz; a number without a unit is none. `what` is the
+// thing in the error (ErrorKind::Usage).
+[[nodiscard]] Result<double> parse_frequency(std::string_view text, std::string_view what);
 // reset, idle, pausedr, pauseir; also the names of other tools (drpause, irpause, rti, tlr).
 [[nodiscard]] Result<StableState> parse_state(std::string_view text);
 [[nodiscard]] std::string_view state_word(StableState state) noexcept;

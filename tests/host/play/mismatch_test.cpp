@@ -81,5 +81,25 @@ TEST(MismatchTest, LongValuesAreShownAroundTheFirstDifference) {
               std::string::npos);
 }
 
+bool idcodes(const Bits& expected, const Bits* mask = nullptr) {
+    return looks_like_idcode(expected.size(), expected.words().data(),
+                             mask == nullptr ? nullptr : mask->words().data());
+}
+
+TEST(LooksLikeIdCodeTest, TakesWhatAResetLeavesInAChain) {
+    EXPECT_TRUE(idcodes(hex("05707E35", 32)));
+    EXPECT_TRUE(idcodes(hex("0581BCFC63456789A3D5A07E305707E35", 129))); // with a BYPASS bit
+    const Bits version = hex("0FFFFFFF", 32);
+    EXPECT_TRUE(idcodes(hex("05707E35", 32), &version));
+}
+
+TEST(LooksLikeIdCodeTest, TakesNothingElse) {
+    EXPECT_FALSE(idcodes(hex("05707E34", 32))); // would be a device without a code, and a piece
+    EXPECT_FALSE(idcodes(hex("5", 4)));
+    EXPECT_FALSE(idcodes(Bits(32)));
+    const Bits little = hex("000000FF", 32);
+    EXPECT_FALSE(idcodes(hex("05707E35", 32), &little));
+}
+
 } // namespace
 } // namespace talvor::play

@@ -121,6 +121,10 @@ TEST(ShiftTest, AddressesOneDevice) {
 // A part of a path answers right, and leaves the rest of it where it belongs.
 TEST(ShiftTest, AScanMayBeShorterThanItsPathOrLonger) {
     expect_done(simulated({"dr", "0x12"}), "0x35\n");
+    expect_done(simulated({"dr", "0x12", "--fast"}), "0x35\n");
+    // With the driver's adjustment ones come out before the data.
+    expect_done(simulated({"dr", "0x1234", "--device", "3", "--ir", "0x1F", "--fast"}), "0xFFF8\n");
+    expect_done(simulated({"ir", "0x1FFFFFFFF", "--bits", "33", "--fast"}), "0x008840401\n");
     expect_done(simulated({"dr", "0", "--bits", "140"}), "0x000581BCFC63456789A3D5A07E305707E35\n");
     expect_done(simulated({"ir", "0x1", "--bits", "2"}), "0x1\n");
 }

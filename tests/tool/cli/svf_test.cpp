@@ -383,8 +383,28 @@ TEST(SvfTest, ALongScanComesBackThroughBypass) {
     EXPECT_EQ(fast.err.find("--exact"), std::string::npos);
     const Outcome both = play(text, {"--fast", "--exact"});
     EXPECT_EQ(both.status, 2);
-    EXPECT_NE(both.err.find("--fast: it cannot be had with --exact"), std::string::npos)
-        << both.err;
+    EXPECT_NE(both.err.find("--exact: cannot be had with --fast"), std::string::npos) << both.err;
+}
+
+// Where a file begins with IDCODEs, the first mismatch says what that means.
+TEST(SvfTest, AFirstIdCodeThatDiffersSaysWhy) {
+    const std::string chain = "STATE RESET;\nSDR 129 TDI (0) TDO "
+                              "(0581BCFC63456789A3D5A07E305707E35);\n";
+    const Outcome late = play(chain, {"--link", "2", "--json"});
+    EXPECT_EQ(late.status, 1);
+    EXPECT_EQ(document(late).at("error").at("next_step"),
+              "the answer comes 1 test clock late, so the link delay is wrong: find the right one "
+              "with 'talvor link find'");
+    EXPECT_NE(late.err.find("\n  next: the answer comes 1 test clock late"), std::string::npos);
+    const Outcome other = play("STATE RESET;\nSDR 32 TDI (0) TDO (05707F35) MASK (0FFFFFFF);\n");
+    EXPECT_NE(other.err.find("\n  next: it is another device, unless bits are lost on the way"),
+              std::string::npos)
+        << other.err;
+    // What comes behind another answer is no IDCODE, whatever it looks like.
+    const Outcome later = play("STATE RESET;\nSDR 8 TDI (0) TDO (35);\n"
+                               "SDR 32 TDI (0) TDO (05707F35);\n");
+    EXPECT_EQ(later.status, 1);
+    EXPECT_EQ(later.err.find("next:"), std::string::npos) << later.err;
 }
 
 TEST(SvfTest, ShowsProgressWhenAsked) {

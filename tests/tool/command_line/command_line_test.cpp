@@ -79,6 +79,7 @@ struct Values {
     std::optional<std::string> file;
     std::optional<uint32_t> serial;
     std::optional<int32_t> delay;
+    double period = 1;
     bool flag = false;
 };
 
@@ -90,6 +91,7 @@ void add_values(Command command, Values& values) {
     command.option("--file", values.file, "").type_name("FILE");
     command.option("--serial", values.serial, "");
     command.option("--delay", values.delay, "").range(-2, 31);
+    command.option("--period", values.period, "").positive();
     command.flag("--flag", values.flag, "");
     command.option("WORDS", values.words, "").required();
 }
@@ -129,12 +131,22 @@ TEST(OptionsTest, KeepTheirDefaults) {
 TEST(OptionsTest, RefuseWhatTheirChecksDoNotAllow) {
     for (const auto& [words, error] : {
              std::pair<Words, std::string_view>{{"do", "--text", "x", "a"}, "--text: x not in "},
-             {{"do", "--seconds", "-1", "a"}, "--seconds: "},
-             {{"do", "--count", "10", "a"}, "--count: Value 10 not in range 1 to 9"},
-             {{"do", "--count", "x", "a"}, "--count: "},
-             {{"do", "--bits", "0", "a"}, "--bits: "},
-             {{"do", "--delay", "-3", "a"}, "--delay: Value -3 not in range -2 to 31"},
-             {{"do", "--serial", "-1", "a"}, "Could not convert: --serial = -1"},
+             {{"do", "--seconds", "-1", "a"}, "--seconds: -1: expected a number, 0 or more / "},
+             {{"do", "--seconds", "nan", "a"}, "--seconds: nan: expected a number, 0 or more / "},
+             {{"do", "--seconds", "inf", "a"}, "--seconds: inf: expected a number, 0 or more / "},
+             {{"do", "--count", "10", "a"}, "--count: 10: expected a number from 1 to 9 / "},
+             {{"do", "--count", "0", "a"}, "--count: 0: expected a number from 1 to 9 / "},
+             {{"do", "--count", "x", "a"}, "--count: x: expected a number from 1 to 9 / "},
+             {{"do", "--count"}, "--count: needs a value / "},
+             {{"do", "--bits", "0", "a"},
+              "--bits: 0: expected a number from 1 to 18446744073709551615 / "},
+             {{"do", "--bits", "18446744073709551616", "a"},
+              "--bits: 18446744073709551616: expected a number from 1 to 18446744073709551615 / "},
+             {{"do", "--delay", "-3", "a"}, "--delay: -3: expected a number from -2 to 31 / "},
+             {{"do", "--delay", "32", "a"}, "--delay: 32: expected a number from -2 to 31 / "},
+             {{"do", "--serial", "-1", "a"},
+              "--serial: -1: expected a number from 0 to 4294967295 / "},
+             {{"do", "--period", "0", "a"}, "--period: 0: expected a number of more than 0 / "},
              {{"do"}, "WORDS is required / run 'prog do --help'"},
          }) {
         CommandLine line("prog", "");
@@ -143,6 +155,71 @@ TEST(OptionsTest, RefuseWhatTheirChecksDoNotAllow) {
         const std::string told = error_of(line, words);
         EXPECT_TRUE(told.starts_with(error)) << testing::PrintToString(words) << "\n" << told;
     }
+}
+
+TEST(OptionsTest, ThatNeedOrExcludeOthersSaySo) {
+    for (const auto& [words, error] : {
+             std::pair<Words, std::string_view>{{"do", "--count", "1"},
+                                                "--count: has no effect without --watch / "},
+             {{"do", "--watch", "--last", "--first"}, "--first: cannot be had with --last / "},
+             {{"do", "--watch", "--count", "1", "--last"}, ""},
+         }) {
+        CommandLine line("prog", "");
+        Values values;
+        bool first = false;
+        bool last = false;
+        Command command = line.program().command("do", "", nothing);
+        const Option watch = command.flag("--watch", values.flag, "");
+        command.option("--count", values.count, "").needs(watch);
+        const Option first_option = command.flag("--first", first, "");
+        command.flag("--last", last, "").excludes(first_option);
+        const std::string told = error_of(line, words);
+        EXPECT_EQ(told.substr(0, error.size()), error);
+        EXPECT_EQ(told.empty(), error.empty()) << told;
+    }
+}
+
+TEST(OptionsTest, OfTheProgramThatACommandPassesOverAreRefused) {
+    for (const auto& [words, error] : {
+             std::pair<Words, std::string>{{"do", "--pod", "3"},
+                                           "--pod: 'prog do' makes no use of it / leave it away"},
+             {{"--short", "do"}, "--pod: 'prog do' makes no use of it / leave it away"},
+             {{"do", "--flag"}, ""},
+             {{"other", "--pod", "3"}, ""},
+         }) {
+        CommandLine line("prog", "");
+        Values values;
+        line.program().option("--pod", values.serial, "");
+        line.program().flag("--short", values.flag, "").hidden("--pod");
+        line.program().flag("--flag", values.flag, "");
+        line.program().command("do", "", nothing).makes_no_use_of({"--pod"});
+        line.program().command("other", "", nothing);
+        EXPECT_EQ(error_of(line, words), error);
+    }
+}
+
+TEST(CommandLineTest, HelpAboutAWordThatIsNoCommandIsAnError) {
+    CommandLine line("prog", "");
+    Command link = line.program().command("link", "", nothing);
+    link.command("find", "", nothing);
+    Values values;
+    Command open = line.program().command("open", "", nothing);
+    open.option("WORD", values.text, "");
+    EXPECT_EQ(error_of(line, {"lnik", "--help"}), "lnik: is no command / run 'prog --help'");
+    EXPECT_EQ(error_of(line, {"link", "fnid", "--help"}),
+              "fnid: is not expected here / run 'prog link --help'");
+    EXPECT_EQ(error_of(line, {"open", "x", "--help"}), "");
+}
+
+TEST(CommandTest, WithARestNamesTheOptionThatIsAtFault) {
+    CommandLine line("prog", "");
+    Values values;
+    Words rest;
+    Command trace = line.program().command("trace", "", nothing);
+    trace.option("--count", values.count, "").positive();
+    trace.take_rest(rest);
+    EXPECT_EQ(error_of(line, {"trace", "--count", "0", "dr", "FF"}),
+              "--count: 0: expected a number from 1 to 4294967295 / run 'prog trace --help'");
 }
 
 TEST(OptionsTest, MayReadTheirTextThemselves) {
@@ -190,7 +267,7 @@ TEST(CommandTest, NamesItsOptionsButTheHiddenOnes) {
     std::string text;
     Command command = line.program().command("do", "what it does", nothing);
     command.option("--seen", text, "");
-    command.option("--unseen", text, "").hidden();
+    command.option("--unseen", text, "").hidden("--seen");
     command.option("PLACE", text, "");
     EXPECT_EQ(command.name(), "do");
     EXPECT_EQ(command.description(), "what it does");

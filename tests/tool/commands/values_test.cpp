@@ -12,8 +12,8 @@ TEST(ParseFrequencyTest, TakesHertzAndUnits) {
     };
     for (const Case& one :
          {Case{"10MHz", 10e6}, Case{"10.5 MHz", 10.5e6}, Case{"500kHz", 500e3}, Case{"500k", 500e3},
-          Case{"2m", 2e6}, Case{"32768", 32768}, Case{"1e6", 1e6}, Case{"488 Hz", 488}}) {
-        const Result<double> hertz = parse_frequency(one.text);
+          Case{"2m", 2e6}, Case{"32768Hz", 32768}, Case{"1e6hz", 1e6}, Case{"488 Hz", 488}}) {
+        const Result<double> hertz = parse_frequency(one.text, "--tck");
         ASSERT_TRUE(hertz) << one.text;
         EXPECT_DOUBLE_EQ(*hertz, one.hertz) << one.text;
     }
@@ -21,10 +21,23 @@ TEST(ParseFrequencyTest, TakesHertzAndUnits) {
 
 TEST(ParseFrequencyTest, RefusesWhatIsNone) {
     for (const char* text : {"", "MHz", "0", "-1", "10GHz", "10 MHz x", "nan", "inf", "1MHzz"}) {
-        const Result<double> hertz = parse_frequency(text);
+        const Result<double> hertz = parse_frequency(text, "--tck");
         ASSERT_FALSE(hertz) << text;
         EXPECT_EQ(hertz.error().kind, ErrorKind::Usage);
-        EXPECT_EQ(hertz.error().thing, text);
+        EXPECT_EQ(hertz.error().thing, "--tck");
+        EXPECT_EQ(hertz.error().reason,
+                  std::string(text) +
+                      " is no frequency: expected something like 10.5MHz, 500kHz or 32768Hz");
+    }
+}
+
+TEST(ParseFrequencyTest, RefusesANumberWithoutAUnit) {
+    for (const char* text : {"10", "10.5", "1e6"}) {
+        const Result<double> hertz = parse_frequency(text, "--tck");
+        ASSERT_FALSE(hertz) << text;
+        EXPECT_EQ(hertz.error().reason,
+                  std::string(text) +
+                      " has no unit: expected something like 10.5MHz, 500kHz or 32768Hz");
     }
 }
 
