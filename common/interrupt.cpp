@@ -10,6 +10,7 @@
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <sys/prctl.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 namespace talvor {
@@ -21,6 +22,12 @@ std::atomic<int> g_signal{0};
 static_assert(std::atomic<int>::is_always_lock_free, "the handler may only use such");
 // Readable for good once a signal has asked, so that a sleep which begins just then ends, too.
 std::atomic<int> g_asked{-1};
+
+// What check_interrupt() says about the end of the time; written before the time runs.
+std::string& over_reason() {
+    static std::string reason;
+    return reason;
+}
 
 void remember(int signal) {
     const int error = errno;
@@ -42,8 +49,9 @@ timespec time_of(std::chrono::nanoseconds time) {
 
 } // namespace
 
-void watch_interrupts() {
-    g_asked = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+namespace {
+
+void watch_signals() {
     struct sigaction action {};
     action.sa_handler = remember;
     // Back to the default with the first signal.
@@ -55,6 +63,36 @@ void watch_interrupts() {
     }
 }
 
+} // namespace
+
+void watch_interrupts() {
+    g_asked = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    watch_signals();
+}
+
+void interrupt_after(std::chrono::nanoseconds time, const std::string& reason) {
+    over_reason() = reason;
+    struct sigaction action {};
+    action.sa_handler = remember;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGALRM, &action, nullptr);
+    // No time at all would set no timer.
+    const timespec left = time_of(std::max(time, std::chrono::nanoseconds(1000)));
+    const itimerval timer{.it_interval = {}, .it_value = {left.tv_sec, left.tv_nsec / 1000}};
+    setitimer(ITIMER_REAL, &timer, nullptr);
+}
+
+bool time_is_over() noexcept {
+    return interrupt_signal() == SIGALRM;
+}
+
+void forget_interrupt() {
+    uint64_t count = 0;
+    [[maybe_unused]] const ssize_t emptied = read(g_asked.load(), &count, sizeof count);
+    g_signal.store(0);
+    watch_signals();
+}
+
 int interrupt_signal() noexcept {
     return g_signal.load();
 }
@@ -62,6 +100,9 @@ int interrupt_signal() noexcept {
 Status check_interrupt() {
     if (interrupt_signal() == 0) {
         return {};
+    }
+    if (time_is_over()) {
+        return refused_error("timeout", over_reason());
     }
     return refused_error("interrupted", "stopped at the user's request");
 }
@@ -76,6 +117,14 @@ void sleep_unless_interrupted(std::chrono::nanoseconds time) {
             return;
         }
     }
+}
+
+Status await_input(int fd) {
+    std::array<pollfd, 2> waits{pollfd{.fd = fd, .events = POLLIN, .revents = 0},
+                                pollfd{.fd = g_asked.load(), .events = POLLIN, .revents = 0}};
+    while (poll(waits.data(), waits.size(), -1) < 0 && errno == EINTR) {
+    }
+    return check_interrupt();
 }
 
 void end_by_signal(int signal) {

@@ -4,18 +4,29 @@
 #include "common/result.h"
 
 #include <chrono>
+#include <string>
 
 namespace talvor {
 
 // From now on a first SIGINT, SIGTERM, SIGQUIT or SIGHUP only asks for the end; a second one of the
 // same kind kills as usual. A SIGHUP that was ignored before (nohup) stays ignored.
 void watch_interrupts();
+// Asks for the end when `time` is over, as SIGALRM; `reason` is what check_interrupt() then says.
+// Once, after watch_interrupts().
+void interrupt_after(std::chrono::nanoseconds time, const std::string& reason);
+// Whether that has come.
+[[nodiscard]] bool time_is_over() noexcept;
+// Nobody has asked, and the next signal asks again: for a program that has ended what was asked to
+// end, and goes on.
+void forget_interrupt();
 // The signal that has asked, or 0.
 [[nodiscard]] int interrupt_signal() noexcept;
 // An error when a signal has asked, for loops and ports to return.
 [[nodiscard]] Status check_interrupt();
 // Sleeps that long, or until a signal asks for the end, then or before.
 void sleep_unless_interrupted(std::chrono::nanoseconds time);
+// Waits until `fd` can be read, or is at its end. The error is that of check_interrupt().
+[[nodiscard]] Status await_input(int fd);
 // Ends this process by `signal`, as if nobody had taken it: for a program that has cleaned up, so
 // that its shell sees what stopped it. Without a core file.
 void end_by_signal(int signal);

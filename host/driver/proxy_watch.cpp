@@ -1,6 +1,7 @@
 #include "host/driver/proxy_watch.h"
 
 #include "common/file_descriptor.h"
+#include "common/interrupt.h"
 #include "host/driver/device_table.h"
 #include "shm_structs.h"
 
@@ -149,6 +150,9 @@ void ProxyWatch::stand_in(std::unique_lock<std::mutex>& lock) {
 std::optional<Error> ProxyWatch::look(std::chrono::nanoseconds busy) const {
     if (busy < kGrace) {
         return std::nullopt;
+    }
+    if (time_is_over()) {
+        return lost_proxy("it has not answered in time");
     }
     const ProxyState state = proxy_state();
     if (state.life == ProxyLife::Absent || state.life == ProxyLife::Dead) {

@@ -245,6 +245,15 @@ Status PodPort::set_clock(const ClockSetting& setting) {
     return {};
 }
 
+Status PodPort::renew() {
+    (void)leave_scan();
+    scan_->abandon();
+    line_->forget_state();
+    mode_ = ReceiveMode::Exact;
+    TRY(set_max_frequency(std::nullopt));
+    return ask_state().map([](const auto&) { return Done(); });
+}
+
 Result<StableState> PodPort::ask_state() {
     if (scan_->open()) {
         TRY(scan_->settle());

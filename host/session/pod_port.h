@@ -77,6 +77,9 @@ public:
     // The present test-clock frequency.
     [[nodiscard]] uint64_t hertz() const noexcept { return clock_.hertz(setting_); }
 
+    // As a port that was just opened, whatever was done with the pod since, or left undone: exact
+    // answers, the configured clock, and the controller is asked where the TAP stands.
+    [[nodiscard]] Status renew();
     // The last thing before the pod is disconnected: like flush(), and nobody can do anything about
     // a failure any more.
     void close() noexcept;

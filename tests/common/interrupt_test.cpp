@@ -83,5 +83,53 @@ TEST(SleepTest, EndsByItselfWhereNobodyWatches) {
     EXPECT_EQ(interrupt_signal(), 0);
 }
 
+[[noreturn]] void run_out_of_time() {
+    watch_interrupts();
+    interrupt_after(std::chrono::milliseconds(5), "it took too long");
+    sleep_unless_interrupted(std::chrono::hours(10));
+    const Status over = check_interrupt();
+    const bool told = time_is_over() && !over && over.error().reason == "it took too long";
+    std::_Exit(told ? 0 : 1);
+}
+
+TEST(InterruptAfterTest, AsksWhenTheTimeIsOver) {
+    EXPECT_EXIT(run_out_of_time(), testing::ExitedWithCode(0), "");
+}
+
+[[noreturn]] void ask_forget_and_ask_again() {
+    watch_interrupts();
+    raise(SIGINT);
+    forget_interrupt();
+    if (interrupt_signal() != 0 || !check_interrupt()) {
+        std::_Exit(1);
+    }
+    raise(SIGINT); // would end it, had the handler not been set again
+    sleep_unless_interrupted(std::chrono::hours(10));
+    std::_Exit(interrupt_signal() == SIGINT ? 0 : 2);
+}
+
+TEST(ForgetInterruptTest, LeavesTheNextOneToAskAgain) {
+    EXPECT_EXIT(ask_forget_and_ask_again(), testing::ExitedWithCode(0), "");
+}
+
+[[noreturn]] void await_a_pipe(bool interrupted) {
+    watch_interrupts();
+    int ends[2];
+    if (pipe(ends) != 0) {
+        std::_Exit(1);
+    }
+    if (interrupted) {
+        raise(SIGTERM);
+    } else if (write(ends[1], "x", 1) != 1) {
+        std::_Exit(2);
+    }
+    std::_Exit(await_input(ends[0]) ? 0 : 3);
+}
+
+TEST(AwaitInputTest, EndsWithInputOrASignal) {
+    EXPECT_EXIT(await_a_pipe(false), testing::ExitedWithCode(0), "");
+    EXPECT_EXIT(await_a_pipe(true), testing::ExitedWithCode(3), "");
+}
+
 } // namespace
 } // namespace talvor
