@@ -140,7 +140,7 @@ std::vector<House> houses() {
          150},
         {"tool",
          with_host_headers({"common", "host"}),
-         {{"output", "command_line"}, {"commands"}, {"main.cpp"}},
+         {{"output", "command_line"}, {"terminal"}, {"commands"}, {"main.cpp"}},
          80},
     };
 }

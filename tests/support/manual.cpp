@@ -46,8 +46,10 @@ std::vector<Box> boxes_of(const std::string& path) {
 void run_box(const Box& box, const fs::path& folder) {
     const fs::path programs = fs::path(built_program("talvor-podsim")).parent_path();
     const std::string script = folder / "box.sh";
-    std::ofstream(script) << "set -e\ncd " << folder << "\nPATH=" << programs.string() << ":$PATH\n"
-                          << box.commands;
+    std::ofstream(script)
+        << "set -e\ncd " << folder << "\nPATH=" << programs.string() << ":$PATH\n"
+        << "unset TALVOR_BOARD; export TALVOR_PARTS= XDG_CONFIG_HOME=/nonexistent\n"
+        << box.commands;
     const ProgramResult result = run_program({"/bin/sh", script});
     EXPECT_EQ(result.status, 0) << "line " << box.line << ": " << result.errors;
     if (box.output) {

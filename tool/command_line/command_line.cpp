@@ -125,8 +125,11 @@ const CLI::App& deepest_level(const CLI::App& app) {
 
 // The words that lead to a level.
 std::string path_of(const CLI::App& level) {
-    return level.get_parent() == nullptr ? level.get_name()
-                                         : path_of(*level.get_parent()) + " " + level.get_name();
+    if (level.get_parent() == nullptr) {
+        return level.get_name();
+    }
+    const std::string before = path_of(*level.get_parent());
+    return before.empty() ? level.get_name() : before + " " + level.get_name();
 }
 
 // The option that an error is about comes before words that have no place.
@@ -156,7 +159,8 @@ Error error_of(const CLI::App& app, const CLI::App& deepest, const CLI::ParseErr
 Failure parse_failure(const CLI::App& app, const CLI::ParseError& error) {
     const CLI::App& deepest = deepest_level(app);
     Error usage = error_of(app, deepest, error);
-    usage.next_step = "run '" + path_of(deepest) + " --help'";
+    const std::string path = path_of(deepest);
+    usage.next_step = path.empty() ? "run 'help'" : "run '" + path + " --help'";
     return Failure(std::move(usage));
 }
 

@@ -7,6 +7,7 @@
 #include "tool/output/standard_streams.h"
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 
 #ifndef TALVOR_VERSION
@@ -17,14 +18,21 @@ namespace talvor {
 namespace {
 
 constexpr const char* kFooter =
-    "Exit status: 0 done, 1 the target or pod says no, 2 usage or bad file.\n"
+    "Exit status: 0 done, 1 the target or pod says no, 2 usage or bad file, 124 --timeout.\n"
     "Without a pod on the desk: talvor --simulate chain";
+
+// A year, which a count of nanoseconds has room for.
+constexpr double kLongestTimeout = 366.0 * 86400;
 
 constexpr const char* kDescriptionOption = "--simulate-description";
 
 void add_board_options(Command& program, CommonOptions& options) {
-    program.option("--board", options.board, "Board file (TOML); else what the pod itself suggests")
-        .type_name("FILE");
+    Option board = program.option("--board", options.board,
+                                  "Board file (TOML); else $TALVOR_BOARD, talvor.toml here or "
+                                  "above, or in ~/.config/talvor");
+    board.type_name("FILE");
+    program.flag("--no-board", options.no_board, "No board file, also where one would be found")
+        .excludes(board);
     program.option("--library", options.library, "Driver library; else the one beside this program")
         .type_name("FILE");
     program.option("--pod", options.pod, "Serial number of the pod; else the first one")
@@ -77,16 +85,29 @@ void add_target_options(Command& program, CommonOptions& options) {
         .type_name("BITS,...");
 }
 
+// What timeout(1) ends with.
+constexpr int kTimeIsOver = 124;
+
+// Whatever else went wrong by then is a consequence, or may be one.
+int end_of_time(const Context& context, const Error& error) {
+    const Error over = check_interrupt().error();
+    if (error.reason == over.reason) {
+        context.report(error);
+        return kTimeIsOver;
+    }
+    context.report(over);
+    context.out.note("meanwhile: " + headline(error));
+    return kTimeIsOver;
+}
+
 int finish(Context& context, const Status& status) {
     if (status) {
         return 0;
     }
-    context.out.error(status.error());
-    if (status.error().kind == ErrorKind::Pod) {
-        if (const std::string words = context.simulator_words(); !words.empty()) {
-            context.out.note("the simulator said: " + words);
-        }
+    if (time_is_over()) {
+        return end_of_time(context, status.error());
     }
+    context.report(status.error());
     return status.error().exit_status();
 }
 
@@ -112,6 +133,14 @@ std::vector<std::string> join_simulate(std::vector<std::string> arguments) {
     return joined;
 }
 
+void add_session_commands(Command& program) {
+    for (const auto add :
+         {add_info, add_chain, add_ir, add_dr, add_state, add_reset, add_status, add_link, add_reg,
+          add_tclk, add_shmoo, add_svf, add_bench, add_doctor, add_init, add_run}) {
+        add(program);
+    }
+}
+
 std::vector<std::string> pod_options(std::vector<std::string> more) {
     more.insert(more.end(),
                 {"--pod", "--wait", "--share", "--link", "--tck", "--ir-lengths", "--patience"});
@@ -131,15 +160,29 @@ void build_command_line(CommandLine& line, CommonOptions& options) {
         .type_name("SECONDS")
         .not_negative()
         .show_default();
+    program
+        .option("--timeout", options.timeout_seconds,
+                "End the command after so many seconds, with the exit status 124")
+        .type_name("SECONDS")
+        .positive();
+    program.flag("-v,--verbose", options.verbose, "Say which board file is taken");
     program.flag("--json", options.json, "Print one JSON document instead of text");
-    for (const auto add :
-         {add_info, add_chain, add_ir, add_dr, add_state, add_reset, add_status, add_link, add_reg,
-          add_tclk, add_shmoo, add_svf, add_trace, add_bench, add_doctor, add_completion}) {
+    add_session_commands(program);
+    // These begin with a connection, or a simulated pod, of their own.
+    for (const auto add : {add_shell, add_trace, add_completion}) {
         add(program);
     }
 }
 
 namespace {
+
+void limit_time(double seconds) {
+    if (seconds > 0) {
+        interrupt_after(std::chrono::duration_cast<std::chrono::nanoseconds>(
+                            std::chrono::duration<double>(std::min(seconds, kLongestTimeout))),
+                        fmt::format("the {} seconds that --timeout gives are over", seconds));
+    }
+}
 
 // Parses and runs; the exit status.
 int run(Context& context, std::vector<std::string> arguments) {
@@ -159,6 +202,7 @@ int run(Context& context, std::vector<std::string> arguments) {
         return 0;
     }
     context.out.set_json(context.options.json);
+    limit_time(context.options.timeout_seconds);
     int status = finish(context, line.chosen()(context));
     if (const Status closed = context.close(); !closed && status == 0) {
         status = finish(context, closed);
@@ -186,7 +230,7 @@ int with_output(Context& context, int status) {
 
 int run_program(Context& context, std::vector<std::string> arguments) {
     const int status = with_output(context, run(context, std::move(arguments)));
-    if (const int signal = interrupt_signal(); signal != 0) {
+    if (const int signal = interrupt_signal(); signal != 0 && !time_is_over()) {
         // The shell is to see that the program was stopped.
         end_by_signal(signal);
     }

@@ -20,6 +20,8 @@ void build_command_line(CommandLine& line, CommonOptions& options);
 
 // The command line as data, with the words that its values may have.
 [[nodiscard]] CommandDescription describe_program();
+// Adds the commands that can stand in a session, over a connection that others use, too.
+void add_session_commands(Command& program);
 
 // "--simulate X.toml" as one argument, "--simulate=X.toml": a command line of options and values
 // would either take the command for the description or not take the description.

@@ -2,22 +2,28 @@
 #include "tool/commands/chain_text.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
+#include "tool/commands/part_option.h"
 
 namespace talvor {
 namespace {
 
-Status chain(Context& context) {
+Status chain(Context& context, const std::string& parts) {
+    const PartNames names = TRY(part_names(parts));
     Session& session = *TRY(context.session());
     const Chain found = TRY(session.discover());
-    print_chain(context.out, found);
-    context.out.result(to_json(found));
+    print_chain(context.out, found, names);
+    context.out.result(to_json(found, names));
     return {};
 }
 
 } // namespace
 
 void add_chain(Command& program) {
-    program.command("chain", "Find every device of the scan chain (resets the TAPs)", chain);
+    const auto parts = command_options<std::string>();
+    Command command =
+        program.command("chain", "Find every device of the scan chain (resets the TAPs)",
+                        [parts](Context& context) { return chain(context, *parts); });
+    add_parts_option(command, *parts);
 }
 
 } // namespace talvor

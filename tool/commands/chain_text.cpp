@@ -8,18 +8,30 @@
 namespace talvor {
 namespace {
 
-std::vector<std::string> device_cells(const ChainDevice& device, size_t number, bool names) {
+PartName name_of(const ChainDevice& device, const PartNames& names) {
+    return device.idcode ? names.find(*device.idcode) : PartName();
+}
+
+// A code, and behind it the name that it stands for, or what else there is to say.
+std::string with_name(const std::string& code, const std::string& name,
+                      const std::string& otherwise = "") {
+    return code + (name.empty() ? otherwise : " " + name);
+}
+
+std::vector<std::string> device_cells(const ChainDevice& device, const PartName& known,
+                                      size_t number, bool named) {
     std::vector<std::string> cells{fmt::format("{}", number)};
-    if (names) {
+    if (named) {
         cells.push_back(device.name);
     }
     cells.push_back(idcode_text(device.idcode));
     if (device.idcode) {
         const IdCode& code = *device.idcode;
-        cells.push_back(fmt::format("0x{:03X} (bank {}, 0x{:02X})", code.manufacturer(),
-                                    code.bank(), code.bank_code()));
-        cells.push_back(fmt::format("0x{:04X}", code.part()));
-        cells.push_back(fmt::format("{}", code.version()));
+        cells.push_back(
+            with_name(fmt::format("0x{:03X}", code.manufacturer()), known.manufacturer,
+                      fmt::format(" (bank {}, 0x{:02X})", code.bank(), code.bank_code())));
+        cells.push_back(with_name(fmt::format("0x{:04X}", code.part()), known.part));
+        cells.push_back(with_name(fmt::format("{}", code.version()), known.stepping));
     } else {
         cells.insert(cells.end(), {"-", "-", "-"});
     }
@@ -28,22 +40,38 @@ std::vector<std::string> device_cells(const ChainDevice& device, size_t number, 
     return cells;
 }
 
-TextTable device_table(const Chain& chain) {
-    const bool names = std::any_of(chain.devices.begin(), chain.devices.end(),
+TextTable device_table(const Chain& chain, const PartNames& names) {
+    const bool named = std::any_of(chain.devices.begin(), chain.devices.end(),
                                    [](const ChainDevice& device) { return !device.name.empty(); });
     std::vector<std::string> heads{"#"};
-    if (names) {
+    if (named) {
         heads.emplace_back("name");
     }
     heads.insert(heads.end(), {"IDCODE", "manufacturer", "part", "version", "IR bits"});
     TextTable table(std::move(heads));
     for (size_t i = 0; i < chain.devices.size(); ++i) {
-        table.add(device_cells(chain.devices[i], i + 1, names));
+        const ChainDevice& device = chain.devices[i];
+        table.add(device_cells(device, name_of(device, names), i + 1, named));
     }
     return table;
 }
 
-Json device_json(const ChainDevice& device, size_t number) {
+// Names that are unknown have no member.
+void add_names(Json& json, const PartName& known) {
+    struct Member {
+        const char* key;
+        const std::string& name;
+    };
+    for (const Member& one :
+         {Member{"manufacturer_name", known.manufacturer}, Member{"part_name", known.part},
+          Member{"stepping", known.stepping}}) {
+        if (!one.name.empty()) {
+            json[one.key] = one.name;
+        }
+    }
+}
+
+Json device_json(const ChainDevice& device, const PartName& known, size_t number) {
     Json json{{"number", number}};
     if (!device.name.empty()) {
         json["name"] = device.name;
@@ -53,6 +81,7 @@ Json device_json(const ChainDevice& device, size_t number) {
         json["manufacturer"] = device.idcode->manufacturer();
         json["part"] = device.idcode->part();
         json["version"] = device.idcode->version();
+        add_names(json, known);
     } else {
         json["idcode"] = nullptr;
     }
@@ -67,11 +96,11 @@ std::string idcode_text(const std::optional<IdCode>& idcode) {
     return idcode ? fmt::format("0x{:08X}", idcode->value) : "none";
 }
 
-void print_chain(const Output& out, const Chain& chain) {
+void print_chain(const Output& out, const Chain& chain, const PartNames& names) {
     out.line("{}", out.tone(Tone::Strong,
                             fmt::format("{}, {}", count_text(chain.devices.size(), "device"),
                                         count_text(chain.instruction_bits(), "instruction bit"))));
-    out.table(device_table(chain));
+    out.table(device_table(chain, names));
     out.line("Device 1 is nearest TDI, device {} nearest TDO.", chain.devices.size());
     for (size_t i = 0; i < chain.devices.size(); ++i) {
         if (const auto& code = chain.devices[i].idcode; code && !code->legal()) {
@@ -88,10 +117,11 @@ void print_chain(const Output& out, const Chain& chain) {
     }
 }
 
-Json to_json(const Chain& chain) {
+Json to_json(const Chain& chain, const PartNames& names) {
     Json devices = Json::array();
     for (size_t i = 0; i < chain.devices.size(); ++i) {
-        devices.push_back(device_json(chain.devices[i], i + 1));
+        const ChainDevice& device = chain.devices[i];
+        devices.push_back(device_json(device, name_of(device, names), i + 1));
     }
     return Json{{"devices", std::move(devices)},
                 {"instruction_bits", chain.instruction_bits()},

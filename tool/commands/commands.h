@@ -33,6 +33,9 @@ void add_svf(Command& program);
 void add_trace(Command& program);
 void add_bench(Command& program);
 void add_doctor(Command& program);
+void add_init(Command& program);
 void add_completion(Command& program);
+void add_run(Command& program);
+void add_shell(Command& program);
 
 } // namespace talvor

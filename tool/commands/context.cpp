@@ -30,9 +30,30 @@ Status Context::start_simulator(const std::optional<WaveformFile>& vcd) {
     return {};
 }
 
+const FoundBoard& Context::board() const {
+    if (board_) {
+        return *board_;
+    }
+    FoundBoard& found = board_.emplace();
+    if (options.board) {
+        found = {options.board, BoardSource::Option, {}};
+    } else if (!options.no_board && !options.simulate) {
+        found = find_board(board_places());
+    }
+    for (const std::string& one : found.passed_over) {
+        out.note("passing over " + one + "; take it with --board, if it is to be trusted");
+    }
+    if (options.verbose) {
+        out.note(found.path
+                     ? fmt::format("board file {}, {}", *found.path, source_text(found.source))
+                     : std::string("no board file"));
+    }
+    return found;
+}
+
 Result<SessionOptions> Context::session_options() const {
     SessionOptions session;
-    session.board = options.board;
+    session.board = board().path;
     session.library = options.library;
     session.serial = options.pod;
     session.link_delay = options.link_delay;
@@ -49,10 +70,7 @@ Result<SessionOptions> Context::session_options() const {
     // keeps to the patience never comes to that.
     session.lost = [this](const Error& error) {
         take_standard_output_back();
-        out.error(error);
-        if (const std::string words = simulator_words(); !words.empty()) {
-            out.note("the simulator said: " + words);
-        }
+        report(error);
         std::fflush(nullptr);
         _exit(error.exit_status());
     };
@@ -76,11 +94,15 @@ Result<Session*> Context::session() {
     return session_.get();
 }
 
+Status Context::renew() {
+    return session_ ? session_->port().renew() : Status();
+}
+
 Result<Library> Context::library() const {
-    if (options.library || !options.board) {
+    if (options.library || !board().path) {
         return Library::load(options.library);
     }
-    return Library::load(TRY(read_board(*options.board)).library);
+    return Library::load(TRY(read_board(*board().path)).library);
 }
 
 Status Context::close() {
@@ -91,6 +113,16 @@ Status Context::close() {
     const Status stopped = simulator_->stop();
     simulator_.reset();
     return stopped;
+}
+
+void Context::report(const Error& error) const {
+    out.error(error);
+    if (error.kind != ErrorKind::Pod) {
+        return;
+    }
+    if (const std::string words = simulator_words(); !words.empty()) {
+        out.note("the simulator said: " + words);
+    }
 }
 
 std::string Context::simulator_words() const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/result.h"
+#include "host/session/board_search.h"
 #include "host/session/session.h"
 #include "host/simulator/simulator.h"
 #include "tool/output/output.h"
@@ -15,6 +16,7 @@ namespace talvor {
 
 struct CommonOptions {
     std::optional<std::string> board;
+    bool no_board = false; // not even one that would be found
     std::optional<std::string> library;
     std::optional<uint32_t> pod;
     bool simulate = false;
@@ -23,8 +25,10 @@ struct CommonOptions {
     std::optional<double> max_hertz; // of the test clock
     std::vector<uint32_t> instruction_lengths;
     double patience_seconds = 60;
-    double wait_seconds = 0; // for a pod that is in use
-    bool share = false;      // go on beside its user
+    double wait_seconds = 0;    // for a pod that is in use
+    bool share = false;         // go on beside its user
+    double timeout_seconds = 0; // for the whole command; 0: as long as it takes
+    bool verbose = false;
     bool json = false;
 };
 
@@ -38,6 +42,13 @@ public:
     Status start_simulator(const std::optional<WaveformFile>& vcd = std::nullopt);
     // Opens the session when it is first asked for.
     [[nodiscard]] Result<Session*> session();
+    // A session that was opened before is as good as new: whatever the last command left behind.
+    Status renew();
+    // Disconnects; the next command connects anew. The simulator goes on.
+    void drop_session() { session_.reset(); }
+    // The board file that is meant, named or found: see find_board(). A simulated pod is not the
+    // one that a file was written for, so that with one only a name counts.
+    [[nodiscard]] const FoundBoard& board() const;
     // What a session is opened with.
     [[nodiscard]] Result<SessionOptions> session_options() const;
     // The library alone, for commands that need no pod.
@@ -45,12 +56,17 @@ public:
 
     // Disconnects, then ends the simulator; the first failure of the two.
     Status close();
+    // Prints an error, and for one of the pod what the simulator said last.
+    void report(const Error& error) const;
     // What the simulator said last, for a report about it.
     [[nodiscard]] std::string simulator_words() const;
+
+    uint32_t script_depth = 0; // scripts that run scripts
 
 private:
     std::optional<Simulator> simulator_;
     std::unique_ptr<Session> session_;
+    mutable std::optional<FoundBoard> board_;
 };
 
 } // namespace talvor

@@ -31,7 +31,11 @@ public:
         for (; next_ < kNames.size(); ++next_) {
             add("-", Tone::Faint, "not checked", "skipped");
         }
-        out_.result(Json{{"healthy", examined.has_value()}, {"checks", std::move(json_)}});
+        Json document{{"healthy", examined.has_value()}, {"checks", std::move(json_)}};
+        if (!examined) {
+            document["error"] = to_json(examined.error());
+        }
+        out_.result(document);
         if (!examined) {
             // With --json the document has been printed.
             out_.line("");
@@ -51,10 +55,12 @@ private:
         return {};
     }
 
-    void add(std::string_view mark, Tone tone, const std::string& text, std::string_view verdict) {
+    // The check in the document.
+    Json& add(std::string_view mark, Tone tone, const std::string& text, std::string_view verdict) {
         out_.line("{}  {:<11}  {}", out_.tone(tone, fmt::format("{:<5}", mark)), kNames[next_],
                   text);
-        json_.push_back(Json{{"check", kNames[next_]}, {"verdict", verdict}, {"text", text}});
+        return json_.push_back(
+            Json{{"check", kNames[next_]}, {"verdict", verdict}, {"text", text}});
     }
     Status good(const std::string& text) {
         add("ok", Tone::Good, text, "ok");
@@ -68,17 +74,22 @@ private:
         return {};
     }
     void wrong(const Error& error) {
-        add("WRONG", Tone::Bad, headline(error), "wrong");
+        Json& check = add("WRONG", Tone::Bad, headline(error), "wrong");
+        if (!error.next_step.empty()) {
+            check["next_step"] = error.next_step;
+        }
         ++next_;
     }
 
     Status board_file() {
         board_ = TRY(load_board(TRY(context_.session_options())));
-        if (!context_.options.board) {
+        const FoundBoard& found = context_.board();
+        if (!found.path) {
             return good("none given; the pod's own defaults are used");
         }
-        return good(fmt::format("{}: {} for the driver", board_.name,
-                                count_text(board_.keys.keys().size(), "key")));
+        return good(fmt::format("{}: {} for the driver; {}", board_.name,
+                                count_text(board_.keys.keys().size(), "key"),
+                                source_text(found.source)));
     }
 
     Status library() {

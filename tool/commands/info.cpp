@@ -49,6 +49,20 @@ Json library_json(const Library& library, const LibraryDescription& about) {
                 {"built", about.built},       {"copyright", about.copyright}};
 }
 
+Json board_json(const FoundBoard& board) {
+    return Json{{"file", board.path ? Json(*board.path) : Json(nullptr)},
+                {"source", source_word(board.source)}};
+}
+
+void print_board(const Output& out, const FoundBoard& board) {
+    out.line("{}", out.tone(Tone::Strong, "Board file"));
+    if (board.path) {
+        out.line("  {}, {}", *board.path, source_text(board.source));
+    } else {
+        out.line("  none: the pod's own defaults");
+    }
+}
+
 void print_library(const Output& out, const Library& library, const LibraryDescription& about) {
     out.line("{}", out.tone(Tone::Strong, "Library"));
     TextTable table({});
@@ -84,7 +98,7 @@ void print_pods(const Output& out, const ProxyState& state, const DeviceTable* p
 }
 
 Json document_of(const Library& library, const LibraryDescription& about, const ProxyState& state,
-                 const DeviceTable* table) {
+                 const DeviceTable* table, const FoundBoard& board) {
     Json proxy{{"state", life_word(state.life)}};
     if (state.process) {
         proxy["process"] = *state.process;
@@ -95,7 +109,8 @@ Json document_of(const Library& library, const LibraryDescription& about, const 
             pods.push_back(pod_json(pod));
         }
     }
-    return Json{{"library", library_json(library, about)},
+    return Json{{"board", board_json(board)},
+                {"library", library_json(library, about)},
                 {"proxy", std::move(proxy)},
                 {"pods", std::move(pods)}};
 }
@@ -111,9 +126,10 @@ Status info(Context& context) {
         return Failure(table.error());
     }
     const DeviceTable* const pods = table ? &*table : nullptr;
+    print_board(context.out, context.board());
     print_library(context.out, library, about);
     print_pods(context.out, state, pods);
-    context.out.result(document_of(library, about, state, pods));
+    context.out.result(document_of(library, about, state, pods, context.board()));
     return {};
 }
 

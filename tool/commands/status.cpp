@@ -185,6 +185,7 @@ Status watch(Context& context, const StatusOptions& options) {
     constexpr double kLongestSeconds = 1e9; // that a count of nanoseconds has room for
     const auto period = std::chrono::duration_cast<std::chrono::nanoseconds>(
         std::chrono::duration<double>(std::min(options.watch_seconds, kLongestSeconds)));
+    context.out.set_json_lines(true);
     Watch watching(context);
     Status last;
     for (uint32_t i = 0; options.count == 0 || i < options.count; ++i) {
@@ -192,7 +193,7 @@ Status watch(Context& context, const StatusOptions& options) {
             sleep_unless_interrupted(period);
         }
         if (interrupt_signal() != 0) {
-            return {};
+            return time_is_over() ? check_interrupt() : Status();
         }
         last = watching.look();
         if (!flush_output()) {

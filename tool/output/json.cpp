@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
+#include <charconv>
 #include <utility>
 
 namespace talvor {
@@ -76,8 +77,8 @@ Json& Json::operator[](std::string_view name) {
                                   : members.emplace_back(Member{std::string(name), {}}).value;
 }
 
-void Json::push_back(Json value) {
-    std::get<Array>(value_).push_back(std::move(value));
+Json& Json::push_back(Json value) {
+    return std::get<Array>(value_).emplace_back(std::move(value));
 }
 
 size_t Json::size() const noexcept {
@@ -88,9 +89,41 @@ size_t Json::size() const noexcept {
     return members != nullptr ? members->size() : 0;
 }
 
+const Json* Json::find(std::string_view path) const {
+    const size_t dot = std::min(path.find('.'), path.size());
+    const std::string_view name = path.substr(0, dot);
+    const Json* found = nullptr;
+    if (const auto* elements = std::get_if<Array>(&value_)) {
+        size_t index = elements->size();
+        const auto [end, error] = std::from_chars(name.data(), name.data() + name.size(), index);
+        const bool whole = error == std::errc() && end == name.data() + name.size();
+        found = whole && index < elements->size() ? &(*elements)[index] : nullptr;
+    } else if (const auto* members = std::get_if<Object>(&value_)) {
+        const auto member = std::find_if(members->begin(), members->end(),
+                                         [name](const Member& one) { return one.name == name; });
+        found = member != members->end() ? &member->value : nullptr;
+    }
+    return found == nullptr || dot == path.size() ? found : found->find(path.substr(dot + 1));
+}
+
+std::optional<std::string> Json::scalar_text() const {
+    if (const auto* text = std::get_if<std::string>(&value_)) {
+        return *text;
+    }
+    if (std::holds_alternative<Array>(value_) || std::holds_alternative<Object>(value_)) {
+        return std::nullopt;
+    }
+    return line();
+}
+
 std::string Json::text() const {
     constexpr int kIndent = 2;
     return JsonWriter::document(*this).dump(kIndent, ' ', false,
+                                            JsonWriter::Document::error_handler_t::replace);
+}
+
+std::string Json::line() const {
+    return JsonWriter::document(*this).dump(-1, ' ', false,
                                             JsonWriter::Document::error_handler_t::replace);
 }
 

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <variant>
@@ -43,14 +44,21 @@ public:
 
     // Of an object: the member of that name, made when it is not there.
     Json& operator[](std::string_view name);
-    // Of an array.
-    void push_back(Json value);
+    // Of an array: the element, good until the next one.
+    Json& push_back(Json value);
     // How many elements an array has, or members an object.
     [[nodiscard]] size_t size() const noexcept;
 
-    // The document, indented by two blanks, without a newline at its end. What is no UTF-8 in a
-    // text becomes U+FFFD.
+    // The member or element that `path` leads to, as in "devices.0.idcode"; null: there is none.
+    [[nodiscard]] const Json* find(std::string_view path) const;
+    // A scalar as a person writes it: a text as it is, a number in decimal, true, false, null;
+    // nothing for an array or an object.
+    [[nodiscard]] std::optional<std::string> scalar_text() const;
+
+    // The document, indented by two blanks, or in one line; without a newline at its end. What is
+    // no UTF-8 in a text becomes U+FFFD.
     [[nodiscard]] std::string text() const;
+    [[nodiscard]] std::string line() const;
 
 private:
     friend struct JsonWriter;

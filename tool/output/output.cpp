@@ -46,9 +46,22 @@ void Output::table(const TextTable& table) const {
     }
 }
 
+void Output::write_document(std::string_view name, const Json& document) const {
+    Json whole = frame_;
+    if (whole.size() == 0) {
+        whole = document;
+    } else {
+        whole[name] = document;
+    }
+    write_line(json_lines_ ? whole.line() : whole.text());
+}
+
 void Output::result(const Json& document) const {
+    if (on_result_) {
+        on_result_(document);
+    }
     if (json_) {
-        write_line(document.text());
+        write_document("result", document);
     }
 }
 
@@ -59,7 +72,9 @@ void Output::note(std::string_view text) const {
 
 void Output::error(const Error& error) const {
     if (json_) {
-        write_line(Json{{"error", to_json(error)}}.text());
+        // Without a frame the document is the member's only place.
+        write_document("error",
+                       frame_.size() == 0 ? Json{{"error", to_json(error)}} : to_json(error));
     }
     (void)flush_output();
     const std::string head = fmt::format("{}: {}", kProgram, headline(error));

@@ -8,8 +8,10 @@
 
 #include <fmt/core.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace talvor {
 
@@ -18,8 +20,16 @@ public:
     // Colour where both the stream is a terminal and the environment has no NO_COLOR.
     Output();
 
+    using ResultHook = std::function<void(const Json&)>;
+
     // With --json: text is left out, and result() prints.
     void set_json(bool json) noexcept { json_ = json; }
+    // Every document becomes one line, for programs that print many.
+    void set_json_lines(bool lines) noexcept { json_lines_ = lines; }
+    // What every document is wrapped into, as its member "result" or "error"; null: nothing.
+    void set_frame(Json frame) { frame_ = std::move(frame); }
+    // Is given each result, printed or not; may be empty.
+    void on_result(ResultHook hook) { on_result_ = std::move(hook); }
     [[nodiscard]] bool json() const noexcept { return json_; }
     // Whether the standard output goes to a terminal.
     [[nodiscard]] bool terminal() const noexcept { return terminal_; }
@@ -34,7 +44,8 @@ public:
         }
     }
     void table(const TextTable& table) const;
-    // The command's result, when --json was given; once a command.
+    // The command's result, which is printed when --json was given; once a command, or, in lines,
+    // as often as there is something to tell.
     void result(const Json& document) const;
     // A remark on the standard error.
     void note(std::string_view text) const;
@@ -49,9 +60,14 @@ public:
 
 private:
     static void write_line(std::string_view text);
+    // `document` as the member `name` of the frame.
+    void write_document(std::string_view name, const Json& document) const;
 
+    ResultHook on_result_;
+    Json frame_;
     bool json_ = false;
     bool terminal_ = false;
+    bool json_lines_ = false;
     bool colour_ = false;
     bool error_colour_ = false;
     bool error_terminal_ = false;

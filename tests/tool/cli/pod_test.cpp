@@ -209,7 +209,7 @@ TEST(StatusTest, IsWatched) {
     const Outcome outcome = simulated({"status", "--watch", "0.01", "--count", "3", "--json"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     size_t documents = 0;
-    for (size_t at = 0; (at = outcome.out.find("\"alive\": true", at)) != std::string::npos; ++at) {
+    for (size_t at = 0; (at = outcome.out.find("\"alive\":true", at)) != std::string::npos; ++at) {
         ++documents;
     }
     EXPECT_EQ(documents, 3U);

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <thread>
 
@@ -14,6 +15,12 @@ namespace {
 constexpr std::chrono::seconds kPatience{60};
 
 } // namespace
+
+// No board file and no names of parts of whoever runs the tests.
+[[maybe_unused]] const bool kOwnSurroundings = unsetenv("TALVOR_BOARD") == 0 &&
+                                               setenv("TALVOR_PARTS", "", 1) == 0 &&
+                                               setenv("XDG_CONFIG_HOME", "/nonexistent", 1) == 0 &&
+                                               setenv("XDG_STATE_HOME", "/dev/null", 1) == 0;
 
 Outcome talvor(std::vector<std::string> arguments, const std::string& input) {
     arguments.insert(arguments.begin(), test_support::built_program("talvor"));

@@ -1,0 +1,114 @@
+// talvor init: writes a board file from what it finds.
+#include "common/file_descriptor.h"
+#include "common/system_calls.h"
+#include "common/text.h"
+#include "host/session/board_search.h"
+#include "host/session/chain_trial.h"
+#include "tool/commands/board_text.h"
+#include "tool/commands/commands.h"
+#include "tool/commands/context.h"
+#include "tool/commands/part_option.h"
+#include "tool/output/standard_streams.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace talvor {
+namespace {
+
+struct InitOptions {
+    std::string file = kBoardFileName;
+    std::string parts;
+    bool force = false;
+};
+
+Status exists_already(const std::string& path) {
+    return usage_error(path, "is there already",
+                       "name another file, or write over it with --force");
+}
+
+// A chain that does not answer is worth a comment, a pod that does not is an error.
+Result<BoardFacts> find_facts(Session& session) {
+    BoardFacts facts;
+    facts.serial = session.record().serial;
+    facts.generation = generation(session.board());
+    facts.formula = session.board().clock;
+    facts.clock = session.port().clock().setting(session.board().keys);
+    facts.hertz = session.port().hertz();
+    facts.link_delay = TRY(read_link_delay(session.pod())).applied();
+    facts.chain = session.discover();
+    if (!facts.chain && facts.chain.error().kind != ErrorKind::Target) {
+        return Failure(facts.chain.error());
+    }
+    return facts;
+}
+
+// Whole or not at all; without `force` never over another file.
+Status write_file(const std::string& path, const std::string& text, bool force) {
+    const std::string partial = path + ".part";
+    FileDescriptor file(
+        system_calls.open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    const bool written = file.is_open() && write_all(file.get(), text);
+    const bool there = written && (force ? system_calls.rename(partial.c_str(), path.c_str()) == 0
+                                         : link(partial.c_str(), path.c_str()) == 0);
+    const int code = errno;
+    (void)system_calls.unlink(partial.c_str());
+    if (there) {
+        return {};
+    }
+    return code == EEXIST && written
+               ? exists_already(path)
+               : file_error(path, fmt::format("cannot be written: {}", std::strerror(code)),
+                            "choose another place, or make room");
+}
+
+void report(const Output& out, const InitOptions& options, const BoardFacts& facts,
+            const std::string& text) {
+    if (!facts.chain) {
+        out.note("the chain could not be found: " + headline(facts.chain.error()));
+    }
+    const size_t devices = facts.chain ? facts.chain->devices.size() : 0;
+    if (options.file == "-") {
+        out.line("{}", text.substr(0, text.size() - 1)); // the line brings its own end
+    } else {
+        out.line("{}: written: pod {}, {}", options.file, facts.serial,
+                 count_text(devices, "device"));
+    }
+    out.result(Json{{"file", options.file},
+                    {"serial", facts.serial},
+                    {"devices", devices},
+                    {"chain_found", facts.chain.has_value()},
+                    {"text", text}});
+}
+
+Status init(Context& context, const InitOptions& options) {
+    const bool to_file = options.file != "-";
+    if (to_file && !options.force && system_calls.access(options.file.c_str(), F_OK) == 0) {
+        return exists_already(options.file);
+    }
+    const PartNames names = TRY(part_names(options.parts));
+    const BoardFacts facts = TRY(find_facts(*TRY(context.session())));
+    const std::string text = board_text(facts, names);
+    if (to_file) {
+        TRY(write_file(options.file, text, options.force));
+    }
+    report(context.out, options, facts, text);
+    return {};
+}
+
+} // namespace
+
+void add_init(Command& program) {
+    const auto options = command_options<InitOptions>();
+    Command command =
+        program.command("init", "Write a board file from what pod and chain say (resets the TAPs)",
+                        [options](Context& context) { return init(context, *options); });
+    command.option("FILE", options->file, "Where it goes; - is the standard output").show_default();
+    command.flag("--force", options->force, "Write over a file that is there");
+    add_parts_option(command, options->parts);
+}
+
+} // namespace talvor
