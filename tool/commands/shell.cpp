@@ -110,7 +110,7 @@ Status shell(Context& context) {
         return run_script(context, "-");
     }
     Shell(context).run();
-    return {};
+    return time_is_over() ? check_interrupt() : Status();
 }
 
 } // namespace

@@ -217,6 +217,12 @@ TEST(ShellTest, CtrlCEndsTheCommandAndNotTheShell) {
     EXPECT_EQ(shell.wait(), 128 + SIGTERM);
 }
 
+TEST(ShellTest, EndsWhenItsTimeIsOver) {
+    Terminal shell({"--timeout", "0.5"});
+    EXPECT_TRUE(shell.shows("the 0.5 seconds that --timeout gives are over")) << shell.shown();
+    EXPECT_EQ(shell.wait(), 124);
+}
+
 TEST(ShellTest, KeepsWhatWasTyped) {
     const TemporaryFolder folder = TemporaryFolder::create().value();
     setenv("XDG_STATE_HOME", folder.path().c_str(), 1);

@@ -99,8 +99,8 @@ TEST(UsageTest, HelpAboutNothingIsAnError) {
              std::pair<std::vector<std::string>, std::string>{
                  {"chian", "--help"},
                  "talvor: chian: is no command\n  next: run 'talvor --help'\n"},
-             {{"link", "serch", "--help"},
-              "talvor: serch: is not expected here\n  next: run 'talvor link --help'\n"},
+             {{"link", "seek", "--help"},
+              "talvor: seek: is not expected here\n  next: run 'talvor link --help'\n"},
              {{"trace", "chian", "--help"}, "talvor: chian: is no command\n"},
          }) {
         const Outcome outcome = talvor(words);
