@@ -97,6 +97,10 @@ int interrupt_signal() noexcept {
     return g_signal.load();
 }
 
+int interrupt_descriptor() noexcept {
+    return g_asked.load();
+}
+
 Status check_interrupt() {
     if (interrupt_signal() == 0) {
         return {};
@@ -110,7 +114,7 @@ Status check_interrupt() {
 void sleep_unless_interrupted(std::chrono::nanoseconds time) {
     using Clock = std::chrono::steady_clock;
     const Clock::time_point end = Clock::now() + time;
-    pollfd asked{.fd = g_asked.load(), .events = POLLIN, .revents = 0}; // -1 is passed over
+    pollfd asked{.fd = interrupt_descriptor(), .events = POLLIN, .revents = 0}; // -1 is passed over
     for (;;) {
         const timespec left = time_of(std::max(end - Clock::now(), Clock::duration(0)));
         if (ppoll(&asked, 1, &left, nullptr) >= 0 || errno != EINTR) {

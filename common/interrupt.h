@@ -21,6 +21,9 @@ void interrupt_after(std::chrono::nanoseconds time, const std::string& reason);
 void forget_interrupt();
 // The signal that has asked, or 0.
 [[nodiscard]] int interrupt_signal() noexcept;
+// A descriptor that is readable for good once a signal has asked, for poll(2); -1, which poll(2)
+// passes over, where nobody watches. It stays ours.
+[[nodiscard]] int interrupt_descriptor() noexcept;
 // An error when a signal has asked, for loops and ports to return.
 [[nodiscard]] Status check_interrupt();
 // Sleeps that long, or until a signal asks for the end, then or before.

@@ -1,23 +1,18 @@
 #include "podsim/control/socket.h"
 
+#include "common/local_socket.h"
 #include "common/result.h"
 #include "common/start_thread.h"
 #include "common/system_calls.h"
-
-#include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
 #include <chrono>
 #include <new>
-#include <optional>
 #include <span>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/un.h>
-#include <unistd.h>
 #include <vector>
 
 namespace talvor::podsim::control {
@@ -31,25 +26,7 @@ constexpr int kAnswerPatienceMs = 10'000;
 // How long the listener rests when a connection cannot be taken for want of descriptors or memory.
 constexpr int kRestMs = 100;
 
-FileDescriptor stream_socket() {
-    return FileDescriptor(system_calls.socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0));
-}
-
-std::optional<sockaddr_un> address_of(const std::string& path) {
-    sockaddr_un address{};
-    address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof(address.sun_path)) {
-        return std::nullopt;
-    }
-    path.copy(address.sun_path, path.size());
-    return address;
-}
-
-Failure too_long(const std::string& path) {
-    return failure(fmt::format("the control socket's name {} is empty or longer than {} "
-                               "characters; choose a shorter one",
-                               path, sizeof(sockaddr_un::sun_path) - 1));
-}
+constexpr LocalSocketWords kWords{"control socket", "another simulator", "--control"};
 
 bool send_all(int fd, std::string_view text) {
     while (!text.empty()) {
@@ -61,19 +38,6 @@ bool send_all(int fd, std::string_view text) {
         text.remove_prefix(static_cast<size_t>(sent));
     }
     return true;
-}
-
-// A connection to `address`; one that is not open, with errno as the reason, when there is none.
-FileDescriptor connect_to(const sockaddr_un& address) {
-    FileDescriptor fd = stream_socket();
-    if (fd.is_open() && past_interrupts([&] {
-                            return system_calls.connect(fd.get(),
-                                                        reinterpret_cast<const sockaddr*>(&address),
-                                                        sizeof(address));
-                        }) != 0) {
-        fd.reset();
-    }
-    return fd;
 }
 
 // What is received; 0 or less at the end.
@@ -139,49 +103,17 @@ Result<std::string> receive_line(int fd, const std::string& path) {
     return answer;
 }
 
-// Removes a socket that nobody serves.
-Status make_way(const std::string& path, const sockaddr_un& address) {
-    struct stat file {};
-    if (system_calls.lstat(path.c_str(), &file) != 0) {
-        return errno == ENOENT ? Status() : system_failure("looking at " + path);
-    }
-    if (!S_ISSOCK(file.st_mode)) {
-        return failure(path + " is no socket; choose another name for --control");
-    }
-    const FileDescriptor probe = connect_to(address);
-    if (probe.is_open()) {
-        return failure("another simulator serves " + path + "; choose another name for --control");
-    }
-    if (errno != ECONNREFUSED && errno != ENOENT) {
-        return system_failure("asking who serves " + path);
-    }
-    if (system_calls.unlink(path.c_str()) != 0 && errno != ENOENT) {
-        return system_failure("removing the stale control socket " + path);
-    }
-    return {};
-}
-
 } // namespace
 
 Result<std::unique_ptr<Socket>> Socket::listen(const std::string& path, Handler handler) {
-    const auto address = address_of(path);
-    if (!address) {
-        return too_long(path);
-    }
-    TRY(make_way(path, *address));
     FileDescriptor wake(system_calls.eventfd(0, EFD_CLOEXEC));
-    FileDescriptor listener = stream_socket();
-    if (!wake.is_open() || !listener.is_open() ||
-        system_calls.bind(listener.get(), reinterpret_cast<const sockaddr*>(&*address),
-                          sizeof(*address)) != 0) {
+    if (!wake.is_open()) {
         return system_failure("making the control socket " + path);
     }
+    FileDescriptor listener = TRY(listen_local(path, kWords, static_cast<int>(kMostClients)));
     // From here on it goes away with the object.
     std::unique_ptr<Socket> made(
         new Socket(path, std::move(listener), std::move(wake), std::move(handler)));
-    if (system_calls.listen(made->listener_.get(), static_cast<int>(kMostClients)) != 0) {
-        return system_failure("listening at the control socket " + path);
-    }
     made->thread_ =
         TRY(start_thread("the control socket's thread", [it = made.get()] { it->serve(); }));
     return made;
@@ -237,11 +169,7 @@ void Socket::serve() const {
 }
 
 Result<std::string> ask(const std::string& path, const std::string& line) {
-    const auto address = address_of(path);
-    if (!address) {
-        return too_long(path);
-    }
-    const FileDescriptor fd = connect_to(*address);
+    const FileDescriptor fd = connect_local(TRY(local_address(path, kWords)));
     if (!fd.is_open()) {
         return system_failure("reaching the simulator at " + path);
     }

@@ -7,14 +7,10 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <fcntl.h>
 #include <string_view>
-#include <unistd.h>
 
 namespace talvor::podsim {
 namespace {
-
-constexpr unsigned kFileMode = 0666; // less the umask
 
 Status tell_ready_fd(int fd, std::string_view line) {
     const bool written = write_all(fd, line);
@@ -26,28 +22,6 @@ Status tell_ready_fd(int fd, std::string_view line) {
 }
 
 } // namespace
-
-ReadyFile::~ReadyFile() {
-    if (!path_.empty()) {
-        system_calls.unlink(path_.c_str());
-    }
-}
-
-Status ReadyFile::make(const std::string& path) {
-    const std::string draft = fmt::format("{}.{}", path, getpid());
-    const FileDescriptor file = open_file(draft.c_str(), O_WRONLY | O_CREAT | O_TRUNC, kFileMode);
-    if (!file.is_open()) {
-        return system_failure("making the ready file " + path);
-    }
-    if (!write_all(file.get(), fmt::format("{}\n", getpid())) ||
-        system_calls.rename(draft.c_str(), path.c_str()) != 0) {
-        Failure failed = system_failure("making the ready file " + path);
-        system_calls.unlink(draft.c_str());
-        return failed;
-    }
-    path_ = path;
-    return {};
-}
 
 Status tell_ready(const Options& options, const std::string& summary, ReadyFile& file) {
     const std::string line = fmt::format("ready, {}\n", summary);

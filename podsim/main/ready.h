@@ -1,27 +1,13 @@
 // The word that the pods are served, in the ways that were asked for.
 #pragma once
 
+#include "common/ready_file.h"
 #include "common/result.h"
 #include "podsim/main/options.h"
 
 #include <string>
 
 namespace talvor::podsim {
-
-// A file with the process id in it, which goes away with the object.
-class ReadyFile {
-public:
-    ReadyFile() = default;
-    ReadyFile(const ReadyFile&) = delete;
-    ReadyFile& operator=(const ReadyFile&) = delete;
-    ~ReadyFile();
-
-    // The file appears with its content.
-    [[nodiscard]] Status make(const std::string& path);
-
-private:
-    std::string path_;
-};
 
 // Prints a line with `summary`, makes the ready file and writes to the ready descriptor, as the
 // options say. A private command has the standard output to itself: the line then goes to the

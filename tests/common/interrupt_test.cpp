@@ -5,6 +5,7 @@
 
 #include <csignal>
 #include <cstdlib>
+#include <poll.h>
 #include <thread>
 #include <unistd.h>
 
@@ -62,6 +63,20 @@ TEST_P(InterruptTest, EndsTheProcessWhenItComesTwice) {
 TEST_P(InterruptTest, EndsASleep) {
     EXPECT_EXIT(sleep_for_ever(GetParam(), true), testing::ExitedWithCode(GetParam()), "");
     EXPECT_EXIT(sleep_for_ever(GetParam(), false), testing::ExitedWithCode(GetParam()), "");
+}
+
+[[noreturn]] void poll_until_asked(int signal) {
+    watch_interrupts();
+    pollfd asked{.fd = interrupt_descriptor(), .events = POLLIN, .revents = 0};
+    if (poll(&asked, 1, 0) != 0) {
+        std::_Exit(1);
+    }
+    raise(signal);
+    std::_Exit(poll(&asked, 1, -1) == 1 && asked.revents == POLLIN ? 0 : 2);
+}
+
+TEST_P(InterruptTest, MakesItsDescriptorReadable) {
+    EXPECT_EXIT(poll_until_asked(GetParam()), testing::ExitedWithCode(0), "");
 }
 
 INSTANTIATE_TEST_SUITE_P(Signals, InterruptTest, testing::Values(SIGINT, SIGTERM, SIGQUIT, SIGHUP));
