@@ -136,7 +136,8 @@ std::vector<House> houses() {
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
           {"session"},
-          {"bridge", "simulator"}}, // neighbours that do not know each other
+          {"bridge", "simulator"}, // neighbours that do not know each other
+          {"serve"}},
          150},
         {"tool",
          with_host_headers({"common", "host"}),
