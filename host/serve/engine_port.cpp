@@ -7,6 +7,15 @@
 namespace talvor {
 
 Status EnginePort::start() {
+    if (broken_ && recover_) {
+        TRY(recover_());
+        TRY(engine_.open());
+        broken_ = false;
+    }
+    return noted(begin());
+}
+
+Status EnginePort::begin() {
     TRY(engine_.set_trst(false));
     TRY(engine_.set_srst(false));
     engine_.new_client();
@@ -17,7 +26,7 @@ Status EnginePort::start() {
 
 Status EnginePort::set_max_frequency(double hertz) {
     const double wanted = first_hertz_ > 0 ? std::min(hertz, first_hertz_) : hertz;
-    return wanted == engine_.hertz() ? Status() : engine_.set_max_frequency(wanted);
+    return wanted == engine_.hertz() ? Status() : noted(engine_.set_max_frequency(wanted));
 }
 
 } // namespace talvor

@@ -87,9 +87,16 @@ Status RemoteBitbang::set_resets(unsigned resets, Answer& answer) {
     return port_.set_srst((resets & kSrst) != 0);
 }
 
+// Its TDO may be asked for yet, also where no TAP drives it.
 Status RemoteBitbang::idle() {
-    Answer none;
-    return make(none, false);
+    if (batch_.empty()) {
+        return {};
+    }
+    batch_.ask_all();
+    Bits tdo;
+    TRY(batch_.make(port_, tdo));
+    last_tdo_ = tdo[tdo.size() - 1];
+    return {};
 }
 
 Status RemoteBitbang::make(Answer& answer, bool keep_last) {
@@ -102,13 +109,10 @@ Status RemoteBitbang::make(Answer& answer, bool keep_last) {
             batch_.ask(edge);
         }
     }
-    if (high && keep == 0 && !last_is_read) {
-        batch_.ask(made - 1);
-    }
     Bits tdo;
     TRY(batch_.make(port_, tdo, keep));
     if (high && keep == 0) {
-        last_tdo_ = tdo[made - 1];
+        last_tdo_ = !last_is_read || tdo[made - 1];
     }
     for (const size_t edge : reads_) {
         answer.push_back(digit_of(edge < made ? tdo[edge] : TRY(port_.tdo())));

@@ -34,7 +34,7 @@ private:
     void read(Answer& answer);
     [[nodiscard]] Status set_resets(unsigned resets, Answer& answer);
     // Makes what was collected and gives the answers that were asked for. With `keep_last` the last
-    // edge waits while TCK is high: its TDO may be asked for yet.
+    // edge waits while TCK is high: its TDO may be asked for yet. Otherwise nobody asks any more.
     [[nodiscard]] Status make(Answer& answer, bool keep_last);
 
     EdgePort& port_;

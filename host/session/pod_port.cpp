@@ -235,11 +235,17 @@ Status PodPort::set_clock(const ClockSetting& setting) {
     if (setting == setting_) {
         return {};
     }
-    KeyStore keys = configured_;
-    clock_.apply(setting, keys);
     TRY(leave_scan());
     TRY(flush());
     setting_ = setting;
+    return reconnect();
+}
+
+Status PodPort::reconnect() {
+    KeyStore keys = configured_;
+    clock_.apply(setting_, keys);
+    scan_->abandon();
+    line_->forget_state();
     TRY(pod_->reconnect(std::move(keys)));
     (void)TRY(ask_state());
     return {};

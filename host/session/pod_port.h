@@ -73,6 +73,8 @@ public:
     [[nodiscard]] Result<StableState> ask_state();
     // Connects anew with another divider.
     [[nodiscard]] Status set_clock(const ClockSetting& setting);
+    // Connects anew as it is, after an error that may have left driver and pod out of step.
+    [[nodiscard]] Status reconnect();
     [[nodiscard]] const TestClock& clock() const noexcept { return clock_; }
     // The present test-clock frequency.
     [[nodiscard]] uint64_t hertz() const noexcept { return clock_.hertz(setting_); }

@@ -44,6 +44,21 @@ TEST(ReadmeTest, ShowsCommandsOfTheDemonstration) {
     EXPECT_THAT(demo, HasSubstr("show --simulate svf examples/demo.svf\n"));
 }
 
+// The page on the bridge has them in boxes, where they are run.
+TEST(ReadmeTest, ShowsCommandsOfTheBridge) {
+    const std::string page = text_of(source_dir / "README.md");
+    const std::string bridge = text_of(source_dir / "docs/bridge.md");
+    std::istringstream section(page.substr(page.find("## Other tools at the pod")));
+    size_t commands = 0;
+    for (std::string line; std::getline(section, line) && !line.starts_with("## Conc");) {
+        if (line.starts_with("$ ") || line.starts_with(" ")) {
+            EXPECT_THAT(bridge, HasSubstr("\n" + line.substr(line[0] == '$' ? 2 : 0) + "\n"));
+            ++commands;
+        }
+    }
+    EXPECT_EQ(commands, 5u);
+}
+
 TEST(ReadmeTest, NamesFilesThatAreThere) {
     const std::string page = text_of(source_dir / "README.md");
     const std::regex link(R"(\]\(([^)#:]+)\))");

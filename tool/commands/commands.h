@@ -31,6 +31,7 @@ void add_tclk(Command& program);
 void add_shmoo(Command& program);
 void add_svf(Command& program);
 void add_trace(Command& program);
+void add_serve(Command& program);
 void add_bench(Command& program);
 void add_doctor(Command& program);
 void add_init(Command& program);

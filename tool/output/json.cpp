@@ -116,15 +116,22 @@ std::optional<std::string> Json::scalar_text() const {
     return line();
 }
 
+namespace {
+
+std::string written(const JsonWriter::Document& document, int indent) {
+    return document.dump(indent, ' ', false, JsonWriter::Document::error_handler_t::replace);
+}
+
+} // namespace
+
 std::string Json::text() const {
     constexpr int kIndent = 2;
-    return JsonWriter::document(*this).dump(kIndent, ' ', false,
-                                            JsonWriter::Document::error_handler_t::replace);
+    return written(JsonWriter::document(*this), kIndent);
 }
 
 std::string Json::line() const {
-    return JsonWriter::document(*this).dump(-1, ' ', false,
-                                            JsonWriter::Document::error_handler_t::replace);
+    constexpr int kOneLine = -1;
+    return written(JsonWriter::document(*this), kOneLine);
 }
 
 } // namespace talvor

@@ -65,6 +65,11 @@ void Output::result(const Json& document) const {
     }
 }
 
+void Output::event(std::string_view text, const Json& document) const {
+    write_line(json_ ? document.line() : std::string(text));
+    (void)flush_output();
+}
+
 void Output::note(std::string_view text) const {
     (void)flush_output();
     write_error(fmt::format("{}: {}\n", kProgram, text));

@@ -47,6 +47,9 @@ public:
     // The command's result, which is printed when --json was given; once a command, or, in lines,
     // as often as there is something to tell.
     void result(const Json& document) const;
+    // Something that happens while a command goes on, at once: a line of text, or with --json a
+    // document in one line.
+    void event(std::string_view text, const Json& document) const;
     // A remark on the standard error.
     void note(std::string_view text) const;
     // An error: "talvor: thing: reason" and what to do next on the standard error; with --json also

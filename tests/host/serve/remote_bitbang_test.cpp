@@ -143,6 +143,14 @@ TEST(RemoteBitbangTest, MakesTheEdgeThatItKeptWhenTheClientIsSilent) {
     EXPECT_THAT(port.calls, ElementsAre(1u));
 }
 
+TEST(RemoteBitbangTest, AsksNothingOnTheWayOut) {
+    BarePort port(two_devices());
+    RemoteBitbang protocol(port);
+    EXPECT_TRUE(talk(protocol, bytes_of("0404Q")).over);
+    EXPECT_THAT(port.calls, ElementsAre(2u));
+    EXPECT_EQ(port.answered_calls, 0);
+}
+
 TEST(RemoteBitbangTest, DrivesTheResetLines) {
     BarePort port(two_devices());
     RemoteBitbang protocol(port);

@@ -12,6 +12,15 @@ TEST(ManualTest, ShowsWhatTheProgramDoes) {
     test_support::run_boxes_of(source_file("docs/talvor.md"), 11);
 }
 
+TEST(BridgePageTest, ShowsWhatTheToolsDo) {
+    for (const char* tool : {"openocd", "openFPGALoader"}) {
+        if (!installed(tool)) {
+            GTEST_SKIP() << tool << " is not installed";
+        }
+    }
+    test_support::run_boxes_of(source_file("docs/bridge.md"), 3);
+}
+
 // Every command and option by its name, as `written` puts it.
 template <typename Written>
 void expect_all_named(const Command& command, const std::string& page, Written written) {

@@ -33,6 +33,10 @@ Outcome simulated(std::vector<std::string> arguments, const std::string& input) 
     return talvor(std::move(arguments), input);
 }
 
+bool installed(const std::string& program) {
+    return test_support::run_program({"sh", "-c", "command -v " + program}).status == 0;
+}
+
 bool await(const std::function<bool()>& condition) {
     const auto deadline = std::chrono::steady_clock::now() + kPatience;
     while (!condition()) {

@@ -25,6 +25,9 @@ Outcome talvor(std::vector<std::string> arguments, const std::string& input = ""
 // Runs talvor with a simulated pod of its own.
 Outcome simulated(std::vector<std::string> arguments, const std::string& input = "");
 
+// Whether a program of that name is there to be run.
+[[nodiscard]] bool installed(const std::string& program);
+
 // Looks again and again until `condition` holds; false when it never comes to that.
 [[nodiscard]] bool await(const std::function<bool()>& condition);
 std::string read_file(const std::string& path);

@@ -39,6 +39,12 @@ TEST(JsonTest, KeepsTheOrderOfMembers) {
                            "}");
 }
 
+TEST(JsonTest, FitsALineWhereOneIsAskedFor) {
+    EXPECT_EQ(
+        (Json{{"event", "ready"}, {"ports", Json::array({1, 2})}, {"text", "a\nb\xff"}}).line(),
+        "{\"event\":\"ready\",\"ports\":[1,2],\"text\":\"a\\nb\uFFFD\"}");
+}
+
 TEST(JsonTest, AnObjectOfOneMemberIsNoText) {
     EXPECT_EQ((Json{{"path", "ir"}}).text(), "{\n  \"path\": \"ir\"\n}");
 }
