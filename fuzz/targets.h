@@ -18,6 +18,7 @@ void run_bitbang(Bytes input);       // answers of an external target
 void run_configuration(Bytes input); // the keys of a board, as a host's table gives them
 void run_control(Bytes input);       // requests to the control socket, and a script
 void run_hostile(Bytes input);       // a proxy that leaves anything in shared memory
+void run_serve(Bytes input);         // what clients of a served pod send
 void run_svf(Bytes input);           // an SVF file
 void run_toml(Bytes input);          // a description of pods, and a board
 void run_vcd(Bytes input);           // a value change dump
@@ -33,6 +34,7 @@ inline constexpr std::array kTargets{
     Target{"configuration", run_configuration},
     Target{"control", run_control},
     Target{"hostile", run_hostile},
+    Target{"serve", run_serve},
     Target{"svf", run_svf},
     Target{"toml", run_toml},
     Target{"vcd", run_vcd},
