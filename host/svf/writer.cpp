@@ -39,7 +39,7 @@ std::optional<std::string> Writer::add(const Step& step, std::string& text) {
     case Step::Kind::Scan:
         add_scan(step.scan, text);
         return step.scan.retry == play::Retry() ? std::optional<std::string>()
-                                                : "a wrong answer cannot be asked for again";
+                                                : "asking again for a wrong answer";
     case Step::Kind::Path:
         add_path(step, text);
         return std::nullopt;

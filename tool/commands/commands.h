@@ -29,7 +29,8 @@ void add_link(Command& program);
 void add_reg(Command& program);
 void add_tclk(Command& program);
 void add_shmoo(Command& program);
-void add_svf(Command& program);
+void add_play(Command& program); // play, svf, xsvf
+void add_convert(Command& program);
 void add_trace(Command& program);
 void add_serve(Command& program);
 void add_bench(Command& program);

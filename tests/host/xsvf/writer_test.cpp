@@ -221,7 +221,7 @@ TEST(SvfWriterTest, WritesEveryStep) {
 
 TEST(SvfWriterTest, NamesWhatSvfCannotSay) {
     const std::string bytes{'\x08', 0, 0, 0, 8, '\x09', 1, 1, 0};
-    EXPECT_EQ(to_svf(bytes).second, (Lines{"a wrong answer cannot be asked for again"}));
+    EXPECT_EQ(to_svf(bytes).second, (Lines{"asking again for a wrong answer"}));
     EXPECT_EQ(played_xsvf(bytes).size(), 3U);
 }
 

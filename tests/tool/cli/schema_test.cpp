@@ -42,6 +42,8 @@ const std::vector<Sample>& runs() {
     static const std::string wrong = file_with("wrong.svf", "SDR 8 TDI (0) TDO (00);\n");
     static const std::string refused = file_with("refused.svf", "TRST Z;\nPIO (H);\nSDR 8;\n");
     static const std::string board = source_file("examples/board.toml");
+    static const std::string xsvf =
+        file_with("a.xsvf", std::string("\x02\x21\1\xFF\xFF\xFF\xFF\0", 8));
     static const std::vector<Sample> all{
         {"info", {"info"}},
         {"info", {"--board", board, "info"}},
@@ -67,6 +69,11 @@ const std::vector<Sample>& runs() {
         {"svf", {"svf", "--no-check", svf}},
         {"svf", {"svf", wrong}},
         {"svf", {"svf", refused}},
+        {"play", {"play", svf}},
+        {"play", {"play", "--dry-run", xsvf}},
+        {"xsvf", {"xsvf", xsvf}},
+        {"convert", {"convert", svf, xsvf}},
+        {"shmoo", {"shmoo", "--clocks", "3", "--delays", "2-4", "--bits", "64"}},
         {"trace", {"trace", "chain"}},
         {"bench", {"bench", "--seconds", "0.001", "--bits", "64"}},
         {"doctor", {"doctor"}},

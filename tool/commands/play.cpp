@@ -1,9 +1,9 @@
-// talvor svf: checks and plays an SVF file.
+// talvor play, svf, xsvf: check and play a file, whatever its format.
 #include "common/interrupt.h"
+#include "host/format/format.h"
 #include "host/play/checker.h"
 #include "host/play/plan.h"
 #include "host/play/player.h"
-#include "host/svf/reader.h"
 #include "host/svf/source.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
@@ -12,6 +12,7 @@
 #include "tool/commands/unanswered.h"
 #include "tool/output/progress_bar.h"
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -19,7 +20,9 @@
 namespace talvor {
 namespace {
 
-struct SvfOptions {
+struct PlayFileOptions {
+    std::string command;              // as the user calls it
+    std::optional<FileFormat> format; // nothing: the file's content tells
     std::string file;
     std::string junit;
     PictureOptions picture;
@@ -42,7 +45,7 @@ play::ProgressHook progress_hook(ProgressBar& bar) {
 }
 
 // Why a pass ended. The progress hook can only say stop; the reason is the user's.
-Error told(Error error, const SvfOptions& options) {
+Error told(Error error, const PlayFileOptions& options) {
     Status interrupted = check_interrupt();
     if (!interrupted) {
         return std::move(interrupted).error();
@@ -59,7 +62,7 @@ Error advised(Error error) {
 }
 
 // Notes each mismatch, and prints it where the playing goes on.
-play::PlayOptions play_options(const Output& out, const SvfOptions& options, ProgressBar& bar,
+play::PlayOptions play_options(const Output& out, const PlayFileOptions& options, ProgressBar& bar,
                                PlayRun& run, std::optional<PlayPicture>& picture) {
     play::PlayOptions how;
     how.keep_going = options.keep_going;
@@ -82,7 +85,7 @@ play::PlayOptions play_options(const Output& out, const SvfOptions& options, Pro
 }
 
 // Checks and plays as the options say, and notes in `run` what came of it.
-void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& options,
+void check_and_play(play::StepSource& source, JtagPort& port, const PlayFileOptions& options,
                     const Output& out, ProgressBar& bar, PlayRun& run,
                     std::optional<PlayPicture>& picture) {
     play::Plan plan;
@@ -108,7 +111,7 @@ void check_and_play(play::StepSource& source, JtagPort& port, const SvfOptions& 
     run.played = player.report();
 }
 
-Status report(Context& context, const PlayRun& run, const SvfOptions& options) {
+Status report(Context& context, const PlayRun& run, const PlayFileOptions& options) {
     print(context.out, run);
     std::optional<Error> error = error_of(run);
     if (error) {
@@ -126,7 +129,7 @@ Status report(Context& context, const PlayRun& run, const SvfOptions& options) {
     return Failure(*std::move(error));
 }
 
-Status check_picture(const SvfOptions& options) {
+Status check_picture(const PlayFileOptions& options) {
     if (options.picture.line != 0 && options.picture.svg.empty()) {
         return usage_error("--around", "there is no picture that it is about",
                            "name one with --svg");
@@ -137,9 +140,10 @@ Status check_picture(const SvfOptions& options) {
     return {};
 }
 
-Status svf_command(Context& context, const SvfOptions& options) {
+Status play_command(Context& context, const PlayFileOptions& options) {
     TRY(check_picture(options));
     const auto source = TRY(svf::FileSource::open(options.file));
+    const FileFormat format = options.format ? *options.format : TRY(format_by_content(*source));
     std::optional<PlayPicture> picture;
     if (!options.picture.svg.empty()) {
         picture.emplace(TRY(PlayPicture::prepare(context, options.picture, options.keep_going)));
@@ -151,11 +155,12 @@ Status svf_command(Context& context, const SvfOptions& options) {
         options.progress == "always" || (options.progress == "auto" && context.out.watched());
     ProgressBar bar(bar_shown);
     PlayRun run;
-    run.command = "svf";
+    run.command = options.command;
     run.file = source->name();
     run.dry_run = options.dry_run;
-    svf::Reader reader(*source, port, {{}, options.strict});
-    check_and_play(reader, port, options, context.out, bar, run, picture);
+    const std::unique_ptr<play::StepSource> steps =
+        open_steps(format, *source, port, options.strict);
+    check_and_play(*steps, port, options, context.out, bar, run, picture);
     bar.clear();
     const Status reported = report(context, run, options);
     const Status drawn =
@@ -164,7 +169,7 @@ Status svf_command(Context& context, const SvfOptions& options) {
 }
 
 // With --dry-run nothing is played, so that none of these has a say.
-void add_ways_to_play(Command& command, SvfOptions& options, const Option& dry_run) {
+void add_ways_to_play(Command& command, PlayFileOptions& options, const Option& dry_run) {
     const auto flag = [&](const char* name, bool& value, const char* about) {
         return command.flag(name, value, about).excludes(dry_run);
     };
@@ -181,33 +186,49 @@ void add_ways_to_play(Command& command, SvfOptions& options, const Option& dry_r
         .excludes(exact);
 }
 
-} // namespace
+void add_picture(Command& command, PlayFileOptions& options) {
+    command
+        .option("--svg", options.picture.svg,
+                "With --simulate: draw the statement that fails into this file")
+        .type_name("FILE");
+    command.option("--around", options.picture.line, "Draw the statement at this line instead")
+        .type_name("LINE")
+        .positive();
+}
 
-void add_svf(Command& program) {
-    const auto options = command_options<SvfOptions>();
-    Command command =
-        program.command("svf", "Check an SVF file, then play it",
-                        [options](Context& context) { return svf_command(context, *options); });
-    command.option("FILE", options->file, "SVF file; - is the standard input").required();
+// One of the commands that play: all of them have the same options.
+void add_play_command(Command& program, const PlayFileOptions& as, const char* about,
+                      const char* file) {
+    const auto options = command_options<PlayFileOptions>();
+    *options = as;
+    Command command = program.command(
+        as.command, about, [options](Context& context) { return play_command(context, *options); });
+    command.option("FILE", options->file, file).required();
     Option dry_run =
         command.flag("--dry-run", options->dry_run, "Only check whether the pod can play it");
     add_ways_to_play(command, *options, dry_run);
-    command.flag("--strict", options->strict,
-                 "Refuse what the pod can only play otherwise than written, to the same effect");
     command.option("--junit", options->junit, "Write the results as JUnit XML into this file")
         .type_name("FILE");
-    command
-        .option("--svg", options->picture.svg,
-                "With --simulate: draw the statement that fails into this file")
-        .type_name("FILE");
-    command.option("--around", options->picture.line, "Draw the statement at this line instead")
-        .type_name("LINE")
-        .positive();
+    add_picture(command, *options);
     command
         .option("--progress", options->progress,
                 "Progress bar: always, never, or auto: on a terminal")
         .one_of({"always", "never", "auto"})
         .show_default();
+    command.flag("--strict", options->strict,
+                 "Refuse what the pod can only play otherwise than written, to the same effect");
+}
+
+} // namespace
+
+void add_play(Command& program) {
+    add_play_command(program, {.command = "play", .format = std::nullopt},
+                     "Check a file of any known format, then play it",
+                     "SVF or XSVF file, told apart by the content; - is the standard input");
+    add_play_command(program, {.command = "svf", .format = FileFormat::Svf},
+                     "Check an SVF file, then play it", "SVF file; - is the standard input");
+    add_play_command(program, {.command = "xsvf", .format = FileFormat::Xsvf},
+                     "Check an XSVF file, then play it", "XSVF file; - is the standard input");
 }
 
 } // namespace talvor
