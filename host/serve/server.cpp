@@ -34,6 +34,7 @@ Result<Server> Server::open(const std::vector<ServePort>& ports, EdgePort& targe
 
 Status Server::run(const ServerOptions& options) {
     Status status = run_once(options);
+    look_after_client();
     if (client_) {
         end_visit("the server ends", std::nullopt);
     }
@@ -133,7 +134,7 @@ void Server::receive_caller(const OpenPort& port) {
                         visit_);
 }
 
-// The client may have gone while nobody looked: its last bytes are served.
+// The client may have gone while nobody looked: what it has sent is served.
 void Server::look_after_client() {
     for (int i = 0; client_ && i < kLastLooks && readable(client_->descriptor()); ++i) {
         if (const Status served = serve_client(); !served) {

@@ -370,7 +370,7 @@ TEST_F(OpenOcdTest, FindsTheFiveDevices) {
         EXPECT_THAT(out, HasSubstr(line));
     }
     EXPECT_THAT(out, Not(HasSubstr("Error")));
-    EXPECT_THAT(served.end(), HasSubstr(" said good-bye; "));
+    EXPECT_TRUE(served.says(" said good-bye; "));
 }
 
 TEST_F(OpenOcdTest, ScansInstructionsAndData) {
