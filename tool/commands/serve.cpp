@@ -87,7 +87,7 @@ Status run_server(EdgePort& pins, const std::vector<ServePort>& ports, ServeRepo
     }
     report.ready(server, serial);
     TRY(flush_output());
-    const Status served =
+    Status served =
         server.run({.stop = interrupt_descriptor(), .once = options.once, .go_on = still_served});
     report.ended(interrupt_signal());
     return served;
