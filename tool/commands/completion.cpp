@@ -13,6 +13,7 @@ namespace {
 
 ValueWords value_words() {
     std::vector<std::string> conditions;
+    conditions.reserve(kConditions.size());
     for (const Condition& condition : kConditions) {
         conditions.emplace_back(condition.word);
     }
