@@ -14,6 +14,7 @@
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace talvor {
@@ -86,16 +87,17 @@ void report(const Output& out, const InitOptions& options, const BoardFacts& fac
 
 Status init(Context& context, const InitOptions& options) {
     const bool to_file = options.file != "-";
-    if (to_file && !options.force && system_calls.access(options.file.c_str(), F_OK) == 0) {
+    struct stat facts {}; // what cannot be looked at cannot be written either
+    if (to_file && !options.force && system_calls.lstat(options.file.c_str(), &facts) == 0) {
         return exists_already(options.file);
     }
     const PartNames names = TRY(part_names(options.parts));
-    const BoardFacts facts = TRY(find_facts(*TRY(context.session())));
-    const std::string text = board_text(facts, names);
+    const BoardFacts found = TRY(find_facts(*TRY(context.session())));
+    const std::string text = board_text(found, names);
     if (to_file) {
         TRY(write_file(options.file, text, options.force));
     }
-    report(context.out, options, facts, text);
+    report(context.out, options, found, text);
     return {};
 }
 
