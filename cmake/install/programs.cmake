@@ -10,6 +10,11 @@ add_custom_command(OUTPUT ${completions}/stamp
   COMMENT "Writing completion scripts"
   VERBATIM)
 add_custom_target(completions ALL DEPENDS ${completions}/stamp)
+foreach(shell bash zsh fish)
+  if(TARGET podsim-completion-${shell})
+    add_dependencies(completions podsim-completion-${shell})
+  endif()
+endforeach()
 
 set(TALVOR_BASH_COMPLETIONS_DIR ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
   CACHE PATH "Where bash looks for completions")
