@@ -95,7 +95,7 @@ struct DeviceDescription {
     std::optional<uint32_t> idcode;   // bit 0 is 1 (12.1); without one: BYPASS at reset
     uint64_t idcode_instruction = 0;  // only with an idcode; not all ones
     std::vector<RegisterDescription> registers;
-    std::vector<RowsDescription> rows;
+    std::vector<RowsDescription> rows{};
 };
 
 // A wire of the board from an output pin to an input pin with boundary-scan cells.

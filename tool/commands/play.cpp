@@ -197,12 +197,13 @@ void add_picture(Command& command, PlayFileOptions& options) {
 }
 
 // One of the commands that play: all of them have the same options.
-void add_play_command(Command& program, const PlayFileOptions& as, const char* about,
-                      const char* file) {
+void add_play_command(Command& program, const char* name, std::optional<FileFormat> format,
+                      const char* about, const char* file) {
     const auto options = command_options<PlayFileOptions>();
-    *options = as;
+    options->command = name;
+    options->format = format;
     Command command = program.command(
-        as.command, about, [options](Context& context) { return play_command(context, *options); });
+        name, about, [options](Context& context) { return play_command(context, *options); });
     command.option("FILE", options->file, file).required();
     Option dry_run =
         command.flag("--dry-run", options->dry_run, "Only check whether the pod can play it");
@@ -222,13 +223,13 @@ void add_play_command(Command& program, const PlayFileOptions& as, const char* a
 } // namespace
 
 void add_play(Command& program) {
-    add_play_command(program, {.command = "play", .format = std::nullopt},
+    add_play_command(program, "play", std::nullopt,
                      "Check a file of any known format, then play it",
                      "SVF or XSVF file, told apart by the content; - is the standard input");
-    add_play_command(program, {.command = "svf", .format = FileFormat::Svf},
-                     "Check an SVF file, then play it", "SVF file; - is the standard input");
-    add_play_command(program, {.command = "xsvf", .format = FileFormat::Xsvf},
-                     "Check an XSVF file, then play it", "XSVF file; - is the standard input");
+    add_play_command(program, "svf", FileFormat::Svf, "Check an SVF file, then play it",
+                     "SVF file; - is the standard input");
+    add_play_command(program, "xsvf", FileFormat::Xsvf, "Check an XSVF file, then play it",
+                     "XSVF file; - is the standard input");
 }
 
 } // namespace talvor

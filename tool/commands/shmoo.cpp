@@ -53,8 +53,9 @@ Result<std::vector<ShmooClock>> clocks_of(const TestClock& clock, const ShmooOpt
     const auto fastest = static_cast<double>(clock.fastest());
     const auto slowest = static_cast<double>(clock.slowest());
     const double least = options.least.empty() ? std::max(kDefaultLeastHertz, slowest)
-                                               : TRY(parse_frequency(options.least));
-    const double most = options.most.empty() ? fastest : TRY(parse_frequency(options.most));
+                                               : TRY(parse_frequency(options.least, "--minimum"));
+    const double most =
+        options.most.empty() ? fastest : TRY(parse_frequency(options.most, "--maximum"));
     std::vector<ShmooClock> clocks = spread_clocks(clock, least, most, options.clocks);
     if (clocks.empty()) {
         return usage_error("test clock",
