@@ -1,5 +1,7 @@
 #include "description_text.h"
 
+#include <gtest/gtest.h>
+
 #include <iomanip>
 #include <sstream>
 
@@ -33,6 +35,9 @@ struct KindText {
     void operator()(const talvor::podsim::MemoryRegister& memory) const {
         text << "kind = \"memory\"\naddress_bits = " << memory.address_bits
              << "\ndata_bits = " << memory.data_bits << "\nwords = " << memory.words << "\n";
+    }
+    void operator()(const talvor::podsim::RiscvDescription&) const {
+        ADD_FAILURE() << "it is described by the kind of its TAP, not as a register";
     }
     void operator()(const talvor::podsim::BoundaryRegister& boundary) const {
         text << "kind = \"boundary\"\nextest = " << boundary.extest
