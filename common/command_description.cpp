@@ -7,7 +7,8 @@
 namespace talvor {
 namespace {
 
-constexpr std::array<std::string_view, 4> kFileValues{"FILE", "DESCRIPTION", "SCRIPT", "SOCKET"};
+constexpr std::array<std::string_view, 7> kFileValues{"FILE",   "FOLDER", "DESCRIPTION", "SCRIPT",
+                                                      "SOCKET", "FROM",   "INTO"};
 
 std::vector<std::string> split_at_commas(const std::string& list) {
     std::vector<std::string> words;

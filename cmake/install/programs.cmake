@@ -40,8 +40,9 @@ foreach(shell bash zsh fish)
     DESTINATION ${TALVOR_${name}_COMPLETIONS_DIR}
     COMPONENT Tool)
 endforeach()
-install(FILES ${PROJECT_SOURCE_DIR}/host/simulator/built_in.toml
+install(FILES ${PROJECT_SOURCE_DIR}/examples/five.toml
   DESTINATION ${CMAKE_INSTALL_DATADIR}/talvor
+  RENAME built_in.toml
   COMPONENT Tool)
 
 # Manual pages, each with this version in its footer.

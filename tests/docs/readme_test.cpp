@@ -50,7 +50,7 @@ TEST(ReadmeTest, ShowsCommandsOfTheBridge) {
     const std::string bridge = text_of(source_dir / "docs/bridge.md");
     std::istringstream section(page.substr(page.find("## Other tools at the pod")));
     size_t commands = 0;
-    for (std::string line; std::getline(section, line) && !line.starts_with("## Conc");) {
+    for (std::string line; std::getline(section, line) && !line.starts_with("## In c");) {
         if (line.starts_with("$ ") || line.starts_with(" ")) {
             EXPECT_THAT(bridge, HasSubstr("\n" + line.substr(line[0] == '$' ? 2 : 0) + "\n"));
             ++commands;

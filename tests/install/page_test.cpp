@@ -55,7 +55,9 @@ TEST(InstallingPageTest, ItsCommandsInstallBuildRunAndTakeAway) {
     const size_t by_cmake = output.find(answer);
     EXPECT_NE(by_cmake, output.npos) << output;
     EXPECT_NE(output.find(answer, by_cmake + 1), output.npos) << output;
-    EXPECT_THAT(files_below(home / "talvor"), testing::IsEmpty());
+    if (fs::exists(home / "talvor")) {
+        EXPECT_THAT(files_below(home / "talvor"), testing::IsEmpty());
+    }
 }
 
 } // namespace

@@ -132,7 +132,8 @@ TEST(BuiltInDescriptionTest, IsAWholeTomlFile) {
 }
 
 TEST_F(SimulatorTest, OneThatDoesNotEndIsKilled) {
-    SimulatorOptions wanted = options("trap '' TERM; : > $ready; while :; do sleep 0.01; done");
+    SimulatorOptions wanted =
+        options("trap '' TERM; echo ready > $ready; while :; do sleep 0.01; done");
     wanted.end_patience = std::chrono::milliseconds(50);
     wanted.vcd = WaveformFile{.path = "trace.vcd"};
     auto simulator = Simulator::start(wanted);

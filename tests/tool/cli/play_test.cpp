@@ -62,7 +62,7 @@ TEST(ConvertTest, WhatIsConvertedAnswersAsBefore) {
     const std::string xsvf = file_with("demo.xsvf", "");
     const Outcome made = talvor({"convert", source_file("examples/demo.svf"), xsvf});
     EXPECT_EQ(made.status, 0) << made.err;
-    EXPECT_THAT(made.err, HasSubstr("XSVF has no words for the test clock"));
+    EXPECT_THAT(made.err, HasSubstr("demo.svf:3: TRST: XSVF has no words for TRST\n"));
     const Outcome played = talvor({"--simulate", "xsvf", xsvf});
     EXPECT_EQ(played.status, 0) << played.err;
     EXPECT_THAT(played.out, HasSubstr("404 scans of 14631 bits"));

@@ -152,10 +152,10 @@ TEST(WatchTest, EndsWithWhatItSawLast) {
     const PodsimProcess simulator(five(), {"--script", script});
     const Outcome outcome = talvor({"status", "--watch", "0.001", "--count", "200", "--json"});
     EXPECT_EQ(outcome.status, 1) << outcome.err;
-    EXPECT_EQ(count_of(outcome.out, "\"time\": \"20"), 200U);
-    const size_t good = count_of(outcome.out, "\"alive\": true");
+    EXPECT_EQ(count_of(outcome.out, "\"time\":\"20"), 200U);
+    const size_t good = count_of(outcome.out, "\"alive\":true");
     EXPECT_GT(good, 2U);
-    EXPECT_EQ(count_of(outcome.out, "\"error\": {"), 200U - good);
+    EXPECT_EQ(count_of(outcome.out, "\"error\":{"), 200U - good);
 }
 
 struct Fault {
