@@ -47,7 +47,8 @@ std::string clock_text(const ClockFormula& formula) {
 // The part in small letters where it is known, else "deviceN"; each name once.
 std::string device_name(const PartName& known, size_t number, std::set<std::string>& taken) {
     std::string name;
-    for (const unsigned char letter : known.part) {
+    for (const char part_letter : known.part) {
+        const auto letter = static_cast<unsigned char>(part_letter);
         if (std::isalnum(letter) != 0 || letter == '-' || letter == '_') {
             name += static_cast<char>(std::tolower(letter));
         }
