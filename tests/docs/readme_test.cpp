@@ -56,7 +56,7 @@ TEST(ReadmeTest, ShowsCommandsOfTheBridge) {
             ++commands;
         }
     }
-    EXPECT_EQ(commands, 5u);
+    EXPECT_EQ(commands, 11u);
 }
 
 TEST(ReadmeTest, NamesFilesThatAreThere) {

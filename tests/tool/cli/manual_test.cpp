@@ -13,12 +13,12 @@ TEST(ManualTest, ShowsWhatTheProgramDoes) {
 }
 
 TEST(BridgePageTest, ShowsWhatTheToolsDo) {
-    for (const char* tool : {"openocd", "openFPGALoader"}) {
+    for (const char* tool : {"openocd", "openFPGALoader", "gdb-multiarch"}) {
         if (!installed(tool)) {
             GTEST_SKIP() << tool << " is not installed";
         }
     }
-    test_support::run_boxes_of(source_file("docs/bridge.md"), 3);
+    test_support::run_boxes_of(source_file("docs/bridge.md"), 4);
 }
 
 // Every command and option by its name, as `written` puts it.
