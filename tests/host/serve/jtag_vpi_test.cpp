@@ -46,7 +46,7 @@ TEST(JtagVpiTest, HasPacketsOf1036Bytes) {
 
 TEST(JtagVpiTest, AnswersScansWithWhatTheChainAnswers) {
     std::mt19937_64 random(3);
-    for (const size_t bits : {1, 2, 8, 31, 52, 64, 1000, 4095, 4096}) {
+    for (const size_t bits : {1U, 2U, 8U, 31U, 52U, 64U, 1000U, 4095U, 4096U}) {
         Bits tdi(bits);
         for (size_t i = 0; i < bits; ++i) {
             tdi.set(i, (random() & 1U) != 0);

@@ -36,7 +36,8 @@ Bits noise(size_t count, std::mt19937_64& random) {
 std::vector<std::pair<Bits, Bits>> some_vectors() {
     std::mt19937_64 random(1);
     std::vector<std::pair<Bits, Bits>> vectors;
-    for (size_t length : {1, 2, 3, 5, 7, 8, 9, 15, 16, 17, 31, 32, 33, 63, 64, 65, 300, 1}) {
+    for (const unsigned length :
+         {1U, 2U, 3U, 5U, 7U, 8U, 9U, 15U, 16U, 17U, 31U, 32U, 33U, 63U, 64U, 65U, 300U, 1U}) {
         Bits tms = noise(length, random);
         tms &= noise(length, random); // more shifting than moving
         vectors.emplace_back(tms, noise(length, random));
