@@ -48,6 +48,9 @@ std::string as_if_installed(const fs::path& folder) {
 }
 
 TEST(CiJobTest, PassesWithoutAnyRights) {
+    if (TALVOR_SANITIZED) {
+        GTEST_SKIP() << "a host that is not sanitized cannot load a sanitized library";
+    }
     const std::vector<std::string> commands = job_commands();
     ASSERT_EQ(commands.size(), 3U);
     const auto folder = talvor::TemporaryFolder::create();

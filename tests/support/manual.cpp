@@ -48,7 +48,7 @@ void run_box(const Box& box, const fs::path& folder) {
     const std::string script = folder / "box.sh";
     std::ofstream(script)
         << "set -e\ncd " << folder << "\nPATH=" << programs.string() << ":$PATH\n"
-        << "unset TALVOR_BOARD; export TALVOR_PARTS= XDG_CONFIG_HOME=/nonexistent\n"
+        << "unset TALVOR_BOARD; export TALVOR_PARTS= XDG_CONFIG_HOME=/dev/null/none\n"
         << box.commands;
     const ProgramResult result = run_program({"/bin/sh", script});
     EXPECT_EQ(result.status, 0) << "line " << box.line << ": " << result.errors;

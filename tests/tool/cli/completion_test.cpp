@@ -42,10 +42,11 @@ public:
         const std::string program = line.substr(0, line.find(' '));
         const std::string script = folder_.path() + "/_" + program;
         std::ofstream(script) << script_of(program, shell_);
-        const auto result = run_program({shell_ == "fish"  ? "fish"
-                                         : shell_ == "zsh" ? "zsh"
-                                                           : "bash",
-                                         "-c", "cd " + folder_.path() + "\n" + ask(script, line)});
+        // Shells keep files of their own at home.
+        const auto result =
+            run_program({"env", "HOME=" + home_.path(), "XDG_CONFIG_HOME=" + home_.path(),
+                         "XDG_DATA_HOME=" + home_.path(), shell_, "-c",
+                         "cd " + folder_.path() + "\n" + ask(script, line)});
         EXPECT_EQ(result.errors, "") << line;
         return sorted_lines(result.output);
     }
@@ -65,6 +66,7 @@ private:
 
     std::string shell_;
     TemporaryFolder folder_ = TemporaryFolder::create().value();
+    TemporaryFolder home_ = TemporaryFolder::create().value();
 };
 
 // As bash splits the words: at blanks and at "=".

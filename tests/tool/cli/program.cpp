@@ -17,10 +17,15 @@ constexpr std::chrono::seconds kPatience{60};
 } // namespace
 
 // No board file and no names of parts of whoever runs the tests.
-[[maybe_unused]] const bool kOwnSurroundings = unsetenv("TALVOR_BOARD") == 0 &&
-                                               setenv("TALVOR_PARTS", "", 1) == 0 &&
-                                               setenv("XDG_CONFIG_HOME", "/nonexistent", 1) == 0 &&
-                                               setenv("XDG_STATE_HOME", "/dev/null", 1) == 0;
+[[maybe_unused]] const bool kOwnSurroundings =
+    unsetenv("TALVOR_BOARD") == 0 && setenv("TALVOR_PARTS", "", 1) == 0 &&
+    setenv("XDG_CONFIG_HOME", "/dev/null/none", 1) == 0 &&
+    setenv("XDG_STATE_HOME", "/dev/null", 1) == 0;
+// Looked at by sanitized programs only.
+[[maybe_unused]] const bool kForeignLeaks =
+    setenv("LSAN_OPTIONS",
+           "print_suppressions=0:suppressions=" TALVOR_SOURCE_DIR "/tests/support/lsan.supp",
+           0) == 0;
 
 Outcome talvor(std::vector<std::string> arguments, const std::string& input) {
     arguments.insert(arguments.begin(), test_support::built_program("talvor"));
