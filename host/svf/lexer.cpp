@@ -18,10 +18,10 @@ constexpr bool is_blank(int c) noexcept {
 constexpr std::array<char, 256> kWordCharacters = [] {
     std::array<char, 256> capitals{};
     for (const char c : std::string_view("0123456789.+-_ABCDEFGHIJKLMNOPQRSTUVWXYZ")) {
-        capitals[static_cast<size_t>(c)] = c;
+        capitals[static_cast<unsigned char>(c)] = c;
     }
     for (char c = 'a'; c <= 'z'; ++c) {
-        capitals[static_cast<size_t>(c)] = static_cast<char>(c - 'a' + 'A');
+        capitals[static_cast<unsigned char>(c)] = static_cast<char>(c - 'a' + 'A');
     }
     return capitals;
 }();

@@ -121,12 +121,11 @@ Result<Opcode> Reader::opcode() {
     return static_cast<Opcode>(byte);
 }
 
+// NOLINTNEXTLINE(readability-function-size): a plain list
 Status Reader::instruction(Opcode opcode) {
     switch (opcode) {
     case Opcode::Complete:
-        complete_ = true;
-        return pieces_ || !path_.empty() ? bad("a scan or a path has not come to its end")
-                                         : Status();
+        return finish();
     case Opcode::TdoMask:
         return read_dr_value("XTDOMASK", mask_.emplace());
     case Opcode::Sir:
@@ -138,11 +137,9 @@ Status Reader::instruction(Opcode opcode) {
     case Opcode::SdrTdo:
         return scan_dr(true);
     case Opcode::RunTest:
-        run_test_ = TRY(bytes_->number(4, "XRUNTEST"));
-        return {};
+        return read_number(4, "XRUNTEST", run_test_);
     case Opcode::Repeat:
-        repeat_ = TRY(bytes_->number(1, "XREPEAT"));
-        return {};
+        return read_number(1, "XREPEAT", repeat_);
     case Opcode::SdrSize:
         return set_size();
     case Opcode::SetSdrMasks:
@@ -151,17 +148,14 @@ Status Reader::instruction(Opcode opcode) {
     case Opcode::SdrInc:
         return scan_increments();
     case Opcode::SdrB:
-        return scan_piece(true, false, false);
-    case Opcode::SdrC:
-        return scan_piece(false, false, false);
-    case Opcode::SdrE:
-        return scan_piece(false, true, false);
     case Opcode::SdrTdoB:
-        return scan_piece(true, false, true);
+        return scan_piece(true, false, opcode == Opcode::SdrTdoB);
+    case Opcode::SdrC:
     case Opcode::SdrTdoC:
-        return scan_piece(false, false, true);
+        return scan_piece(false, false, opcode == Opcode::SdrTdoC);
+    case Opcode::SdrE:
     case Opcode::SdrTdoE:
-        return scan_piece(false, true, true);
+        return scan_piece(false, true, opcode == Opcode::SdrTdoE);
     case Opcode::State:
         return walk();
     case Opcode::EndIr:
@@ -173,6 +167,16 @@ Status Reader::instruction(Opcode opcode) {
     case Opcode::Wait:
         return wait();
     }
+    return {};
+}
+
+Status Reader::finish() {
+    complete_ = true;
+    return pieces_ || !path_.empty() ? bad("a scan or a path has not come to its end") : Status();
+}
+
+Status Reader::read_number(size_t bytes, const char* what, uint32_t& value) {
+    value = TRY(bytes_->number(bytes, what));
     return {};
 }
 

@@ -69,6 +69,8 @@ private:
     void give(play::Step& step);
     [[nodiscard]] Result<Opcode> opcode();
     [[nodiscard]] Status instruction(Opcode opcode);
+    [[nodiscard]] Status finish();
+    [[nodiscard]] Status read_number(size_t bytes, const char* what, uint32_t& value);
     [[nodiscard]] Status scan_ir(size_t length_bytes);
     [[nodiscard]] Status scan_dr(bool with_tdo);
     [[nodiscard]] Status scan_increments();
