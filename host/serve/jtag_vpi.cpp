@@ -6,53 +6,44 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace talvor {
-namespace {
-
-constexpr size_t kOutAt = sizeof(uint32_t);
-constexpr size_t kInAt = kOutAt + JtagVpi::kDataBytes;
-constexpr size_t kBitsAt = kInAt + JtagVpi::kDataBytes + sizeof(uint32_t);
-constexpr size_t kMostBits = 8 * JtagVpi::kDataBytes;
-
-enum Command : uint32_t { Reset, MoveByTms, ScanChain, ScanChainAndLeave, Stop };
-
-} // namespace
-
 Result<Protocol::Served> JtagVpi::serve(std::span<const uint8_t> input, Answer& answer) {
     Served served;
     while (!served.over && input.size() - served.bytes >= kPacketBytes) {
-        served.over = TRY(take(input.subspan(served.bytes).first<kPacketBytes>()));
+        JtagVpiPacket packet;
+        std::memcpy(&packet, input.data() + served.bytes, sizeof packet);
+        served.over = TRY(take(packet));
         served.bytes += kPacketBytes;
     }
     TRY(make(answer));
     return served;
 }
 
-Result<bool> JtagVpi::take(Packet packet) {
-    const uint32_t command = read_u32(packet);
-    const size_t bits = read_u32(packet.subspan(kBitsAt));
-    if (bits > kMostBits) {
-        return refused_error("jtag_vpi", fmt::format("a packet holds {} bits and says that it has "
-                                                     "{}",
-                                                     kMostBits, bits));
+Result<bool> JtagVpi::take(const JtagVpiPacket& packet) {
+    if (packet.bits > JtagVpiPacket::kMostBits) {
+        return refused_error("jtag_vpi",
+                             fmt::format("a packet holds {} bits and says that it has {}",
+                                         JtagVpiPacket::kMostBits, packet.bits));
     }
-    switch (command) {
-    case Reset:
+    switch (static_cast<JtagVpiCommand>(packet.command)) {
+    case JtagVpiCommand::Reset:
         reset();
         return false;
-    case MoveByTms:
-        move(packet, bits);
+    case JtagVpiCommand::MoveByTms:
+        move(packet);
         return false;
-    case ScanChain:
-    case ScanChainAndLeave:
-        scan(packet, bits, command == ScanChainAndLeave);
+    case JtagVpiCommand::Scan:
+        scan(packet, false);
         return false;
-    case Stop:
+    case JtagVpiCommand::ScanAndLeave:
+        scan(packet, true);
+        return false;
+    case JtagVpiCommand::End:
         return true;
-    default:
-        return refused_error("jtag_vpi", fmt::format("{} is no command", command));
     }
+    return refused_error("jtag_vpi", fmt::format("{} is no command", packet.command));
 }
 
 // Clients differ in whether they take the TAP to be in Test-Logic-Reset or in Run-Test/Idle
@@ -64,31 +55,32 @@ void JtagVpi::reset() {
     batch_.push(false, true);
 }
 
-void JtagVpi::move(Packet packet, size_t bits) {
-    batch_.append(read_bits(packet.subspan(kOutAt), bits), Bits(bits));
+void JtagVpi::move(const JtagVpiPacket& packet) {
+    batch_.append(read_bits(packet.out, packet.bits), Bits(packet.bits));
 }
 
-void JtagVpi::scan(Packet packet, size_t bits, bool leave) {
+void JtagVpi::scan(const JtagVpiPacket& packet, bool leave) {
+    const size_t bits = packet.bits;
     Bits tms(bits);
     if (leave && bits != 0) {
         tms.set(bits - 1, true);
     }
     const size_t first = batch_.size();
-    batch_.append(tms, read_bits(packet.subspan(kOutAt), bits));
+    batch_.append(tms, read_bits(packet.out, bits));
     batch_.ask_all();
-    scans_.push_back({{packet.begin(), packet.end()}, first, bits});
+    scans_.push_back({packet, first, bits});
 }
 
 Status JtagVpi::make(Answer& answer) {
     Bits tdo;
     TRY(batch_.make(port_, tdo));
-    for (const Scan& scan : scans_) {
+    for (Scan& scan : scans_) {
         Answer in;
         append_bits(in, tdo, scan.first, scan.bits);
-        in.resize(kDataBytes);
-        const size_t at = answer.size();
-        answer.insert(answer.end(), scan.packet.begin(), scan.packet.end());
-        std::ranges::copy(in, answer.begin() + static_cast<ptrdiff_t>(at + kInAt));
+        in.resize(JtagVpiPacket::kDataBytes);
+        std::ranges::copy(in, scan.packet.in.begin());
+        const auto* const bytes = reinterpret_cast<const uint8_t*>(&scan.packet);
+        answer.insert(answer.end(), bytes, bytes + sizeof scan.packet);
     }
     scans_.clear();
     return {};

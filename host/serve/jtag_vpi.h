@@ -1,13 +1,8 @@
-// Server side of jtag_vpi, a protocol of packets of one size:
-//
-//     command, 512 bytes out, 512 bytes in, bytes in use, bits in use
-//
-// Numbers are 32 bits, lowest byte first. Commands: 0 reset, 1 TMS sequence, 2 scan chain (TMS
-// low), 3 scan chain with TMS high at the last bit, 4 stop. Scans are answered with a packet that
-// holds TDO; the others are not answered. Bits beyond those in use are not believed, nor is the
-// number of bytes, which they make superfluous.
+// Server side of jtag_vpi. Bits beyond those in use are not believed, nor is the number of bytes,
+// which they make superfluous.
 #pragma once
 
+#include "common/jtag_vpi_packet.h"
 #include "host/serve/edge_batch.h"
 #include "host/serve/protocol.h"
 
@@ -17,8 +12,7 @@ namespace talvor {
 
 class JtagVpi final : public Protocol {
 public:
-    static constexpr size_t kDataBytes = 512;
-    static constexpr size_t kPacketBytes = 3 * sizeof(uint32_t) + 2 * kDataBytes;
+    static constexpr size_t kPacketBytes = sizeof(JtagVpiPacket);
 
     // The port outlives it.
     explicit JtagVpi(EdgePort& port) : port_(port) {}
@@ -27,20 +21,18 @@ public:
     [[nodiscard]] size_t longest_request() const noexcept override { return kPacketBytes; }
 
 private:
-    using Packet = std::span<const uint8_t, kPacketBytes>;
-
     // A scan whose answer is due.
     struct Scan {
-        std::vector<uint8_t> packet;
+        JtagVpiPacket packet;
         size_t first = 0; // edge of the batch
         size_t bits = 0;
     };
 
     // Whether the client has said good-bye.
-    [[nodiscard]] Result<bool> take(Packet packet);
+    [[nodiscard]] Result<bool> take(const JtagVpiPacket& packet);
     void reset();
-    void move(Packet packet, size_t bits);
-    void scan(Packet packet, size_t bits, bool leave);
+    void move(const JtagVpiPacket& packet);
+    void scan(const JtagVpiPacket& packet, bool leave);
     [[nodiscard]] Status make(Answer& answer);
 
     EdgePort& port_;

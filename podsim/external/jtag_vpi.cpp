@@ -2,40 +2,21 @@
 
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstring>
 
 namespace talvor::podsim::external {
 namespace {
 
-constexpr size_t kMostBytes = 512;
-constexpr uint64_t kMostBits = kMostBytes * 8;
-
-// Numbers are little-endian, whatever the machine.
-struct Packet {
-    uint32_t command;
-    std::array<uint8_t, kMostBytes> out; // TMS, or TDI; the first bit in bit 0 of byte 0
-    std::array<uint8_t, kMostBytes> in;  // TDO, in an answer
-    uint32_t bytes;
-    uint32_t bits;
-};
-static_assert(sizeof(Packet) == 1036, "the packet is the one on the wire");
-static_assert(std::endian::native == std::endian::little, "numbers are stored as they stand");
-
-// Commands.
-constexpr uint32_t kReset = 0;
-constexpr uint32_t kMoveByTms = 1;
-constexpr uint32_t kScan = 2;         // TMS 0
-constexpr uint32_t kScanAndLeave = 3; // the last bit with TMS 1
-constexpr uint32_t kEnd = 4;
+using Packet = JtagVpiPacket;
+constexpr uint64_t kMostBits = Packet::kMostBits;
 
 } // namespace
 
 // Takes up to kMostBits bits.
-void JtagVpi::put_packet(uint32_t command, BitQueue& bits) {
+void JtagVpi::put_packet(JtagVpiCommand command, BitQueue& bits) {
     Packet packet{};
-    packet.command = command;
+    packet.command = static_cast<uint32_t>(command);
     packet.bits = static_cast<uint32_t>(std::min(bits.size(), kMostBits));
     packet.bytes = (packet.bits + 7) / 8;
     for (uint32_t done = 0; done < packet.bits; done += kWordBits) {
@@ -49,7 +30,7 @@ void JtagVpi::put_packet(uint32_t command, BitQueue& bits) {
 void JtagVpi::move(uint64_t tms, unsigned count, bool /*tdi*/) {
     tms_.append(tms & low_mask(count), count);
     if (tms_.size() >= kMostBits) {
-        put_packet(kMoveByTms, tms_);
+        put_packet(JtagVpiCommand::MoveByTms, tms_);
     }
 }
 
@@ -62,7 +43,9 @@ void JtagVpi::shift(std::span<const uint64_t> tdi, uint64_t count, bool leave, u
             const auto step = static_cast<unsigned>(std::min<uint64_t>(kWordBits, bits - done));
             piece.append(get_bits(tdi, first + done, step), step);
         }
-        put_packet(leave && first + bits == count ? kScanAndLeave : kScan, piece);
+        put_packet(leave && first + bits == count ? JtagVpiCommand::ScanAndLeave
+                                                  : JtagVpiCommand::Scan,
+                   piece);
         exchange().expect(sizeof(Packet));
         exchange().hold();
         const uint64_t skipped = std::min(bits, unwanted > first ? unwanted - first : 0);
@@ -74,18 +57,18 @@ void JtagVpi::shift(std::span<const uint64_t> tdi, uint64_t count, bool leave, u
 void JtagVpi::pulse_trst() {
     finish();
     BitQueue none;
-    put_packet(kReset, none);
+    put_packet(JtagVpiCommand::Reset, none);
 }
 
 void JtagVpi::finish() {
     while (!tms_.empty()) {
-        put_packet(kMoveByTms, tms_);
+        put_packet(JtagVpiCommand::MoveByTms, tms_);
     }
 }
 
 void JtagVpi::quit() {
     BitQueue none;
-    put_packet(kEnd, none);
+    put_packet(JtagVpiCommand::End, none);
 }
 
 std::optional<std::string> JtagVpi::take(std::span<const char> bytes) {
@@ -94,8 +77,8 @@ std::optional<std::string> JtagVpi::take(std::span<const char> bytes) {
         answer_.append(part.begin(), part.end());
         bytes = bytes.subspan(part.size());
         if (answer_.size() == sizeof(Packet)) {
-            std::array<uint64_t, kMostBytes / sizeof(uint64_t)> bits{};
-            std::memcpy(bits.data(), answer_.data() + offsetof(Packet, in), kMostBytes);
+            std::array<uint64_t, Packet::kDataBytes / sizeof(uint64_t)> bits{};
+            std::memcpy(bits.data(), answer_.data() + offsetof(Packet, in), Packet::kDataBytes);
             asked_.front().pick(bits, levels());
             asked_.pop_front();
             answer_.clear();

@@ -5,6 +5,7 @@
 // take one packet at a time.
 #pragma once
 
+#include "common/jtag_vpi_packet.h"
 #include "podsim/external/protocol.h"
 #include "podsim/external/wanted_runs.h"
 
@@ -24,7 +25,7 @@ public:
     [[nodiscard]] std::optional<std::string> take(std::span<const char> bytes) override;
 
 private:
-    void put_packet(uint32_t command, BitQueue& bits);
+    void put_packet(JtagVpiCommand command, BitQueue& bits);
 
     BitQueue tms_;                 // of moves that have not been put into a packet
     std::deque<WantedRuns> asked_; // of the scans that have no answer yet

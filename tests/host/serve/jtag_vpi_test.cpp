@@ -19,8 +19,8 @@ Bytes packet(uint32_t command, const Bits& out, uint32_t bits) {
     Bytes bytes;
     append_u32(bytes, command);
     append_bits(bytes, out, 0, out.size());
-    bytes.resize(4 + JtagVpi::kDataBytes);
-    bytes.resize(4 + 2 * JtagVpi::kDataBytes, 0xA5); // what a client has left there
+    bytes.resize(4 + JtagVpiPacket::kDataBytes);
+    bytes.resize(4 + 2 * JtagVpiPacket::kDataBytes, 0xA5); // what a client has left there
     append_u32(bytes, static_cast<uint32_t>(bytes_of_bits(bits)));
     append_u32(bytes, bits);
     return bytes;
@@ -31,7 +31,7 @@ Bytes packet(uint32_t command, const Bits& out) {
 }
 
 Bits in_of(const Bytes& answer, size_t packet_index, size_t bits) {
-    const size_t at = packet_index * JtagVpi::kPacketBytes + 4 + JtagVpi::kDataBytes;
+    const size_t at = packet_index * JtagVpi::kPacketBytes + 4 + JtagVpiPacket::kDataBytes;
     return read_bits(std::span(answer).subspan(at), bits);
 }
 

@@ -1,6 +1,7 @@
 // A jtag_vpi client as debuggers have it: moves by TMS sequences, scans in packets.
 #pragma once
 
+#include "common/jtag_vpi_packet.h"
 #include "common/tap_state.h"
 #include "host/jtag/bits.h"
 #include "host/jtag/port.h"
@@ -60,14 +61,14 @@ private:
     static constexpr uint32_t kScan = 2;
     static constexpr uint32_t kScanAndLeave = 3;
     static constexpr uint32_t kStop = 4;
-    static constexpr size_t kPieceBits = 8 * JtagVpi::kDataBytes;
-    static constexpr size_t kInAt = sizeof(uint32_t) + JtagVpi::kDataBytes;
+    static constexpr size_t kPieceBits = 8 * JtagVpiPacket::kDataBytes;
+    static constexpr size_t kInAt = sizeof(uint32_t) + JtagVpiPacket::kDataBytes;
 
     void send(uint32_t command, const Bits& bits) {
         std::vector<uint8_t> packet;
         append_u32(packet, command);
         append_bits(packet, bits, 0, bits.size());
-        packet.resize(kInAt + JtagVpi::kDataBytes);
+        packet.resize(kInAt + JtagVpiPacket::kDataBytes);
         append_u32(packet, static_cast<uint32_t>(bytes_of_bits(bits.size())));
         append_u32(packet, static_cast<uint32_t>(bits.size()));
         socket_.send({reinterpret_cast<const char*>(packet.data()), packet.size()});
