@@ -1,5 +1,4 @@
 // talvor init: writes a board file from what it finds.
-#include "common/file_descriptor.h"
 #include "common/system_calls.h"
 #include "common/text.h"
 #include "host/session/board_search.h"
@@ -8,14 +7,9 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/part_option.h"
-#include "tool/output/standard_streams.h"
+#include "tool/output/text_file.h"
 
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace talvor {
 namespace {
@@ -47,25 +41,6 @@ Result<BoardFacts> find_facts(Session& session) {
     return facts;
 }
 
-// Whole or not at all; without `force` never over another file.
-Status write_file(const std::string& path, const std::string& text, bool force) {
-    const std::string partial = path + ".part";
-    FileDescriptor file(
-        system_calls.open(partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
-    const bool written = file.is_open() && write_all(file.get(), text);
-    const bool there = written && (force ? system_calls.rename(partial.c_str(), path.c_str()) == 0
-                                         : link(partial.c_str(), path.c_str()) == 0);
-    const int code = errno;
-    (void)system_calls.unlink(partial.c_str());
-    if (there) {
-        return {};
-    }
-    return code == EEXIST && written
-               ? exists_already(path)
-               : file_error(path, fmt::format("cannot be written: {}", std::strerror(code)),
-                            "choose another place, or make room");
-}
-
 void report(const Output& out, const InitOptions& options, const BoardFacts& facts,
             const std::string& text) {
     if (!facts.chain) {
@@ -95,7 +70,8 @@ Status init(Context& context, const InitOptions& options) {
     const BoardFacts found = TRY(find_facts(*TRY(context.session())));
     const std::string text = board_text(found, names);
     if (to_file) {
-        TRY(write_file(options.file, text, options.force));
+        TRY(write_text_file(options.file, text,
+                            options.force ? Existing::Replaced : Existing::Kept));
     }
     report(context.out, options, found, text);
     return {};

@@ -1,14 +1,11 @@
 #include "tool/output/junit.h"
 
 #include "common/text.h"
+#include "tool/output/text_file.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <fstream>
 
 namespace talvor {
 
@@ -57,16 +54,7 @@ std::string Junit::text() const {
 }
 
 Status Junit::write(const std::string& path) const {
-    const std::string partial = path + ".part";
-    std::ofstream file(partial, std::ios::binary);
-    file << text();
-    file.close();
-    if (!file || std::rename(partial.c_str(), path.c_str()) != 0) {
-        const int code = errno;
-        std::remove(partial.c_str());
-        return file_error(path, fmt::format("cannot write it: {}", std::strerror(code)));
-    }
-    return {};
+    return write_text_file(path, text());
 }
 
 } // namespace talvor

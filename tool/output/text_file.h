@@ -3,6 +3,7 @@
 
 #include "common/result.h"
 
+#include <cstdint>
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -32,7 +33,13 @@ private:
     std::string path_;
 };
 
-// The whole of it at once.
-[[nodiscard]] Status write_text_file(const std::string& path, const std::string& text);
+// What becomes of a file that is there already.
+enum class Existing : uint8_t { Replaced, Kept };
+
+// The whole of it at once: a plain file is written whole or stays as it was. What is none (a
+// device, a pipe, a symbolic link) is written through. Kept: an error where there is anything.
+[[nodiscard]] Status write_text_file(const std::string& path, const std::string& text,
+                                     Existing existing = Existing::Replaced,
+                                     unsigned permissions = 0666);
 
 } // namespace talvor

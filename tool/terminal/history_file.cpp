@@ -2,6 +2,7 @@
 
 #include "common/file_descriptor.h"
 #include "common/system_calls.h"
+#include "tool/output/text_file.h"
 
 #include <fmt/format.h>
 
@@ -31,18 +32,13 @@ std::vector<std::string> lines_of(const std::string& path) {
     return lines;
 }
 
-// Whole or not at all; what cannot be written stays long.
+// What cannot be written stays long.
 void rewrite(const std::string& path, const std::vector<std::string>& lines) {
-    const std::string partial = path + ".part";
-    const FileDescriptor made(system_calls.open(
-        partial.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, S_IRUSR | S_IWUSR));
     std::string text;
     for (const std::string& line : lines) {
         text += line + "\n";
     }
-    if (made.is_open() && write_all(made.get(), text)) {
-        (void)system_calls.rename(partial.c_str(), path.c_str());
-    }
+    (void)write_text_file(path, text, Existing::Replaced, S_IRUSR | S_IWUSR);
 }
 
 } // namespace

@@ -232,7 +232,7 @@ TEST(SvfTest, WritesJunit) {
     EXPECT_NE(dry.find("tests=\"1\" failures=\"0\""), std::string::npos) << dry;
     const Outcome nowhere = play(kSelectScratch, {"--junit", "/nonexistent/results.xml"});
     EXPECT_EQ(nowhere.status, 2);
-    EXPECT_NE(nowhere.err.find("/nonexistent/results.xml: cannot write it: "), std::string::npos);
+    EXPECT_NE(nowhere.err.find("/nonexistent/results.xml: cannot be written: "), std::string::npos);
 }
 
 // The manual's table: each row is checked, and played where it says so.
