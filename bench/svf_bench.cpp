@@ -50,7 +50,7 @@ void parse_file(benchmark::State& state) {
     const std::string text =
         make_file(static_cast<size_t>(state.range(0)), static_cast<size_t>(state.range(1)));
     for (auto _ : state) {
-        TextSource source(text, "bench", size_t{1} << 20);
+        play::TextSource source(text, "bench", size_t{1} << 20);
         Parser parser(source);
         Statement statement;
         uint64_t statements = 0;
@@ -71,7 +71,7 @@ void check_file(benchmark::State& state) {
         make_file(static_cast<size_t>(state.range(0)), static_cast<size_t>(state.range(1)));
     const NullPort port;
     for (auto _ : state) {
-        TextSource source(text, "bench", size_t{1} << 20);
+        play::TextSource source(text, "bench", size_t{1} << 20);
         if (const Result<play::Summary> summary = check(source, port); !summary) {
             state.SkipWithError(headline(summary.error()).c_str());
         }
@@ -86,7 +86,7 @@ void play_file(benchmark::State& state) {
         make_file(static_cast<size_t>(state.range(0)), static_cast<size_t>(state.range(1)));
     NullPort port;
     for (auto _ : state) {
-        TextSource source(text, "bench", size_t{1} << 20);
+        play::TextSource source(text, "bench", size_t{1} << 20);
         const Result<play::PlayReport> report = check_and_play(source, port);
         if (!report || report->mismatches != 0) {
             state.SkipWithError("the file did not play");

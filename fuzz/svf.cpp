@@ -75,13 +75,13 @@ void check_place(const Error& error, std::string_view text) {
 }
 
 Result<play::Summary> check_in_pieces(std::string_view text, size_t piece_bytes) {
-    svf::TextSource source(text, kName, piece_bytes);
+    play::TextSource source(text, kName, piece_bytes);
     const StrictPort port;
     return svf::check(source, port, {.reader = {.limits = {kMostBits}}, .progress = {}});
 }
 
 void check_playing(std::string_view text, const Result<play::Summary>& checked) {
-    svf::TextSource source(text, kName);
+    play::TextSource source(text, kName);
     StrictPort port;
     uint64_t told = 0;
     svf::PlayOptions options;

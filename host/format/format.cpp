@@ -30,7 +30,7 @@ std::string_view name_of(FileFormat format) noexcept {
     return format == FileFormat::Svf ? "SVF" : "XSVF";
 }
 
-Result<FileFormat> format_by_content(svf::ByteSource& source) {
+Result<FileFormat> format_by_content(play::ByteSource& source) {
     const std::span<const char> bytes = TRY(source.next_chunk());
     if (bytes.empty()) {
         return file_error(source.name(), "is empty",
@@ -55,7 +55,7 @@ std::optional<FileFormat> format_by_name(std::string_view name) {
     return ends(".svf") ? std::optional(FileFormat::Svf) : std::nullopt;
 }
 
-std::unique_ptr<play::StepSource> open_steps(FileFormat format, svf::ByteSource& source,
+std::unique_ptr<play::StepSource> open_steps(FileFormat format, play::ByteSource& source,
                                              const JtagPort& port, bool strict) {
     if (format == FileFormat::Xsvf) {
         return std::make_unique<xsvf::Reader>(source, port);

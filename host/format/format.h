@@ -3,8 +3,8 @@
 
 #include "common/result.h"
 #include "host/jtag/port.h"
+#include "host/play/source.h"
 #include "host/play/step_source.h"
-#include "host/svf/source.h"
 
 #include <cstdint>
 #include <memory>
@@ -20,12 +20,12 @@ enum class FileFormat : uint8_t { Svf, Xsvf };
 
 // By the first bytes: an XSVF file begins with an instruction, which no text does. The source is at
 // its start before and after. Errors (ErrorKind::BadFile): it cannot be read, or is empty.
-[[nodiscard]] Result<FileFormat> format_by_content(svf::ByteSource& source);
+[[nodiscard]] Result<FileFormat> format_by_content(play::ByteSource& source);
 // By the end of a file's name, in any case; nothing for an unknown one.
 [[nodiscard]] std::optional<FileFormat> format_by_name(std::string_view name);
 
 // The steps of a file. Source and port outlive them. `strict`: see svf::Planner.
 [[nodiscard]] std::unique_ptr<play::StepSource>
-open_steps(FileFormat format, svf::ByteSource& source, const JtagPort& port, bool strict);
+open_steps(FileFormat format, play::ByteSource& source, const JtagPort& port, bool strict);
 
 } // namespace talvor

@@ -4,7 +4,8 @@
 
 namespace talvor::svf {
 
-Result<play::Summary> check(ByteSource& source, const JtagPort& port, const CheckOptions& options) {
+Result<play::Summary> check(play::ByteSource& source, const JtagPort& port,
+                            const CheckOptions& options) {
     Reader reader(source, port, options.reader);
     const play::CheckReport report = TRY(play::check(reader, {options.progress, nullptr}));
     if (!report.can_be_played()) {

@@ -4,9 +4,9 @@
 #include "common/result.h"
 #include "host/jtag/port.h"
 #include "host/play/progress.h"
+#include "host/play/source.h"
 #include "host/play/summary.h"
 #include "host/svf/reader.h"
-#include "host/svf/source.h"
 
 namespace talvor::svf {
 
@@ -18,7 +18,7 @@ struct CheckOptions {
 // Reads `source` from its start to its end and asks `port` only what it can do. Answers the counts,
 // or the first statement that breaks the format (BadFile) or that the port cannot do (Refused).
 // play::check() lists them all.
-[[nodiscard]] Result<play::Summary> check(ByteSource& source, const JtagPort& port,
+[[nodiscard]] Result<play::Summary> check(play::ByteSource& source, const JtagPort& port,
                                           const CheckOptions& options = {});
 
 } // namespace talvor::svf

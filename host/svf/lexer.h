@@ -2,8 +2,8 @@
 #pragma once
 
 #include "common/result.h"
+#include "host/play/source.h"
 #include "host/svf/hex.h"
-#include "host/svf/source.h"
 
 #include <array>
 #include <cstddef>
@@ -33,7 +33,7 @@ struct Token {
 // start. Holds one chunk of the source and the hex value at hand, and nothing else that grows.
 class Lexer {
 public:
-    explicit Lexer(ByteSource& source) : source_(source) {}
+    explicit Lexer(play::ByteSource& source) : source_(source) {}
 
     // The next token. Failed: failure() tells why (ErrorKind::BadFile): the file cannot be read, a
     // character that means nothing, a word longer than any that SVF knows.
@@ -91,7 +91,7 @@ private:
     [[nodiscard]] Failure bad_character(int c) const;
     [[nodiscard]] Failure bad_hex(int c, uint64_t first_line, const std::string& what) const;
 
-    ByteSource& source_;
+    play::ByteSource& source_;
     std::function<bool()> chunk_hook_;
     const char* begin_ = nullptr;
     const char* at_ = nullptr;

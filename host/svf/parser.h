@@ -3,8 +3,8 @@
 #pragma once
 
 #include "common/result.h"
+#include "host/play/source.h"
 #include "host/svf/lexer.h"
-#include "host/svf/source.h"
 #include "host/svf/statement.h"
 #include "host/svf/written_form.h"
 
@@ -22,7 +22,7 @@ struct ParserLimits {
 // Memory: one chunk of the source, and the values of one statement in binary.
 class Parser {
 public:
-    explicit Parser(ByteSource& source, ParserLimits limits = {})
+    explicit Parser(play::ByteSource& source, ParserLimits limits = {})
         : lexer_(source), limits_(limits) {}
 
     // Fills `statement` with the next one and answers true; false at the end of the file. Empty

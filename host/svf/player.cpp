@@ -15,12 +15,13 @@ Result<play::PlayReport> played(play::StepSource& source, JtagPort& port,
 
 } // namespace
 
-Result<play::PlayReport> play(ByteSource& source, JtagPort& port, const PlayOptions& options) {
+Result<play::PlayReport> play(play::ByteSource& source, JtagPort& port,
+                              const PlayOptions& options) {
     Reader reader(source, port, options.reader);
     return played(reader, port, options);
 }
 
-Result<play::PlayReport> check_and_play(ByteSource& source, JtagPort& port,
+Result<play::PlayReport> check_and_play(play::ByteSource& source, JtagPort& port,
                                         const PlayOptions& options) {
     Reader reader(source, port, options.reader);
     play::Plan plan(options.max_plan_bytes);

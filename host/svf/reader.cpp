@@ -2,7 +2,7 @@
 
 namespace talvor::svf {
 
-Reader::Reader(ByteSource& source, const JtagPort& port, ReaderOptions options)
+Reader::Reader(play::ByteSource& source, const JtagPort& port, ReaderOptions options)
     : source_(source), port_(port), options_(options) {
     start();
 }

@@ -2,10 +2,10 @@
 #pragma once
 
 #include "host/jtag/port.h"
+#include "host/play/source.h"
 #include "host/play/step_source.h"
 #include "host/svf/parser.h"
 #include "host/svf/planner.h"
-#include "host/svf/source.h"
 
 #include <optional>
 
@@ -19,7 +19,7 @@ struct ReaderOptions {
 // Source and port outlive it. What it reads is planned for the port, and bounded in memory.
 class Reader final : public play::StepSource {
 public:
-    Reader(ByteSource& source, const JtagPort& port, ReaderOptions options = {});
+    Reader(play::ByteSource& source, const JtagPort& port, ReaderOptions options = {});
 
     [[nodiscard]] Status rewind() override;
     [[nodiscard]] Result<bool> next(play::Step& step) override;
@@ -35,7 +35,7 @@ public:
 private:
     void start();
 
-    ByteSource& source_;
+    play::ByteSource& source_;
     const JtagPort& port_;
     ReaderOptions options_;
     std::optional<Parser> parser_;

@@ -3,7 +3,7 @@
 
 #include "common/result.h"
 #include "host/jtag/bits.h"
-#include "host/svf/source.h"
+#include "host/play/source.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -16,7 +16,7 @@ namespace talvor::xsvf {
 // is needed. After an error there is no going on.
 class ByteReader {
 public:
-    explicit ByteReader(svf::ByteSource& source) : source_(source) {}
+    explicit ByteReader(play::ByteSource& source) : source_(source) {}
 
     // Whether there is no further byte.
     [[nodiscard]] Result<bool> at_end();
@@ -37,7 +37,7 @@ public:
 private:
     [[nodiscard]] Result<bool> refill();
 
-    svf::ByteSource& source_;
+    play::ByteSource& source_;
     std::function<bool()> hook_;
     std::span<const char> chunk_; // what is left of it
     uint64_t taken_ = 0;

@@ -43,7 +43,7 @@ void put_under(Bits& value, const Bits& mask, const Bits& data) {
 
 } // namespace
 
-Reader::Reader(svf::ByteSource& source, const JtagPort& port, ReaderLimits limits)
+Reader::Reader(play::ByteSource& source, const JtagPort& port, ReaderLimits limits)
     : source_(source), port_(port), limits_(limits) {
     start();
 }

@@ -37,7 +37,7 @@ struct ReaderLimits {
 // Source and port outlive it. A step's line is the offset of its instruction in the file.
 class Reader final : public play::StepSource {
 public:
-    Reader(svf::ByteSource& source, const JtagPort& port, ReaderLimits limits = {});
+    Reader(play::ByteSource& source, const JtagPort& port, ReaderLimits limits = {});
 
     [[nodiscard]] Status rewind() override;
     [[nodiscard]] Result<bool> next(play::Step& step) override;
@@ -96,7 +96,7 @@ private:
     [[nodiscard]] Failure bad(std::string reason, std::string next_step = "") const;
     void allow(play::Step& step, const Status& answer) const;
 
-    svf::ByteSource& source_;
+    play::ByteSource& source_;
     const JtagPort& port_;
     ReaderLimits limits_;
     std::optional<ByteReader> bytes_;

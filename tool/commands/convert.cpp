@@ -117,7 +117,7 @@ Status refuse_losses(play::StepSource& source, FileFormat format) {
 
 Status convert_command(Context& context, const ConvertOptions& options) {
     const FileFormat to = TRY(target_format(options));
-    const auto source = TRY(svf::FileSource::open(options.from));
+    const auto source = TRY(play::FileSource::open(options.from));
     const FileFormat from = TRY(format_by_content(*source));
     const NullPort port;
     const std::unique_ptr<play::StepSource> steps = open_steps(from, *source, port, false);

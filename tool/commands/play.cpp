@@ -4,7 +4,7 @@
 #include "host/play/checker.h"
 #include "host/play/plan.h"
 #include "host/play/player.h"
-#include "host/svf/source.h"
+#include "host/play/source.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/play_picture.h"
@@ -142,7 +142,7 @@ Status check_picture(const PlayFileOptions& options) {
 
 Status play_command(Context& context, const PlayFileOptions& options) {
     TRY(check_picture(options));
-    const auto source = TRY(svf::FileSource::open(options.file));
+    const auto source = TRY(play::FileSource::open(options.file));
     const FileFormat format = options.format ? *options.format : TRY(format_by_content(*source));
     std::optional<PlayPicture> picture;
     if (!options.picture.svg.empty()) {

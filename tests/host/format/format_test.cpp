@@ -9,7 +9,7 @@ namespace talvor {
 namespace {
 
 FileFormat of(const std::string& text) {
-    svf::TextSource source(text, "a");
+    play::TextSource source(text, "a");
     const Result<FileFormat> format = format_by_content(source);
     EXPECT_TRUE(format);
     EXPECT_EQ(source.next_chunk().value().size(), text.size()) << "it is at its start again";
@@ -26,7 +26,7 @@ TEST(FileFormatTest, IsSeenInTheFirstBytes) {
           std::string{'\x16', 'S', 'D', 'R'}, std::string{'\x08', '\0', '\0'}}) {
         EXPECT_EQ(of(bytes), FileFormat::Xsvf);
     }
-    svf::TextSource empty("", "a.svf");
+    play::TextSource empty("", "a.svf");
     EXPECT_EQ(headline(format_by_content(empty).error()), "a.svf: is empty");
 }
 
@@ -43,8 +43,8 @@ TEST(FileFormatTest, IsSeenInTheName) {
 
 TEST(FileFormatTest, OpensTheReaderOfEach) {
     NullPort port;
-    svf::TextSource text("SIR 4 TDI (5);", "a");
-    svf::TextSource bytes(std::string_view("\x02\x04\x05\x00", 4), "b");
+    play::TextSource text("SIR 4 TDI (5);", "a");
+    play::TextSource bytes(std::string_view("\x02\x04\x05\x00", 4), "b");
     play::Step step;
     const auto svf = open_steps(FileFormat::Svf, text, port, false);
     ASSERT_TRUE(svf->next(step).value());

@@ -134,7 +134,7 @@ TEST(CarryOverTest, ReaderAndPlanAgreeWithTheModel) {
         }
         const RecordingPort port;
         for (const size_t chunk : {SIZE_MAX, size_t{1} + seed}) {
-            TextSource text(author.text, "t.svf", chunk);
+            play::TextSource text(author.text, "t.svf", chunk);
             Reader reader(text, port);
             ASSERT_EQ(scans_of(reader), author.expected) << seed;
             play::Plan plan;

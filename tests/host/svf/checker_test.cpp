@@ -22,7 +22,7 @@ TEST(CheckerTest, CountsWhatTheFileHolds) {
                                   "RUNTEST 100 TCK 0.5 SEC;\n"
                                   "RUNTEST 1 SEC;\n"
                                   "FREQUENCY 1E6 HZ;\n";
-    TextSource source(text);
+    play::TextSource source(text);
     RecordingPort port;
     const Result<Summary> summary = check(source, port);
     ASSERT_TRUE(summary) << headline(summary.error());
@@ -49,7 +49,7 @@ TEST(CheckerTest, SumsOfRunsStayAtTheirEnd) {
     for (int i = 0; i < 120; ++i) { // each some 925 days
         text += "RUNTEST IDLE 9223372036854775807 TCK 8E7 SEC;";
     }
-    TextSource source(text);
+    play::TextSource source(text);
     RecordingPort port;
     const Result<Summary> summary = check(source, port);
     ASSERT_TRUE(summary) << headline(summary.error());
@@ -58,7 +58,7 @@ TEST(CheckerTest, SumsOfRunsStayAtTheirEnd) {
 }
 
 TEST(CheckerTest, ChecksAgainFromTheStart) {
-    TextSource source("SIR 8 TDI (1);");
+    play::TextSource source("SIR 8 TDI (1);");
     const NullPort port;
     const Result<Summary> first = check(source, port);
     const Result<Summary> second = check(source, port);
@@ -69,7 +69,7 @@ TEST(CheckerTest, ChecksAgainFromTheStart) {
 
 TEST(CheckerTest, ReportsProgressInOrderAndToTheEnd) {
     const std::string_view text = "SIR 8 TDI (1);\nSDR 80 TDI (1234567890);\nSDR 80;\n";
-    TextSource source(text, "t.svf", 10);
+    play::TextSource source(text, "t.svf", 10);
     const NullPort port;
     std::vector<Progress> seen;
     CheckOptions options;
@@ -91,7 +91,7 @@ TEST(CheckerTest, ReportsProgressInOrderAndToTheEnd) {
 }
 
 TEST(CheckerTest, StopsWhenTheHookSaysSo) {
-    TextSource source("SIR 8 TDI (1);\nSIR 8 TDI (2);\n");
+    play::TextSource source("SIR 8 TDI (1);\nSIR 8 TDI (2);\n");
     const NullPort port;
     CheckOptions options;
     int calls = 0;

@@ -172,7 +172,7 @@ void take(Scanned& scanned, const char* name, const HexParameter& parameter) {
 }
 
 std::vector<Scanned> parse(const std::string& text, size_t chunk_bytes) {
-    TextSource source(text, "generated", chunk_bytes);
+    play::TextSource source(text, "generated", chunk_bytes);
     Parser parser(source);
     Statement statement;
     std::vector<Scanned> all;

@@ -57,7 +57,7 @@ std::string plain(const Statement& statement) {
 // Every statement of `text`, and the error at the end if there is one.
 std::vector<std::string> parse(std::string_view text, size_t chunk_bytes = SIZE_MAX,
                                ParserLimits limits = {}) {
-    TextSource source(text, "t.svf", chunk_bytes);
+    play::TextSource source(text, "t.svf", chunk_bytes);
     Parser parser(source, limits);
     Statement statement;
     std::vector<std::string> all;
@@ -256,7 +256,7 @@ TEST(ParserLimitTest, BoundsAPath) {
 
 TEST(ParserPositionTest, CountsBytesAndLines) {
     const std::string_view text = "SDR 8;\n! c\nSIR 8;\n";
-    TextSource source(text, "t.svf", 4);
+    play::TextSource source(text, "t.svf", 4);
     Parser parser(source);
     Statement statement;
     ASSERT_TRUE(*parser.next(statement));
@@ -269,7 +269,7 @@ TEST(ParserPositionTest, CountsBytesAndLines) {
 }
 
 TEST(ParserPositionTest, AHookStopsTheReadingBetweenChunks) {
-    TextSource source("SDR 8;\nSIR 8;\n", "t.svf", 7);
+    play::TextSource source("SDR 8;\nSIR 8;\n", "t.svf", 7);
     Parser parser(source);
     parser.on_chunk([] { return false; });
     Statement statement;

@@ -28,7 +28,7 @@ class PlannerTest : public testing::TestWithParam<Case> {};
 
 TEST_P(PlannerTest, AsksThePortForTheWholeAndNothingElse) {
     RecordingPort port;
-    TextSource source(GetParam().text, "t.svf");
+    play::TextSource source(GetParam().text, "t.svf");
     PlayOptions options;
     options.reset_first = false;
     options.keep_going = true;
@@ -140,7 +140,7 @@ TEST_P(RefusalTest, NamesTheLineBeforeAnythingMoves) {
     RecordingPort port;
     port.longest_scan = 100;
     port.lowest_hertz = 1000;
-    TextSource source(GetParam().text, "t.svf");
+    play::TextSource source(GetParam().text, "t.svf");
     PlayOptions options;
     options.reader.strict = true;
     const Result<PlayReport> report = check_and_play(source, port, options);
@@ -213,7 +213,7 @@ TEST(PlannerStateTest, FollowsTheTap) {
 TEST(PlannerStateTest, CountsInPauseStatesWhenThePortDoes) {
     RecordingPort port;
     port.counts_outside_idle = true;
-    TextSource source("STATE DRPAUSE; STATE DRPAUSE DRPAUSE; RUNTEST IRPAUSE 4 TCK;");
+    play::TextSource source("STATE DRPAUSE; STATE DRPAUSE DRPAUSE; RUNTEST IRPAUSE 4 TCK;");
     ASSERT_TRUE(check_and_play(source, port));
     EXPECT_EQ(port.log, (std::vector<std::string>{"reset", "move DRPAUSE", "run DRPAUSE 2 0ns",
                                                   "run IRPAUSE 4 0ns", "flush"}));

@@ -22,7 +22,7 @@ ChainPort chain_of_three() {
 }
 
 Result<PlayReport> play_text(std::string_view text, JtagPort& port, PlayOptions options = {}) {
-    TextSource source(text, "t.svf");
+    play::TextSource source(text, "t.svf");
     return check_and_play(source, port, options);
 }
 
@@ -199,7 +199,7 @@ TEST(PlayerTest, AFailingPortIsToldWithTheLine) {
 
 // Where a run ended, as a line.
 std::string stop_of(std::string_view text, JtagPort& port, play::PlayOptions options = {}) {
-    TextSource source(text, "t.svf");
+    play::TextSource source(text, "t.svf");
     Reader reader(source, port);
     Player player(port, std::move(options));
     const Status status = player.play(reader);

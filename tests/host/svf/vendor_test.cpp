@@ -21,7 +21,7 @@ protected:
     }
 
     play::CheckReport check(const std::string& text, bool strict = false) {
-        TextSource source(text, "v.svf");
+        play::TextSource source(text, "v.svf");
         Reader reader(source, port, {{}, strict});
         Result<play::CheckReport> report = play::check(reader);
         EXPECT_TRUE(report);
@@ -29,7 +29,7 @@ protected:
     }
     // What is done for `text`, without the reset in front and the flush behind.
     std::vector<std::string> played(const std::string& text) {
-        TextSource source(text, "v.svf");
+        play::TextSource source(text, "v.svf");
         const Result<play::PlayReport> report = check_and_play(source, port);
         EXPECT_TRUE(report) << headline(report.error());
         return {port.log.begin() + 1, port.log.end() - 1};
@@ -141,7 +141,7 @@ TEST_F(VendorTest, AScanOfNoBitsOnlyMoves) {
 
 TEST_F(VendorTest, AByteOrderMarkIsSkipped) {
     for (const size_t chunk : {size_t{1}, size_t{2}, size_t{100}}) {
-        TextSource source("\xEF\xBB\xBF! by an editor\nSIR 8 TDI (1);", "v.svf", chunk);
+        play::TextSource source("\xEF\xBB\xBF! by an editor\nSIR 8 TDI (1);", "v.svf", chunk);
         Reader reader(source, port);
         const Result<play::CheckReport> report = play::check(reader);
         ASSERT_TRUE(report);
@@ -191,7 +191,7 @@ TEST_F(VendorTest, AFileBeyondThePlansBoundIsReadTwiceAndPlaysTheSame) {
                              "RUNTEST 5 TCK; STATE DRPAUSE;\n";
     const Log planned = played(text);
     port.log.clear();
-    TextSource source(text, "v.svf");
+    play::TextSource source(text, "v.svf");
     PlayOptions options;
     options.max_plan_bytes = 0;
     ASSERT_TRUE(check_and_play(source, port, options));

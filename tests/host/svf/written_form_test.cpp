@@ -1,7 +1,7 @@
 // Files whose statements are written alike, which are read by their form, and the same files in
 // chunks of one byte, where no form can be learnt.
+#include "host/play/source.h"
 #include "host/svf/parser.h"
-#include "host/svf/source.h"
 #include "host/svf/written_form.h"
 
 #include <fmt/format.h>
@@ -36,7 +36,7 @@ std::string plain(const Statement& statement, const Parser& parser) {
 }
 
 std::vector<std::string> read(const std::string& text, size_t chunk_bytes) {
-    TextSource source(text, "t.svf", chunk_bytes);
+    play::TextSource source(text, "t.svf", chunk_bytes);
     Parser parser(source);
     Statement statement;
     std::vector<std::string> lines;

@@ -25,7 +25,7 @@ std::string bytes(std::initializer_list<int> values) {
 
 // What a file asks of a port, and in the end the error.
 Lines played(const std::string& file, svf::RecordingPort& port, size_t chunk_bytes = SIZE_MAX) {
-    svf::TextSource source(file, "a.xsvf", chunk_bytes);
+    play::TextSource source(file, "a.xsvf", chunk_bytes);
     Reader reader(source, port);
     play::Plan plan;
     const Result<play::CheckReport> checked = play::check(reader, {{}, &plan});

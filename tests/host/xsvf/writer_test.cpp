@@ -27,14 +27,14 @@ Lines played(play::StepSource& source, svf::RecordingPort& port) {
 
 Lines played_svf(const std::string& text) {
     svf::RecordingPort port;
-    svf::TextSource source(text, "a.svf");
+    play::TextSource source(text, "a.svf");
     svf::Reader reader(source, port);
     return played(reader, port);
 }
 
 Lines played_xsvf(const std::string& text) {
     svf::RecordingPort port;
-    svf::TextSource source(text, "a.xsvf");
+    play::TextSource source(text, "a.xsvf");
     Reader reader(source, port);
     return played(reader, port);
 }
@@ -55,7 +55,7 @@ std::pair<std::string, Lines> written(play::StepSource& source) {
 
 std::pair<std::string, Lines> to_xsvf(const std::string& text) {
     svf::RecordingPort port;
-    svf::TextSource source(text, "a.svf");
+    play::TextSource source(text, "a.svf");
     svf::Reader reader(source, port);
     auto result = written<Writer>(reader);
     Writer().finish(result.first);
@@ -64,7 +64,7 @@ std::pair<std::string, Lines> to_xsvf(const std::string& text) {
 
 std::pair<std::string, Lines> to_svf(const std::string& bytes) {
     svf::RecordingPort port;
-    svf::TextSource source(bytes, "a.xsvf");
+    play::TextSource source(bytes, "a.xsvf");
     Reader reader(source, port);
     return written<svf::Writer>(reader);
 }
@@ -96,7 +96,7 @@ TEST(XsvfWriterTest, WhatIsExpectedNoMoreIsNotCompared) {
     const auto [bytes, left] = to_xsvf(svf);
     svf::RecordingPort port;
     port.answers = {"01", "FF", "03"};
-    svf::TextSource source(bytes, "a.xsvf");
+    play::TextSource source(bytes, "a.xsvf");
     Reader reader(source, port);
     play::Player player(port, {});
     ASSERT_TRUE(player.play(reader));
@@ -172,8 +172,8 @@ TEST(XsvfWriterTest, RandomFilesShiftTheSameBitsInBothFormats) {
         // The port answers what it is sent, so a comparison ends some of them early.
         svf::RecordingPort first;
         svf::RecordingPort second;
-        svf::TextSource text_source(svf, "a.svf");
-        svf::TextSource byte_source(bytes, "a.xsvf");
+        play::TextSource text_source(svf, "a.svf");
+        play::TextSource byte_source(bytes, "a.xsvf");
         svf::Reader text_reader(text_source, first);
         Reader byte_reader(byte_source, second);
         play::PlayOptions on;
@@ -188,7 +188,7 @@ TEST(XsvfWriterTest, RandomFilesShiftTheSameBitsInBothFormats) {
         const auto [again, lost] = to_svf(bytes);
         EXPECT_EQ(lost, Lines{});
         svf::RecordingPort third;
-        svf::TextSource again_source(again, "b.svf");
+        play::TextSource again_source(again, "b.svf");
         svf::Reader again_reader(again_source, third);
         play::Player again_player(third, on);
         ASSERT_TRUE(again_player.play(again_reader));
@@ -205,7 +205,7 @@ TEST(SvfWriterTest, WritesEveryStep) {
         ");\nRUNTEST IDLE 7 TCK 0.000001 SEC MAXIMUM 2 SEC ENDSTATE RESET;\n"
         "STATE IDLE;\n";
     svf::RecordingPort port;
-    svf::TextSource source(text, "a.svf");
+    play::TextSource source(text, "a.svf");
     svf::Reader reader(source, port);
     const auto [again, left] = written<svf::Writer>(reader);
     EXPECT_EQ(left, Lines{});

@@ -148,9 +148,10 @@ TEST(SvfSourceTest, ThatIsADeviceIsRefused) {
     for (const char* device : {"/dev/full", "/dev/zero", "/dev/null"}) {
         const Outcome outcome = simulated({"svf", "--dry-run", device});
         EXPECT_EQ(outcome.status, 2);
-        EXPECT_EQ(outcome.err, std::string("talvor: ") + device +
-                                   ": is a character device, not a file\n"
-                                   "  next: name an SVF file, or pipe it in and say -\n");
+        EXPECT_EQ(outcome.err,
+                  std::string("talvor: ") + device +
+                      ": is a character device, not a file\n"
+                      "  next: name a file that can be played, or pipe it in and say -\n");
     }
     const Outcome input = shell("--simulate svf - < /dev/zero");
     EXPECT_EQ(input.status, 2);

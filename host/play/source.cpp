@@ -1,4 +1,4 @@
-#include "host/svf/source.h"
+#include "host/play/source.h"
 
 #include "common/interrupt.h"
 #include "common/temporary.h"
@@ -13,7 +13,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 namespace {
 
@@ -58,7 +58,7 @@ Failure cannot_be_spooled(const std::string& name, mode_t mode) {
                       S_ISCHR(mode)   ? "is a character device, not a file"
                       : S_ISBLK(mode) ? "is a block device, not a file"
                                       : "is neither a file nor a pipe",
-                      "name an SVF file, or pipe it in and say -");
+                      "name a file that can be played, or pipe it in and say -");
 }
 
 // Waits until there is something to read. A signal that asks for the end ends that, too.
@@ -169,4 +169,4 @@ Status FileSource::rewind() {
     return {};
 }
 
-} // namespace talvor::svf
+} // namespace talvor::play

@@ -1,4 +1,4 @@
-#include "host/svf/source.h"
+#include "host/play/source.h"
 
 #include <gtest/gtest.h>
 
@@ -10,7 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
-namespace talvor::svf {
+namespace talvor::play {
 namespace {
 
 std::string read_all(ByteSource& source) {
@@ -159,4 +159,4 @@ TEST(FileSourceTest, TakesNoMoreFromAPipeThanIsAllowed) {
 }
 
 } // namespace
-} // namespace talvor::svf
+} // namespace talvor::play

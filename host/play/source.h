@@ -1,4 +1,4 @@
-// Where the bytes of an SVF file come from.
+// Where the bytes of a file come from.
 #pragma once
 
 #include "common/file_descriptor.h"
@@ -12,7 +12,7 @@
 #include <string_view>
 #include <vector>
 
-namespace talvor::svf {
+namespace talvor::play {
 
 class ByteSource {
 public:
@@ -78,4 +78,4 @@ private:
     std::vector<char> buffer_;
 };
 
-} // namespace talvor::svf
+} // namespace talvor::play
