@@ -95,8 +95,7 @@ Status EdgeEngine::done(Status status) {
     return status;
 }
 
-// ---- the client's clocks
-// -------------------------------------------------------------------------
+// ---- the client's clocks ------------------------------------------------------------------------
 
 Status EdgeEngine::clock(const Bits& tms, const Bits& tdi, Bits* tdo, const Bits* asked) {
     assert(tms.size() == tdi.size() && (asked == nullptr || asked->size() == tms.size()));
@@ -228,8 +227,7 @@ Result<bool> EdgeEngine::tdo() {
     return level;
 }
 
-// ---- what the target sees
-// ------------------------------------------------------------------------
+// ---- what the target sees -----------------------------------------------------------------------
 
 // A scan that is still open has been left for Update.
 Status EdgeEngine::capture(ScanPath path) {
@@ -371,8 +369,7 @@ Status EdgeEngine::settle_all() {
     return {};
 }
 
-// ---- pins and clock
-// ------------------------------------------------------------------------------
+// ---- pins and clock -----------------------------------------------------------------------------
 
 // The client has passed Update, and the pod has not.
 bool EdgeEngine::update_is_due() const noexcept {
