@@ -60,7 +60,29 @@ Result<TomlNode> parse_toml(std::string_view text, const std::string& name) {
     }
 }
 
-Result<std::string> read_text_file(const std::string& path) {
+namespace {
+
+// One byte more than `most` of them, where there are so many.
+Result<std::string> read_stream(std::istream& file, const std::string& path, uint64_t most_bytes) {
+    constexpr size_t kPieceBytes = size_t{1} << 16U;
+    std::string text;
+    std::string piece(kPieceBytes, '\0');
+    while (file.good() && text.size() <= most_bytes) {
+        file.read(piece.data(), kPieceBytes);
+        text.append(piece, 0, static_cast<size_t>(file.gcount()));
+    }
+    if (file.bad()) {
+        return file_error(path, fmt::format("cannot be read: {}", std::strerror(EIO)));
+    }
+    if (text.size() > most_bytes) {
+        return file_error(path, fmt::format("is larger than {} bytes", most_bytes));
+    }
+    return text;
+}
+
+} // namespace
+
+Result<std::string> read_text_file(const std::string& path, uint64_t most_bytes) {
     const auto unreadable = [&path](int reason) {
         return file_error(path, fmt::format("cannot be read: {}", std::strerror(reason)));
     };
@@ -72,9 +94,7 @@ Result<std::string> read_text_file(const std::string& path) {
     if (!file) {
         return unreadable(errno);
     }
-    std::ostringstream text;
-    text << file.rdbuf();
-    return file.bad() ? Result<std::string>(unreadable(EIO)) : text.str();
+    return read_stream(file, path, most_bytes);
 }
 
 std::string_view type_name(const TomlNode& node) noexcept {

@@ -37,8 +37,10 @@ struct TomlEntry {
 // The document's root, a table. An error (BadFile) names the file as `name` and the line.
 [[nodiscard]] Result<TomlNode> parse_toml(std::string_view text, const std::string& name);
 
-// What the file at `path` holds, whole. An error (BadFile) names it and says why it cannot be read.
-[[nodiscard]] Result<std::string> read_text_file(const std::string& path);
+// What the file at `path` holds, whole. An error (BadFile) names it and says why it cannot be read,
+// or that it holds more than `most_bytes`; no more than these are read then.
+[[nodiscard]] Result<std::string> read_text_file(const std::string& path,
+                                                 uint64_t most_bytes = UINT64_MAX);
 
 // "a text", "an integer", "a table" ...: what a message calls the type of a value.
 [[nodiscard]] std::string_view type_name(const TomlNode& node) noexcept;

@@ -75,6 +75,7 @@ struct RegisterAccess {
     std::string name;           // "BOUNDARY", "BYPASS", "DEVICE_ID", or the file's own
     std::optional<size_t> bits; // when the file says it
     std::vector<std::string> instructions;
+    std::vector<Pattern> captures; // of each instruction what it captures; "" when nobody says
     Place place;
 };
 
@@ -104,6 +105,7 @@ struct Cell {
     std::optional<size_t> control; // number of the cell that disables this one's output
     char disable_value = '0';      // of the control cell; meaningless without one
     DisableResult disable_result = DisableResult::Z;
+    std::optional<DisableResult> open_result; // of an input: what it sees when nothing drives it
     Place place;
 };
 
@@ -125,6 +127,14 @@ struct CompliancePatterns {
     Place place;
 };
 
+// Two signals that carry one value, the second one inverted (PORT_GROUPING). Cells belong to the
+// first.
+struct SignalPair {
+    size_t representative = 0; // indices into Device::signals
+    size_t associated = 0;
+    bool is_current = false; // a difference of currents, not of voltages
+};
+
 // An attribute or a constant that is kept as it stands and not understood.
 struct OtherAttribute {
     std::string name;
@@ -136,7 +146,10 @@ struct Device {
     std::string name;                  // the entity's
     std::string package;               // the chosen pin map, "" without one
     std::vector<std::string> packages; // all pin maps of the file
+    uint32_t edition = 0; // of the standard that the file uses: 1990, 1994 ...; 0: none
+    Place place;          // of the entity
     std::vector<Signal> signals;
+    std::vector<SignalPair> pairs;
     TapSignals tap;
     CompliancePatterns compliance; // no signals: no patterns
     size_t instruction_bits = 0;
