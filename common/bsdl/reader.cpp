@@ -1,6 +1,7 @@
 #include "common/bsdl/reader.h"
 
 #include "common/bsdl/attributes.h"
+#include "common/bsdl/checks.h"
 #include "common/bsdl/instructions.h"
 #include "common/bsdl/parser.h"
 #include "common/bsdl/pin_maps.h"
@@ -56,6 +57,7 @@ Result<Description> parse_bsdl(std::string_view text, const std::string& name,
     read_attributes(draft);
     add_implied(draft);
     TRY(report.status());
+    check_device(draft);
     return Description{std::move(draft.device), report.findings()};
 }
 

@@ -196,6 +196,86 @@ Result<Chain> discover_chain(JtagPort& port, std::span<const uint32_t> given_len
     return chain;
 }
 
+namespace {
+
+// Where devices may begin in a capture, from TDO on, and in how many ways the devices from one of
+// them on fill the rest: 0, 1, or 2 for more.
+class LengthFit {
+public:
+    LengthFit(const Bits& capture, std::span<const uint32_t> known)
+        : known_(known.rbegin(), known.rend()), starts_(possible_starts(capture)) {
+        starts_.push_back(capture.size());
+    }
+
+    // Nearest TDI first; empty unless there is one way.
+    std::vector<uint32_t> solve() {
+        constexpr size_t kMostPlaces = 10'000'000;
+        if (starts_.front() != 0 || known_.size() > kMostPlaces / starts_.size()) {
+            return {};
+        }
+        std::vector<uint8_t> ways(starts_.size(), 0);
+        ways.back() = 1; // behind the last device
+        for (size_t device = known_.size(); device-- > 0;) {
+            ways_.push_back(ways);
+            ways = ways_before(device, ways);
+        }
+        return ways.front() == 1 ? follow() : std::vector<uint32_t>{};
+    }
+
+private:
+    // The start `length` bits behind another one; the number of starts where there is none.
+    size_t start_behind(size_t start, uint32_t length) const {
+        const size_t wanted = starts_[start] + length;
+        const auto found = std::lower_bound(starts_.begin(), starts_.end(), wanted);
+        return found != starts_.end() && *found == wanted
+                   ? static_cast<size_t>(found - starts_.begin())
+                   : starts_.size();
+    }
+
+    std::vector<uint8_t> ways_before(size_t device, const std::vector<uint8_t>& after) const {
+        std::vector<uint8_t> ways(after.size(), 0);
+        uint32_t later = 0; // of all starts behind the one that is looked at
+        for (size_t start = starts_.size() - 1; start-- > 0;) {
+            later = std::min<uint32_t>(2, later + after[start + 1]);
+            if (known_[device] == 0) {
+                ways[start] = static_cast<uint8_t>(later);
+            } else if (const size_t next = start_behind(start, known_[device]);
+                       next < starts_.size()) {
+                ways[start] = after[next];
+            }
+        }
+        return ways;
+    }
+
+    // The one way there is.
+    std::vector<uint32_t> follow() const {
+        std::vector<uint32_t> lengths;
+        size_t start = 0;
+        for (size_t device = 0; device < known_.size(); ++device) {
+            const std::vector<uint8_t>& after = ways_[known_.size() - 1 - device];
+            size_t next = start + 1;
+            while (after[next] == 0 ||
+                   (known_[device] != 0 && starts_[next] - starts_[start] != known_[device])) {
+                ++next;
+            }
+            lengths.push_back(static_cast<uint32_t>(starts_[next] - starts_[start]));
+            start = next;
+        }
+        std::reverse(lengths.begin(), lengths.end());
+        return lengths;
+    }
+
+    std::vector<uint32_t> known_;            // nearest TDO first
+    std::vector<size_t> starts_;             // and the end
+    std::vector<std::vector<uint8_t>> ways_; // behind each device, the last one's first
+};
+
+} // namespace
+
+std::vector<uint32_t> fit_lengths(const Bits& capture, std::span<const uint32_t> known) {
+    return LengthFit(capture, known).solve();
+}
+
 Status check_chain(JtagPort& port, const Chain& chain, size_t pattern_bits, uint64_t seed) {
     TRY(port.reset_tap());
     TRY(check_idcodes(port, chain));

@@ -1,12 +1,14 @@
 // The scan chain: finding its devices, and checking that it still answers as it did.
 #pragma once
 
+#include "common/bsdl/model.h"
 #include "common/result.h"
 #include "host/chain/idcode.h"
 #include "host/jtag/bits.h"
 #include "host/jtag/port.h"
 
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
@@ -15,9 +17,13 @@
 namespace talvor {
 
 struct ChainDevice {
-    std::string name;              // as the board file calls it, may be empty
+    std::string name;              // as the board file calls it, else its BSDL file; may be empty
     std::optional<IdCode> idcode;  // without one it answers with BYPASS after a reset
     uint32_t instruction_bits = 0; // 0: not known
+    // What its BSDL file says, and which file that is; null and "" without one.
+    std::shared_ptr<const bsdl::Device> description{};
+    std::string description_file{};
+    std::vector<std::string> other_files{}; // that would fit as well, worse than the one taken
 };
 
 struct Chain {
@@ -49,6 +55,11 @@ struct ScanSurroundings {
     size_t after = 0;
 };
 [[nodiscard]] ScanSurroundings surroundings(const Chain& chain, size_t index, ScanPath path);
+
+// Instruction lengths, the first device nearest TDI, that agree with `known` (0: not known) and
+// with a capture in which each device ends in binary 01. Empty unless there is just one answer.
+[[nodiscard]] std::vector<uint32_t> fit_lengths(const Bits& capture,
+                                                std::span<const uint32_t> known);
 
 // What discovery is made of, for tests and for whoever wants to say more about a chain.
 

@@ -5,6 +5,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <filesystem>
 #include <utility>
 
 namespace talvor {
@@ -55,12 +56,30 @@ ClockFormula read_clock(const TomlReader& table) {
     return clock;
 }
 
-BoardDevice read_device(const TomlReader& table) {
+// `file` names a file from where the board file stands.
+std::string beside(const std::string& board, const std::string& file) {
+    return (std::filesystem::path(board).parent_path() / file).string();
+}
+
+std::string read_bsdl_path(const TomlReader& table, const std::string& board) {
+    if (!table.has("bsdl")) {
+        return {};
+    }
+    const std::string path = table.text("bsdl", "");
+    if (path.empty()) {
+        table.error("bsdl", "expected the path of a BSDL file, as a text");
+        return {};
+    }
+    return beside(board, path);
+}
+
+BoardDevice read_device(const TomlReader& table, const std::string& board) {
     constexpr uint64_t kMinBits = 2; // IEEE 1149.1, 7.1.1
     constexpr uint64_t kMaxBits = 65536;
-    table.only({"name", "ir"});
+    table.only({"name", "ir", "bsdl"});
     return {table.text("name", ""),
-            static_cast<uint32_t>(table.integer("ir", 0, kMinBits, kMaxBits))};
+            static_cast<uint32_t>(table.integer("ir", 0, kMinBits, kMaxBits)),
+            read_bsdl_path(table, board)};
 }
 
 std::optional<std::string> read_library(const TomlReader& root) {
@@ -85,7 +104,7 @@ void read_root(const TomlReader& root, Board& board) {
         board.clock = read_clock(*table);
     }
     for (const TomlReader& table : root.tables("device")) {
-        board.devices.push_back(read_device(table));
+        board.devices.push_back(read_device(table, board.name));
     }
     board.library = read_library(root);
 }

@@ -17,6 +17,7 @@ namespace talvor {
 struct BoardDevice {
     std::string name;
     uint32_t instruction_bits = 0; // 0: not given
+    std::string bsdl{}; // path of its BSDL file, from where this process works; "" without
 
     friend bool operator==(const BoardDevice&, const BoardDevice&) = default;
 };

@@ -148,10 +148,76 @@ Result<PodRecord> complete_board(Board& board, const DeviceTable& table,
     return pod;
 }
 
+Result<BoardDescriptions> read_descriptions(const Board& board, const SessionOptions& options) {
+    BoardDescriptions descriptions;
+    for (const BoardDevice& device : board.devices) {
+        descriptions.devices.push_back(device.bsdl.empty() ? DescriptionFile{}
+                                                           : TRY(read_description(device.bsdl)));
+    }
+    if (options.descriptions) {
+        descriptions.folder = TRY(DescriptionFolder::open(*options.descriptions));
+    }
+    return descriptions;
+}
+
+namespace {
+
+void describe_by_code(ChainDevice& device, const DescriptionFolder& folder) {
+    if (device.description || !device.idcode) {
+        return;
+    }
+    const std::vector<DescriptionFile> fitting = folder.find(*device.idcode);
+    for (const DescriptionFile& file : fitting) {
+        if (!device.description) {
+            device.description = file.device;
+            device.description_file = file.path;
+        } else {
+            device.other_files.push_back(file.path);
+        }
+    }
+}
+
+// Where the captures leave several answers, what board and descriptions say may leave one.
+void complete_lengths(Chain& chain, const Board& board, bool is_board_chain) {
+    std::vector<uint32_t> known;
+    for (size_t i = 0; i < chain.devices.size(); ++i) {
+        const bsdl::Device* described = chain.devices[i].description.get();
+        const auto said = described != nullptr ? described->instruction_bits : size_t{0};
+        const uint32_t given = is_board_chain ? board.devices[i].instruction_bits : 0;
+        known.push_back(given != 0 ? given : static_cast<uint32_t>(said));
+    }
+    const std::vector<uint32_t> lengths = fit_lengths(chain.instruction_capture, known);
+    for (size_t i = 0; i < lengths.size(); ++i) {
+        chain.devices[i].instruction_bits = lengths[i];
+    }
+    chain.lengths_known = !lengths.empty();
+}
+
+} // namespace
+
+void describe(Chain& chain, const Board& board, const BoardDescriptions& descriptions) {
+    const bool is_board_chain = board.devices.size() == chain.devices.size();
+    for (size_t i = 0; i < chain.devices.size(); ++i) {
+        ChainDevice& device = chain.devices[i];
+        if (is_board_chain) {
+            device.name = board.devices[i].name;
+            device.description = descriptions.devices[i].device;
+            device.description_file = descriptions.devices[i].path;
+        }
+        describe_by_code(device, descriptions.folder);
+        if (device.name.empty() && device.description) {
+            device.name = device.description->name;
+        }
+    }
+    if (!chain.lengths_known && chain.instruction_bits() != 0) {
+        complete_lengths(chain, board, is_board_chain);
+    }
+}
+
 Session::Session(const SessionOptions& options, Library library, Reserved reserved)
-    : instruction_lengths_(options.instruction_lengths), board_(std::move(reserved.board)),
-      library_(std::move(library)), record_(std::move(reserved.record)),
-      lock_(std::move(reserved.lock)), watch_(record_, options.patience, options.lost) {}
+    : options_(options), board_(std::move(reserved.board)), library_(std::move(library)),
+      record_(std::move(reserved.record)), lock_(std::move(reserved.lock)),
+      watch_(record_, options.patience, options.lost) {}
 
 Result<Session::Reserved> Session::reserve(Board board, const SessionOptions& options) {
     const Clock::time_point end = Clock::now() + options.lock.wait;
@@ -185,8 +251,16 @@ Status Session::connect() {
     return {};
 }
 
+Result<const BoardDescriptions*> Session::descriptions() {
+    if (!descriptions_) {
+        descriptions_ = TRY(read_descriptions(board_, options_));
+    }
+    return &*descriptions_;
+}
+
 Result<Chain> Session::discover() {
-    std::vector<uint32_t> lengths = instruction_lengths_;
+    const BoardDescriptions& known = *TRY(descriptions());
+    std::vector<uint32_t> lengths = options_.instruction_lengths;
     if (lengths.empty()) {
         for (const BoardDevice& device : board_.devices) {
             lengths.push_back(device.instruction_bits);
@@ -196,12 +270,36 @@ Result<Chain> Session::discover() {
         }
     }
     Chain chain = TRY(discover_chain(*port_, lengths));
-    if (board_.devices.size() == chain.devices.size()) {
-        for (size_t i = 0; i < chain.devices.size(); ++i) {
-            chain.devices[i].name = board_.devices[i].name;
+    describe(chain, board_, known);
+    return chain;
+}
+
+Result<std::optional<Chain>> Session::described_chain() {
+    const BoardDescriptions& known = *TRY(descriptions());
+    Chain chain;
+    if (!options_.instruction_lengths.empty()) {
+        for (const uint32_t length : options_.instruction_lengths) {
+            chain.devices.push_back({"", std::nullopt, length});
+        }
+    } else {
+        for (const BoardDevice& device : board_.devices) {
+            chain.devices.push_back({"", std::nullopt, device.instruction_bits});
         }
     }
-    return chain;
+    describe(chain, board_, known);
+    for (ChainDevice& device : chain.devices) {
+        if (device.instruction_bits == 0 && device.description) {
+            device.instruction_bits = static_cast<uint32_t>(device.description->instruction_bits);
+        }
+        if (device.instruction_bits == 0) {
+            return std::optional<Chain>();
+        }
+    }
+    if (chain.devices.empty()) {
+        return std::optional<Chain>();
+    }
+    chain.lengths_known = true;
+    return std::optional<Chain>(std::move(chain));
 }
 
 } // namespace talvor

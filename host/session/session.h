@@ -3,6 +3,7 @@
 
 #include "common/result.h"
 #include "host/chain/chain.h"
+#include "host/chain/descriptions.h"
 #include "host/driver/device_table.h"
 #include "host/driver/library.h"
 #include "host/driver/pod.h"
@@ -27,6 +28,7 @@ struct SessionOptions {
     std::optional<int32_t> link_delay;         // test clocks, before the board file's
     std::optional<double> max_hertz;           // test clock at most, before the board file's
     std::vector<uint32_t> instruction_lengths; // nearest TDI first, before the board file's
+    std::optional<std::string> descriptions;   // folder of BSDL files, found by IDCODE
     PodLockOptions lock;                       // what to do about a pod that is in use
     std::chrono::milliseconds patience{60000}; // see ProxyWatch
     ProxyWatch::LostHandler lost;              // the last resort; must be given
@@ -44,6 +46,19 @@ struct SessionOptions {
 
 // The device table of a living proxy, or an error that says what is wrong with the proxy.
 [[nodiscard]] Result<DeviceTable> living_proxy();
+
+// The BSDL files that a board file and an option name.
+struct BoardDescriptions {
+    std::vector<DescriptionFile> devices; // of [[device]], as many; some without a file
+    DescriptionFolder folder;
+};
+// Errors (ErrorKind::BadFile): a file that the board names cannot be read or is no BSDL; there is
+// no such folder.
+[[nodiscard]] Result<BoardDescriptions> read_descriptions(const Board& board,
+                                                          const SessionOptions& options);
+// Gives the devices of a chain names, descriptions and, where these leave only one answer and the
+// target left several, instruction lengths.
+void describe(Chain& chain, const Board& board, const BoardDescriptions& descriptions);
 
 // The generation (KELM.POD_EMUVERSION) of a completed board.
 [[nodiscard]] uint32_t generation(const Board& board);
@@ -64,8 +79,14 @@ public:
     [[nodiscard]] Pod& pod() noexcept { return *pod_; }
     [[nodiscard]] PodPort& port() noexcept { return *port_; }
 
-    // Finds the chain, with the lengths and names that options and board file give.
+    // Finds the chain, with the lengths, names and descriptions that options and board file give.
+    // Errors are those of discover_chain() and read_descriptions().
     [[nodiscard]] Result<Chain> discover();
+    // The chain as options and board file describe it; the target is not asked. Nothing unless they
+    // give every instruction length. Errors are those of read_descriptions().
+    [[nodiscard]] Result<std::optional<Chain>> described_chain();
+    // The files, read when they are first asked for.
+    [[nodiscard]] Result<const BoardDescriptions*> descriptions();
 
 private:
     // A pod that is this process's to use.
@@ -81,7 +102,8 @@ private:
 
     [[nodiscard]] Status connect();
 
-    std::vector<uint32_t> instruction_lengths_;
+    SessionOptions options_;
+    std::optional<BoardDescriptions> descriptions_;
     Board board_;
     Library library_;
     PodRecord record_;

@@ -83,6 +83,10 @@ void add_target_options(Command& program, CommonOptions& options) {
     program
         .option("--ir-lengths", take_lengths, "Instruction lengths, nearest TDI first, as in 4,5,8")
         .type_name("BITS,...");
+    program
+        .option("--bsdl", options.descriptions,
+                "Folder of BSDL files, which describe the devices whose IDCODE they have")
+        .type_name("FOLDER");
 }
 
 // What timeout(1) ends with.
@@ -142,8 +146,8 @@ void add_session_commands(Command& program) {
 }
 
 std::vector<std::string> pod_options(std::vector<std::string> more) {
-    more.insert(more.end(),
-                {"--pod", "--wait", "--share", "--link", "--tck", "--ir-lengths", "--patience"});
+    more.insert(more.end(), {"--pod", "--wait", "--share", "--link", "--tck", "--ir-lengths",
+                             "--bsdl", "--patience"});
     return more;
 }
 

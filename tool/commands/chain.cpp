@@ -11,6 +11,9 @@ Status chain(Context& context, const std::string& parts) {
     const PartNames names = TRY(part_names(parts));
     Session& session = *TRY(context.session());
     const Chain found = TRY(session.discover());
+    for (const Error& fault : TRY(session.descriptions())->folder.faults()) {
+        context.out.note("passing over " + headline(fault));
+    }
     print_chain(context.out, found, names);
     context.out.result(to_json(found, names));
     return {};

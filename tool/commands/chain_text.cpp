@@ -1,7 +1,10 @@
 #include "tool/commands/chain_text.h"
 
 #include "common/text.h"
+#include "host/chain/descriptions.h"
 #include "tool/commands/values.h"
+
+#include <fmt/ranges.h>
 
 #include <algorithm>
 
@@ -90,6 +93,45 @@ Json device_json(const ChainDevice& device, const PartName& known, size_t number
     return json;
 }
 
+// What the file of a device says, and what the target says to it.
+void print_descriptions(const Output& out, const Chain& chain) {
+    for (size_t i = 0; i < chain.devices.size(); ++i) {
+        const ChainDevice& device = chain.devices[i];
+        if (!device.description) {
+            continue;
+        }
+        const DescriptionCheck check = check_description(chain, i);
+        const std::string matches = fmt::format("{}", fmt::join(check.matches, ", "));
+        out.line("Device {}: {} of {}: {}.", i + 1, device.description->name,
+                 device.description_file, matches.empty() ? "nothing matches" : matches + " match");
+        for (const std::string& contradiction : check.contradictions) {
+            out.line("  {}", out.tone(Tone::Bad, "Contradiction: " + contradiction + "."));
+        }
+        if (!device.other_files.empty()) {
+            out.line("  {} would fit as well; name one of them in the board file to take it.",
+                     fmt::join(device.other_files, ", "));
+        }
+    }
+}
+
+Json text_array(const std::vector<std::string>& texts) {
+    Json array = Json::array();
+    for (const std::string& text : texts) {
+        array.push_back(text);
+    }
+    return array;
+}
+
+Json description_json(const Chain& chain, size_t index) {
+    const ChainDevice& device = chain.devices[index];
+    const DescriptionCheck check = check_description(chain, index);
+    return {{"file", device.description_file},
+            {"entity", device.description->name},
+            {"matches", text_array(check.matches)},
+            {"contradictions", text_array(check.contradictions)},
+            {"other_files", text_array(device.other_files)}};
+}
+
 } // namespace
 
 std::string idcode_text(const std::optional<IdCode>& idcode) {
@@ -107,6 +149,7 @@ void print_chain(const Output& out, const Chain& chain, const PartNames& names) 
             out.line("Device {} has an IDCODE that no device may have.", i + 1);
         }
     }
+    print_descriptions(out, chain);
     if (!chain.lengths_known) {
         out.line(
             "The instruction lengths are ambiguous: the capture {} has {} places where a device "
@@ -121,7 +164,11 @@ Json to_json(const Chain& chain, const PartNames& names) {
     Json devices = Json::array();
     for (size_t i = 0; i < chain.devices.size(); ++i) {
         const ChainDevice& device = chain.devices[i];
-        devices.push_back(device_json(device, name_of(device, names), i + 1));
+        Json json = device_json(device, name_of(device, names), i + 1);
+        if (device.description) {
+            json["bsdl"] = description_json(chain, i);
+        }
+        devices.push_back(std::move(json));
     }
     return Json{{"devices", std::move(devices)},
                 {"instruction_bits", chain.instruction_bits()},

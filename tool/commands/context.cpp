@@ -59,6 +59,7 @@ Result<SessionOptions> Context::session_options() const {
     session.link_delay = options.link_delay;
     session.max_hertz = options.max_hertz;
     session.instruction_lengths = options.instruction_lengths;
+    session.descriptions = options.descriptions;
     session.patience = milliseconds_of(options.patience_seconds);
     session.lock.wait = milliseconds_of(options.wait_seconds);
     session.lock.share = options.share;

@@ -24,6 +24,7 @@ struct CommonOptions {
     std::optional<int32_t> link_delay;
     std::optional<double> max_hertz; // of the test clock
     std::vector<uint32_t> instruction_lengths;
+    std::optional<std::string> descriptions; // folder of BSDL files
     double patience_seconds = 60;
     double wait_seconds = 0;    // for a pod that is in use
     bool share = false;         // go on beside its user

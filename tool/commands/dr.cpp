@@ -10,13 +10,20 @@ void add_dr(Command& program) {
         "dr", "Shift hexadecimal data through the data path, print what comes out",
         [options](Context& context) { return shift(context, ScanPath::Dr, *options); });
     command.option("HEX", options->data, "Data, most significant digit first").required();
-    command.option("--bits", options->bits, "Length; else four bits a digit").positive();
+    command
+        .option("--bits", options->bits,
+                "Length; else that of the register, where a BSDL file says it, or four "
+                "bits a digit")
+        .positive();
     Option device =
         command.option("--device", options->device,
                        "Only this device, from 1, nearest TDI first; the others are in BYPASS");
     device.positive();
     command
-        .option("--ir", options->instruction, "With --device: shift this instruction into it first")
+        .option("--ir,--instruction", options->instruction,
+                "With --device: shift this instruction into it first, by its digits or by the name "
+                "that the device's BSDL file gives it")
+        .type_name("INSTRUCTION")
         .needs(device);
     add_fast(command, *options);
     command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")

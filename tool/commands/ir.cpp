@@ -9,7 +9,11 @@ void add_ir(Command& program) {
     Command command = program.command(
         "ir", "Shift hexadecimal data through the instruction path, print what comes out",
         [options](Context& context) { return shift(context, ScanPath::Ir, *options); });
-    command.option("HEX", options->data, "Data, most significant digit first").required();
+    command
+        .option("HEX", options->data,
+                "Data, most significant digit first; with --device also an instruction's name in "
+                "the device's BSDL file")
+        .required();
     command.option("--bits", options->bits, "Length; else four bits a digit, or the device's own")
         .positive();
     command

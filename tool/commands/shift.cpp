@@ -3,43 +3,29 @@
 #include "common/text.h"
 #include "tool/command_line/command_line.h"
 #include "tool/commands/context.h"
+#include "tool/commands/instruction_name.h"
 #include "tool/commands/unanswered.h"
 #include "tool/commands/values.h"
 
 namespace talvor {
 namespace {
 
-// The chain as the board file describes it; nothing unless it gives every length.
-std::optional<Chain> described_chain(const CommonOptions& options, const Board& board) {
-    Chain chain;
-    if (!options.instruction_lengths.empty()) {
-        for (const uint32_t length : options.instruction_lengths) {
-            chain.devices.push_back({"", std::nullopt, length});
-        }
-    } else {
-        for (const BoardDevice& device : board.devices) {
-            chain.devices.push_back({device.name, std::nullopt, device.instruction_bits});
-        }
-    }
-    for (const ChainDevice& device : chain.devices) {
-        if (device.instruction_bits == 0) {
-            return std::nullopt;
-        }
-    }
-    if (chain.devices.empty()) {
-        return std::nullopt;
-    }
-    chain.lengths_known = true;
-    return chain;
+// Whether an instruction goes into the device.
+bool has_instruction(ScanPath path, const ShiftOptions& options) {
+    return path == ScanPath::Ir || !options.instruction.empty();
 }
 
-// Finds out what stands around the device; the TAP is only reset when nothing else tells.
-Result<Chain> chain_for(Context& context, Session& session, ScanPath path,
-                        const ShiftOptions& options) {
-    if (auto described = described_chain(context.options, session.board())) {
-        return std::move(*described);
+// Finds out what stands around the device; the TAP is only reset when nothing else tells. With
+// `named` what the device's instructions are called is to be found out, too.
+Result<Chain> chain_for(Session& session, ScanPath path, const ShiftOptions& options, bool named) {
+    if (auto described = TRY(session.described_chain())) {
+        const size_t devices = described->devices.size();
+        if (!named || options.device > devices ||
+            described->devices[options.device - 1].description) {
+            return std::move(*described);
+        }
     }
-    if (path == ScanPath::Dr && options.instruction.empty()) {
+    if (!has_instruction(path, options)) {
         return usage_error(
             "--device",
             "finding the other devices would reset the TAPs, and with them the instruction",
@@ -52,6 +38,19 @@ Result<Chain> chain_for(Context& context, Session& session, ScanPath path,
                            "give them with --ir-lengths; 'talvor chain' says more");
     }
     return chain;
+}
+
+// The digits; nothing where an instruction's name may stand instead.
+Result<Bits> parse_data(ScanPath path, const ShiftOptions& options) {
+    const bool named = path == ScanPath::Ir && may_be_name(options.data);
+    if (named && options.device != 0 && options.bits == 0) {
+        return Bits();
+    }
+    Result<Bits> data = parse_bits(options.data, options.bits, "data");
+    if (!data && named) {
+        data.error().next_step = "name the device with --device, if it is an instruction's name";
+    }
+    return data;
 }
 
 void choose_mode(PodPort& port, const ShiftOptions& options) {
@@ -77,23 +76,38 @@ Result<Bits> scan_device(JtagPort& port, const Chain& chain, uint32_t device, Sc
     return in.slice(around.before, data.size());
 }
 
+// How long the data is: as long as --bits says, as the instruction register, as the register that
+// the file of the device says of the instruction; 0: as its digits.
+uint64_t data_bits(const ChainDevice& device, ScanPath path, const ShiftOptions& options) {
+    if (options.bits != 0) {
+        return options.bits;
+    }
+    return path == ScanPath::Ir ? device.instruction_bits
+                                : register_bits(device, options.instruction).value_or(0);
+}
+
 Result<Bits> shift_device(Context& context, Session& session, ScanPath path,
                           const ShiftOptions& options, StableState end) {
-    const Chain chain = TRY(chain_for(context, session, path, options));
+    const std::string& word = path == ScanPath::Ir ? options.data : options.instruction;
+    const Chain chain = TRY(chain_for(session, path, options, may_be_name(word)));
     if (options.device > chain.devices.size()) {
         return usage_error(
             fmt::format("device {}", options.device),
             fmt::format("the chain has {}", count_text(chain.devices.size(), "device")));
     }
-    const uint32_t length = chain.devices[options.device - 1].instruction_bits;
     choose_mode(session.port(), options);
-    if (!options.instruction.empty()) {
-        const Bits instruction = TRY(parse_bits(options.instruction, length, "instruction"));
+    Bits data;
+    if (path == ScanPath::Ir && options.bits == 0) {
+        data = TRY(parse_instruction(context, chain, options.device, word));
+    } else {
+        data = TRY(parse_bits(options.data,
+                              data_bits(chain.devices[options.device - 1], path, options), "data"));
+    }
+    if (path == ScanPath::Dr && !word.empty()) {
+        const Bits instruction = TRY(parse_instruction(context, chain, options.device, word));
         TRY(scan_device(session.port(), chain, options.device, ScanPath::Ir, instruction,
                         StableState::Idle));
     }
-    const uint64_t bits = options.bits != 0 ? options.bits : path == ScanPath::Ir ? length : 0;
-    const Bits data = TRY(parse_bits(options.data, bits, "data"));
     return answered(scan_device(session.port(), chain, options.device, path, data, end), options);
 }
 
@@ -114,7 +128,7 @@ void add_fast(Command& command, ShiftOptions& options) {
 Status shift(Context& context, ScanPath path, const ShiftOptions& options) {
     const StableState end = TRY(parse_state(options.end));
     // A mistake in the data is to be told before a pod is touched.
-    const Bits data = TRY(parse_bits(options.data, options.bits, "data"));
+    const Bits data = TRY(parse_data(path, options));
     Session& session = *TRY(context.session());
     Bits in;
     if (options.device != 0) {

@@ -212,5 +212,34 @@ TEST(IdCodeTest, IsTakenApart) {
     EXPECT_FALSE(IdCode{0x100000FF}.legal());
 }
 
+// The capture of taps, the first nearest TDI, written as it is shifted: the last bit first.
+Bits capture_of(const std::string& bits) {
+    Bits capture(bits.size());
+    for (size_t i = 0; i < bits.size(); ++i) {
+        capture.set(i, bits[bits.size() - 1 - i] == '1');
+    }
+    return capture;
+}
+
+TEST(FitLengthsTest, KnownLengthsLeaveOneAnswer) {
+    // Six bits nearest TDI, that look like two devices; four bits nearest TDO.
+    const Bits capture = capture_of("110101"
+                                    "0001");
+    EXPECT_EQ(fit_lengths(capture, std::vector<uint32_t>{6, 0}), (std::vector<uint32_t>{6, 4}));
+    EXPECT_EQ(fit_lengths(capture, std::vector<uint32_t>{0, 4}), (std::vector<uint32_t>{6, 4}));
+    EXPECT_EQ(fit_lengths(capture, std::vector<uint32_t>{6, 4}), (std::vector<uint32_t>{6, 4}));
+    EXPECT_EQ(fit_lengths(capture, std::vector<uint32_t>{0, 0, 0}),
+              (std::vector<uint32_t>{4, 2, 4}));
+}
+
+TEST(FitLengthsTest, NoneOrSeveralAnswersAreNone) {
+    const Bits capture = capture_of("1101010001");
+    for (const std::vector<uint32_t>& known :
+         {std::vector<uint32_t>{0, 0}, {5, 0}, {6, 3}, {7, 4}, {0, 0, 0, 0}, {10, 1}}) {
+        EXPECT_TRUE(fit_lengths(capture, known).empty()) << testing::PrintToString(known);
+    }
+    EXPECT_TRUE(fit_lengths(capture_of("0011"), std::vector<uint32_t>{0}).empty());
+}
+
 } // namespace
 } // namespace talvor

@@ -1,5 +1,6 @@
 #include "host/session/board_file.h"
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -11,6 +12,19 @@ namespace {
 std::string text_of(const Board& board, const char* name) {
     const Key* key = board.keys.find(name);
     return key == nullptr ? "absent" : key->text;
+}
+
+TEST(BoardFileTest, FindsBsdlFilesFromWhereItStands) {
+    const auto path = [](const char* line, const char* board) {
+        const Result<Board> read = parse_board(fmt::format("[[device]]\n{}\n", line), board);
+        return read ? read->devices.at(0).bsdl : headline(read.error());
+    };
+    EXPECT_EQ(path("bsdl = \"a.bsd\"", "b.toml"), "a.bsd");
+    EXPECT_EQ(path("bsdl = \"a.bsd\"", "boards/b.toml"), "boards/a.bsd");
+    EXPECT_EQ(path("bsdl = \"/parts/a.bsd\"", "boards/b.toml"), "/parts/a.bsd");
+    EXPECT_EQ(path("name = \"cpu\"", "boards/b.toml"), "");
+    EXPECT_EQ(path("bsdl = \"\"", "b.toml"),
+              "b.toml:2: device[0].bsdl: expected the path of a BSDL file, as a text");
 }
 
 TEST(BoardFileTest, GivesEachScalarAsTheTextThatTheDriverReads) {
