@@ -1,10 +1,11 @@
 #include "podsim/description/chain_reader.h"
 
+#include "podsim/description/board_reader.h"
+#include "podsim/description/bsdl_tap.h"
 #include "podsim/model/chain_check.h"
 
 #include <array>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -93,7 +94,7 @@ RegisterDescription read_register(const TomlReader& reader, uint64_t largest_ins
     return description;
 }
 
-// ---- TAPs and nets ----------------------------------------------------------------------------
+// ---- TAPs ----------------------------------------------------------------------------
 
 // All ones, as far as TOML's integers reach.
 uint64_t largest_instruction_of(unsigned bits) {
@@ -196,7 +197,10 @@ DeviceDescription read_riscv_tap(const TomlReader& reader) {
     return device;
 }
 
-DeviceDescription read_tap(const TomlReader& reader) {
+DeviceDescription read_tap(const TomlReader& reader, const std::string& folder) {
+    if (reader.has("bsdl")) {
+        return read_bsdl_tap(reader, folder);
+    }
     const std::string kind = reader.text("kind", "plain");
     if (kind == "riscv-dtm") {
         return read_riscv_tap(reader);
@@ -205,37 +209,6 @@ DeviceDescription read_tap(const TomlReader& reader) {
         reader.error("kind", "expected plain or riscv-dtm, found \"" + kind + "\"");
     }
     return read_plain_tap(reader);
-}
-
-struct PinPlace {
-    size_t device;
-    size_t pin;
-};
-
-// "tap.pin".
-std::optional<PinPlace> find_pin(const ChainDescription& chain, const std::string& text) {
-    for (size_t device = 0; device < chain.devices.size(); ++device) {
-        for (const RegisterDescription& one : chain.devices[device].registers) {
-            const auto* boundary = std::get_if<BoundaryRegister>(&one.kind);
-            for (size_t pin = 0; boundary != nullptr && pin < boundary->pins.size(); ++pin) {
-                if (chain.devices[device].name + "." + boundary->pins[pin].name == text) {
-                    return PinPlace{device, pin};
-                }
-            }
-        }
-    }
-    return std::nullopt;
-}
-
-PinPlace read_pin(const TomlReader& reader, std::string_view key, const ChainDescription& chain) {
-    reader.require(key, "a pin, written \"tap.pin\"");
-    const std::string text = reader.text(key, "");
-    const auto place = find_pin(chain, text);
-    if (!place) {
-        reader.error(key,
-                     "expected a pin of this chain, written \"tap.pin\", found \"" + text + "\"");
-    }
-    return place.value_or(PinPlace{0, 0});
 }
 
 // The key of the file that stands for a field of the model's description.
@@ -265,10 +238,12 @@ std::string key_of(const DescriptionError& error) {
 
 // What the model does not accept, at its place in the file.
 void report(const DescriptionError& found, const std::vector<TomlReader>& taps,
-            const std::vector<TomlReader>& nets) {
+            const NetTables& nets) {
     const std::string text = "expected " + found.expected;
     if (found.where == DescriptionError::Where::Net) {
-        nets[found.device].error(key_of(found), text);
+        nets.wires[found.device].error(key_of(found), text);
+    } else if (found.where == DescriptionError::Where::BoardNet) {
+        nets.nets[found.device].error(found.key, text);
     } else if (found.where == DescriptionError::Where::Register) {
         const std::vector<TomlReader> registers = taps[found.device].tables("register");
         // Those behind them are the TAP's own.
@@ -295,20 +270,15 @@ void check_names(const ChainDescription& chain, const std::vector<TomlReader>& t
 
 } // namespace
 
-ChainDescription read_chain(const TomlReader& pod, const TomlErrors& errors) {
+ChainDescription read_chain(const TomlReader& pod, const std::string& folder,
+                            const TomlErrors& errors) {
     ChainDescription chain;
     const std::vector<TomlReader> taps = pod.tables("tap");
     for (const TomlReader& tap : taps) {
-        chain.devices.push_back(read_tap(tap));
+        chain.devices.push_back(read_tap(tap, folder));
     }
     check_names(chain, taps);
-    const std::vector<TomlReader> nets = pod.tables("net");
-    for (const TomlReader& net : nets) {
-        net.only({"from", "to"});
-        const PinPlace from = read_pin(net, "from", chain);
-        const PinPlace to = read_pin(net, "to", chain);
-        chain.nets.push_back({from.device, from.pin, to.device, to.pin});
-    }
+    const NetTables nets = read_board(pod, chain);
     if (errors.any()) {
         return chain;
     }

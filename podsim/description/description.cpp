@@ -5,6 +5,7 @@
 #include "podsim/description/chain_reader.h"
 
 #include <array>
+#include <filesystem>
 
 namespace talvor::podsim::description {
 namespace {
@@ -100,13 +101,19 @@ External read_external(const TomlReader& reader) {
     if (reader.has("tap") || reader.has("net")) {
         reader.error("target", "expected no tap and no net beside an external target");
     }
+    for (const char* key : {"fault", "floating"}) {
+        if (reader.has(key)) {
+            reader.error(key, "expected only without target");
+        }
+    }
     return external;
 }
 
-Pod read_pod(const TomlReader& reader, const TomlErrors& errors) {
+Pod read_pod(const TomlReader& reader, const std::string& folder, const TomlErrors& errors) {
     reader.only({"serial", "revision", "controller", "utility_revision", "cable_delay",
-                 "return_pipeline", "max_tck_hz", "strict", "faults", "tap", "net", "target",
-                 "target_protocol", "target_resets", "target_quit", "target_patience_ms"});
+                 "return_pipeline", "max_tck_hz", "strict", "faults", "tap", "net", "fault",
+                 "floating", "target", "target_protocol", "target_resets", "target_quit",
+                 "target_patience_ms"});
     reader.require("serial", "the pod's serial number");
     Pod pod;
     pod.serial = static_cast<uint32_t>(reader.integer("serial", 0, 0, UINT32_MAX));
@@ -121,7 +128,7 @@ Pod read_pod(const TomlReader& reader, const TomlErrors& errors) {
                 reader.error(key, "expected only with target");
             }
         }
-        pod.target = read_chain(reader, errors);
+        pod.target = read_chain(reader, folder, errors);
     }
     return pod;
 }
@@ -147,8 +154,9 @@ Result<Description> parse(std::string_view text, const std::string& name) {
     root.require("pod", "at least one pod, written [[pod]]");
     Description description;
     const std::vector<TomlReader> pods = root.tables("pod");
+    const std::string folder = std::filesystem::path(name).parent_path().string();
     for (const TomlReader& pod : pods) {
-        description.pods.push_back(read_pod(pod, errors));
+        description.pods.push_back(read_pod(pod, folder, errors));
     }
     check_serials(description, pods);
     TRY(errors.status());

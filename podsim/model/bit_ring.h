@@ -1,6 +1,7 @@
 // A queue of bits that is filled and emptied by words: what stands in a row of shift registers.
 #pragma once
 
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -37,6 +38,18 @@ public:
         words_[index] = (words_[index] & low_mask(offset)) | (value << offset);
         if (offset + count > kWordBits) {
             words_[(index + 1) & mask_] = value >> (kWordBits - offset);
+        }
+    }
+
+    // The same, and leaves what stands behind.
+    void replace(uint64_t position, uint64_t value, unsigned count) {
+        const unsigned offset = position % kWordBits;
+        const unsigned low = std::min(count, kWordBits - offset);
+        uint64_t& first = words_[(position / kWordBits) & mask_];
+        first = (first & ~(low_mask(low) << offset)) | (value << offset);
+        if (low < count) {
+            uint64_t& second = words_[(position / kWordBits + 1) & mask_];
+            second = (second & ~low_mask(count - low)) | (value >> low);
         }
     }
 

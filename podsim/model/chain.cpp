@@ -23,18 +23,35 @@ uint64_t longest_register(const std::vector<std::unique_ptr<TapDevice>>& devices
     return bits;
 }
 
+std::vector<std::unique_ptr<TapDevice>> devices_of(const ChainDescription& description) {
+    std::vector<std::unique_ptr<TapDevice>> devices;
+    for (const DeviceDescription& each : description.devices) {
+        devices.push_back(std::make_unique<TapDevice>(each));
+    }
+    return devices;
+}
+
+std::vector<BoundaryCells*> boundaries_of(const std::vector<std::unique_ptr<TapDevice>>& devices) {
+    std::vector<BoundaryCells*> boundaries;
+    for (const auto& device : devices) {
+        boundaries.push_back(device->boundary());
+    }
+    return boundaries;
+}
+
 } // namespace
 
-Chain::Chain(const ChainDescription& description) {
-    for (const DeviceDescription& each : description.devices) {
-        devices_.push_back(std::make_unique<TapDevice>(each));
+Chain::Chain(const ChainDescription& description)
+    : devices_(devices_of(description)), ring_(longest_path(devices_)),
+      scratch_(words_for(longest_register(devices_))),
+      board_(description, boundaries_of(devices_)) {
+    for (const BoardFault& fault : description.board.faults) {
+        if (Result<FaultPlace> place = locate(fault)) {
+            faults_.push_back(*std::move(place));
+        }
     }
-    for (const NetDescription& net : description.nets) {
-        devices_[net.to_device]->boundary()->connect(
-            net.to_pin, *devices_[net.from_device]->boundary(), net.from_pin);
-    }
-    ring_ = BitRing(longest_path(devices_));
-    scratch_.resize(words_for(longest_register(devices_)));
+    faults_changed();
+    slots_ = wanted_;
 }
 
 // Appends a captured register at the end nearest TDI.
@@ -57,14 +74,19 @@ void Chain::take(std::span<uint64_t> bits, uint64_t count, uint64_t& position) c
 
 // The device nearest TDO comes first.
 void Chain::capture() {
+    slots_ = wanted_;
+    breaks_.clear();
     head_ = 0;
     length_ = 0;
-    for (auto device = devices_.rbegin(); device != devices_.rend(); ++device) {
-        if (state_ == TapState::CaptureIr) {
-            scratch_[0] = (*device)->instruction_capture();
-            append(scratch_, (*device)->instruction_bits());
+    for (auto slot = slots_.rbegin(); slot != slots_.rend(); ++slot) {
+        TapDevice& device = *devices_[slot->device];
+        if (slot->dead) [[unlikely]] {
+            breaks_.push_back({length_, *slot->dead});
+        } else if (state_ == TapState::CaptureIr) {
+            scratch_[0] = device.instruction_capture();
+            append(scratch_, device.instruction_bits());
         } else {
-            DataRegister& selected = (*device)->selected();
+            DataRegister& selected = device.selected();
             selected.capture({scratch_.data(), words_for(selected.bits())});
             append(scratch_, selected.bits());
         }
@@ -73,15 +95,28 @@ void Chain::capture() {
 
 void Chain::update() {
     uint64_t position = head_;
-    for (auto device = devices_.rbegin(); device != devices_.rend(); ++device) {
+    for (auto slot = slots_.rbegin(); slot != slots_.rend(); ++slot) {
+        TapDevice& device = *devices_[slot->device];
+        if (slot->dead) [[unlikely]] {
+            continue;
+        }
         if (state_ == TapState::UpdateIr) {
-            take(scratch_, (*device)->instruction_bits(), position);
-            (*device)->set_instruction(scratch_[0]);
+            take(scratch_, device.instruction_bits(), position);
+            device.set_instruction(scratch_[0]);
         } else {
-            DataRegister& selected = (*device)->selected();
+            DataRegister& selected = device.selected();
             take(scratch_, selected.bits(), position);
             selected.update({scratch_.data(), words_for(selected.bits())});
         }
+    }
+    board_.settle();
+}
+
+// What would pass a dead device gives way to the level of its TDO. The breaks nearer TDO come last:
+// a bit that passes several has the level of the last.
+void Chain::cross_breaks(unsigned count) {
+    for (auto each = breaks_.rbegin(); each != breaks_.rend(); ++each) {
+        ring_.replace(head_ + each->behind, each->level ? low_mask(count) : 0, count);
     }
 }
 
@@ -89,6 +124,7 @@ void Chain::reset() {
     for (const auto& device : devices_) {
         device->reset();
     }
+    board_.settle();
 }
 
 // Updates and the reset happen on the falling edge of TCK in the state (IEEE 1149.1, 6.1): nothing
@@ -168,6 +204,7 @@ Status Chain::power_on() {
     for (const auto& device : devices_) {
         device->power_on();
     }
+    board_.settle();
     state_ = TapState::TestLogicReset;
     return {};
 }

@@ -110,13 +110,22 @@ MaybeFault check_instruction(const DeviceDescription& device, uint64_t instructi
     return {};
 }
 
+// Whether the device's list has an instruction that selects the register.
+bool is_selected(const DeviceDescription& device, const RegisterDescription& r) {
+    return std::ranges::any_of(device.instructions, [&](const InstructionDescription& one) {
+        return one.selects == InstructionDescription::Selects::Register &&
+               one.register_index < device.registers.size() &&
+               &device.registers[one.register_index] == &r;
+    });
+}
+
 MaybeFault check_register(const DeviceDescription& device, const RegisterDescription& r,
                           std::set<uint64_t>& taken) {
     if (MaybeFault fault = std::visit(KindCheck{device.instruction_bits}, r.kind)) {
         return fault;
     }
     const auto instructions = instructions_of(r);
-    if (instructions.empty()) {
+    if (instructions.empty() && !is_selected(device, r)) {
         return Fault{"instructions", "at least one instruction"};
     }
     for (const auto& [key, instruction] : instructions) {
@@ -196,7 +205,7 @@ Error check_device(const DeviceDescription& device, size_t number) {
     const auto boundaries = std::ranges::count_if(device.registers, [](const auto& r) {
         return std::holds_alternative<BoundaryRegister>(r.kind);
     });
-    if (boundaries > 1) {
+    if (boundaries + (device.boundary ? 1 : 0) > 1) {
         return DescriptionError{DescriptionError::Where::Device, number, 0, "registers",
                                 "one boundary register at most"};
     }
@@ -232,6 +241,40 @@ MaybeFault check_net(const ChainDescription& chain, const NetDescription& net,
     return {};
 }
 
+// Each pin exists, and is on no other net.
+MaybeFault check_board_net(const std::vector<size_t>& pins, const BoardNet& net,
+                           std::set<std::pair<size_t, size_t>>& connected) {
+    for (const PinPlace& place : net.pins) {
+        if (place.device >= pins.size() || place.pin >= pins[place.device]) {
+            return Fault{"pins", "pins of this chain"};
+        }
+        if (!connected.insert({place.device, place.pin}).second) {
+            return Fault{"pins", "pins that no other net has"};
+        }
+    }
+    return {};
+}
+
+Error check_board(const ChainDescription& chain) {
+    std::vector<size_t> pins;
+    for (const DeviceDescription& device : chain.devices) {
+        const auto boundary = boundary_of(device);
+        pins.push_back(boundary ? boundary->device->signals.size() : 0);
+    }
+    std::set<std::pair<size_t, size_t>> connected;
+    for (const NetDescription& wire : chain.nets) {
+        connected.insert({wire.from_device, wire.from_pin});
+        connected.insert({wire.to_device, wire.to_pin});
+    }
+    for (size_t i = 0; i < chain.board.nets.size(); ++i) {
+        if (MaybeFault fault = check_board_net(pins, chain.board.nets[i], connected)) {
+            return DescriptionError{DescriptionError::Where::BoardNet, i, 0, fault->key,
+                                    fault->expected};
+        }
+    }
+    return {};
+}
+
 } // namespace
 
 std::optional<DescriptionError> check(const ChainDescription& chain) {
@@ -247,7 +290,7 @@ std::optional<DescriptionError> check(const ChainDescription& chain) {
                                     fault->expected};
         }
     }
-    return {};
+    return check_board(chain);
 }
 
 } // namespace talvor::podsim

@@ -11,7 +11,7 @@ namespace talvor::podsim {
 
 // What is wrong with a description.
 struct DescriptionError {
-    enum class Where { Device, Register, Rows, Net };
+    enum class Where { Device, Register, Rows, Net, BoardNet };
     Where where = Where::Device;
     size_t device = 0;    // index of the device, or of the net
     size_t index = 0;     // index of the register, or of the rows, in its device

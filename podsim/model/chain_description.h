@@ -1,6 +1,8 @@
 // What a built-in scan chain consists of, as plain values.
 #pragma once
 
+#include "podsim/model/board_description.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -48,7 +50,7 @@ struct Pin {
     bool level = false;  // output: what the device's own logic drives; input: what the board drives
 };
 
-// The boundary-scan register: one cell a pin, the first pin's shifted first.
+// The boundary-scan register in its plain form: one cell a pin, the first pin's shifted first.
 struct BoundaryRegister {
     uint64_t extest = 0; // the instruction that lets the cells drive the output pins
     uint64_t sample = 0; // SAMPLE and PRELOAD
@@ -96,9 +98,11 @@ struct DeviceDescription {
     uint64_t idcode_instruction = 0;  // only with an idcode; not all ones
     std::vector<RegisterDescription> registers;
     std::vector<RowsDescription> rows{};
+    std::optional<BoundaryDescription> boundary{};      // unless a register is one in plain form
+    std::vector<InstructionDescription> instructions{}; // the first that matches counts
 };
 
-// A wire of the board from an output pin to an input pin with boundary-scan cells.
+// A net in its plain form: a wire from an output pin to an input pin of plain boundary registers.
 struct NetDescription {
     size_t from_device = 0; // indices into the lists of devices and of pins
     size_t from_pin = 0;
@@ -109,6 +113,7 @@ struct NetDescription {
 struct ChainDescription {
     std::vector<DeviceDescription> devices; // the first is nearest TDI; none: TDI is wired to TDO
     std::vector<NetDescription> nets;
+    BoardDescription board{};
 };
 
 inline constexpr unsigned kMemoryOperationBits = 2;
@@ -119,5 +124,12 @@ inline constexpr unsigned kRiscvAddressBits = 7;
 
 // Bits of a data register.
 uint64_t register_bits(const RegisterDescription& description);
+
+// A plain boundary register as what it stands for: each pin a signal, with a cell of type BC_2.
+[[nodiscard]] BoundaryDescription general_form(const BoundaryRegister& plain);
+// The pins of a device; nothing when it has none with boundary-scan cells.
+[[nodiscard]] std::optional<BoundaryDescription> boundary_of(const DeviceDescription& device);
+// All nets. Wires from the same pin are one, which has no name.
+[[nodiscard]] std::vector<BoardNet> nets_of(const ChainDescription& chain);
 
 } // namespace talvor::podsim

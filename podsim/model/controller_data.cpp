@@ -154,7 +154,8 @@ Status Controller::settle() {
     Status settled = run_on();
     announced_ = engine_.received();
     look_at_emu_pins();
-    return settled;
+    const std::string finding = bus_.target().take_finding();
+    return !settled || finding.empty() ? std::move(settled) : mistake(finding);
 }
 
 } // namespace talvor::podsim

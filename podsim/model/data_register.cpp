@@ -76,44 +76,6 @@ void MemoryCells::power_on() {
     address_ = 0;
 }
 
-BoundaryCells::BoundaryCells(const BoundaryRegister& description) {
-    for (const Pin& pin : description.pins) {
-        cells_.push_back({.output = pin.output, .level = pin.level});
-    }
-}
-
-bool BoundaryCells::level(size_t pin) const {
-    const Cell& cell = cells_[pin];
-    if (cell.output) {
-        return extest_ ? cell.latch : cell.level;
-    }
-    return cell.driver != nullptr ? cell.driver->level(cell.driver_pin) : cell.level;
-}
-
-void BoundaryCells::connect(size_t pin, const BoundaryCells& from, size_t from_pin) {
-    cells_[pin].driver = &from;
-    cells_[pin].driver_pin = from_pin;
-}
-
-void BoundaryCells::capture(std::span<uint64_t> shifted) {
-    for (size_t pin = 0; pin < cells_.size(); ++pin) {
-        put_bits(shifted, pin, 1, level(pin) ? 1 : 0);
-    }
-}
-
-void BoundaryCells::update(std::span<const uint64_t> shifted) {
-    for (size_t pin = 0; pin < cells_.size(); ++pin) {
-        cells_[pin].latch = get_bits(shifted, pin, 1) != 0;
-    }
-}
-
-void BoundaryCells::power_on() {
-    for (Cell& cell : cells_) {
-        cell.latch = false;
-    }
-    extest_ = false;
-}
-
 uint64_t RiscvCells::bits() const {
     return register_bits({.name = {}, .instructions = {}, .kind = RiscvDescription{}});
 }
@@ -161,9 +123,7 @@ std::unique_ptr<DataRegister> make_register(const RegisterDescription& descripti
         std::unique_ptr<DataRegister> operator()(const MemoryRegister& d) const {
             return std::make_unique<MemoryCells>(d);
         }
-        std::unique_ptr<DataRegister> operator()(const BoundaryRegister& d) const {
-            return std::make_unique<BoundaryCells>(d);
-        }
+        std::unique_ptr<DataRegister> operator()(const BoundaryRegister&) const { return nullptr; }
         std::unique_ptr<DataRegister> operator()(const RiscvDescription& d) const {
             return std::make_unique<RiscvCells>(d);
         }

@@ -98,38 +98,6 @@ private:
     uint64_t address_ = 0;
 };
 
-// Boundary-scan cells (IEEE 1149.1, clause 11).
-class BoundaryCells : public DataRegister {
-public:
-    explicit BoundaryCells(const BoundaryRegister& description);
-    uint64_t bits() const override { return cells_.size(); }
-    // Inputs capture the level at the pin; outputs what the device's own logic drives, and in
-    // EXTEST, where the standard leaves it open, what the cell drives.
-    void capture(std::span<uint64_t> shifted) override;
-    void update(std::span<const uint64_t> shifted) override;
-    void power_on() override;
-
-    // EXTEST is the device's instruction: the cells drive the output pins.
-    void set_extest(bool active) { extest_ = active; }
-    bool is_output(size_t pin) const { return cells_[pin].output; }
-    size_t pins() const { return cells_.size(); }
-    // The level at a pin now.
-    bool level(size_t pin) const;
-    // Wires input `pin` to the output `from_pin` of `from`, which must live as long as this.
-    void connect(size_t pin, const BoundaryCells& from, size_t from_pin);
-
-private:
-    struct Cell {
-        bool output = false;
-        bool level = false;                    // the device's logic, or the board
-        bool latch = false;                    // the update stage
-        const BoundaryCells* driver = nullptr; // of a wired input
-        size_t driver_pin = 0;
-    };
-    std::vector<Cell> cells_;
-    bool extest_ = false;
-};
-
 // The debug module interface of a RISC-V debug transport module (version 0.13 of the debug
 // specification, 6.1.5). An access is carried out at the update, and shows in the next capture;
 // none fails, none is busy.
@@ -147,7 +115,8 @@ private:
     uint32_t data_ = 0;
 };
 
-// The register that a description stands for, which must be free of errors.
+// The register that a description stands for, which must be free of errors. Null for a boundary
+// register, which the device makes of its pins.
 std::unique_ptr<DataRegister> make_register(const RegisterDescription& description);
 
 } // namespace talvor::podsim

@@ -17,25 +17,18 @@ TapDevice::TapDevice(const DeviceDescription& description)
       instruction_capture_(description.instruction_capture),
       reset_instruction_(low_mask(description.instruction_bits)) {
     registers_.push_back(std::make_unique<BypassCell>());
+    DataRegister* idcode = registers_.back().get();
     if (description.idcode) {
         reset_instruction_ = description.idcode_instruction;
         registers_.push_back(
             std::make_unique<ConstantCells>(ConstantRegister{kIdcodeBits, {*description.idcode}}));
-        by_instruction_[reset_instruction_] = registers_.back().get();
+        idcode = registers_.back().get();
+        by_instruction_[reset_instruction_] = {idcode};
     }
-    for (const RegisterDescription& each : description.registers) {
-        registers_.push_back(make_register(each));
-        DataRegister* made = registers_.back().get();
-        if (const auto* boundary = std::get_if<BoundaryRegister>(&each.kind)) {
-            boundary_ = static_cast<BoundaryCells*>(made);
-            extest_ = boundary->extest;
-            by_instruction_[boundary->extest] = made;
-            by_instruction_[boundary->sample] = made;
-            continue;
-        }
-        for (const uint64_t instruction : each.instructions) {
-            by_instruction_[instruction] = made;
-        }
+    const size_t first_register = registers_.size();
+    add_registers(description);
+    for (const InstructionDescription& each : description.instructions) {
+        add_instruction(each, first_register, idcode);
     }
     for (const RowsDescription& each : description.rows) {
         add_rows(each);
@@ -43,10 +36,66 @@ TapDevice::TapDevice(const DeviceDescription& description)
     reset();
 }
 
+// The boundary register of a device that has no register in plain form comes behind the others.
+void TapDevice::add_registers(const DeviceDescription& description) {
+    std::unique_ptr<BoundaryCells> cells;
+    if (const auto boundary = boundary_of(description)) {
+        cells = std::make_unique<BoundaryCells>(*boundary);
+        boundary_ = cells.get();
+    }
+    for (const RegisterDescription& each : description.registers) {
+        if (const auto* plain = std::get_if<BoundaryRegister>(&each.kind)) {
+            registers_.push_back(std::move(cells));
+            by_instruction_[plain->extest] = {boundary_, TestMode::Extest};
+            by_instruction_[plain->sample] = {boundary_, TestMode::Normal};
+            continue;
+        }
+        registers_.push_back(make_register(each));
+        for (const uint64_t instruction : each.instructions) {
+            by_instruction_[instruction] = {registers_.back().get()};
+        }
+    }
+    if (cells) {
+        registers_.push_back(std::move(cells));
+    }
+}
+
+void TapDevice::add_instruction(const InstructionDescription& instruction, size_t first_register,
+                                DataRegister* idcode) {
+    Selection selection{registers_.front().get(), instruction.mode};
+    switch (instruction.selects) {
+    case InstructionDescription::Selects::Bypass:
+        break;
+    case InstructionDescription::Selects::Idcode:
+        selection.cells = idcode;
+        break;
+    case InstructionDescription::Selects::Boundary:
+        selection.cells = boundary_;
+        break;
+    case InstructionDescription::Selects::Register:
+        selection.cells = registers_[first_register + instruction.register_index].get();
+        break;
+    }
+    patterns_.push_back({instruction.value, instruction.mask, selection});
+}
+
+TapDevice::Selection TapDevice::selection_of(uint64_t instruction) const {
+    const Selection bypass{registers_.front().get()};
+    if (instruction == low_mask(instruction_bits_)) {
+        return bypass;
+    }
+    if (const auto found = by_instruction_.find(instruction); found != by_instruction_.end()) {
+        return found->second;
+    }
+    const auto pattern = std::ranges::find_if(
+        patterns_, [=](const Pattern& one) { return (instruction & one.mask) == one.value; });
+    return pattern != patterns_.end() ? pattern->selection : bypass;
+}
+
 void TapDevice::add_rows(const RowsDescription& description) {
     const auto rows = std::make_shared<RowArray>(description);
     for (SelectedRegister& each : registers_of(description, rows)) {
-        by_instruction_[each.instruction] = each.cells.get();
+        by_instruction_[each.instruction] = {each.cells.get()};
         registers_.push_back(std::move(each.cells));
     }
     erased_by_[description.erase] = rows;
@@ -54,10 +103,10 @@ void TapDevice::add_rows(const RowsDescription& description) {
 
 void TapDevice::set_instruction(uint64_t instruction) {
     instruction_ = instruction;
-    const auto found = by_instruction_.find(instruction);
-    selected_ = found != by_instruction_.end() ? found->second : registers_.front().get();
+    const Selection selection = selection_of(instruction);
+    selected_ = selection.cells;
     if (boundary_ != nullptr) {
-        boundary_->set_extest(instruction == extest_);
+        boundary_->set_mode(selection.mode);
     }
     if (const auto rows = erased_by_.find(instruction); rows != erased_by_.end()) {
         rows->second->erase();
@@ -66,6 +115,9 @@ void TapDevice::set_instruction(uint64_t instruction) {
 
 void TapDevice::reset() {
     set_instruction(reset_instruction_);
+    if (boundary_ != nullptr) {
+        boundary_->reset();
+    }
 }
 
 void TapDevice::power_on() {

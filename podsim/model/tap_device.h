@@ -1,6 +1,7 @@
 // One TAP of a built-in chain: its instruction register and the data register that it selects.
 #pragma once
 
+#include "podsim/model/boundary_cells.h"
 #include "podsim/model/chain_description.h"
 #include "podsim/model/data_register.h"
 #include "podsim/model/rows.h"
@@ -41,17 +42,33 @@ public:
     const BoundaryCells* boundary() const { return boundary_; }
 
 private:
+    // What an instruction does.
+    struct Selection {
+        DataRegister* cells = nullptr; // the register between TDI and TDO
+        TestMode mode = TestMode::Normal;
+    };
+    // Instructions whose bits under a mask are known.
+    struct Pattern {
+        uint64_t value;
+        uint64_t mask;
+        Selection selection;
+    };
+
+    void add_registers(const DeviceDescription& description);
     void add_rows(const RowsDescription& description);
+    void add_instruction(const InstructionDescription& instruction, size_t first_register,
+                         DataRegister* idcode);
+    [[nodiscard]] Selection selection_of(uint64_t instruction) const;
 
     std::string name_;
     unsigned instruction_bits_;
     uint64_t instruction_capture_;
     uint64_t reset_instruction_;
     std::vector<std::unique_ptr<DataRegister>> registers_; // the first is BYPASS
-    std::unordered_map<uint64_t, DataRegister*> by_instruction_;
+    std::unordered_map<uint64_t, Selection> by_instruction_;
+    std::vector<Pattern> patterns_; // where that has nothing; the first that matches counts
     std::unordered_map<uint64_t, std::shared_ptr<RowArray>> erased_by_; // instruction
     BoundaryCells* boundary_ = nullptr;
-    uint64_t extest_ = 0;
     uint64_t instruction_ = 0;
     DataRegister* selected_ = nullptr;
 };

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
 
 namespace talvor::podsim {
 
@@ -57,6 +58,9 @@ public:
 
     // What the target drives on its EMU pins now.
     virtual EmuPins emu_pins() = 0;
+
+    // What it has found wrong since the last call with what the host does to it; "" when nothing.
+    [[nodiscard]] virtual std::string take_finding() { return {}; }
 };
 
 } // namespace talvor::podsim

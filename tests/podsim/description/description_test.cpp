@@ -245,7 +245,8 @@ TEST(DescriptionTest, ErrorsOfAPodNameFileLineKeyAndExpectation) {
         {pod_with("colour = 1.5\n"),
          "3: pod[0].colour: unknown key, expected one of serial, revision, controller, "
          "utility_revision, cable_delay, return_pipeline, max_tck_hz, strict, faults, tap, net, "
-         "target, target_protocol, target_resets, target_quit, target_patience_ms"},
+         "fault, floating, target, target_protocol, target_resets, target_quit, "
+         "target_patience_ms"},
         {"[[pod]\nserial = 1\n",
          "1: not TOML: Error while parsing table header: expected ']', saw '\\n'"},
     });
