@@ -85,6 +85,27 @@ TEST(FifoTest, IsFirstInFirstOut) {
     EXPECT_TRUE(fifo.empty());
 }
 
+TEST(BitRingTest, AReplacementLeavesWhatStandsAround) {
+    std::mt19937_64 random(9);
+    for (unsigned count = 1; count <= 64; ++count) {
+        for (uint64_t position = 0; position < 200; position += 7) {
+            BitRing ring(200);
+            std::vector<uint64_t> plain(5);
+            for (uint64_t at = 0; at < 256; at += 64) {
+                plain[at / 64] = random();
+                ring.write(at, plain[at / 64], 64);
+            }
+            const uint64_t value = random() & low_mask(count);
+            const unsigned fits = static_cast<unsigned>(std::min<uint64_t>(count, 256 - position));
+            ring.replace(position, value & low_mask(fits), fits);
+            put_bits(plain, position, fits, value & low_mask(fits));
+            for (uint64_t at = 0; at < 192; ++at) {
+                ASSERT_EQ(ring.read(at) & 1, get_bits(plain, at, 1)) << count << " " << position;
+            }
+        }
+    }
+}
+
 TEST(ReturnPathTest, DelayIsNeverBelowZero) {
     EXPECT_EQ(return_delay(16, 3, 0, 3), 16U);
     EXPECT_EQ(return_delay(16, 3, 0, 0), 19U);
