@@ -23,6 +23,8 @@ static_assert(std::atomic<int>::is_always_lock_free, "the handler may only use s
 // Readable for good once a signal has asked, so that a sleep which begins just then ends, too.
 std::atomic<int> g_asked{-1};
 
+std::atomic<bool> g_held{false}; // see InterruptsHeld
+
 // What check_interrupt() says about the end of the time; written before the time runs.
 std::string& over_reason() {
     static std::string reason;
@@ -101,8 +103,44 @@ int interrupt_descriptor() noexcept {
     return g_asked.load();
 }
 
+namespace {
+
+// A signal that was watched from now on asks as often as it comes, or, again, once.
+void let_ask_again(bool again) {
+    struct sigaction action {};
+    action.sa_handler = remember;
+    action.sa_flags = static_cast<int>(again ? SA_RESTART : SA_RESETHAND | SA_RESTART);
+    for (const int signal : kSignals) {
+        if (is_ignored(signal)) {
+            continue;
+        }
+        const bool asked = interrupt_signal() == signal;
+        if (!again && asked) {
+            std::signal(signal, SIG_DFL);
+        } else {
+            sigaction(signal, &action, nullptr);
+        }
+    }
+}
+
+} // namespace
+
+InterruptsHeld::InterruptsHeld() noexcept {
+    g_held = true;
+    if (interrupt_descriptor() >= 0) {
+        let_ask_again(true);
+    }
+}
+
+InterruptsHeld::~InterruptsHeld() {
+    if (interrupt_descriptor() >= 0) {
+        let_ask_again(false);
+    }
+    g_held = false;
+}
+
 Status check_interrupt() {
-    if (interrupt_signal() == 0) {
+    if (interrupt_signal() == 0 || g_held.load()) {
         return {};
     }
     if (time_is_over()) {

@@ -26,6 +26,16 @@ void forget_interrupt();
 [[nodiscard]] int interrupt_descriptor() noexcept;
 // An error when a signal has asked, for loops and ports to return.
 [[nodiscard]] Status check_interrupt();
+// While one lives, check_interrupt() has nothing to say, and a second signal does not kill: for
+// work that must be done before the program may end, and takes no time worth mentioning. What was
+// asked is not forgotten. One at a time.
+class InterruptsHeld {
+public:
+    InterruptsHeld() noexcept;
+    ~InterruptsHeld();
+    InterruptsHeld(const InterruptsHeld&) = delete;
+    InterruptsHeld& operator=(const InterruptsHeld&) = delete;
+};
 // Sleeps that long, or until a signal asks for the end, then or before.
 void sleep_unless_interrupted(std::chrono::nanoseconds time);
 // Waits until `fd` can be read, or is at its end. The error is that of check_interrupt().

@@ -43,6 +43,45 @@ TEST_P(InterruptTest, EndsTheProcessWhenItComesTwice) {
     EXPECT_EXIT(ask_twice(GetParam()), testing::KilledBySignal(GetParam()), "");
 }
 
+// Twice, with work under way that must be done, and once more behind it.
+[[noreturn]] void ask_during_work(int signal) {
+    watch_interrupts();
+    raise(signal);
+    {
+        const InterruptsHeld held;
+        raise(signal);
+        raise(signal);
+        if (!check_interrupt()) {
+            std::_Exit(1);
+        }
+    }
+    if (check_interrupt() || interrupt_signal() != signal) {
+        std::_Exit(2);
+    }
+    write(STDERR_FILENO, "done", 4);
+    raise(signal);
+    std::_Exit(3);
+}
+
+TEST_P(InterruptTest, WaitsForWorkThatMustBeDone) {
+    EXPECT_EXIT(ask_during_work(GetParam()), testing::KilledBySignal(GetParam()), "done");
+}
+
+// The first one comes during the work.
+[[noreturn]] void ask_first_during_work(int signal) {
+    watch_interrupts();
+    {
+        const InterruptsHeld held;
+        raise(signal);
+        raise(signal);
+    }
+    std::_Exit(check_interrupt() ? 1 : interrupt_signal());
+}
+
+TEST_P(InterruptTest, IsNotForgottenOverWorkThatMustBeDone) {
+    EXPECT_EXIT(ask_first_during_work(GetParam()), testing::ExitedWithCode(GetParam()), "");
+}
+
 // Either order: a signal that comes before the sleep begins must end it as well.
 [[noreturn]] void sleep_for_ever(int signal, bool before) {
     watch_interrupts();
