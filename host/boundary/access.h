@@ -61,10 +61,13 @@ public:
 
     // One instruction for each device. No scan when they hold these already; else one, whose
     // capture is checked (it ends in binary 01, and is what the description says). Errors: the
-    // port's; as for opcode(); (ErrorKind::Target) the capture is wrong.
+    // port's; as for opcode(), then nothing was scanned; (ErrorKind::Target) the capture is wrong,
+    // then the instructions went out all the same, and loaded() says so.
     [[nodiscard]] Status load(std::span<const Instruction> instructions);
     // The same one for every described device; the others are in BYPASS.
     [[nodiscard]] Status load(Instruction instruction);
+    // These instructions as a list.
+    [[nodiscard]] std::vector<Instruction> for_all(Instruction instruction) const;
 
     // Exactly one data scan. `out` has an entry for each device; one that is empty stands for
     // zeros. `in`, where somebody wants it, becomes what was captured; it may be `out` itself.
@@ -93,17 +96,21 @@ public:
 private:
     [[nodiscard]] Status check_capture(const Bits& capture) const;
     [[nodiscard]] Status scan(ScanPath path, const Bits& out, Bits* in);
-    [[nodiscard]] std::vector<Instruction> for_all(Instruction instruction) const;
+    [[nodiscard]] Status checked_exchange(const Images& out, Images* in);
     [[nodiscard]] size_t selected_bits(size_t index) const noexcept;
+    void forget() noexcept;
+    // Appends them to the line.
     void join(const Images& images);
-    void split(Images& images) const;
+    void split(const Bits& line, Images& images) const;
 
     JtagPort& port_;
     std::vector<Member> members_;
     Images safe_;
     std::vector<Instruction> loaded_;
+    Bits opcodes_; // of loaded_, one behind the other
     bool lengths_checked_ = false;
-    Bits line_; // all registers one behind the other
+    Bits line_; // what all registers get, one behind the other
+    Bits received_;
     uint64_t data_scans_ = 0;
     uint64_t instruction_scans_ = 0;
 };

@@ -45,7 +45,9 @@ private:
     [[nodiscard]] Status put_safe_values();
 
     Access& access_;
-    bool entered_ = false;
+    std::vector<Instruction> instructions_;
+    bool entered_ = false; // or on the way
+    bool driving_ = false; // a test mode may have the pins
 };
 
 } // namespace talvor::boundary

@@ -135,7 +135,7 @@ std::vector<House> houses() {
           {"format"},
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},
-          {"session"},
+          {"session", "boundary"}, // neighbours that do not know each other
           {"bridge", "simulator"}, // neighbours that do not know each other
           {"serve"}},
          150},
