@@ -2,6 +2,7 @@
 
 #include "common/result.h"
 #include "common/system_calls.h"
+#include "common/vcd_header.h"
 
 #include <fmt/compile.h>
 #include <fmt/format.h>
@@ -11,6 +12,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <new>
+#include <utility>
 
 namespace talvor::podsim::trace {
 namespace {
@@ -71,19 +73,19 @@ VcdWriter::~VcdWriter() {
 }
 
 void VcdWriter::header(const Moment& beginning) {
-    out_ += "$version talvor-podsim $end\n$timescale 1 ns $end\n";
-    out_ += fmt::format("$scope module {} $end\n", scope_);
+    VcdHeader head("talvor-podsim", "1 ns");
+    head.begin_module(scope_);
     for (size_t i = 0; i < kNames.size(); ++i) {
-        out_ += fmt::format("$var wire 1 {} {} $end\n", kCodes[i], kNames[i]);
+        head.wire({&kCodes[i], 1}, kNames[i]);
     }
     for (unsigned i = 0; i < kStateBits; ++i) {
-        out_ +=
-            fmt::format("$var wire 1 {} tap_state[{}] $end\n", kStateCodes[i], kStateBits - 1 - i);
+        head.wire({&kStateCodes[i], 1}, fmt::format("tap_state[{}]", kStateBits - 1 - i));
     }
     if (!limits_.plain) {
-        out_ += fmt::format("$var string 1 {} tap_state_name $end\n", kNameCode);
+        head.text({&kNameCode, 1}, "tap_state_name");
     }
-    out_ += "$upscope $end\n$enddefinitions $end\n";
+    head.end_module();
+    out_ += std::move(head).finish();
     if (beginning.clocks > 0) {
         out_ += fmt::format("$comment The trace begins here: {} test clocks, {} shifting, are not "
                             "kept. $end\n",
