@@ -182,9 +182,7 @@ private:
 };
 
 Status watch(Context& context, const StatusOptions& options) {
-    constexpr double kLongestSeconds = 1e9; // that a count of nanoseconds has room for
-    const auto period = std::chrono::duration_cast<std::chrono::nanoseconds>(
-        std::chrono::duration<double>(std::min(options.watch_seconds, kLongestSeconds)));
+    const std::chrono::nanoseconds period = duration_of(options.watch_seconds);
     context.out.set_json_lines(true);
     Watch watching(context);
     Status last;

@@ -69,6 +69,12 @@ Result<double> parse_frequency(std::string_view text, std::string_view what) {
     return value * factor;
 }
 
+std::chrono::nanoseconds duration_of(double seconds) noexcept {
+    constexpr double kLongestSeconds = 1e9;
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+        std::chrono::duration<double>(std::min(seconds, kLongestSeconds)));
+}
+
 Result<StableState> parse_state(std::string_view text) {
     const std::string word = lower(text);
     const auto* found = std::find_if(kStateWords.begin(), kStateWords.end(),

@@ -5,6 +5,7 @@
 #include "common/tap_state.h"
 #include "host/jtag/bits.h"
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -19,6 +20,8 @@ inline constexpr int32_t kMaximumLinkDelay = 31;
 // "10MHz", "10.5 MHz", "500k", "32768Hz", in Hz; a number without a unit is none. `what` is the
 // thing in the error (ErrorKind::Usage).
 [[nodiscard]] Result<double> parse_frequency(std::string_view text, std::string_view what);
+// A count of nanoseconds has room for some centuries; more seconds become as many.
+[[nodiscard]] std::chrono::nanoseconds duration_of(double seconds) noexcept;
 // reset, idle, pausedr, pauseir; also the names of other tools (drpause, irpause, rti, tlr).
 [[nodiscard]] Result<StableState> parse_state(std::string_view text);
 [[nodiscard]] std::string_view state_word(StableState state) noexcept;

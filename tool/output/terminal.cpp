@@ -17,24 +17,35 @@ std::string_view variable(const char* name) {
 }
 
 // 0: says nothing.
-size_t width_of_environment() {
+size_t number_of_environment(const char* name) {
     constexpr size_t kMost = 10000;
-    const std::string_view text = variable("COLUMNS");
-    size_t width = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), width);
-    return error == std::errc() && end == text.data() + text.size() && width <= kMost ? width : 0;
+    const std::string_view text = variable(name);
+    size_t number = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return error == std::errc() && end == text.data() + text.size() && number <= kMost ? number : 0;
+}
+
+// What the environment says, else the terminal, else `standard`.
+size_t places(const char* name, unsigned short winsize::*of_terminal, size_t standard) {
+    if (const size_t number = number_of_environment(name); number != 0) {
+        return number;
+    }
+    winsize size{};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.*of_terminal != 0
+               ? size.*of_terminal
+               : standard;
 }
 
 } // namespace
 
 size_t terminal_width() {
     constexpr size_t kStandard = 100;
-    if (const size_t width = width_of_environment(); width != 0) {
-        return width;
-    }
-    winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0 ? size.ws_col
-                                                                            : kStandard;
+    return places("COLUMNS", &winsize::ws_col, kStandard);
+}
+
+size_t terminal_height() {
+    constexpr size_t kStandard = 24;
+    return places("LINES", &winsize::ws_row, kStandard);
 }
 
 bool speaks_utf8() {

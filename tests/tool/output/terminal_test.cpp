@@ -53,6 +53,11 @@ TEST(TerminalTest, ItsWidthIsNoOtherText) {
     }
 }
 
+TEST(TerminalTest, IsAsHighAsTheEnvironmentSays) {
+    const Variable lines("LINES", "43");
+    EXPECT_EQ(terminal_height(), 43U);
+}
+
 TEST(TerminalTest, SpeaksWhatTheLocaleSays) {
     struct Case {
         const char* all;
