@@ -137,7 +137,8 @@ std::vector<House> houses() {
           {"clock", "chain"},
           {"session", "boundary"}, // neighbours that do not know each other
           {"bridge", "simulator"}, // neighbours that do not know each other
-          {"serve"}},
+          {"serve"},
+          {"interconnect"}},
          150},
         {"tool",
          with_host_headers({"common", "host"}),
