@@ -15,10 +15,10 @@ void add_dr(Command& program) {
                 "Length; else that of the register, where a BSDL file says it, or four "
                 "bits a digit")
         .positive();
-    Option device =
-        command.option("--device", options->device,
-                       "Only this device, from 1, nearest TDI first; the others are in BYPASS");
-    device.positive();
+    Option device = command.option("--device", options->device,
+                                   "Only this device, by its name or its number from 1, nearest "
+                                   "TDI first; the others are in BYPASS");
+    device.type_name("DEVICE");
     command
         .option("--ir,--instruction", options->instruction,
                 "With --device: shift this instruction into it first, by its digits or by the name "

@@ -21,13 +21,13 @@ std::string names_text(const bsdl::Device& device) {
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
-Failure unknown_name(const ChainDevice& device, uint32_t number, const std::string& word) {
+Failure unknown_name(const ChainDevice& device, size_t index, const std::string& word) {
     const std::string thing = fmt::format("instruction {}", word);
     if (!device.description) {
         return usage_error(thing,
                            fmt::format("no BSDL file describes device {}, and it is no "
                                        "hexadecimal number",
-                                       number),
+                                       index + 1),
                            "name the file as 'bsdl' of the [[device]] in the board file, or its "
                            "folder with --bsdl");
     }
@@ -67,9 +67,9 @@ bool may_be_name(std::string_view word) noexcept {
     return (first >= 'A' && first <= 'Z') || (first >= 'a' && first <= 'z');
 }
 
-Result<Bits> parse_instruction(const Context& context, const Chain& chain, uint32_t number,
+Result<Bits> parse_instruction(const Context& context, const Chain& chain, size_t index,
                                const std::string& word) {
-    const ChainDevice& device = chain.devices[number - 1];
+    const ChainDevice& device = chain.devices[index];
     if (!may_be_name(word)) {
         return parse_bits(word, device.instruction_bits, "instruction");
     }
@@ -81,7 +81,7 @@ Result<Bits> parse_instruction(const Context& context, const Chain& chain, uint3
     if (Bits::from_hex(word)) {
         return parse_bits(word, device.instruction_bits, "instruction");
     }
-    return unknown_name(device, number, word);
+    return unknown_name(device, index, word);
 }
 
 std::optional<size_t> register_bits(const ChainDevice& device, std::string_view instruction) {

@@ -18,8 +18,9 @@ void add_ir(Command& program) {
         .positive();
     command
         .option("--device", options->device,
-                "Only this device, from 1, nearest TDI first; the others get BYPASS")
-        .positive();
+                "Only this device, by its name or its number from 1, nearest TDI first; the others "
+                "get BYPASS")
+        .type_name("DEVICE");
     add_fast(command, *options);
     command.option("--end", options->end, "State to end in: reset, idle, pausedr, pauseir")
         .type_name("STATE")

@@ -7,6 +7,7 @@
 #include "host/play/source.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
+#include "tool/commands/play_device.h"
 #include "tool/commands/play_picture.h"
 #include "tool/commands/play_run.h"
 #include "tool/commands/unanswered.h"
@@ -24,6 +25,7 @@ struct PlayFileOptions {
     std::string command;              // as the user calls it
     std::optional<FileFormat> format; // nothing: the file's content tells
     std::string file;
+    std::string device; // name or number; "": the whole chain
     std::string junit;
     PictureOptions picture;
     bool keep_going = false;
@@ -84,8 +86,14 @@ play::PlayOptions play_options(const Output& out, const PlayFileOptions& options
     return how;
 }
 
+PlayDevice::Look look_of(const PlayFileOptions& options) {
+    return options.dry_run    ? PlayDevice::Look::ShiftsNothing
+           : options.no_reset ? PlayDevice::Look::ResetsNothing
+                              : PlayDevice::Look::Yes;
+}
+
 // Checks and plays as the options say, and notes in `run` what came of it.
-void check_and_play(play::StepSource& source, JtagPort& port, const PlayFileOptions& options,
+void check_and_play(play::StepSource& source, PlayDevice& device, const PlayFileOptions& options,
                     const Output& out, ProgressBar& bar, PlayRun& run,
                     std::optional<PlayPicture>& picture) {
     play::Plan plan;
@@ -101,12 +109,18 @@ void check_and_play(play::StepSource& source, JtagPort& port, const PlayFileOpti
             return;
         }
     }
-    play::Player player(port, play_options(out, options, bar, run, picture));
+    if (Status found = device.find(); !found) {
+        run.error = std::move(found).error();
+        return;
+    }
+    play::Player player(device.port(), play_options(out, options, bar, run, picture));
     play::PlanReader planned(plan, source);
     const bool from_plan = run.checked && plan.whole();
     if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : source);
         !status) {
         run.error = told(std::move(status).error(), options);
+    } else if (Status left = device.leave(); !left) {
+        run.error = told(std::move(left).error(), options);
     }
     run.played = player.report();
 }
@@ -148,9 +162,11 @@ Status play_command(Context& context, const PlayFileOptions& options) {
     if (!options.picture.svg.empty()) {
         picture.emplace(TRY(PlayPicture::prepare(context, options.picture, options.keep_going)));
     }
-    PodPort& port = TRY(context.session())->port();
-    port.set_receive_mode(options.fast ? PodPort::ReceiveMode::Adjusted
-                                       : PodPort::ReceiveMode::Exact);
+    Session& session = *TRY(context.session());
+    session.port().set_receive_mode(options.fast ? PodPort::ReceiveMode::Adjusted
+                                                 : PodPort::ReceiveMode::Exact);
+    PlayDevice device(session, options.device, look_of(options));
+    TRY(device.describe(context));
     const bool bar_shown =
         options.progress == "always" || (options.progress == "auto" && context.out.watched());
     ProgressBar bar(bar_shown);
@@ -159,8 +175,9 @@ Status play_command(Context& context, const PlayFileOptions& options) {
     run.file = source->name();
     run.dry_run = options.dry_run;
     const std::unique_ptr<play::StepSource> steps =
-        open_steps(format, *source, port, options.strict);
-    check_and_play(*steps, port, options, context.out, bar, run, picture);
+        open_steps(format, *source, device.port(), options.strict);
+    check_and_play(*steps, device, options, context.out, bar, run, picture);
+    run.device = {device.number(), device.name()};
     bar.clear();
     const Status reported = report(context, run, options);
     const Status drawn =
@@ -208,6 +225,11 @@ void add_play_command(Command& program, const char* name, std::optional<FileForm
     Option dry_run =
         command.flag("--dry-run", options->dry_run, "Only check whether the pod can play it");
     add_ways_to_play(command, *options, dry_run);
+    command
+        .option("--device", options->device,
+                "The file is for this device alone, by its name or its number from 1, nearest TDI "
+                "first; the others are in BYPASS")
+        .type_name("DEVICE");
     command.option("--junit", options->junit, "Write the results as JUnit XML into this file")
         .type_name("FILE");
     add_picture(command, *options);

@@ -184,9 +184,12 @@ Bits compared(const Bits& value, const Bits& mask) {
 }
 
 // A device that is another one, or a link delay that is wrong, is met at the first IDCODE.
-Error mismatch_error(const play::Mismatch& mismatch, const std::string& file) {
-    Error error = play::to_error(mismatch, file);
-    if (mismatch.of_idcode) {
+Error mismatch_error(const play::Mismatch& mismatch, const PlayRun& run) {
+    Error error = play::to_error(mismatch, run.file);
+    if (mismatch.of_idcode && run.device.number) {
+        error.next_step = fmt::format(
+            "device {} is another one: 'talvor chain' lists what is there", *run.device.number);
+    } else if (mismatch.of_idcode) {
         error.next_step = next_step_for_idcodes(compared(mismatch.expected, mismatch.mask),
                                                 compared(mismatch.got, mismatch.mask));
     }
@@ -256,7 +259,7 @@ std::optional<Error> error_of(const PlayRun& run) {
         return refused(run);
     }
     if (run.played && run.played->first_mismatch) {
-        return mismatch_error(*run.played->first_mismatch, run.file);
+        return mismatch_error(*run.played->first_mismatch, run);
     }
     return std::nullopt;
 }
@@ -266,6 +269,10 @@ void print(const Output& out, const PlayRun& run) {
         print_played(out, run);
     } else if (run.checked && run.checked->can_be_played()) {
         out.line("{}: can be played: {}", run.file, summary_text(run.checked->summary));
+    }
+    if (run.device.number && (run.played || run.checked)) {
+        out.line("  on device {}{}", *run.device.number,
+                 run.device.name.empty() ? "" : ", " + run.device.name);
     }
     if (run.checked) {
         print_notes(out, run.checked->notes);
@@ -277,6 +284,12 @@ Json document(const PlayRun& run, const std::optional<Error>& error) {
     Json json{{"file", run.file}};
     if (run.dry_run) {
         json["dry_run"] = true;
+    }
+    if (run.device.number) {
+        json["device"] = Json{{"number", *run.device.number}};
+        if (!run.device.name.empty()) {
+            json["device"]["name"] = run.device.name;
+        }
     }
     if (run.checked) {
         add_checked(json, *run.checked);

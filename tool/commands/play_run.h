@@ -16,9 +16,16 @@ namespace talvor {
 // A file may have any number of mismatches; reports list the first ones.
 inline constexpr size_t kListedMismatches = 1000;
 
+// The device of the chain that a file is played on: nothing is all of them.
+struct PlayedDevice {
+    std::optional<size_t> number; // from 1, nearest TDI first
+    std::string name;             // may be empty
+};
+
 struct PlayRun {
     std::string command; // "svf"
     std::string file;
+    PlayedDevice device;
     bool dry_run = false;
     std::optional<play::CheckReport> checked; // nothing: not checked, or the check was stopped
     std::optional<play::PlayReport> played;   // nothing: nothing was played

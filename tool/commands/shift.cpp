@@ -1,8 +1,8 @@
 #include "tool/commands/shift.h"
 
-#include "common/text.h"
 #include "tool/command_line/command_line.h"
 #include "tool/commands/context.h"
+#include "tool/commands/device_choice.h"
 #include "tool/commands/instruction_name.h"
 #include "tool/commands/unanswered.h"
 #include "tool/commands/values.h"
@@ -15,13 +15,18 @@ bool has_instruction(ScanPath path, const ShiftOptions& options) {
     return path == ScanPath::Ir || !options.instruction.empty();
 }
 
+// Whether the chain has the device, and a file that says what its instructions are called.
+bool knows_instructions(const Chain& chain, const std::string& choice) {
+    const Result<size_t> device = find_device(chain, choice);
+    return device && chain.devices[*device].description != nullptr;
+}
+
 // Finds out what stands around the device; the TAP is only reset when nothing else tells. With
 // `named` what the device's instructions are called is to be found out, too.
 Result<Chain> chain_for(Session& session, ScanPath path, const ShiftOptions& options, bool named) {
     if (auto described = TRY(session.described_chain())) {
-        const size_t devices = described->devices.size();
-        if (!named || options.device > devices ||
-            described->devices[options.device - 1].description) {
+        if (!named || !find_device(*described, options.device) ||
+            knows_instructions(*described, options.device)) {
             return std::move(*described);
         }
     }
@@ -32,18 +37,13 @@ Result<Chain> chain_for(Session& session, ScanPath path, const ShiftOptions& opt
             "name the instruction with --ir, or list the devices in the board file or with "
             "--ir-lengths");
     }
-    Chain chain = TRY(session.discover());
-    if (!chain.lengths_known) {
-        return usage_error("--device", "the instruction lengths of the chain are ambiguous",
-                           "give them with --ir-lengths; 'talvor chain' says more");
-    }
-    return chain;
+    return discover_with_lengths(session);
 }
 
 // The digits; nothing where an instruction's name may stand instead.
 Result<Bits> parse_data(ScanPath path, const ShiftOptions& options) {
     const bool named = path == ScanPath::Ir && may_be_name(options.data);
-    if (named && options.device != 0 && options.bits == 0) {
+    if (named && !options.device.empty() && options.bits == 0) {
         return Bits();
     }
     Result<Bits> data = parse_bits(options.data, options.bits, "data");
@@ -65,9 +65,9 @@ Result<Bits> answered(Result<Bits> in, const ShiftOptions& options) {
 }
 
 // One scan through a device while the others are in BYPASS.
-Result<Bits> scan_device(JtagPort& port, const Chain& chain, uint32_t device, ScanPath path,
+Result<Bits> scan_device(JtagPort& port, const Chain& chain, size_t device, ScanPath path,
                          const Bits& data, StableState end) {
-    const ScanSurroundings around = surroundings(chain, device - 1, path);
+    const ScanSurroundings around = surroundings(chain, device, path);
     const Bits before = Bits::ones(around.before);
     const Bits after = Bits::ones(around.after);
     const Bits out = Bits::concat({&before, &data, &after});
@@ -90,25 +90,21 @@ Result<Bits> shift_device(Context& context, Session& session, ScanPath path,
                           const ShiftOptions& options, StableState end) {
     const std::string& word = path == ScanPath::Ir ? options.data : options.instruction;
     const Chain chain = TRY(chain_for(session, path, options, may_be_name(word)));
-    if (options.device > chain.devices.size()) {
-        return usage_error(
-            fmt::format("device {}", options.device),
-            fmt::format("the chain has {}", count_text(chain.devices.size(), "device")));
-    }
+    const size_t device = TRY(find_device(chain, options.device));
     choose_mode(session.port(), options);
     Bits data;
     if (path == ScanPath::Ir && options.bits == 0) {
-        data = TRY(parse_instruction(context, chain, options.device, word));
+        data = TRY(parse_instruction(context, chain, device, word));
     } else {
-        data = TRY(parse_bits(options.data,
-                              data_bits(chain.devices[options.device - 1], path, options), "data"));
+        data =
+            TRY(parse_bits(options.data, data_bits(chain.devices[device], path, options), "data"));
     }
     if (path == ScanPath::Dr && !word.empty()) {
-        const Bits instruction = TRY(parse_instruction(context, chain, options.device, word));
-        TRY(scan_device(session.port(), chain, options.device, ScanPath::Ir, instruction,
+        const Bits instruction = TRY(parse_instruction(context, chain, device, word));
+        TRY(scan_device(session.port(), chain, device, ScanPath::Ir, instruction,
                         StableState::Idle));
     }
-    return answered(scan_device(session.port(), chain, options.device, path, data, end), options);
+    return answered(scan_device(session.port(), chain, device, path, data, end), options);
 }
 
 Result<Bits> shift_whole(PodPort& port, ScanPath path, const Bits& data, StableState end) {
@@ -131,7 +127,7 @@ Status shift(Context& context, ScanPath path, const ShiftOptions& options) {
     const Bits data = TRY(parse_data(path, options));
     Session& session = *TRY(context.session());
     Bits in;
-    if (options.device != 0) {
+    if (!options.device.empty()) {
         in = TRY(shift_device(context, session, path, options, end));
     } else {
         choose_mode(session.port(), options);

@@ -15,7 +15,7 @@ class Context;
 struct ShiftOptions {
     std::string data;         // hexadecimal, or for one device an instruction's name
     uint64_t bits = 0;        // 0: what the digits say, or the length of the device's register
-    uint32_t device = 0;      // from 1, nearest TDI first; 0: the whole chain
+    std::string device;       // number or name, see find_device(); "": the whole chain
     std::string end = "idle"; // state to end in
     std::string instruction;  // dr only: what to shift into the device before, or its name
     bool fast = false;        // no exact scan, see PodPort

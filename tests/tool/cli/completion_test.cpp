@@ -187,7 +187,8 @@ INSTANTIATE_TEST_SUITE_P(Shells, CompletionTest, testing::Values("bash", "zsh", 
 TEST(ValueNamesTest, AreKnownToTheCompletion) {
     const std::set<std::string> free{"SERIAL", "SECONDS", "CLOCKS",  "FREQUENCY", "BITS,...",
                                      "TEXT",   "HEX",     "N",       "REGISTER",  "COUNT",
-                                     "VALUE",  "COMMAND", "ADDRESS", "LINE",      "FROM-TO"};
+                                     "VALUE",  "COMMAND", "ADDRESS", "LINE",      "FROM-TO",
+                                     "DEVICE"};
     std::vector<CommandDescription> left{describe_program()};
     size_t values = 0;
     while (!left.empty()) {
