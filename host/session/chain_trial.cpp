@@ -41,11 +41,13 @@ Result<LinkDelay> read_link_delay(Pod& pod) {
     return delay;
 }
 
-Status apply_link_delay(Pod& pod, uint32_t wanted) {
+Status apply_link_delay(Session& session, uint32_t wanted) {
+    Pod& pod = session.pod();
     const LinkDelay delay = TRY(read_link_delay(pod));
     // The driver adds; the sum is unsigned and wraps.
-    return pod.run("setting the link delay", &JSC_Interface::PutLinkDelay,
-                   static_cast<int32_t>(wanted - delay.sum));
+    TRY(pod.run("setting the link delay", &JSC_Interface::PutLinkDelay,
+                static_cast<int32_t>(wanted - delay.sum)));
+    return session.port().tell("a link delay that was set");
 }
 
 Result<Chain> discover_with_any_delay(Session& session, size_t bits) {
@@ -53,7 +55,7 @@ Result<Chain> discover_with_any_delay(Session& session, size_t bits) {
     Verdict verdict = TRY(verdict_of(find_and_check(session, bits, chain)));
     const uint32_t maximum = TRY(read_link_delay(session.pod())).maximum;
     for (uint32_t delay = 0; verdict && delay <= maximum; ++delay) {
-        TRY(apply_link_delay(session.pod(), delay));
+        TRY(apply_link_delay(session, delay));
         verdict = TRY(verdict_of(find_and_check(session, bits, chain)));
     }
     if (verdict) {

@@ -32,7 +32,7 @@ struct LinkDelay {
 
 [[nodiscard]] Result<LinkDelay> read_link_delay(Pod& pod);
 // Until the pod is disconnected.
-[[nodiscard]] Status apply_link_delay(Pod& pod, uint32_t wanted);
+[[nodiscard]] Status apply_link_delay(Session& session, uint32_t wanted);
 
 // Finds the chain with the link delay that is in force, or, where that is wrong, with the least
 // that is right. Errors: the chain answers right with none.

@@ -1,7 +1,6 @@
 #include "host/session/pod_port.h"
 
 #include "common/interrupt.h"
-#include "host/driver/reset_log.h"
 
 #include <fmt/format.h>
 
@@ -90,7 +89,40 @@ Status PodPort::leave_scan() {
     return scan_->open() ? scan_->finish(pause_state(scan_->path())) : Status();
 }
 
+// Tells an operation that was done, or that it failed halfway.
+template <typename Tell>
+Status PodPort::told(Status done, Tell tell) {
+    if (watcher_ == nullptr) {
+        return done;
+    }
+    if (done) {
+        return tell(*watcher_);
+    }
+    const ErrorKind kind = done.error().kind;
+    if (kind == ErrorKind::Pod || kind == ErrorKind::Target) {
+        (void)watcher_->failed(done.error());
+    }
+    return done;
+}
+
+Status PodPort::watch(PortWatcher* watcher) {
+    watcher_ = watcher;
+    if (watcher == nullptr) {
+        return {};
+    }
+    TRY(watcher->set_clock(static_cast<double>(hertz())));
+    return ask_state().map([](const auto&) { return Done(); });
+}
+
+Status PodPort::tell(std::string_view what) {
+    return watcher_ == nullptr ? Status() : watcher_->other(what);
+}
+
 Status PodPort::reset_tap() {
+    return told(do_reset_tap(), [](PortWatcher& watcher) { return watcher.was_reset(); });
+}
+
+Status PodPort::do_reset_tap() {
     TRY(check_interrupt());
     // What an open scan leaves behind matters, but the reset must come in any case.
     (void)leave_scan();
@@ -99,6 +131,10 @@ Status PodPort::reset_tap() {
 }
 
 Status PodPort::move(StableState to) {
+    return told(do_move(to), [to](PortWatcher& watcher) { return watcher.moved(to); });
+}
+
+Status PodPort::do_move(StableState to) {
     TRY(check_interrupt());
     if (scan_->open() && to != pause_state(scan_->path())) {
         return scan_->finish(to);
@@ -114,12 +150,40 @@ Status PodPort::move(StableState to) {
 }
 
 Status PodPort::move_via_idle(StableState to, uint32_t times) {
+    return told(do_move_via_idle(to, times), [to, times](PortWatcher& watcher) -> Status {
+        for (uint32_t i = 0; i < times; ++i) {
+            TRY(watcher.ran(StableState::Idle, kIdleClocks, std::chrono::nanoseconds(0)));
+            if (to != StableState::Idle) {
+                TRY(watcher.moved(to));
+            }
+        }
+        return {};
+    });
+}
+
+Status PodPort::do_move_via_idle(StableState to, uint32_t times) {
     TRY(check_interrupt());
     TRY(leave_scan());
     return line_->move_via_idle(to, times);
 }
 
 Status PodPort::scan(const Scan& scan) {
+    return watcher_ == nullptr ? do_scan(scan) : watched_scan(scan);
+}
+
+// The driver's adjustment shifts a word of ones first, which the target sees as part of the scan.
+Status PodPort::watched_scan(const Scan& scan) {
+    Bits out;
+    if (mode_ == ReceiveMode::Adjusted && scan.in != nullptr) {
+        out = Bits::ones(ShiftLine::kHeldBits);
+    }
+    out.append(*scan.out); // which the answer may take the place of
+    return told(do_scan(scan), [&](PortWatcher& watcher) {
+        return watcher.scanned(scan.path, out, scan.in, scan.end);
+    });
+}
+
+Status PodPort::do_scan(const Scan& scan) {
     TRY(can_scan(scan.path, scan.out->size(), scan.in != nullptr));
     TRY(check_interrupt());
     return mode_ == ReceiveMode::Exact ? scan_exactly(scan) : scan_adjusted(scan);
@@ -173,16 +237,21 @@ void PodPort::close() noexcept {
 }
 
 Status PodPort::run(StableState state, uint64_t clocks, std::chrono::nanoseconds at_least) {
+    return told(do_run(state, clocks, at_least),
+                [&](PortWatcher& watcher) { return watcher.ran(state, clocks, at_least); });
+}
+
+Status PodPort::do_run(StableState state, uint64_t clocks, std::chrono::nanoseconds at_least) {
     TRY(can_run(state, clocks, ClockLine::Tck));
     const bool rests = scan_->open() && state == pause_state(scan_->path());
     if (!rests && (scan_->open() || line_->state() != state)) {
-        TRY(move(state));
+        TRY(do_move(state));
     }
     const auto start = std::chrono::steady_clock::now();
     uint64_t passes = (clocks + kIdleClocks - 1) / kIdleClocks;
     while (passes != 0) {
         const uint64_t now = std::min(passes, kIdlePassesAtOnce);
-        TRY(move_via_idle(StableState::Idle, static_cast<uint32_t>(now)));
+        TRY(do_move_via_idle(StableState::Idle, static_cast<uint32_t>(now)));
         passes -= now;
     }
     TRY(flush());
@@ -194,25 +263,39 @@ Status PodPort::set_trst(TrstLevel level) {
     TRY(can_set_trst(level));
     bool released = false;
     TRY(pod_->run("reading TRSTn", &JSC_Interface::StatusTrstn, &released));
-    if (released) {
-        return {};
+    if (!released) {
+        TRY(pod_->run("releasing TRSTn", &JSC_Interface::ModifyTrstn, eJSC_JTAG_PIN_SET_LEVEL, 1U,
+                      0U));
     }
-    return pod_->run("releasing TRSTn", &JSC_Interface::ModifyTrstn, eJSC_JTAG_PIN_SET_LEVEL, 1U,
-                     0U);
+    return told({}, [level](PortWatcher& watcher) { return watcher.set_trst(level); });
+}
+
+Result<std::vector<ResetLogEntry>> PodPort::reset_controller(const ResetRequest& request) {
+    std::vector<ResetLogEntry> log = TRY(reset(*pod_, request));
+    if (request.trst) {
+        TRY(told({}, [](PortWatcher& watcher) { return watcher.pulsed_trst(); }));
+    }
+    if (request.hard) {
+        TRY(tell("a pulse of the pod's reset line to the target"));
+    }
+    if (!request.hidden) {
+        TRY(told({}, [](PortWatcher& watcher) { return watcher.was_reset(); }));
+    }
+    return log;
 }
 
 Status PodPort::pulse_trst() {
     TRY(leave_scan());
     scan_->note_reset();
     line_->forget_state();
-    return reset(*pod_, {.trst = true}).map([](const auto&) { return Done{}; });
+    return reset_controller({.trst = true}).map([](const auto&) { return Done{}; });
 }
 
 Status PodPort::pulse_reset() {
     TRY(leave_scan());
     TRY(flush());
     line_->forget_state();
-    return reset(*pod_, {.hard = true, .hidden = true}).map([](const auto&) { return Done{}; });
+    return reset_controller({.hard = true, .hidden = true}).map([](const auto&) { return Done{}; });
 }
 
 ClockSetting PodPort::setting_at_most(std::optional<double> hertz) const {
@@ -238,7 +321,9 @@ Status PodPort::set_clock(const ClockSetting& setting) {
     TRY(leave_scan());
     TRY(flush());
     setting_ = setting;
-    return reconnect();
+    return told(reconnect(), [this](PortWatcher& watcher) {
+        return watcher.set_clock(static_cast<double>(hertz()));
+    });
 }
 
 Status PodPort::reconnect() {
@@ -264,7 +349,9 @@ Result<StableState> PodPort::ask_state() {
     if (scan_->open()) {
         TRY(scan_->settle());
     }
-    return line_->ask_state();
+    const StableState state = TRY(line_->ask_state());
+    TRY(told({}, [state](PortWatcher& watcher) { return watcher.found(state); }));
+    return state;
 }
 
 } // namespace talvor

@@ -3,14 +3,18 @@
 
 #include "host/clock/test_clock.h"
 #include "host/driver/pod.h"
+#include "host/driver/reset_log.h"
 #include "host/jtag/port.h"
+#include "host/jtag/port_watcher.h"
 #include "host/scan/exact_scan.h"
 #include "host/session/pod_line.h"
 
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace talvor {
 
@@ -62,8 +66,16 @@ public:
         hook_ = hook;
         scan_->on_shift(hook);
     }
+    // Tells everything from now on, beginning with state and clock, to `watcher`, which outlives
+    // the port; null: nobody. What goes over the bare line is not told.
+    [[nodiscard]] Status watch(PortWatcher* watcher);
+    // For who does what no operation of a port can do: tells that, in words.
+    [[nodiscard]] Status tell(std::string_view what);
     // The bare line, for who keeps track of the TAP alone: scan() is not called while it is used.
     [[nodiscard]] PodLine& line() noexcept { return *line_; }
+    // Resets the controller, and what `request` says; answers the log of it. Where the TAP stands
+    // then is to be asked.
+    [[nodiscard]] Result<std::vector<ResetLogEntry>> reset_controller(const ResetRequest& request);
     // The pod's reset line to the target goes low and high again. Where the TAP stands then is to
     // be asked.
     [[nodiscard]] Status pulse_reset();
@@ -91,6 +103,15 @@ private:
 
     // The setting that is as fast as may be at or below `hertz`, which the clock can do.
     [[nodiscard]] ClockSetting setting_at_most(std::optional<double> hertz) const;
+    [[nodiscard]] Status do_reset_tap();
+    [[nodiscard]] Status do_move(StableState to);
+    [[nodiscard]] Status do_move_via_idle(StableState to, uint32_t times);
+    [[nodiscard]] Status do_scan(const Scan& scan);
+    [[nodiscard]] Status do_run(StableState state, uint64_t clocks,
+                                std::chrono::nanoseconds at_least);
+    [[nodiscard]] Status watched_scan(const Scan& scan);
+    template <typename Tell>
+    [[nodiscard]] Status told(Status done, Tell tell);
     [[nodiscard]] Status scan_exactly(const Scan& scan);
     [[nodiscard]] Status scan_adjusted(const Scan& scan);
     [[nodiscard]] Status leave_scan();
@@ -101,6 +122,7 @@ private:
     ClockSetting setting_;
     ReceiveMode mode_ = ReceiveMode::Exact;
     ShiftMarkHook hook_;
+    PortWatcher* watcher_ = nullptr;
     std::unique_ptr<PodLine> line_;
     std::unique_ptr<ExactScan> scan_;
 };

@@ -26,7 +26,7 @@ Status probe(Session& session) {
 
 // Errors of the pod end the trial; what the target says is its outcome.
 Result<Trial> try_delay(Session& session, uint32_t delay) {
-    TRY(apply_link_delay(session.pod(), delay));
+    TRY(apply_link_delay(session, delay));
     return Trial{delay, TRY(verdict_of(probe(session)))};
 }
 

@@ -67,10 +67,12 @@ Status read(Context& context, const RegOptions& options) {
 Status write(Context& context, const RegOptions& options) {
     const uint32_t address = TRY(parse_address(options));
     std::vector<uint16_t> words = TRY(parse_values(options));
-    Pod& pod = TRY(context.session())->pod();
+    Session& session = *TRY(context.session());
+    Pod& pod = session.pod();
     TRY(pod.run("writing registers", &JSC_Interface::RegisterWrite, !options.same_address, true,
                 address, static_cast<uint32_t>(words.size()), words.data()));
     TRY(pod.flush());
+    TRY(session.port().tell("a register of the controller that was written"));
     context.out.result(Json{{"written", words.size()}});
     return {};
 }

@@ -8,7 +8,7 @@ namespace {
 
 Status run_reset(Context& context, const ResetRequest& request) {
     Session& session = *TRY(context.session());
-    const std::vector<ResetLogEntry> log = TRY(reset(session.pod(), request));
+    const std::vector<ResetLogEntry> log = TRY(session.port().reset_controller(request));
     Json entries = Json::array();
     context.out.line("{}", context.out.tone(Tone::Strong, "Reset log"));
     for (const ResetLogEntry& entry : log) {

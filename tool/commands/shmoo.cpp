@@ -116,7 +116,7 @@ Status try_all(Session& session, const Chain& chain, size_t bits, const Drawing&
         const Verdict moved =
             TRY(verdict_of(session.port().set_clock(shmoo.clocks[clock].setting)));
         for (size_t delay = 0; delay < shmoo.delays.size(); ++delay) {
-            TRY(apply_link_delay(session.pod(), shmoo.delays[delay]));
+            TRY(apply_link_delay(session, shmoo.delays[delay]));
             const bool works = !moved && !TRY(try_chain(session, chain, bits));
             shmoo.set(clock, delay, works);
             drawing.cell(works);
