@@ -173,7 +173,7 @@ void build_command_line(CommandLine& line, CommonOptions& options) {
     program.flag("--json", options.json, "Print one JSON document instead of text");
     add_session_commands(program);
     // These begin with a connection, or a simulated pod, of their own.
-    for (const auto add : {add_shell, add_serve, add_trace, add_completion}) {
+    for (const auto add : {add_shell, add_serve, add_trace, add_record, add_completion}) {
         add(program);
     }
 }

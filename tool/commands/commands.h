@@ -32,6 +32,7 @@ void add_shmoo(Command& program);
 void add_play(Command& program); // play, svf, xsvf
 void add_convert(Command& program);
 void add_trace(Command& program);
+void add_record(Command& program);
 void add_serve(Command& program);
 void add_bench(Command& program);
 void add_doctor(Command& program);

@@ -85,6 +85,7 @@ Result<Session*> Context::session() {
     TRY(start_simulator());
     session_ = TRY(Session::open(TRY(session_options())));
     session_->port().on_shift(on_shift);
+    TRY(session_->port().watch(watcher));
     if (const std::string& user = session_->lock().shared_with(); !user.empty()) {
         out.note(fmt::format("pod {}: {}; going on beside it: what both queue is lost or mixed up",
                              session_->record().serial, user));
@@ -97,6 +98,14 @@ Result<Session*> Context::session() {
 
 Status Context::renew() {
     return session_ ? session_->port().renew() : Status();
+}
+
+Status Context::refuse_watcher(const std::string& command) const {
+    return watcher == nullptr
+               ? Status()
+               : usage_error(command, "cannot be recorded: its clients give edges, not scans",
+                             "record what the client plays with 'talvor record', or let 'talvor "
+                             "serve --log' print what it does");
 }
 
 Result<Library> Context::library() const {

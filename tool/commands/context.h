@@ -2,6 +2,7 @@
 #pragma once
 
 #include "common/result.h"
+#include "host/jtag/port_watcher.h"
 #include "host/session/board_search.h"
 #include "host/session/session.h"
 #include "host/simulator/simulator.h"
@@ -37,7 +38,8 @@ class Context {
 public:
     CommonOptions options;
     Output out;
-    ShiftMarkHook on_shift; // is told what the session's Shift clocks are for; may be empty
+    ShiftMarkHook on_shift;         // is told what the session's Shift clocks are for; may be empty
+    PortWatcher* watcher = nullptr; // is told what its port does; may be null
 
     // Starts the simulator if --simulate was given and it is not running. `vcd`: with a waveform.
     Status start_simulator(const std::optional<WaveformFile>& vcd = std::nullopt);
@@ -45,6 +47,8 @@ public:
     [[nodiscard]] Result<Session*> session();
     // A session that was opened before is as good as new: whatever the last command left behind.
     Status renew();
+    // An error where what the port does is watched: `command` does it another way.
+    [[nodiscard]] Status refuse_watcher(const std::string& command) const;
     // Disconnects; the next command connects anew. The simulator goes on.
     void drop_session() { session_.reset(); }
     // The board file that is meant, named or found: see find_board(). A simulated pod is not the

@@ -16,7 +16,7 @@ namespace talvor {
 namespace {
 
 // Commands that begin with a connection, or a simulated pod, of their own.
-constexpr std::array<std::string_view, 3> kOutside{"trace", "shell", "completion"};
+constexpr std::array<std::string_view, 4> kOutside{"trace", "record", "shell", "completion"};
 
 void print_text(const Output& out, const std::string& text) {
     if (out.json()) {

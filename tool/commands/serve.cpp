@@ -94,6 +94,7 @@ Status run_server(EdgePort& pins, const std::vector<ServePort>& ports, ServeRepo
 }
 
 Status serve(Context& context, const ServeOptions& options) {
+    TRY(context.refuse_watcher("serve"));
     const std::vector<ServePort> ports = TRY(ports_of(options));
     const EdgeEngineOptions how = TRY(engine_options(options));
     Session* const session = TRY(context.session());

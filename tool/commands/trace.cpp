@@ -3,8 +3,9 @@
 #include "host/waveform/svg.h"
 #include "host/waveform/text.h"
 #include "host/waveform/vcd.h"
-#include "tool/commands/app.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/context.h"
+#include "tool/commands/inner_command.h"
 #include "tool/commands/shift_passes.h"
 #include "tool/output/standard_streams.h"
 #include "tool/output/terminal.h"
@@ -30,23 +31,6 @@ struct TraceOptions {
     uint64_t vcd_bytes = WaveformFile::kDefaultBytes;
     std::vector<std::string> command;
 };
-
-// Parses the inner command with the options that stand before it, and answers what it does; an
-// empty action when it was asked for its help.
-Result<Action> inner_action(Context& context, const std::vector<std::string>& words) {
-    const auto line = std::make_shared<CommandLine>("talvor", "");
-    build_command_line(*line, context.options);
-    const auto outcome = line->parse(join_simulate(words));
-    if (!outcome) {
-        return usage_error(outcome.error().thing, outcome.error().reason, kNextStep);
-    }
-    if (*outcome == CommandLine::Outcome::Printed) {
-        write_output(line->printed());
-        return Action();
-    }
-    // The options live as long as the action is kept.
-    return Action([line](Context& inner) { return line->chosen()(inner); });
-}
 
 Result<waveform::Window> window_of(const std::string& vcd, const TraceOptions& options) {
     if (!options.last) {
@@ -111,7 +95,7 @@ Status trace(Context& context, const TraceOptions& options) {
         return usage_error("--vcd-plain", "there is no file that it is about",
                            "name one with --vcd");
     }
-    const Action action = TRY(inner_action(context, options.command));
+    const Action action = TRY(inner_action(context, options.command, kNextStep));
     if (!action) {
         return {};
     }

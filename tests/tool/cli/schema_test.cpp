@@ -74,6 +74,7 @@ const std::vector<Sample>& runs() {
         {"xsvf", {"xsvf", xsvf}},
         {"shmoo", {"shmoo", "--clocks", "3", "--delays", "2-4", "--bits", "64"}},
         {"trace", {"trace", "chain"}},
+        {"record", {"record", file_with("state.svf", ""), "state"}},
         {"bench", {"bench", "--seconds", "0.001", "--bits", "64"}},
         {"doctor", {"doctor"}},
         {"doctor", {"--link", "0", "doctor"}},
