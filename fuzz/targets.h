@@ -15,6 +15,7 @@ namespace talvor::fuzz {
 
 void run_batch(Bytes input);         // batches for a simulated pod
 void run_bitbang(Bytes input);       // answers of an external target
+void run_bsdl(Bytes input);          // a BSDL file
 void run_configuration(Bytes input); // the keys of a board, as a host's table gives them
 void run_control(Bytes input);       // requests to the control socket, and a script
 void run_hostile(Bytes input);       // a proxy that leaves anything in shared memory
@@ -29,15 +30,11 @@ struct Target {
 };
 
 inline constexpr std::array kTargets{
-    Target{"batch", run_batch},
-    Target{"bitbang", run_bitbang},
-    Target{"configuration", run_configuration},
-    Target{"control", run_control},
-    Target{"hostile", run_hostile},
-    Target{"serve", run_serve},
-    Target{"svf", run_svf},
-    Target{"toml", run_toml},
-    Target{"vcd", run_vcd},
+    Target{"batch", run_batch},     Target{"bitbang", run_bitbang},
+    Target{"bsdl", run_bsdl},       Target{"configuration", run_configuration},
+    Target{"control", run_control}, Target{"hostile", run_hostile},
+    Target{"serve", run_serve},     Target{"svf", run_svf},
+    Target{"toml", run_toml},       Target{"vcd", run_vcd},
 };
 
 } // namespace talvor::fuzz

@@ -158,18 +158,18 @@ std::optional<size_t> read_bits(WordReader& words, Report& report) {
 void read_access(WordReader& words, RegisterAccess& access, Report& report) {
     access.instructions.emplace_back(words.expect_word("the name of an instruction").text);
     access.captures.emplace_back();
-    if (words.at_end() || words.peek().is_mark()) {
-        return;
+    while (!words.at_end() && !words.peek().is_mark()) {
+        const Word word = words.take();
+        if (!same_name(word.text, "captures")) {
+            report.warning(words.place_of(word),
+                           fmt::format("{} means nothing here; expected 'captures', ',' or ')'",
+                                       shown(word.text)));
+            continue;
+        }
+        const Place place = words.place();
+        const std::string bits = words.expect_words("what the register captures");
+        access.captures.back() = pattern_of(bits, place, report).value_or(Pattern{});
     }
-    if (!same_name(words.peek().text, "captures")) {
-        words.fault("'captures', ',' or ')'");
-        return;
-    }
-    (void)words.take();
-    const Place place = words.place();
-    access.captures.back() =
-        pattern_of(words.expect_words("what the register captures"), place, report)
-            .value_or(Pattern{});
 }
 
 RegisterAccess read_register(WordReader& words, Report& report) {

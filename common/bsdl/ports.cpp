@@ -45,6 +45,12 @@ void Ports::build(const Source& source, std::vector<Signal>& signals, Report& re
                                      declared.name));
             continue;
         }
+        if (port.name.size() > kLongestName) {
+            report.fail(declared.place,
+                        fmt::format("the name of a port has {} letters, and {} at most",
+                                    port.name.size(), kLongestName));
+            return;
+        }
         if (port.count > kMostSignals - signals.size()) {
             report.fail(declared.place, fmt::format("with {} the device has more than {} signals",
                                                     declared.name, kMostSignals));

@@ -23,10 +23,12 @@ struct Port {
 
 class Ports {
 public:
-    // Devices with more signals than this there are none.
-    static constexpr size_t kMostSignals = 32768;
+    // Devices with more signals, or longer names, there are none; and a vector of a few letters
+    // takes no more memory than this allows.
+    static constexpr size_t kMostSignals = 16384;
+    static constexpr size_t kLongestName = 255;
 
-    // Makes the signals of `source`. A fault: there are more than kMostSignals.
+    // Makes the signals of `source`. A fault: there are more, or one is called by a longer name.
     void build(const Source& source, std::vector<Signal>& signals, Report& report);
 
     [[nodiscard]] const std::vector<Port>& all() const noexcept { return ports_; }

@@ -23,6 +23,11 @@ Status Report::status() const {
 }
 
 void Report::add(Severity severity, Place place, std::string text) {
+    // Names of a file have any length.
+    constexpr size_t kMostBytes = 500;
+    if (text.size() > kMostBytes) {
+        text = text.substr(0, kMostBytes) + "...";
+    }
     if (++counts_[static_cast<size_t>(severity)] <= kMostFindings) {
         findings_.push_back({severity, place, std::move(text)});
     }

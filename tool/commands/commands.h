@@ -31,6 +31,7 @@ void add_tclk(Command& program);
 void add_shmoo(Command& program);
 void add_play(Command& program); // play, svf, xsvf
 void add_convert(Command& program);
+void add_bsdl(Command& program);
 void add_trace(Command& program);
 void add_record(Command& program);
 void add_serve(Command& program);

@@ -100,6 +100,24 @@ TEST(SchemaTest, EveryDocumentIsAsItSays) {
     expect_fits(lines);
 }
 
+TEST(SchemaTest, EveryDocumentOfABsdlFileIsAsItSays) {
+    const std::string parts =
+        file_with("parts.toml", "[[pod]]\nserial = 1\n[[pod.tap]]\nname = \"t5\"\nir_length = "
+                                "5\nidcode = 0x24100501\nidcode_instruction = 1\n"
+                                "[[pod.tap]]\nname = \"t6\"\nir_length = 6\nidcode = "
+                                "0x20044501\nidcode_instruction = 1\n");
+    const std::string broken = file_with("broken.bsd", "entity A is end A;\n");
+    std::string lines;
+    for (const std::string& file : {source_file("examples/board/tlv100.bsd"),
+                                    source_file("examples/board/tlc44.bsd"), broken}) {
+        lines += in_one_line("bsdl", talvor({"--json", "bsdl", "--check", file}).out);
+    }
+    lines += in_one_line("chain", talvor({"--json", "--simulate=" + parts, "--bsdl",
+                                          source_file("examples/board"), "chain"})
+                                      .out);
+    expect_fits(lines);
+}
+
 TEST(SchemaTest, EveryLineOfASessionIsAsItSays) {
     const Outcome outcome = simulated({"--json", "run", "-"},
                                       "dr 0xFF\nexpect 0x35\nhelp dr\nstatus --watch 0.01 --count "
