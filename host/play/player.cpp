@@ -77,10 +77,11 @@ Status Player::play_steps(StepSource& source) {
     }
     TRY(port_.flush());
     report_.complete = true;
+    report_.verdict = source.verdict();
     return {};
 }
 
-Status Player::play_step(const StepSource& source, const Step& step) {
+Status Player::play_step(StepSource& source, const Step& step) {
     if (step.refusal) {
         return Failure(*step.refusal);
     }
@@ -95,7 +96,7 @@ Status Player::play_step(const StepSource& source, const Step& step) {
     return {};
 }
 
-Status Player::act(const StepSource& source, const Step& step) {
+Status Player::act(StepSource& source, const Step& step) {
     switch (step.kind) {
     case Step::Kind::Nothing:
         return {};
@@ -129,11 +130,14 @@ Status Player::pulse_trst() {
     return port_.reset_tap();
 }
 
-Status Player::play_scan(const StepSource& source, const Step& step) {
+Status Player::play_scan(StepSource& source, const Step& step) {
     const ScanStep& scan = step.scan;
-    const bool compares = scan.compares();
+    const bool compares = scan.compares() && !scan.told;
     const Bits& out = merged(scan);
-    TRY(port_.scan({scan.path, &out, compares ? &in_ : nullptr, scan.end}));
+    TRY(port_.scan({scan.path, &out, compares || scan.told ? &in_ : nullptr, scan.end}));
+    if (scan.told) {
+        source.answer(step, in_);
+    }
     if (compares && scan.retry.times != 0) {
         TRY(scan_again(scan));
     }

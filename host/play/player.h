@@ -40,6 +40,7 @@ struct PlayReport {
     uint64_t overlong_runs = 0; // runs that took longer than their maximum
     uint64_t first_overlong_line = 0;
     bool complete = false;        // played to the end
+    std::optional<Error> verdict; // what the file itself says went wrong; when complete
     std::optional<Place> stopped; // by a mismatch, an error or on request; nothing when complete
     std::chrono::nanoseconds elapsed{0};
 };
@@ -57,9 +58,9 @@ public:
 
 private:
     [[nodiscard]] Status play_steps(StepSource& source);
-    [[nodiscard]] Status play_step(const StepSource& source, const Step& step);
-    [[nodiscard]] Status act(const StepSource& source, const Step& step);
-    [[nodiscard]] Status play_scan(const StepSource& source, const Step& step);
+    [[nodiscard]] Status play_step(StepSource& source, const Step& step);
+    [[nodiscard]] Status act(StepSource& source, const Step& step);
+    [[nodiscard]] Status play_scan(StepSource& source, const Step& step);
     [[nodiscard]] Status scan_again(const ScanStep& scan);
     [[nodiscard]] bool agrees(const ScanStep& scan) const;
     void judge(const StepSource& source, const Step& step, const ScanPart& part, uint64_t offset);

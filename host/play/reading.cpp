@@ -46,7 +46,7 @@ Result<bool> Reading::next(Step& step) {
     summary_.lines = source_.line();
     if (more) {
         TRY(tell());
-        if (summary_.statements == 0) {
+        if (summary_.statements == 0 && source_.fixed()) {
             return no_statement(source_);
         }
     }

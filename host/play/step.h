@@ -51,6 +51,8 @@ struct ScanStep {
     uint64_t total_bits = 0;
     StableState end = StableState::Idle;
     Retry retry;
+    // The source is told what came (StepSource::answer) and judges it; the player judges nothing.
+    bool told = false;
 
     [[nodiscard]] bool compares() const noexcept {
         return parts[0].compares() || parts[1].compares() || parts[2].compares();

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -22,6 +23,15 @@ public:
     // (ErrorKind::BadFile): the file cannot be read, or breaks its format so that nothing behind
     // can be trusted. What the port cannot do is no error here: see Step::refusal.
     [[nodiscard]] virtual Result<bool> next(Step& step) = 0;
+
+    // What the scan of `step` brought, which asked to be told: all its bits, with header and
+    // trailer. Before the next call of next(). A pass that shifts nothing does not answer.
+    virtual void answer(const Step& /*step*/, const Bits& /*bits*/) {}
+    // Whether the same steps come each time, whatever the target answers: only then can they be
+    // kept and played later.
+    [[nodiscard]] virtual bool fixed() const { return true; }
+    // What the file itself says went wrong, when its last step has been played.
+    [[nodiscard]] virtual std::optional<Error> verdict() const { return std::nullopt; }
 
     // How far it has come, and how far it is.
     [[nodiscard]] virtual uint64_t bytes_taken() const = 0;

@@ -7,7 +7,6 @@ namespace talvor::svf {
 
 namespace {
 
-constexpr double kLongestSeconds = 1000.0 * 24 * 3600;
 constexpr double kExactWhole = 9007199254740992.0; // 2^53: above it a real skips whole numbers
 
 std::string_view without_plus(std::string_view word) noexcept {
@@ -47,15 +46,6 @@ std::optional<uint64_t> to_whole(std::string_view word) noexcept {
         return std::nullopt;
     }
     return static_cast<uint64_t>(*real);
-}
-
-std::optional<std::chrono::nanoseconds> to_time(double seconds) noexcept {
-    if (seconds < 0 || seconds > kLongestSeconds) {
-        return std::nullopt;
-    }
-    // A binary fraction is rarely the decimal one that was written: a millionth of a nanosecond too
-    // much is no reason to round up.
-    return std::chrono::nanoseconds(static_cast<int64_t>(std::ceil(seconds * 1e9 - 1e-6)));
 }
 
 } // namespace talvor::svf

@@ -1,7 +1,8 @@
 // Numbers of SVF text: whole ones and reals, written alike.
 #pragma once
 
-#include <chrono>
+#include "host/play/clocks.h"
+
 #include <cstdint>
 #include <optional>
 #include <string_view>
@@ -15,8 +16,6 @@ namespace talvor::svf {
 // The value of a number without a fraction, reals like 1.0E3 included; nothing for a fraction, a
 // sign of minus, or more than 64 bits.
 [[nodiscard]] std::optional<uint64_t> to_whole(std::string_view word) noexcept;
-// So many seconds, rounded up to the nanosecond; nothing for a negative number or more than a
-// thousand days.
-[[nodiscard]] std::optional<std::chrono::nanoseconds> to_time(double seconds) noexcept;
+using play::to_time;
 
 } // namespace talvor::svf

@@ -1,5 +1,6 @@
 #include "host/svf/planner.h"
 
+#include "host/play/clocks.h"
 #include "host/play/road.h"
 #include "host/play/step_source.h"
 #include "host/svf/keyword.h"
@@ -45,17 +46,6 @@ std::string joined(const std::vector<TapState>& path) {
 
 void note(Step& step, NoteKind kind, std::string text) {
     step.notes.push_back({kind, std::move(text)});
-}
-
-// A time as people write it.
-std::string time_text(std::chrono::nanoseconds time) {
-    constexpr std::array<std::string_view, 4> kUnits{"ns", "us", "ms", "s"};
-    auto value = static_cast<double>(time.count());
-    size_t unit = 0;
-    for (; value >= 1000 && unit + 1 < kUnits.size(); ++unit) {
-        value /= 1000;
-    }
-    return fmt::format("{:.6g} {}", value, kUnits[unit]);
 }
 
 // Not std::popcount over all of it: most masks that are all ones are short.
@@ -321,22 +311,10 @@ Status Planner::plan_clocks(const Statement& statement, Step& step) const {
     play::RunStep& run = step.run;
     const Status counted =
         allowed(statement, port_.can_run(run.state, run.clocks, statement.run.clock));
-    if (counted || strict_ || statement.run.clock != ClockLine::Tck ||
-        run.state == StableState::Idle) {
+    if (counted || strict_ || statement.run.clock != ClockLine::Tck) {
         return counted;
     }
-    const double hertz = port_.hertz_at_most(hertz_);
-    const std::optional<std::chrono::nanoseconds> time =
-        hertz > 0 ? to_time(static_cast<double>(run.clocks) / hertz) : std::nullopt;
-    if (!time) {
-        return counted;
-    }
-    note(step, NoteKind::Clocks,
-         fmt::format("{} clocks in {} are played as {}, their time at {:.6g} MHz", run.clocks,
-                     name_of(run.state), time_text(*time), hertz / 1e6));
-    run.min_time = std::max(run.min_time, *time);
-    run.clocks = 0;
-    return {};
+    return play::clocks_become_time(port_, hertz_, run, step.notes) ? Status() : counted;
 }
 
 Status Planner::plan_frequency(const Statement& statement, Step& step) {
