@@ -5,7 +5,9 @@
 #include "host/xsvf/reader.h"
 
 #include <algorithm>
+#include <array>
 #include <cctype>
+#include <string>
 
 namespace talvor {
 
@@ -24,10 +26,33 @@ bool begins_as_xsvf(std::span<const char> bytes) {
     return first != bytes.end() && static_cast<unsigned char>(*first) < xsvf::kOpcodes;
 }
 
+bool begins_as_stapl(std::span<const char> bytes) {
+    constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+    if (std::string_view(bytes.data(), bytes.size()).starts_with(kByteOrderMark)) {
+        bytes = bytes.subspan(kByteOrderMark.size());
+    }
+    const auto first = std::find_if_not(bytes.begin(), bytes.end(), [](char byte) {
+        return is_blank(static_cast<unsigned char>(byte));
+    });
+    if (first != bytes.end() && *first == '\'') {
+        return true;
+    }
+    std::string word;
+    for (auto at = first; at != bytes.end() && std::isalpha(static_cast<unsigned char>(*at)) != 0 &&
+                          word.size() < 10;
+         ++at) {
+        word += static_cast<char>(std::toupper(static_cast<unsigned char>(*at)));
+    }
+    constexpr std::array<std::string_view, 10> kWords{
+        "NOTE", "ACTION", "PROCEDURE", "DATA", "BOOLEAN", "INTEGER", "REM", "LET", "CRC", "JAM"};
+    return std::find(kWords.begin(), kWords.end(), word) != kWords.end();
+}
+
 } // namespace
 
 std::string_view name_of(FileFormat format) noexcept {
-    return format == FileFormat::Svf ? "SVF" : "XSVF";
+    constexpr std::array<std::string_view, 3> kNames{"SVF", "XSVF", "STAPL"};
+    return kNames[static_cast<size_t>(format)];
 }
 
 Result<FileFormat> format_by_content(play::ByteSource& source) {
@@ -36,7 +61,9 @@ Result<FileFormat> format_by_content(play::ByteSource& source) {
         return file_error(source.name(), "is empty",
                           "check that this is the file you mean, and that it is whole");
     }
-    const FileFormat format = begins_as_xsvf(bytes) ? FileFormat::Xsvf : FileFormat::Svf;
+    const FileFormat format = begins_as_xsvf(bytes)    ? FileFormat::Xsvf
+                              : begins_as_stapl(bytes) ? FileFormat::Stapl
+                                                       : FileFormat::Svf;
     TRY(source.rewind());
     return format;
 }

@@ -131,7 +131,7 @@ std::vector<House> houses() {
          {{"jtag"},
           {"waveform", "play", "board"},
           {"svf"},
-          {"xsvf"},
+          {"xsvf", "stapl"}, // neighbours that do not know each other
           {"format"},
           {"driver", "scan"}, // neighbours that do not know each other
           {"clock", "chain"},

@@ -26,6 +26,13 @@ TEST(FileFormatTest, IsSeenInTheFirstBytes) {
           std::string{'\x16', 'S', 'D', 'R'}, std::string{'\x08', '\0', '\0'}}) {
         EXPECT_EQ(of(bytes), FileFormat::Xsvf);
     }
+    for (const char* text : {"NOTE \"A\" \"B\";", "' made by hand\n",
+                             "\xEF\xBB\xBF"
+                             "Action A = P;",
+                             " procedure P;", "data D;", "BOOLEAN B;", "LET A = 1;"}) {
+        EXPECT_EQ(of(text), FileFormat::Stapl) << text;
+    }
+    EXPECT_EQ(of("NOTES"), FileFormat::Svf);
     play::TextSource empty("", "a.svf");
     EXPECT_EQ(headline(format_by_content(empty).error()), "a.svf: is empty");
 }
