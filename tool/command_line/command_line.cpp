@@ -276,7 +276,10 @@ Option Command::option(const std::string& name, uint64_t& value, const std::stri
 
 Option Command::option(const std::string& name, std::vector<std::string>& values,
                        const std::string& description) {
-    return add_option(*app_, name, values, description);
+    CLI::Option& added = *app_->add_option(name, values, description);
+    // An option takes one value each time that it is given, so that a positional may follow.
+    added.allow_extra_args(!name.starts_with('-'));
+    return checked<std::vector<std::string>>(added);
 }
 
 Option Command::option(const std::string& name, std::optional<std::string>& value,

@@ -29,7 +29,7 @@ void add_link(Command& program);
 void add_reg(Command& program);
 void add_tclk(Command& program);
 void add_shmoo(Command& program);
-void add_play(Command& program); // play, svf, xsvf
+void add_play(Command& program); // play, svf, xsvf, stapl
 void add_convert(Command& program);
 void add_bsdl(Command& program);
 void add_trace(Command& program);

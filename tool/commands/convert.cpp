@@ -119,6 +119,12 @@ Status convert_command(Context& context, const ConvertOptions& options) {
     const FileFormat to = TRY(target_format(options));
     const auto source = TRY(play::FileSource::open(options.from));
     const FileFormat from = TRY(format_by_content(*source));
+    if (from == FileFormat::Stapl) {
+        return refused_error(options.from,
+                             "it is a STAPL file: what such a program shifts depends on what the "
+                             "target answers",
+                             "play it; the vendor's program that made it may write SVF, too");
+    }
     const NullPort port;
     const std::unique_ptr<play::StepSource> steps = open_steps(from, *source, port, false);
     if (options.strict) {

@@ -1,4 +1,4 @@
-// talvor play, svf, xsvf: check and play a file, whatever its format.
+// talvor play, svf, xsvf, stapl: check and play a file, whatever its format.
 #include "common/interrupt.h"
 #include "host/format/format.h"
 #include "host/play/checker.h"
@@ -9,9 +9,12 @@
 #include "tool/commands/context.h"
 #include "tool/commands/play_device.h"
 #include "tool/commands/play_picture.h"
+#include "tool/commands/play_program.h"
 #include "tool/commands/play_run.h"
 #include "tool/commands/unanswered.h"
 #include "tool/output/progress_bar.h"
+
+#include <fmt/format.h>
 
 #include <memory>
 #include <optional>
@@ -27,6 +30,8 @@ struct PlayFileOptions {
     std::string file;
     std::string device; // name or number; "": the whole chain
     std::string junit;
+    ProgramOptions program; // STAPL
+    bool list = false;
     PictureOptions picture;
     bool keep_going = false;
     bool dry_run = false;
@@ -92,10 +97,11 @@ PlayDevice::Look look_of(const PlayFileOptions& options) {
                               : PlayDevice::Look::Yes;
 }
 
-// Checks and plays as the options say, and notes in `run` what came of it.
-void check_and_play(play::StepSource& source, PlayDevice& device, const PlayFileOptions& options,
-                    const Output& out, ProgressBar& bar, PlayRun& run,
-                    std::optional<PlayPicture>& picture) {
+// Checks and plays as the options say, and notes in `run` what came of it. `program`, where the
+// file is one, is null otherwise.
+void check_and_play(play::StepSource& source, PlayProgram* program, PlayDevice& device,
+                    const PlayFileOptions& options, const Output& out, ProgressBar& bar,
+                    PlayRun& run, std::optional<PlayPicture>& picture) {
     play::Plan plan;
     if (options.dry_run || !options.no_check) {
         Result<play::CheckReport> checked =
@@ -113,9 +119,12 @@ void check_and_play(play::StepSource& source, PlayDevice& device, const PlayFile
         run.error = std::move(found).error();
         return;
     }
+    if (program != nullptr) {
+        program->perform(out, bar, *run.program);
+    }
     play::Player player(device.port(), play_options(out, options, bar, run, picture));
     play::PlanReader planned(plan, source);
-    const bool from_plan = run.checked && plan.whole();
+    const bool from_plan = run.checked && plan.whole() && source.fixed();
     if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : source);
         !status) {
         run.error = told(std::move(status).error(), options);
@@ -154,10 +163,24 @@ Status check_picture(const PlayFileOptions& options) {
     return {};
 }
 
+// Other formats have neither actions nor variables.
+Status check_program(const PlayFileOptions& options, FileFormat format) {
+    return format != FileFormat::Stapl && options.program.any_given()
+               ? usage_error(options.file,
+                             fmt::format("it is an {} file, which has no actions and variables",
+                                         name_of(format)),
+                             "leave the options of STAPL away")
+               : Status();
+}
+
 Status play_command(Context& context, const PlayFileOptions& options) {
     TRY(check_picture(options));
     const auto source = TRY(play::FileSource::open(options.file));
     const FileFormat format = options.format ? *options.format : TRY(format_by_content(*source));
+    TRY(check_program(options, format));
+    if (options.list) {
+        return list_program(context.out, *source);
+    }
     std::optional<PlayPicture> picture;
     if (!options.picture.svg.empty()) {
         picture.emplace(TRY(PlayPicture::prepare(context, options.picture, options.keep_going)));
@@ -174,10 +197,20 @@ Status play_command(Context& context, const PlayFileOptions& options) {
     run.command = options.command;
     run.file = source->name();
     run.dry_run = options.dry_run;
-    const std::unique_ptr<play::StepSource> steps =
-        open_steps(format, *source, device.port(), options.strict);
-    check_and_play(*steps, device, options, context.out, bar, run, picture);
+    std::unique_ptr<PlayProgram> program;
+    std::unique_ptr<play::StepSource> steps;
+    if (format == FileFormat::Stapl) {
+        program = TRY(PlayProgram::open(*source, device.port(), options.program, options.strict));
+        run.program.emplace();
+    } else {
+        steps = open_steps(format, *source, device.port(), options.strict);
+    }
+    check_and_play(program ? program->steps() : *steps, program.get(), device, options, context.out,
+                   bar, run, picture);
     run.device = {device.number(), device.name()};
+    if (program) {
+        program->tell(*run.program, run.played && run.played->complete);
+    }
     bar.clear();
     const Status reported = report(context, run, options);
     const Status drawn =
@@ -233,6 +266,13 @@ void add_play_command(Command& program, const char* name, std::optional<FileForm
     command.option("--junit", options->junit, "Write the results as JUnit XML into this file")
         .type_name("FILE");
     add_picture(command, *options);
+    if (format.value_or(FileFormat::Stapl) == FileFormat::Stapl) {
+        add_program_options(command, options->program);
+    }
+    if (format == FileFormat::Stapl) {
+        command.flag("--list", options->list,
+                     "Print notes, actions and procedures of the file, and play nothing");
+    }
     command
         .option("--progress", options->progress,
                 "Progress bar: always, never, or auto: on a terminal")
@@ -247,11 +287,14 @@ void add_play_command(Command& program, const char* name, std::optional<FileForm
 void add_play(Command& program) {
     add_play_command(program, "play", std::nullopt,
                      "Check a file of any known format, then play it",
-                     "SVF or XSVF file, told apart by the content; - is the standard input");
+                     "SVF, XSVF or STAPL file, told apart by the content; - is the standard input");
     add_play_command(program, "svf", FileFormat::Svf, "Check an SVF file, then play it",
                      "SVF file; - is the standard input");
     add_play_command(program, "xsvf", FileFormat::Xsvf, "Check an XSVF file, then play it",
                      "XSVF file; - is the standard input");
+    add_play_command(program, "stapl", FileFormat::Stapl,
+                     "Check a STAPL file (JESD71), then play one of its actions",
+                     "STAPL file; - is the standard input");
 }
 
 } // namespace talvor

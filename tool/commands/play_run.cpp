@@ -132,7 +132,9 @@ std::string verdict(const Output& out, const play::PlayReport& played) {
 void print_played(const Output& out, const PlayRun& run) {
     const play::PlayReport& played = *run.played;
     out.line("{}: {}", run.file,
-             run.error ? out.tone(Tone::Bad, "not played to its end") : verdict(out, played));
+             run.error     ? out.tone(Tone::Bad, "not played to its end")
+             : run.program ? verdict_text(out, *run.program)
+                           : verdict(out, played));
     out.line("  {}", summary_text(played.summary));
     if (played.stopped) {
         out.line("  stopped at {}", stop_text(run.file, *played.stopped));
@@ -148,6 +150,13 @@ void print_played(const Output& out, const PlayRun& run) {
     }
 }
 
+// A program's way depends on answers, which a check does not have.
+std::string_view granted_text(const PlayRun& run) {
+    return !run.program              ? ""
+           : run.program->open_ended ? " so far as it can be seen without a target"
+                                     : ", if the target answers as expected";
+}
+
 void add_checked(Json& json, const play::CheckReport& checked) {
     json["playable"] = checked.can_be_played();
     json["refusals"] = errors_json(checked.refusals);
@@ -158,7 +167,7 @@ void add_checked(Json& json, const play::CheckReport& checked) {
 
 void add_played(Json& json, const PlayRun& run) {
     const play::PlayReport& played = *run.played;
-    json["passed"] = played.mismatches == 0 && !run.error;
+    json["passed"] = played.mismatches == 0 && !run.error && !played.verdict;
     json["complete"] = played.complete;
     json["mismatches"] = run.mismatches;
     json["mismatch_count"] = played.mismatches;
@@ -219,7 +228,8 @@ JunitCase::Outcome outcome_of(const PlayRun& run) {
     if (!run.played) {
         return JunitCase::Outcome::Skipped;
     }
-    return run.played->mismatches != 0 ? JunitCase::Outcome::Failed : JunitCase::Outcome::Passed;
+    return run.played->mismatches != 0 || run.played->verdict ? JunitCase::Outcome::Failed
+                                                              : JunitCase::Outcome::Passed;
 }
 
 JunitCase play_case(const PlayRun& run) {
@@ -235,6 +245,11 @@ JunitCase play_case(const PlayRun& run) {
     }
     if (run.played) {
         result.seconds = std::chrono::duration<double>(run.played->elapsed).count();
+    }
+    if (run.program) {
+        for (const std::string& line : run.program->printed) {
+            result.text += line + "\n";
+        }
     }
     if (run.played && run.played->stopped) {
         result.text += "stopped at " + stop_text(run.file, *run.played->stopped) + "\n";
@@ -261,14 +276,15 @@ std::optional<Error> error_of(const PlayRun& run) {
     if (run.played && run.played->first_mismatch) {
         return mismatch_error(*run.played->first_mismatch, run);
     }
-    return std::nullopt;
+    return run.played ? run.played->verdict : std::nullopt;
 }
 
 void print(const Output& out, const PlayRun& run) {
     if (run.played) {
         print_played(out, run);
     } else if (run.checked && run.checked->can_be_played()) {
-        out.line("{}: can be played: {}", run.file, summary_text(run.checked->summary));
+        out.line("{}: can be played{}: {}", run.file, granted_text(run),
+                 summary_text(run.checked->summary));
     }
     if (run.device.number && (run.played || run.checked)) {
         out.line("  on device {}{}", *run.device.number,
@@ -298,6 +314,9 @@ Json document(const PlayRun& run, const std::optional<Error>& error) {
         add_played(json, run);
     } else if (run.checked) {
         json["summary"] = summary_json(run.checked->summary);
+    }
+    if (run.program) {
+        add_to_document(json, *run.program);
     }
     if (error) {
         json["error"] = to_json(*error);

@@ -3,6 +3,7 @@
 
 #include "host/play/checker.h"
 #include "host/play/player.h"
+#include "tool/commands/play_program.h"
 #include "tool/output/json.h"
 #include "tool/output/junit.h"
 #include "tool/output/output.h"
@@ -30,6 +31,7 @@ struct PlayRun {
     std::optional<play::CheckReport> checked; // nothing: not checked, or the check was stopped
     std::optional<play::PlayReport> played;   // nothing: nothing was played
     std::optional<Error> error;               // what ended the check or the playing
+    std::optional<ProgramRun> program;        // of a file that is one
     std::vector<std::string> mismatch_lines;
     Json mismatches = Json::array();
 

@@ -44,6 +44,11 @@ const std::vector<Sample>& runs() {
     static const std::string board = source_file("examples/board.toml");
     static const std::string xsvf =
         file_with("a.xsvf", std::string("\x02\x21\1\xFF\xFF\xFF\xFF\0", 8));
+    static const std::string stapl =
+        file_with("a.stapl", "NOTE \"A\" \"b\";\nACTION IDCODE \"reads\" = READ OPTIONAL;\n"
+                             "ACTION FAILS = READ;\nPROCEDURE READ;\nBOOLEAN id[32];\n"
+                             "BOOLEAN ok;\nDRSCAN 32, $0, CAPTURE id[], COMPARE $0, $F, ok;\n"
+                             "EXPORT \"ID\", id[];\nPRINT \"x\";\nEXIT 6;\nENDPROC;\n");
     static const std::vector<Sample> all{
         {"info", {"info"}},
         {"info", {"--board", board, "info"}},
@@ -72,6 +77,10 @@ const std::vector<Sample>& runs() {
         {"play", {"play", svf}},
         {"play", {"play", "--dry-run", xsvf}},
         {"xsvf", {"xsvf", xsvf}},
+        {"stapl", {"stapl", "--action", "IDCODE", stapl}},
+        {"stapl", {"stapl", "--action", "FAILS", stapl}},
+        {"stapl", {"stapl", "--action", "IDCODE", "--dry-run", stapl}},
+        {"stapl list", {"stapl", "--list", stapl}},
         {"shmoo", {"shmoo", "--clocks", "3", "--delays", "2-4", "--bits", "64"}},
         {"trace", {"trace", "chain"}},
         {"record", {"record", file_with("state.svf", ""), "state"}},
