@@ -10,6 +10,7 @@
 #include <array>
 #include <atomic>
 #include <cstdio>
+#include <mutex>
 #include <unistd.h>
 
 namespace talvor {
@@ -18,30 +19,45 @@ namespace {
 // The program's own standard output while the driver has another one; -1 otherwise.
 std::atomic<int> g_own_standard_output{-1};
 
-// While it lives, what is printed goes to the standard error: the driver prints the words of a
+// The standard output is the process's: the first of several threads that connect pods at one time
+// turns it away, and the last turns it back.
+std::mutex g_printing_mutex;
+unsigned g_printing = 0;
+
+// While one lives, what is printed goes to the standard error: the driver prints the words of a
 // failed loop-back test on the standard output, where they would stand within a document.
 class PrintToStandardError {
 public:
     PrintToStandardError() {
-        std::fflush(stdout);
-        saved_ = FileDescriptor(dup(STDOUT_FILENO));
-        if (saved_.is_open()) {
-            g_own_standard_output = saved_.get();
-            dup2(STDERR_FILENO, STDOUT_FILENO);
+        const std::lock_guard lock(g_printing_mutex);
+        if (g_printing++ == 0) {
+            turn_away();
         }
     }
     ~PrintToStandardError() {
-        std::fflush(stdout);
-        if (saved_.is_open()) {
-            g_own_standard_output = -1;
-            dup2(saved_.get(), STDOUT_FILENO);
+        const std::lock_guard lock(g_printing_mutex);
+        if (--g_printing == 0) {
+            turn_back();
         }
     }
     PrintToStandardError(const PrintToStandardError&) = delete;
     PrintToStandardError& operator=(const PrintToStandardError&) = delete;
 
 private:
-    FileDescriptor saved_;
+    static void turn_away() {
+        std::fflush(stdout);
+        g_own_standard_output = dup(STDOUT_FILENO);
+        if (g_own_standard_output >= 0) {
+            dup2(STDERR_FILENO, STDOUT_FILENO);
+        }
+    }
+    static void turn_back() {
+        std::fflush(stdout);
+        const FileDescriptor saved(g_own_standard_output.exchange(-1));
+        if (saved.is_open()) {
+            dup2(saved.get(), STDOUT_FILENO);
+        }
+    }
 };
 
 } // namespace

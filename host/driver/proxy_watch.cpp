@@ -52,16 +52,31 @@ Error silent_proxy(std::chrono::milliseconds patience) {
                                   std::chrono::duration<double>(patience).count()));
 }
 
+// The environment is the process's, and no thread may write to it while another one's driver looks
+// into it: it is only written to where that changes something, which with one patience for all
+// pods is before the first of them.
+void tell_the_driver(std::chrono::milliseconds patience) {
+    static std::mutex mutex;
+    const std::lock_guard lock(mutex);
+    const char* present = std::getenv(kPatienceVariable);
+    if (patience.count() <= 0) {
+        if (present != nullptr) {
+            unsetenv(kPatienceVariable);
+        }
+        return;
+    }
+    const std::string wanted = fmt::format("{}", patience.count());
+    if (present == nullptr || wanted != present) {
+        setenv(kPatienceVariable, wanted.c_str(), 1);
+    }
+}
+
 } // namespace
 
 ProxyWatch::ProxyWatch(const PodRecord& pod, std::chrono::milliseconds patience, LostHandler lost)
     : patience_(patience), channel_(ProxyStandIn::open(pod)), lost_(std::move(lost)),
       table_(table_inode()) {
-    if (patience_.count() > 0) {
-        setenv(kPatienceVariable, fmt::format("{}", patience_.count()).c_str(), 1);
-    } else {
-        unsetenv(kPatienceVariable);
-    }
+    tell_the_driver(patience_);
     // The thread takes no signals: they are for the thread that drives the pod.
     sigset_t all;
     sigset_t before;

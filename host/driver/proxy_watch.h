@@ -27,7 +27,8 @@ public:
 
     // `pod`: whose channel the driver is about to use. `patience`: the longest that the proxy may
     // take for one answer; 0 is for ever. The driver is told by its environment variable, which is
-    // set here: make the watch before the handle. Starts a thread.
+    // set here: make the watch before the handle. Watches of several threads have one patience.
+    // Starts a thread.
     ProxyWatch(const PodRecord& pod, std::chrono::milliseconds patience, LostHandler lost);
     ~ProxyWatch();
     ProxyWatch(const ProxyWatch&) = delete;
