@@ -27,6 +27,7 @@ constinit SystemCalls system_calls = {
     .close = ::close,
     .write = ::write,
     .pread = ::pread,
+    .fsync = ::fsync,
     .lseek = ::lseek,
     .ftruncate = ::ftruncate,
     .posix_fallocate = ::posix_fallocate,

@@ -39,6 +39,7 @@ struct SystemCalls {
     int (*close)(int fd);
     ssize_t (*write)(int fd, const void* bytes, size_t count);
     ssize_t (*pread)(int fd, void* bytes, size_t count, off_t offset);
+    int (*fsync)(int fd);
     off_t (*lseek)(int fd, off_t offset, int whence);
     int (*ftruncate)(int fd, off_t length);
     int (*posix_fallocate)(int fd, off_t offset, off_t length); // answers the errno itself

@@ -113,6 +113,7 @@ const std::vector<Entry>& entries() {
         TORTURE_ENTRY_AS(After, close, EINTR, EIO, ENOSPC, EDQUOT),
         TORTURE_ENTRY(write, EINTR, ENOSPC, EDQUOT, EFBIG, EIO, EPIPE),
         TORTURE_ENTRY(pread, EINTR, EIO),
+        TORTURE_ENTRY(fsync, EINTR, EIO, ENOSPC, EDQUOT),
         TORTURE_ENTRY(lseek, EOVERFLOW),
         TORTURE_ENTRY(ftruncate, EINTR, EFBIG, EIO, EPERM),
         TORTURE_ENTRY_AS(Answer, posix_fallocate, EINTR, ENOSPC, EFBIG, EIO),

@@ -10,14 +10,17 @@
 #include "podsim/main/life.h"
 #include "support/podsim_process.h"
 #include "tests/podsim/external/bitbang_server.h"
+#include "tool/output/record_log.h"
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
+#include <fstream>
 #include <memory>
 #include <sched.h>
+#include <sstream>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -178,6 +181,48 @@ Ending make_temporaries(const std::string& folder) {
     return {0, open.is_open()};
 }
 
+// ---- a log of results, with a line that a crash has cut short ---------------------------------
+
+constexpr int kLost = 3; // no status of a program that fails
+
+const std::vector<std::string>& log_heads() {
+    static const std::vector<std::string> heads{"pod", "result"};
+    return heads;
+}
+
+void leave_torn_log(const std::string& folder) {
+    std::ofstream(folder + "/log.csv") << "pod,result\n1,passed\n2,pas";
+}
+
+talvor::Status append(const std::string& path) {
+    auto log = TRY(talvor::RecordLog::open(path, log_heads()));
+    return log.append({"3", "passed"});
+}
+
+std::string text_of(const std::string& path) {
+    std::ostringstream text;
+    text << std::ifstream(path).rdbuf();
+    return text.str();
+}
+
+Ending append_to_log(const std::string& folder) {
+    const std::string path = folder + "/log.csv";
+    const talvor::Status appended = append(path);
+    const std::string whole = text_of(path);
+    const std::string torn = text_of(path + ".torn");
+    unlink(path.c_str());
+    unlink((path + ".torn").c_str());
+    if (!appended) {
+        Ending ending = failed(appended.error());
+        // No line of before is lost, and none is there that was refused.
+        const bool kept =
+            whole == "pod,result\n1,passed\n" || whole == "pod,result\n1,passed\n2,pas";
+        ending.status = kept ? ending.status : kLost;
+        return ending;
+    }
+    return {0, whole == "pod,result\n1,passed\n3,passed\n" && torn == "2,pas\n"};
+}
+
 } // namespace
 
 std::vector<Scenario> scenarios() {
@@ -190,6 +235,7 @@ std::vector<Scenario> scenarios() {
         {"shift through a local target", nullptr, begin_local_target, shift_through_target},
         {"simulate", nullptr, nullptr, simulate},
         {"make temporaries", nullptr, nullptr, make_temporaries},
+        {"append to a log", leave_torn_log, nullptr, append_to_log},
     };
 }
 
