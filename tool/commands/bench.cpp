@@ -2,6 +2,8 @@
 #include "common/interrupt.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
+#include "tool/commands/rate_text.h"
+#include "tool/output/progress_bar.h"
 
 #include <chrono>
 #include <functional>
@@ -31,13 +33,6 @@ constexpr Unit kTurns{"1/s", 1};
 // The short scans.
 constexpr uint32_t kWordBits = 32;
 
-// One decimal, or three digits where that would leave fewer.
-std::string rate_text(double value, const char* unit) {
-    constexpr double kLeastForOneDecimal = 10;
-    return value < kLeastForOneDecimal ? fmt::format("{:.3g} {}", value, unit)
-                                       : fmt::format("{:.1f} {}", value, unit);
-}
-
 using Turn = std::function<Status()>;
 
 // Takes turns until the time is over.
@@ -57,7 +52,8 @@ Result<Measurement> measure(double seconds, const Turn& turn) {
 class Bench {
 public:
     Bench(Context& context, Session& session, const BenchOptions& options)
-        : out_(context.out), session_(session), options_(options) {}
+        : out_(context.out), session_(session), options_(options),
+          progress_(false, context.out.reports()) {}
 
     Status run() {
         TRY(measure_driver());
@@ -116,6 +112,7 @@ private:
     }
 
     Status rate(const std::string& name, const Unit& unit, const Turn& turn) {
+        progress_.show("measure", json_.size(), kMeasurements);
         const Measurement measured = TRY(measure(options_.seconds, turn));
         const double value = measured.rate() * unit.factor;
         table_.add({name, rate_text(value, unit.name)});
@@ -127,9 +124,12 @@ private:
         return {};
     }
 
+    static constexpr uint64_t kMeasurements = 6;
+
     const Output& out_;
     Session& session_;
     const BenchOptions& options_;
+    ProgressBar progress_;
     Bits in_;
     TextTable table_{{}};
     Json json_ = Json::array();

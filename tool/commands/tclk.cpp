@@ -4,6 +4,7 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
+#include "tool/output/progress_bar.h"
 
 #include <algorithm>
 #include <array>
@@ -203,7 +204,10 @@ Status search(Context& context, const TclkOptions& options) {
     const auto slow = clock.at_most(functions.to_hertz(limits.minimum));
     TRY(session.port().set_clock(slow.value_or(*clock.at_most(1e12))));
     const Chain chain = TRY(session.discover());
+    ProgressBar progress(false, context.out.reports());
+    uint64_t trials = 0;
     const auto run = [&](const ClockSetting& setting) -> Result<std::optional<std::string>> {
+        progress.show(fmt::format("trial {}", ++trials), 0, 0);
         const Verdict verdict = TRY(try_clock(session, setting, chain, options.bits));
         return verdict ? std::optional(headline(*verdict)) : std::nullopt;
     };

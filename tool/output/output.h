@@ -9,6 +9,7 @@
 #include <fmt/core.h>
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -28,6 +29,9 @@ public:
     void set_json_lines(bool lines) noexcept { json_lines_ = lines; }
     // What every document is wrapped into, as its member "result" or "error"; null: nothing.
     void set_frame(Json frame) { frame_ = std::move(frame); }
+    // How far a command is goes to that descriptor, for a program that runs several.
+    void report_progress_to(int descriptor) { reports_ = descriptor; }
+    [[nodiscard]] std::optional<int> reports() const noexcept { return reports_; }
     // Is given each result, printed or not; may be empty.
     void on_result(ResultHook hook) { on_result_ = std::move(hook); }
     [[nodiscard]] bool json() const noexcept { return json_; }
@@ -68,6 +72,7 @@ private:
 
     ResultHook on_result_;
     Json frame_;
+    std::optional<int> reports_;
     bool json_ = false;
     bool terminal_ = false;
     bool json_lines_ = false;

@@ -1,11 +1,14 @@
 #include "tool/output/progress_bar.h"
 
+#include "common/file_descriptor.h"
 #include "tool/output/standard_streams.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
+#include <cinttypes>
+#include <cstdio>
 
 namespace talvor {
 namespace {
@@ -53,8 +56,24 @@ std::string progress_line(std::string_view what, uint64_t done, uint64_t total,
     return line;
 }
 
+std::string ProgressReport::line() const {
+    return fmt::format("progress {} {} {}\n", done, total, what);
+}
+
+std::optional<ProgressReport> ProgressReport::parse(const std::string& line) {
+    ProgressReport report;
+    int what_at = 0;
+    if (std::sscanf(line.c_str(), "progress %" SCNu64 " %" SCNu64 " %n", &report.done,
+                    &report.total, &what_at) != 2 ||
+        what_at == 0 || static_cast<size_t>(what_at) >= line.size()) {
+        return std::nullopt;
+    }
+    report.what = line.substr(static_cast<size_t>(what_at));
+    return report;
+}
+
 void ProgressBar::show(std::string_view what, uint64_t done, uint64_t total) {
-    if (!shown_) {
+    if (!shown_ && !report_to_) {
         return;
     }
     const auto now = std::chrono::steady_clock::now();
@@ -68,14 +87,21 @@ void ProgressBar::show(std::string_view what, uint64_t done, uint64_t total) {
     }
     last_ = now;
     drawn_ = true;
+    if (report_to_) {
+        // Who no longer reads no longer wants to know.
+        (void)write_all(*report_to_, ProgressReport{what_, done, total}.line());
+    }
+    if (!shown_) {
+        return;
+    }
     write_error(fmt::format("\r{}\033[K", progress_line(what_, done, total, now - start_)));
 }
 
 void ProgressBar::clear() {
-    if (drawn_) {
+    if (drawn_ && shown_) {
         write_error("\r\033[K");
-        drawn_ = false;
     }
+    drawn_ = false;
 }
 
 } // namespace talvor

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,10 +18,26 @@ namespace talvor {
 // "0:03", "1:02:03".
 [[nodiscard]] std::string clock_text(std::chrono::seconds time);
 
+// How far a program is that another one runs, as a line of the pipe between them:
+// "progress DONE TOTAL WHAT".
+struct ProgressReport {
+    std::string what;
+    uint64_t done = 0;
+    uint64_t total = 0; // 0: nobody knows
+
+    [[nodiscard]] std::string line() const;
+    // Nothing: the line is none.
+    [[nodiscard]] static std::optional<ProgressReport> parse(const std::string& line);
+
+    friend bool operator==(const ProgressReport&, const ProgressReport&) = default;
+};
+
 // Draws it over and over on one line of the standard error; nothing unless `shown`.
 class ProgressBar {
 public:
-    explicit ProgressBar(bool shown) : shown_(shown), start_(std::chrono::steady_clock::now()) {}
+    // `report_to`: a descriptor that takes a report for each drawing, shown or not.
+    explicit ProgressBar(bool shown, std::optional<int> report_to = std::nullopt)
+        : shown_(shown), report_to_(report_to), start_(std::chrono::steady_clock::now()) {}
     // Wipes it.
     ~ProgressBar() { clear(); }
     ProgressBar(const ProgressBar&) = delete;
@@ -33,6 +50,7 @@ public:
 
 private:
     bool shown_;
+    std::optional<int> report_to_;
     bool drawn_ = false;
     std::string what_;
     std::chrono::steady_clock::time_point start_;

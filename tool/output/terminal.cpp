@@ -26,26 +26,26 @@ size_t number_of_environment(const char* name) {
 }
 
 // What the environment says, else the terminal, else `standard`.
-size_t places(const char* name, unsigned short winsize::*of_terminal, size_t standard) {
+size_t places(const char* name, unsigned short winsize::*of_terminal, int descriptor,
+              size_t standard) {
     if (const size_t number = number_of_environment(name); number != 0) {
         return number;
     }
     winsize size{};
-    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.*of_terminal != 0
-               ? size.*of_terminal
-               : standard;
+    return ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.*of_terminal != 0 ? size.*of_terminal
+                                                                               : standard;
 }
 
 } // namespace
 
 size_t terminal_width() {
     constexpr size_t kStandard = 100;
-    return places("COLUMNS", &winsize::ws_col, kStandard);
+    return places("COLUMNS", &winsize::ws_col, STDOUT_FILENO, kStandard);
 }
 
-size_t terminal_height() {
+size_t terminal_height(int descriptor) {
     constexpr size_t kStandard = 24;
-    return places("LINES", &winsize::ws_row, kStandard);
+    return places("LINES", &winsize::ws_row, descriptor, kStandard);
 }
 
 bool speaks_utf8() {

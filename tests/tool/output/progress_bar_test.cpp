@@ -1,3 +1,5 @@
+#include "common/temporary.h"
+#include "common/toml.h"
 #include "tool/output/progress_bar.h"
 
 #include <gtest/gtest.h>
@@ -40,6 +42,31 @@ TEST(ClockTextTest, HasHoursOnlyWhenNeeded) {
     EXPECT_EQ(clock_text(seconds(75)), "1:15");
     EXPECT_EQ(clock_text(seconds(3599)), "59:59");
     EXPECT_EQ(clock_text(seconds(3723)), "1:02:03");
+}
+
+TEST(ProgressReportTest, IsALineThatIsReadBack) {
+    const ProgressReport report{"play 3", 12, 400};
+    EXPECT_EQ(report.line(), "progress 12 400 play 3\n");
+    EXPECT_EQ(ProgressReport::parse("progress 12 400 play 3"), report);
+    for (const char* other : {"", "progress", "progress 12", "progress 12 400", "progress x 1 y",
+                              "talvor: progress 1 2 x"}) {
+        EXPECT_FALSE(ProgressReport::parse(other)) << other;
+    }
+}
+
+TEST(ProgressBarTest, ReportsWithoutBeingShown) {
+    const TemporaryFile reports = TemporaryFile::create().value();
+    testing::internal::CaptureStderr();
+    {
+        ProgressBar bar(false, reports.descriptor());
+        bar.show("check", 1, 10);
+        bar.show("check", 2, 10); // too soon
+        bar.show("check", 10, 10);
+        bar.show("play", 0, 10);
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(read_text_file(reports.path()).value(),
+              "progress 1 10 check\nprogress 10 10 check\nprogress 0 10 play\n");
 }
 
 } // namespace
