@@ -192,7 +192,7 @@ Status play_command(Context& context, const PlayFileOptions& options) {
     TRY(device.describe(context));
     const bool bar_shown =
         options.progress == "always" || (options.progress == "auto" && context.out.watched());
-    ProgressBar bar(bar_shown);
+    ProgressBar bar(bar_shown, context.out.reports());
     PlayRun run;
     run.command = options.command;
     run.file = source->name();
