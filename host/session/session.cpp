@@ -52,6 +52,25 @@ Status check_generation(const Board& board, const PodRecord& pod) {
                                  pod.generation()));
 }
 
+// Another pod than the board file's own, by the same file: its controller block must not be that of
+// the file's pod.
+void set_block_apart(KeyStore& keys, uint32_t serial) {
+    uint32_t own = 0;
+    if (const Key* key = keys.find(kSerialKey); key != nullptr) {
+        (void)parse_unsigned(key->text, own);
+    }
+    if (own == serial) {
+        return;
+    }
+    const std::string port = fmt::format("{}", serial);
+    if (keys.find("VEXIL.ECOM_DRVR") != nullptr) {
+        keys.set("VEXIL.ECOM_PORT", port);
+    } else if (keys.find("KELM.POD_DRVR") != nullptr) {
+        keys.set("KELM.POD_PORT", port);
+        keys.set("KELM.POD_SERIAL", "");
+    }
+}
+
 void override_link_delay(KeyStore& keys, int32_t delay) {
     // The mode key chooses which of the other two is read.
     const Key* mode = keys.find(kLinkModeKey);
@@ -131,6 +150,9 @@ Result<PodRecord> complete_board(Board& board, const DeviceTable& table,
     }
     TRY(check_generation(board, pod));
     KeyStore& keys = board.keys;
+    if (options.one_of_several) {
+        set_block_apart(keys, pod.serial);
+    }
     if (options.serial || keys.find(kSerialKey) == nullptr) {
         keys.set(kSerialKey, fmt::format("{}", pod.serial));
     }

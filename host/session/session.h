@@ -25,6 +25,7 @@ struct SessionOptions {
     std::optional<std::string> board;          // a board file; without one the pod's own defaults
     std::optional<std::string> library;        // before the board file's
     std::optional<uint32_t> serial;            // before the board file's
+    bool one_of_several = false;               // the board file is that of other pods, too
     std::optional<int32_t> link_delay;         // test clocks, before the board file's
     std::optional<double> max_hertz;           // test clock at most, before the board file's
     std::vector<uint32_t> instruction_lengths; // nearest TDI first, before the board file's

@@ -67,6 +67,35 @@ TEST(CompleteBoardTest, TheSerialNumberAskedForComesBeforeTheBoards) {
     EXPECT_FALSE(complete_board(board, kTable, options));
 }
 
+// A board file for several pods names the controller block of one of them.
+TEST(CompleteBoardTest, AnotherPodOfACommonFileGetsABlockOfItsOwn) {
+    SessionOptions options;
+    options.one_of_several = true;
+    options.serial = 22;
+    const Board common = board_with({{"KELM.POD_SN", "11"},
+                                     {"KELM.POD_DRVR", "mine"},
+                                     {"KELM.POD_PORT", "3"},
+                                     {"KELM.POD_SERIAL", "name"}});
+    Board other = common;
+    ASSERT_TRUE(complete_board(other, kTable, options));
+    EXPECT_EQ(text_of(other, "KELM.POD_PORT"), "22");
+    EXPECT_EQ(text_of(other, "KELM.POD_SERIAL"), "");
+    Board emulator = board_with({{"VEXIL.ECOM_DRVR", "theirs"}});
+    ASSERT_TRUE(complete_board(emulator, kTable, options));
+    EXPECT_EQ(text_of(emulator, "VEXIL.ECOM_PORT"), "22");
+    EXPECT_EQ(text_of(emulator, "KELM.POD_PORT"), "absent");
+    // The file's own pod, and a session alone, keep what it says.
+    options.serial = 11;
+    Board own = common;
+    ASSERT_TRUE(complete_board(own, kTable, options));
+    EXPECT_EQ(text_of(own, "KELM.POD_PORT"), "3");
+    options = {};
+    options.serial = 22;
+    Board alone = common;
+    ASSERT_TRUE(complete_board(alone, kTable, options));
+    EXPECT_EQ(text_of(alone, "KELM.POD_PORT"), "3");
+}
+
 TEST(CompleteBoardTest, ADamagedBlockIsNamed) {
     DeviceTable table = kTable;
     table.pods[0].block_good = false;
