@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
 #include <atomic>
 #include <csignal>
 #include <fcntl.h>
@@ -350,6 +351,30 @@ TEST(ProxyTest, ALockFileWithoutALiveOwnerIsNoClaim) {
     std::string owner;
     std::ifstream(SHM_OWNER_LOCK_PATH) >> owner;
     EXPECT_EQ(owner, std::to_string(getpid()));
+}
+
+TEST(ProxyTest, APodThatIsBusyKeepsNoOtherWaiting) {
+    Echo busy;
+    std::array<Echo, 3> idle;
+    const auto proxy = start({{{42, 0x0200, 0, 0}, &busy},
+                              {{43, 0x0200, 0, 1}, &idle[0]},
+                              {{44, 0x0200, 0, 2}, &idle[1]},
+                              {{45, 0x0200, 0, 3}, &idle[2]}});
+    Host first(42);
+    first.queue("write 4 0");
+    first.block().cmd = SHM_CMD_EXECUTE;
+    first.post_start();
+    wait_until(busy.running);
+    for (uint32_t serial = 43; serial <= 45; ++serial) {
+        Host other(serial);
+        for (int i = 0; i < 20; ++i) {
+            EXPECT_EQ(other.exchange(SHM_CMD_ATTACH), 0);
+            other.queue("read 18");
+            EXPECT_EQ(other.exchange(SHM_CMD_EXECUTE), 2);
+        }
+    }
+    busy.go_on = true;
+    EXPECT_TRUE(first.take_complete());
 }
 
 TEST(ProxyTest, StopsWhileABatchRunsAndTheHostGetsAFailure) {
