@@ -170,7 +170,12 @@ void Bits::resize(size_t length_bits, bool value) {
         words_.back() = low_word(words_.back() | (0xFFFFU << used));
     }
     size_ = length_bits;
-    words_.resize(word_count(length_bits), value ? uint16_t{0xFFFF} : uint16_t{0});
+    // Zeros take the vector's quick way.
+    if (value) {
+        words_.resize(word_count(length_bits), uint16_t{0xFFFF});
+    } else {
+        words_.resize(word_count(length_bits));
+    }
     clear_unused();
 }
 
