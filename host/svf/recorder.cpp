@@ -104,7 +104,7 @@ Status Recorder::scanned(ScanPath path, const Bits& out, const Bits* in, StableS
     count_.bits += out.size();
     count_.answered += known != 0 ? 1 : 0;
     at_ = end;
-    const Status written = write(Step::Kind::Scan);
+    Status written = write(Step::Kind::Scan);
     body = {}; // the values are the caller's
     return written;
 }
