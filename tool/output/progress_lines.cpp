@@ -33,7 +33,7 @@ void ProgressLines::show(const std::vector<std::string>& lines, const std::strin
         return;
     }
     // The row below stays free for the cursor.
-    const size_t rows = std::max<size_t>(terminal_rows(), 2) - 1;
+    const size_t rows = std::max<size_t>(terminal_height(STDERR_FILENO), 2) - 1;
     const size_t width = std::max<size_t>(terminal_width(), 2) - 1;
     std::string text = rows_ == 0 ? "" : fmt::format("\033[{}A\033[J", rows_);
     const std::vector<std::string> fitting = fitting_lines(lines, summary, rows);
