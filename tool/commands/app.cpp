@@ -138,9 +138,10 @@ std::vector<std::string> join_simulate(std::vector<std::string> arguments) {
 }
 
 void add_session_commands(Command& program) {
-    for (const auto add : {add_info, add_chain, add_ir, add_dr, add_state, add_reset, add_status,
-                           add_link, add_reg, add_pins, add_tclk, add_shmoo, add_play, add_convert,
-                           add_bsdl, add_bench, add_doctor, add_init, add_run}) {
+    for (const auto add :
+         {add_info,    add_chain, add_ir,    add_dr,           add_state, add_reset, add_status,
+          add_link,    add_reg,   add_pins,  add_interconnect, add_tclk,  add_shmoo, add_play,
+          add_convert, add_bsdl,  add_bench, add_doctor,       add_init,  add_run}) {
         add(program);
     }
 }

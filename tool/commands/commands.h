@@ -38,6 +38,7 @@ void add_serve(Command& program);
 void add_bench(Command& program);
 void add_doctor(Command& program);
 void add_init(Command& program);
+void add_interconnect(Command& program);
 void add_pins(Command& program);
 void add_completion(Command& program);
 void add_run(Command& program);
