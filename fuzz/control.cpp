@@ -29,6 +29,10 @@ constexpr size_t kServedLine = 1000;
 // Fits what the kernel keeps for a socket, both ways.
 constexpr size_t kMostBytes = 8192;
 
+char level_of(podsim::Core core) {
+    return core == podsim::Core::Off ? 'Z' : core == podsim::Core::High ? '1' : '0';
+}
+
 std::string words_of(const Command& command) {
     const auto level = [&](const char* off, const char* on) { return command.on ? on : off; };
     switch (command.verb) {
@@ -52,6 +56,20 @@ std::string words_of(const Command& command) {
         return level("unplug", "plug");
     case Verb::Status:
         return "status";
+    case Verb::Fault:
+        return "fault " + text_of(command.board_fault);
+    case Verb::Mend:
+        return "mend " + text_of(command.board_fault);
+    case Verb::MendAll:
+        return "mend all";
+    case Verb::Core:
+        return fmt::format("core {} {}", command.place, level_of(command.core));
+    case Verb::Drive:
+        return fmt::format("drive {} {}", command.place, level_of(command.core));
+    case Verb::Level:
+        return fmt::format("level {}", command.place);
+    case Verb::Board:
+        return "board";
     }
     return "";
 }
@@ -88,7 +106,7 @@ void check_script(std::string_view text) {
         return;
     }
     for (const control::Step& step : *steps) {
-        FUZZ_CHECK(step.command.verb != Verb::Status, "a script does not ask for the status");
+        FUZZ_CHECK(!control::is_question(step.command.verb), "a script asks for nothing");
         FUZZ_CHECK(step.place.starts_with("a.script:"), "a step knows its place");
     }
 }

@@ -1,5 +1,7 @@
 #include "podsim/control/command.h"
 
+#include "podsim/control/board_command.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -10,8 +12,6 @@
 
 namespace talvor::podsim::control {
 namespace {
-
-using Words = std::span<const std::string_view>;
 
 struct Grammar {
     std::string_view word;
@@ -74,12 +74,6 @@ std::optional<uint32_t> number(std::string_view text, uint32_t limit) {
     return value;
 }
 
-Failure wrong_argument(Words words, const std::string& expected) {
-    const std::string found =
-        words.size() > 1 ? fmt::format("not '{}'", words[1]) : "and nothing came";
-    return failure(fmt::format("{} takes {}, {}", words[0], expected, found));
-}
-
 Result<Command> parse_switch(const Grammar& grammar, Words words) {
     Command command{.verb = grammar.verb};
     if (words.size() > 1 && (words[1] == grammar.on || words[1] == grammar.off)) {
@@ -129,12 +123,22 @@ Result<Command> parse_verb(Words words) {
     }
     return failure(
         fmt::format("unknown command '{}': expected power, clock, emu0, emu1, fail, refuse, "
-                    "latency, loopback, unplug, plug or status",
+                    "latency, loopback, fault, mend, core, drive, level, board, unplug, plug or "
+                    "status",
                     words[0]));
 }
 
 bool takes_argument(Verb verb) {
     return verb != Verb::Plug && verb != Verb::Status;
+}
+
+Result<Command> parse_words(Words words) {
+    if (takes_board(words[0])) {
+        return parse_board(words);
+    }
+    Command command = TRY(parse_verb(words));
+    TRY(check_end(words, takes_argument(command.verb) ? 2 : 1));
+    return command;
 }
 
 } // namespace
@@ -153,11 +157,7 @@ Result<Command> parse(std::string_view line) {
     if (words.empty()) {
         return failure("a command is missing");
     }
-    Command command = TRY(parse_verb(words));
-    const size_t taken = takes_argument(command.verb) ? 2 : 1;
-    if (words.size() > taken) {
-        return failure(fmt::format("'{}' is too much after {}", words[taken], words[0]));
-    }
+    Command command = TRY(parse_words(words));
     command.serial = serial;
     return command;
 }

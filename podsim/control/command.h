@@ -8,10 +8,23 @@
 //   unplug          plug
 //   status          the state of all pods as JSON
 //
+// Of the board behind a pod (PLACE: a net or "device.pin"):
+//
+//   fault open PLACE            fault stuck PLACE 0|1
+//   fault short NET NET... [wired-and|wired-or|strong]
+//   fault dead DEVICE [0|1]     fault swapped DEVICE DEVICE
+//   mend all                    mend and the words of a fault, with or without the last
+//   core PIN 0|1|Z  what the device's own logic drives
+//   drive NET 0|1|Z what the board drives
+//   level PLACE     the level there, 0 or 1
+//   board           the state of the board as JSON
+//
 // `pod SERIAL` before a command names the pod; without it a command is meant for the only pod.
 #pragma once
 
 #include "common/result.h"
+#include "podsim/model/board_fault.h"
+#include "podsim/model/drive.h"
 #include "podsim/model/loop_back.h"
 
 #include <cstdint>
@@ -21,7 +34,26 @@
 
 namespace talvor::podsim::control {
 
-enum class Verb { Power, Clock, Emu0, Emu1, Fail, Refuse, Latency, Loopback, Plug, Status };
+enum class Verb {
+    Power,
+    Clock,
+    Emu0,
+    Emu1,
+    Fail,
+    Refuse,
+    Latency,
+    Loopback,
+    Plug,
+    Status,
+    // Of the board.
+    Fault,
+    Mend,
+    MendAll,
+    Core,
+    Drive,
+    Level,
+    Board,
+};
 
 struct Command {
     Verb verb{};
@@ -29,11 +61,23 @@ struct Command {
     uint32_t number = 0;              // fail, refuse: how many; latency: microseconds
     LoopFault fault{};                // loopback
     std::optional<uint32_t> serial{}; // the pod that is meant
+    BoardFault board_fault{};         // fault, mend
+    std::string place{};              // core, drive, level
+    Core core = Core::Off;            // core, drive
     bool operator==(const Command&) const = default;
 };
 
 // Largest latency: an hour.
 inline constexpr uint32_t kMaxLatencyUs = 3'600'000'000U;
+
+// Whether it is about the board behind the pod.
+[[nodiscard]] constexpr bool is_of_board(Verb verb) {
+    return verb >= Verb::Fault;
+}
+// Whether it changes nothing, and is answered.
+[[nodiscard]] constexpr bool is_question(Verb verb) {
+    return verb == Verb::Status || verb == Verb::Level || verb == Verb::Board;
+}
 
 // Parses one line. The reason of a failure names the word that is wrong and what was expected.
 [[nodiscard]] Result<Command> parse(std::string_view line);

@@ -39,7 +39,7 @@ Result<Step> parse_step(std::string_view line, const std::string& place) {
     if (!command) {
         return file_error(place, headline(command.error()));
     }
-    if (command->verb == Verb::Status) {
+    if (is_question(command->verb)) {
         return file_error(place, "a script cannot ask for the status");
     }
     step.command = *command;

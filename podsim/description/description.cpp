@@ -63,7 +63,7 @@ std::vector<control::Command> read_faults(const TomlReader& reader) {
         const auto command = control::parse(line);
         if (!command) {
             reader.error("faults", headline(command.error()));
-        } else if (command->serial || command->verb == control::Verb::Status) {
+        } else if (command->serial || control::is_question(command->verb)) {
             reader.error("faults", "expected faults of this pod, found \"" + line + "\"");
         } else {
             faults.push_back(*command);

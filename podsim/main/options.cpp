@@ -111,7 +111,9 @@ void add_ctl(CommandLine& line) {
     ctl->add_option("COMMAND", line.words,
                     "power off|on, clock off|on, emu0|emu1 high|low, fail N, "
                     "refuse N, latency MICROSECONDS, loopback FAULT, unplug, "
-                    "plug, status; 'pod SERIAL' first chooses a pod")
+                    "plug, status; of the board: fault open|short|stuck|dead|swapped PLACE..., "
+                    "mend all|KIND PLACE..., core PIN 0|1|Z, drive NET 0|1|Z, level PLACE, board; "
+                    "'pod SERIAL' first chooses a pod")
         ->required();
     ctl->positionals_at_end();
     line.ctl = ctl;
@@ -128,6 +130,9 @@ ValueWords fault_words() {
     std::vector<std::string> words{"power",   "clock", "emu0",   "emu1",   "fail", "refuse",
                                    "latency", "plug",  "unplug", "status", "pod",  "loopback"};
     words.insert(words.end(), {"on", "off", "high", "low"});
+    words.insert(words.end(),
+                 {"fault", "mend", "core", "drive", "level", "board", "all", "open", "short",
+                  "stuck", "dead", "swapped", "wired-and", "wired-or", "strong"});
     for (const LoopFault fault : kLoopFaults) {
         words.emplace_back(control::name_of(fault));
     }

@@ -222,6 +222,11 @@ Status SimulatedPod::change(const std::function<void(Faults&, Troubles&)>& chang
     return status;
 }
 
+Status SimulatedPod::between_batches(const std::function<Status()>& action) {
+    const std::unique_lock lock(mutex_, patience());
+    return lock.owns_lock() ? action() : running();
+}
+
 Result<Report> SimulatedPod::report() {
     const std::unique_lock lock(mutex_, patience());
     if (!lock.owns_lock()) {

@@ -74,6 +74,8 @@ public:
     // two batches, or not at all when the call fails.
     [[nodiscard]] Status change(const std::function<void(Faults&, Troubles&)>& change);
     [[nodiscard]] Result<Report> report();
+    // Has `action` done between two batches, or not at all; what it says.
+    [[nodiscard]] Status between_batches(const std::function<Status()>& action);
     static constexpr std::chrono::seconds patience() { return std::chrono::seconds(1); }
 
     // Has `action` called on the worker's thread just before batch `number` (from 1) is executed.

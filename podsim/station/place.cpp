@@ -14,12 +14,15 @@ namespace {
 struct FarEnd {
     std::unique_ptr<Target> target;
     std::function<void()> release;
+    Chain* chain = nullptr; // the same, where it is one
 };
 
 Result<FarEnd> make_target(const description::Pod& pod) {
     const auto* external = std::get_if<description::External>(&pod.target);
     if (external == nullptr) {
-        return FarEnd{std::make_unique<Chain>(std::get<ChainDescription>(pod.target)), {}};
+        auto chain = std::make_unique<Chain>(std::get<ChainDescription>(pod.target));
+        Chain* const address = chain.get();
+        return FarEnd{std::move(chain), {}, address};
     }
     auto connected = external::ExternalTarget::connect({.address = external->address,
                                                         .protocol = external->protocol,
@@ -31,7 +34,7 @@ Result<FarEnd> make_target(const description::Pod& pod) {
                             connected.error().next_step);
     }
     external::ExternalTarget* client = connected->get();
-    return FarEnd{*std::move(connected), [client] { client->request_stop(); }};
+    return FarEnd{*std::move(connected), [client] { client->request_stop(); }, nullptr};
 }
 
 } // namespace
@@ -42,6 +45,7 @@ Result<Place> make_place(const description::Pod& pod, const StationOptions& opti
     pod::Settings settings{pod.serial, pod.controller, options.log_batches};
     settings.controller.strict = settings.controller.strict || options.strict;
     Place place;
+    place.chain = far_end.chain;
     place.pod = std::make_unique<pod::SimulatedPod>(settings, std::move(far_end.target), log);
     place.pod->on_stop(std::move(far_end.release));
     if (!vcd.empty()) {
@@ -81,7 +85,7 @@ void change_by(const control::Command& command, Faults& faults, pod::Troubles& t
     case control::Verb::Plug:
         troubles.plugged = command.on;
         break;
-    case control::Verb::Status:
+    default: // the others change neither
         break;
     }
 }

@@ -5,6 +5,7 @@
 #include "podsim/base/log.h"
 #include "podsim/control/command.h"
 #include "podsim/description/description.h"
+#include "podsim/model/chain.h"
 #include "podsim/pod/simulated_pod.h"
 #include "podsim/station/options.h"
 #include "podsim/trace/vcd_writer.h"
@@ -17,7 +18,8 @@ namespace talvor::podsim {
 struct Place {
     std::unique_ptr<trace::VcdWriter> trace; // outlives the pod
     std::unique_ptr<pod::SimulatedPod> pod;
-    bool plugged = true; // in the device table
+    Chain* chain = nullptr; // its target, which it owns; null where that is an external one
+    bool plugged = true;    // in the device table
 };
 
 // Makes the pod of a description, reaches its external target, and opens its trace in the file

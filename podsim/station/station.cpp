@@ -1,6 +1,7 @@
 #include "podsim/station/station.h"
 
 #include "common/text.h"
+#include "podsim/station/board_operator.h"
 #include "podsim/station/report.h"
 
 #include <fmt/format.h>
@@ -102,7 +103,27 @@ Result<size_t> Station::place_of(const control::Command& command) const {
     return static_cast<size_t>(found - places_.begin());
 }
 
+Result<std::string> Station::operate_board(size_t place, const control::Command& command) {
+    const Place& at = places_[place];
+    if (at.chain == nullptr) {
+        return refused_error({},
+                             fmt::format("pod {} has an external target, whose board is its own "
+                                         "affair",
+                                         at.pod->serial()));
+    }
+    std::string answer;
+    TRY(at.pod->between_batches([&]() -> Status {
+        answer = TRY(operate(*at.chain, command));
+        return {};
+    }));
+    return answer;
+}
+
 Status Station::apply(size_t place, const control::Command& command) {
+    if (control::is_of_board(command.verb)) {
+        TRY(operate_board(place, command));
+        return {};
+    }
     TRY(places_[place].pod->change(
         [&](Faults& faults, pod::Troubles& troubles) { change_by(command, faults, troubles); }));
     if (command.verb == control::Verb::Plug) {
@@ -132,7 +153,11 @@ Result<std::string> Station::answer(std::string_view line) {
     if (command.verb == control::Verb::Status) {
         return status();
     }
-    TRY(apply(TRY(place_of(command)), command));
+    const size_t place = TRY(place_of(command));
+    if (control::is_of_board(command.verb)) {
+        return operate_board(place, command);
+    }
+    TRY(apply(place, command));
     return "ok";
 }
 

@@ -53,6 +53,8 @@ private:
     // The place of the pod that a command means.
     [[nodiscard]] Result<size_t> place_of(const control::Command& command) const;
     [[nodiscard]] Status apply(size_t place, const control::Command& command);
+    // The same for one that is about the board, with its answer.
+    [[nodiscard]] Result<std::string> operate_board(size_t place, const control::Command& command);
     void set_plugged(size_t place, bool plugged);
     // The state of all pods as JSON.
     [[nodiscard]] Result<std::string> status();

@@ -43,6 +43,57 @@ TEST(CommandTest, EveryCommandIsUnderstood) {
     }
 }
 
+TEST(CommandTest, EveryCommandOfTheBoardIsUnderstood) {
+    using Kind = BoardFault::Kind;
+    using Model = BoardFault::Model;
+    const auto fault = [](Verb verb, Kind kind, std::vector<std::string> places,
+                          Model model = Model::WiredAnd, bool level = true) {
+        return Command{
+            .verb = verb,
+            .board_fault = {
+                .kind = kind, .places = std::move(places), .model = model, .level = level}};
+    };
+    const struct {
+        const char* line;
+        Command command;
+    } lines[] = {
+        {"fault open u1.PA(3)", fault(Verb::Fault, Kind::Open, {"u1.PA(3)"})},
+        {"fault short D3 D4", fault(Verb::Fault, Kind::Short, {"D3", "D4"})},
+        {"fault short A B C strong",
+         fault(Verb::Fault, Kind::Short, {"A", "B", "C"}, Model::Strong)},
+        {"fault short A B wired-or", fault(Verb::Fault, Kind::Short, {"A", "B"}, Model::WiredOr)},
+        {"fault stuck D3 0", fault(Verb::Fault, Kind::Stuck, {"D3"}, Model::WiredAnd, false)},
+        {"fault stuck 1 1", fault(Verb::Fault, Kind::Stuck, {"1"})},
+        {"fault dead u2", fault(Verb::Fault, Kind::Dead, {"u2"})},
+        {"fault dead u2 0", fault(Verb::Fault, Kind::Dead, {"u2"}, Model::WiredAnd, false)},
+        {"fault swapped u1 u2", fault(Verb::Fault, Kind::Swapped, {"u1", "u2"})},
+        {"mend stuck D3", fault(Verb::Mend, Kind::Stuck, {"D3"})},
+        {"mend short A B wired-or", fault(Verb::Mend, Kind::Short, {"A", "B"}, Model::WiredOr)},
+        {"mend all", {.verb = Verb::MendAll}},
+        {"core u1.PA(0) 1", {.verb = Verb::Core, .place = "u1.PA(0)", .core = Core::High}},
+        {"core u1.PA(0) z", {.verb = Verb::Core, .place = "u1.PA(0)", .core = Core::Off}},
+        {"drive D3 0", {.verb = Verb::Drive, .place = "D3", .core = Core::Low}},
+        {"pod 7 level D3", {.verb = Verb::Level, .serial = 7, .place = "D3"}},
+        {"board", {.verb = Verb::Board}},
+    };
+    for (const auto& good : lines) {
+        const auto command = parse(good.line);
+        ASSERT_TRUE(command) << good.line << ": " << reason_of(command);
+        EXPECT_EQ(command.value(), good.command) << good.line;
+        EXPECT_TRUE(is_of_board(command->verb)) << good.line;
+    }
+}
+
+// What a fault is listed as is what brings it about.
+TEST(CommandTest, AFaultIsListedInTheWordsThatBringItAbout) {
+    for (const char* line :
+         {"open D3", "short A B wired-or", "stuck u1.PA(3) 0", "dead u2 1", "swapped u1 u2"}) {
+        const auto command = parse("fault " + std::string(line));
+        ASSERT_TRUE(command) << reason_of(command);
+        EXPECT_EQ(text_of(command->board_fault), line);
+    }
+}
+
 TEST(CommandTest, WhatIsWrongIsNamedWithWhatWasExpected) {
     const struct {
         const char* line;
@@ -65,7 +116,31 @@ TEST(CommandTest, WhatIsWrongIsNamedWithWhatWasExpected) {
         {"power off now", "'now' is too much after power"},
         {"status all", "'all' is too much after status"},
         {"POWER off", "unknown command 'POWER': expected power, clock, emu0, emu1, fail, refuse, "
-                      "latency, loopback, unplug, plug or status"},
+                      "latency, loopback, fault, mend, core, drive, level, board, unplug, plug or "
+                      "status"},
+        {"fault", "fault takes open, short, stuck, dead or swapped, and nothing came"},
+        {"fault all", "fault takes open, short, stuck, dead or swapped, not 'all'"},
+        {"fault open", "fault open takes a net or a pin"},
+        {"fault open D3 D4", "'D4' is too much after fault open"},
+        {"fault short D3", "fault short takes two nets or more"},
+        {"fault short D3 wired-or", "fault short takes two nets or more"},
+        {"fault stuck D3", "fault stuck takes a net or a pin, and 0 or 1"},
+        {"fault stuck 1", "fault stuck takes a net or a pin, and 0 or 1"},
+        {"fault stuck D3 2", "fault stuck takes a net or a pin, and 0 or 1"},
+        {"fault dead u1 u2", "'u2' is too much after fault dead"},
+        {"fault swapped u1", "fault swapped takes two devices"},
+        {"fault swapped u1 u2 u3", "'u3' is too much after fault swapped"},
+        {"mend", "mend takes all, open, short, stuck, dead or swapped, and nothing came"},
+        {"mend all now", "'now' is too much after mend"},
+        {"mend broken", "mend takes all, open, short, stuck, dead or swapped, not 'broken'"},
+        {"core", "core takes a pin and 0, 1 or Z"},
+        {"core u1.A", "core takes a pin and 0, 1 or Z"},
+        {"core u1.A 2", "core takes a pin and 0, 1 or Z"},
+        {"core u1.A 1 1", "'1' is too much after core"},
+        {"drive D3", "drive takes a net and 0, 1 or Z"},
+        {"level", "level takes a net or a pin, and nothing came"},
+        {"level D3 D4", "'D4' is too much after level"},
+        {"board all", "'all' is too much after board"},
     };
     for (const auto& bad : lines) {
         const auto command = parse(bad.line);

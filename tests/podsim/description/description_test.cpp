@@ -317,6 +317,196 @@ TEST(DescriptionTest, ErrorsOfARegisterNameFileLineKeyAndExpectation) {
     });
 }
 
+// Two devices with a boundary register in plain form, and what stands behind them.
+std::string board_with(const std::string& lines) {
+    std::string text = "[[pod]]\nserial = 1\n";
+    for (const char* name : {"a", "b"}) {
+        text += std::string("[[pod.tap]]\nname = \"") + name +
+                "\"\nir_length = 4\n[[pod.tap.register]]\nname = \"r\"\nkind = \"boundary\"\n"
+                "sample = 1\n[[pod.tap.register.pin]]\nname = \"OUT\"\noutput = true\n"
+                "[[pod.tap.register.pin]]\nname = \"IN\"\n";
+    }
+    return text + lines;
+}
+
+TEST(DescriptionTest, ReadsNetsOfManyPinsAndFaults) {
+    const Description description = parsed(board_with(R"(
+        [[pod.net]]
+        name = "D0"
+        pins = ["a.OUT", "b.IN"]
+        pull = "up"
+        [[pod.net]]
+        name = "D1"
+        pins = ["b.OUT"]
+        pull = "down"
+        drive = 1
+        floating = 0
+        [[pod.fault]]
+        kind = "open"
+        net = "D0"
+        [[pod.fault]]
+        kind = "open"
+        pin = "b.IN"
+        [[pod.fault]]
+        kind = "stuck"
+        net = "D1"
+        level = 0
+        [[pod.fault]]
+        kind = "short"
+        nets = ["D1", "D0"]
+        [[pod.fault]]
+        kind = "short"
+        nets = ["D1", "D0"]
+        model = "strong"
+        [[pod.fault]]
+        kind = "dead"
+        device = "b"
+        [[pod.fault]]
+        kind = "swapped"
+        devices = ["b", "a"]
+    )"));
+    ASSERT_EQ(description.pods.size(), 1U);
+    const BoardDescription& board = chain_of(description.pods[0]).board;
+    ASSERT_EQ(board.nets.size(), 2U);
+    EXPECT_EQ(board.nets[0].name, "D0");
+    EXPECT_THAT(board.nets[0].pins, ElementsAre(PinPlace{0, 0}, PinPlace{1, 1}));
+    EXPECT_EQ(board.nets[0].pull, true);
+    EXPECT_EQ(board.nets[0].drive, std::nullopt);
+    EXPECT_EQ(board.nets[1].pull, false);
+    EXPECT_EQ(board.nets[1].drive, true);
+    EXPECT_EQ(board.nets[1].floating, false);
+    EXPECT_TRUE(board.floating);
+    std::vector<std::string> faults;
+    for (const BoardFault& fault : board.faults) {
+        faults.push_back(text_of(fault));
+    }
+    EXPECT_THAT(faults, ElementsAre("open D0", "open b.IN", "stuck D1 0", "short D1 D0 wired-and",
+                                    "short D1 D0 strong", "dead b 1", "swapped b a"));
+}
+
+TEST(DescriptionTest, ErrorsOfABoardNameFileLineKeyAndExpectation) {
+    // What stands behind the two TAPs begins with line 27.
+    const auto net = [](const std::string& lines) { return board_with("[[pod.net]]\n" + lines); };
+    const auto fault = [&](const std::string& lines) {
+        return net("name = \"N\"\npins = []\n[[pod.fault]]\n" + lines);
+    };
+    expect_reasons({
+        {net("name = \"N\"\n"),
+         "27: pod[0].net[0].pins: missing, expected the pins, each written \"tap.pin\""},
+        {net("pins = []\n"), "27: pod[0].net[0].name: missing, expected a text"},
+        {net("name = \"N\"\npins = [\"a.X\"]\n"),
+         "29: pod[0].net[0].pins: expected pins of this chain, each written \"tap.pin\", found "
+         "\"a.X\""},
+        {net("name = \"N\"\npins = [\"a.IN\", \"a.in\"]\n"),
+         "29: pod[0].net[0].pins: expected pins that no other net has"},
+        {net("from = \"a.OUT\"\nto = \"b.IN\"\n[[pod.net]]\nname = \"N\"\npins = "
+             "[\"b.IN\"]\n"),
+         "32: pod[0].net[1].pins: expected pins that no other net has"},
+        {net("name = \"N M\"\npins = []\n"),
+         "28: pod[0].net[0].name: expected a name without blanks, found \"N M\""},
+        {net("name = \"a.IN\"\npins = []\n"),
+         "28: pod[0].net[0].name: expected a name that no pin has, found \"a.IN\""},
+        {net("name = \"N\"\npins = []\n[[pod.net]]\nname = \"N\"\npins = []\n"),
+         "31: pod[0].net[1].name: expected a name of its own, found \"N\" again"},
+        {net("name = \"N\"\npins = []\npull = \"left\"\n"),
+         "30: pod[0].net[0].pull: expected up or down, found \"left\""},
+        {net("name = \"N\"\npins = []\ndrive = 2\n"),
+         "30: pod[0].net[0].drive: expected an integer from 0 to 1, found 2"},
+        {fault("net = \"N\"\n"),
+         "30: pod[0].fault[0].kind: missing, expected open, short, stuck, dead or swapped"},
+        {fault("kind = \"bad\"\n"),
+         "31: pod[0].fault[0].kind: expected open, short, stuck, dead or swapped, found \"bad\""},
+        {fault("kind = \"open\"\n"),
+         "30: pod[0].fault[0].net: missing, expected the net or the pin that is meant"},
+        {fault("kind = \"open\"\nnet = \"M\"\n"),
+         "32: pod[0].fault[0].net: expected the name of a net, found \"M\""},
+        {fault("kind = \"open\"\npin = \"N\"\n"),
+         "32: pod[0].fault[0].pin: expected a pin of this chain, written \"tap.pin\", found "
+         "\"N\""},
+        {fault("kind = \"open\"\nnet = \"N\"\npin = \"a.IN\"\n"),
+         "33: pod[0].fault[0].pin: expected a net or a pin, not both"},
+        {fault("kind = \"stuck\"\nnet = \"N\"\n"),
+         "30: pod[0].fault[0].level: missing, expected 0 or 1"},
+        {fault("kind = \"short\"\nnets = [\"N\"]\n"),
+         "32: pod[0].fault[0].nets: expected two names or more, each another"},
+        {fault("kind = \"short\"\nnets = [\"N\", \"N\"]\n"),
+         "32: pod[0].fault[0].nets: expected two names or more, each another"},
+        {fault("kind = \"short\"\nnets = [\"N\", \"M\"]\n"),
+         "32: pod[0].fault[0].nets: expected the name of a net, found \"M\""},
+        {fault("kind = \"dead\"\ndevice = \"c\"\n"),
+         "32: pod[0].fault[0].device: expected the name of a TAP, found \"c\""},
+        {fault("kind = \"swapped\"\ndevices = [\"a\"]\n"),
+         "32: pod[0].fault[0].devices: expected two different names"},
+        {fault("kind = \"open\"\nnet = \"N\"\nlevel = 1\n"),
+         "33: pod[0].fault[0].level: unknown key, expected one of kind, net, pin"},
+        {"[[pod]]\nserial = 1\ntarget = \"9000\"\nfloating = 0\n",
+         "4: pod[0].floating: expected only without target"},
+        {pod_with("faults = [\"board\"]\n"),
+         "3: pod[0].faults: expected faults of this pod, found \"board\""},
+    });
+}
+
+std::string bsdl_with(const std::string& lines) {
+    return "[[pod]]\nserial = 1\n[[pod.tap]]\nname = \"u\"\nbsdl = \"board/tlc44.bsd\"\n" + lines;
+}
+
+// `text` as a file in the folder of the examples.
+Result<Description> parsed_beside_examples(const std::string& text) {
+    return parse(text, EXAMPLES_FOLDER "/pods.toml");
+}
+
+TEST(DescriptionTest, ABsdlFileMakesATap) {
+    const auto description = parsed_beside_examples(
+        bsdl_with("core = { \"Y0\" = 1, \"IO3\" = \"0\", \"IO4\" = \"Z\" }\n[[pod.net]]\nname = "
+                  "\"N\"\npins = "
+                  "[\"u.y0\", \"u.2\"]\n[[pod.net]]\nfrom = \"u.Y1\"\nto = \"u.A1\"\n"));
+    ASSERT_TRUE(description) << reason_of(description);
+    const ChainDescription& chain = chain_of(description->pods[0]);
+    ASSERT_EQ(chain.devices.size(), 1U);
+    const DeviceDescription& device = chain.devices[0];
+    EXPECT_EQ(device.name, "u");
+    EXPECT_EQ(device.instruction_bits, 8U);
+    EXPECT_EQ(device.idcode_instruction, 0xFEU);
+    ASSERT_TRUE(device.boundary);
+    const bsdl::Device& file = *device.boundary->device;
+    const auto core = [&](const char* pin) {
+        return device.boundary->core[bsdl::find_signal(file, pin).value_or(0)];
+    };
+    EXPECT_EQ(core("Y0"), Core::High);
+    EXPECT_EQ(core("IO3"), Core::Low);
+    EXPECT_EQ(core("IO4"), Core::Off);
+    ASSERT_EQ(chain.board.nets.size(), 2U);
+    EXPECT_EQ(file.signals[chain.board.nets[0].pins[0].pin].name, "Y0");
+    EXPECT_EQ(file.signals[chain.board.nets[0].pins[1].pin].name, "A0");
+    EXPECT_EQ(chain.board.nets[1].name, "");
+}
+
+TEST(DescriptionTest, ErrorsOfABsdlTapNameFileLineKeyAndExpectation) {
+    const std::string at = EXAMPLES_FOLDER "/pods.toml:";
+    const std::vector<Wrong> all{
+        {bsdl_with("ir_length = 4\n"),
+         "6: pod[0].tap[0].ir_length: unknown key, expected one of name, bsdl, package, core"},
+        {"[[pod]]\nserial = 1\n[[pod.tap]]\nname = \"u\"\nbsdl = \"none.bsd\"\n",
+         "5: pod[0].tap[0].bsdl: " EXAMPLES_FOLDER
+         "/none.bsd: cannot be read: No such file or directory"},
+        {"[[pod]]\nserial = 1\n[[pod.tap]]\nname = \"u\"\nbsdl = \"board\"\n",
+         "5: pod[0].tap[0].bsdl: " EXAMPLES_FOLDER "/board: cannot be read: it is not a file"},
+        {bsdl_with("core = { \"Y9\" = 1 }\n"),
+         "6: pod[0].tap[0].core.Y9: expected a signal, a port or a package pin of TLC44"},
+        {bsdl_with("core = { \"Y0\" = 2 }\n"), "6: pod[0].tap[0].core.Y0: expected 0, 1 or \"Z\""},
+        {bsdl_with("core = { \"A0\" = 1 }\n"),
+         "6: pod[0].tap[0].core.A0: A0 is an input, which the device's own logic does not drive"},
+    };
+    for (const Wrong& wrong : all) {
+        const auto description = parsed_beside_examples(wrong.text);
+        EXPECT_FALSE(description) << wrong.text;
+        EXPECT_EQ(reason_of(description), at + wrong.reason) << wrong.text;
+    }
+    const auto package = parsed_beside_examples(bsdl_with("package = \"BGA\"\n"));
+    ASSERT_FALSE(package);
+    EXPECT_NE(reason_of(package).find("BGA"), std::string::npos) << reason_of(package);
+}
+
 TEST(DescriptionTest, AFileThatIsNotThereIsNamed) {
     EXPECT_EQ(reason_of(read("/nowhere/pods.toml")),
               "/nowhere/pods.toml: cannot be read: No such file or directory");

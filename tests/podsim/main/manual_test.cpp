@@ -14,7 +14,7 @@ TEST(ManualTest, EveryCommandInABoxWorksAndPrintsWhatThePageShows) {
     if (run_program({built_program("talvor-podsim"), "--private", "true"}).status != 0) {
         GTEST_SKIP() << "namespaces are not allowed here";
     }
-    test_support::run_boxes_of(SOURCE_FOLDER "/docs/podsim.md", 6);
+    test_support::run_boxes_of(SOURCE_FOLDER "/docs/podsim.md", 7);
 }
 
 } // namespace

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace talvor::podsim {
@@ -279,6 +280,30 @@ TEST(ControllerTest, TargetsEmuPinsAreSeen) {
     faults.emu.emu0 = false;
     ASSERT_TRUE(controller.set_faults(faults));
     EXPECT_EQ(controller.read(17), 0x8000U);
+}
+
+// A target that finds something wrong, once.
+class Complaining : public Chain {
+public:
+    Complaining() : Chain(scratch_chain(8)) {}
+    std::string take_finding() override { return std::exchange(finding, {}); }
+    std::string finding = "net N: two outputs";
+};
+
+TEST(ControllerTest, WhatTheTargetFindsWrongFailsABatchOfAStrictPodOnly) {
+    for (const bool strict : {true, false}) {
+        Complaining target;
+        std::vector<std::string> warnings;
+        ControllerSettings settings;
+        settings.strict = strict;
+        Controller controller(settings, target,
+                              [&](std::string_view text) { warnings.emplace_back(text); });
+        const Status first = controller.settle();
+        EXPECT_EQ(first ? "" : headline(first.error()), strict ? "net N: two outputs" : "");
+        EXPECT_EQ(warnings.size(), strict ? 0U : 1U);
+        EXPECT_TRUE(controller.settle());
+        EXPECT_EQ(warnings.size(), strict ? 0U : 1U);
+    }
 }
 
 } // namespace

@@ -145,8 +145,8 @@ TEST(StationTest, WithSeveralPodsACommandMustNameOne) {
     EXPECT_EQ(status_of(process, 0)["power"], true);
     EXPECT_EQ(status_of(process, 1)["power"], false);
     EXPECT_EQ(process.ctl("pod 7 fly"), "error: unknown command 'fly': expected power, clock, "
-                                        "emu0, emu1, fail, refuse, latency, loopback, unplug, "
-                                        "plug or status");
+                                        "emu0, emu1, fail, refuse, latency, loopback, fault, mend, "
+                                        "core, drive, level, board, unplug, plug or status");
 }
 
 TEST(StationTest, FaultsOfTheDescriptionAreThereFromTheStart) {
@@ -158,6 +158,86 @@ TEST(StationTest, FaultsOfTheDescriptionAreThereFromTheStart) {
     host.queue("read 16");
     EXPECT_LT(host.exchange(SHM_CMD_EXECUTE), 0);
     EXPECT_EQ(read_port(host, 17) & 3, TBC_STATUS1_EMU0);
+}
+
+// Two devices of one pin each in plain form, on a net.
+constexpr const char* kBoard = R"([[pod]]
+serial = 3
+[[pod.tap]]
+name = "a"
+ir_length = 4
+[[pod.tap.register]]
+name = "pins"
+kind = "boundary"
+sample = 1
+[[pod.tap.register.pin]]
+name = "OUT"
+output = true
+level = true
+[[pod.tap]]
+name = "b"
+ir_length = 4
+[[pod.tap.register]]
+name = "pins"
+kind = "boundary"
+sample = 1
+[[pod.tap.register.pin]]
+name = "IN"
+[[pod.net]]
+name = "D0"
+pins = ["a.OUT", "b.IN"]
+[[pod.net]]
+name = "FREE"
+pins = []
+pull = "down"
+)";
+
+TEST(StationTest, ABoardIsBrokenAndMendedByCommands) {
+    PodsimProcess process(kBoard);
+    EXPECT_EQ(process.ctl("level D0"), "1");
+    EXPECT_EQ(process.ctl("level b.IN"), "1");
+    EXPECT_EQ(process.ctl("core a.OUT 0"), "ok");
+    EXPECT_EQ(process.ctl("level b.IN"), "0");
+    EXPECT_EQ(process.ctl("fault stuck D0 1"), "ok");
+    EXPECT_EQ(process.ctl("level b.IN"), "1");
+    EXPECT_EQ(process.ctl("drive FREE 1"), "ok");
+    EXPECT_EQ(process.ctl("fault short FREE D0 wired-or"), "ok");
+    EXPECT_EQ(nlohmann::json::parse(process.ctl("board")), nlohmann::json::parse(R"({"nets": [
+        {"name": "D0", "level": 1, "driven": "stuck", "contention": false,
+         "pins": ["a.OUT", "b.IN"]},
+        {"name": "FREE", "level": 1, "driven": "strong", "contention": false, "pins": []}],
+        "faults": ["stuck D0 1", "short FREE D0 wired-or"]})"));
+    EXPECT_EQ(process.ctl("mend stuck D0"), "ok");
+    EXPECT_EQ(process.ctl("drive FREE Z"), "ok");
+    EXPECT_EQ(process.ctl("level FREE"), "0");
+    EXPECT_EQ(process.ctl("mend all"), "ok");
+    EXPECT_EQ(nlohmann::json::parse(process.ctl("board"))["faults"], nlohmann::json::array());
+}
+
+TEST(StationTest, WhatTheBoardDoesNotHaveIsNamed) {
+    PodsimProcess process(kBoard);
+    EXPECT_EQ(process.ctl("fault open D9"), "error: this board has no net and no pin 'D9'");
+    EXPECT_EQ(process.ctl("mend open D0"), "error: there is no such fault as 'open D0'");
+    EXPECT_EQ(process.ctl("level D9"), "error: this board has no net and no pin 'D9'");
+    EXPECT_EQ(process.ctl("core b.IN 1"),
+              "error: IN is an input, which the device's own logic does not drive");
+    EXPECT_EQ(process.ctl("pod 4 board"), "error: there is no pod 4");
+    EXPECT_EQ(process.ctl("fault open D0"), "ok");
+}
+
+TEST(StationTest, FaultsOfTheBoardComeByScriptAndDescriptionToo) {
+    const std::string script = "/dev/shm/board-script"; // private to this test
+    std::ofstream(script) << "fault open b.IN\nbatch 2: mend all\n";
+    std::string text(kBoard);
+    text.insert(text.find("[[pod.tap]]"), "faults = [\"fault stuck FREE 1\"]\n");
+    PodsimProcess process(text, {"--script", script});
+    EXPECT_EQ(nlohmann::json::parse(process.ctl("board"))["faults"],
+              nlohmann::json::parse(R"(["stuck FREE 1", "open b.IN"])"));
+    Host host(3);
+    EXPECT_EQ(read_port(host, 16), 0);
+    EXPECT_EQ(read_port(host, 16), 0);
+    EXPECT_EQ(nlohmann::json::parse(process.ctl("board"))["faults"], nlohmann::json::array());
+    unlink(script.c_str());
 }
 
 TEST(StationTest, AScriptBringsFaultsAtItsBatches) {

@@ -1,0 +1,90 @@
+#include "podsim/station/board_operator.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <optional>
+#include <string_view>
+
+namespace talvor::podsim {
+namespace {
+
+std::string_view name_of(Strength strength) {
+    switch (strength) {
+    case Strength::None:
+        break;
+    case Strength::Keep:
+        return "keeper";
+    case Strength::Weak:
+        return "weak";
+    case Strength::Pull:
+        return "pull";
+    case Strength::Strong:
+        return "strong";
+    case Strength::Rail:
+        return "stuck";
+    }
+    return "floating";
+}
+
+std::string json_of(const Chain& chain) {
+    nlohmann::ordered_json nets = nlohmann::ordered_json::array();
+    for (size_t i = 0; i < chain.board().nets(); ++i) {
+        const NetState net = chain.board().net_state(i);
+        nets.push_back({{"name", net.name},
+                        {"level", net.level ? 1 : 0},
+                        {"driven", name_of(net.drive.strength)},
+                        {"contention", net.contention},
+                        {"pins", net.pins}});
+    }
+    nlohmann::ordered_json faults = nlohmann::ordered_json::array();
+    for (const BoardFault& fault : chain.faults()) {
+        faults.push_back(text_of(fault));
+    }
+    return nlohmann::ordered_json{{"nets", nets}, {"faults", faults}}.dump(
+        -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
+Result<std::string> level_at(const Board& board, const std::string& place) {
+    if (const auto net = board.find_net(place)) {
+        return board.net_state(*net).level ? "1" : "0";
+    }
+    if (const auto pin = board.find_pin(place)) {
+        const Board::PinCells at = board.cells_of(*pin);
+        return at.cells->level(at.pin) ? "1" : "0";
+    }
+    return refused_error({}, fmt::format("this board has no net and no pin '{}'", place));
+}
+
+Status change(Chain& chain, const control::Command& command) {
+    switch (command.verb) {
+    case control::Verb::Fault:
+        return chain.add_fault(command.board_fault);
+    case control::Verb::Mend:
+        return chain.mend_fault(command.board_fault);
+    case control::Verb::Core:
+        return chain.set_core(command.place, command.core);
+    case control::Verb::Drive:
+        return chain.set_drive(command.place, command.core == Core::Off
+                                                  ? std::nullopt
+                                                  : std::optional(command.core == Core::High));
+    default:
+        chain.mend_all();
+        return {};
+    }
+}
+
+} // namespace
+
+Result<std::string> operate(Chain& chain, const control::Command& command) {
+    if (command.verb == control::Verb::Board) {
+        return json_of(chain);
+    }
+    if (command.verb == control::Verb::Level) {
+        return level_at(chain.board(), command.place);
+    }
+    TRY(change(chain, command));
+    return "ok";
+}
+
+} // namespace talvor::podsim
