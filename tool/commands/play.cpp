@@ -97,23 +97,30 @@ PlayDevice::Look look_of(const PlayFileOptions& options) {
                               : PlayDevice::Look::Yes;
 }
 
+// Checks the file unless the options say no, into `plan` when it is played then. Whether it is.
+bool check_first(play::StepSource& source, const PlayFileOptions& options, ProgressBar& bar,
+                 PlayRun& run, play::Plan& plan) {
+    if (!options.dry_run && options.no_check) {
+        return true;
+    }
+    Result<play::CheckReport> checked =
+        play::check(source, {progress_hook(bar), options.dry_run ? nullptr : &plan});
+    if (!checked) {
+        run.error = told(std::move(checked).error(), options);
+        return false;
+    }
+    run.checked = *std::move(checked);
+    return !options.dry_run && run.checked->can_be_played();
+}
+
 // Checks and plays as the options say, and notes in `run` what came of it. `program`, where the
 // file is one, is null otherwise.
 void check_and_play(play::StepSource& source, PlayProgram* program, PlayDevice& device,
                     const PlayFileOptions& options, const Output& out, ProgressBar& bar,
                     PlayRun& run, std::optional<PlayPicture>& picture) {
     play::Plan plan;
-    if (options.dry_run || !options.no_check) {
-        Result<play::CheckReport> checked =
-            play::check(source, {progress_hook(bar), options.dry_run ? nullptr : &plan});
-        if (!checked) {
-            run.error = told(std::move(checked).error(), options);
-            return;
-        }
-        run.checked = *std::move(checked);
-        if (options.dry_run || !run.checked->can_be_played()) {
-            return;
-        }
+    if (!check_first(source, options, bar, run, plan)) {
+        return;
     }
     if (Status found = device.find(); !found) {
         run.error = std::move(found).error();
@@ -132,6 +139,23 @@ void check_and_play(play::StepSource& source, PlayProgram* program, PlayDevice& 
         run.error = told(std::move(left).error(), options);
     }
     run.played = player.report();
+}
+
+// The same with the reader of the format. An error: the program of a STAPL file cannot be read.
+Status play_format(play::ByteSource& source, FileFormat format, PlayDevice& device,
+                   const PlayFileOptions& options, const Output& out, ProgressBar& bar,
+                   PlayRun& run, std::optional<PlayPicture>& picture) {
+    if (format != FileFormat::Stapl) {
+        const auto steps = open_steps(format, source, device.port(), options.strict);
+        check_and_play(*steps, nullptr, device, options, out, bar, run, picture);
+        return {};
+    }
+    const auto program =
+        TRY(PlayProgram::open(source, device.port(), options.program, options.strict));
+    run.program.emplace();
+    check_and_play(program->steps(), program.get(), device, options, out, bar, run, picture);
+    program->tell(*run.program, run.played && run.played->complete);
+    return {};
 }
 
 Status report(Context& context, const PlayRun& run, const PlayFileOptions& options) {
@@ -197,20 +221,8 @@ Status play_command(Context& context, const PlayFileOptions& options) {
     run.command = options.command;
     run.file = source->name();
     run.dry_run = options.dry_run;
-    std::unique_ptr<PlayProgram> program;
-    std::unique_ptr<play::StepSource> steps;
-    if (format == FileFormat::Stapl) {
-        program = TRY(PlayProgram::open(*source, device.port(), options.program, options.strict));
-        run.program.emplace();
-    } else {
-        steps = open_steps(format, *source, device.port(), options.strict);
-    }
-    check_and_play(program ? program->steps() : *steps, program.get(), device, options, context.out,
-                   bar, run, picture);
+    TRY(play_format(*source, format, device, options, context.out, bar, run, picture));
     run.device = {device.number(), device.name()};
-    if (program) {
-        program->tell(*run.program, run.played && run.played->complete);
-    }
     bar.clear();
     const Status reported = report(context, run, options);
     const Status drawn =
