@@ -9,7 +9,7 @@ namespace talvor::cli {
 namespace {
 
 TEST(ManualTest, ShowsWhatTheProgramDoes) {
-    test_support::run_boxes_of(source_file("docs/talvor.md"), 14);
+    test_support::run_boxes_of(source_file("docs/talvor.md"), 15);
 }
 
 TEST(BridgePageTest, ShowsWhatTheToolsDo) {

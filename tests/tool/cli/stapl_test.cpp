@@ -128,9 +128,9 @@ TEST(StaplTest, ADryRunShiftsNothing) {
 TEST(StaplTest, TheDocumentHoldsWhatTheProgramSays) {
     const Outcome outcome = on_cpld({"--json", "stapl", "--action", "READ_IDCODE", cpld()});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
-    EXPECT_THAT(outcome.out, HasSubstr("\"key\":\"IDCODE\""));
+    EXPECT_THAT(outcome.out, HasSubstr("\"key\": \"IDCODE\""));
     EXPECT_THAT(outcome.out, HasSubstr("1C91D7E3"));
-    EXPECT_THAT(outcome.out, HasSubstr("\"exit_code\":0"));
+    EXPECT_THAT(outcome.out, HasSubstr("\"exit_code\": 0"));
 }
 
 } // namespace
