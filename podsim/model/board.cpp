@@ -11,14 +11,6 @@
 namespace talvor::podsim {
 namespace {
 
-// The stronger of two drives at a net.
-Drive joined(const Drive& a, const Drive& b) {
-    if (a.strength != b.strength) {
-        return a.strength > b.strength ? a : b;
-    }
-    return {a.strength, a.level && b.level, a.by_cell || b.by_cell};
-}
-
 bool are_opposed(const Drive& a, const Drive& b) {
     return a.strength == Strength::Strong && b.strength == Strength::Strong && a.level != b.level;
 }
@@ -90,14 +82,13 @@ bool Board::rest_of(const Net& net) const {
     return net.description.floating.value_or(floating_);
 }
 
-void Board::resolve_net(Net& net) {
-    Drive all;
-    bool opposed = false;
-    bool tested = false;
+// All that drives a net by itself, in one.
+Board::Sum Board::sum_of(const Net& net) const {
+    Sum sum;
     const auto join = [&](const Drive& drive) {
-        opposed = opposed || are_opposed(all, drive);
-        tested = tested || drive.by_cell;
-        all = joined(all, drive);
+        sum.opposed = sum.opposed || are_opposed(sum.drive, drive);
+        sum.tested = sum.tested || drive.by_cell;
+        sum.drive = joined(sum.drive, drive);
     };
     if (net.description.drive) {
         join({.strength = Strength::Strong, .level = *net.description.drive});
@@ -110,15 +101,18 @@ void Board::resolve_net(Net& net) {
             join(drive_at(pins_[pin]));
         }
     }
-    const bool was = std::exchange(net.contention, opposed);
-    if (opposed && !was && tested) {
+    return sum;
+}
+
+void Board::resolve_net(Net& net) {
+    const Sum sum = sum_of(net);
+    net.contention = sum.opposed;
+    const bool told = std::exchange(net.told, sum.opposed && sum.tested);
+    if (net.told && !told) {
         note_contention(net);
     }
-    if (net.stuck) {
-        all = {.strength = Strength::Rail, .level = *net.stuck};
-    }
-    net.drive = all;
-    net.level = all.strength == Strength::None ? rest_of(net) : all.level;
+    net.drive = net.stuck ? Drive{.strength = Strength::Rail, .level = *net.stuck} : sum.drive;
+    net.level = net.drive.strength == Strength::None ? rest_of(net) : net.drive.level;
 }
 
 void Board::resolve_group(const Group& group) {

@@ -91,6 +91,13 @@ private:
         Drive drive;        // what it comes to by itself
         bool level = false; // with all that is wrong
         bool contention = false;
+        bool told = false; // of contention that a host has brought about
+    };
+    // What drives of a net come to.
+    struct Sum {
+        Drive drive;
+        bool opposed = false; // outputs are against each other
+        bool tested = false;  // a cell drives one of the pins
     };
     struct Group {
         std::vector<size_t> nets; // in the order that shorts name them
@@ -99,6 +106,7 @@ private:
 
     void add_short(const FaultPlace& fault);
     void resolve();
+    [[nodiscard]] Sum sum_of(const Net& net) const;
     void resolve_net(Net& net);
     void resolve_group(const Group& group);
     void tell_pin(const Pin& pin);

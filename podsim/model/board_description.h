@@ -57,8 +57,9 @@ struct BoardNet {
 
 struct BoardDescription {
     std::vector<BoardNet> nets;
-    std::vector<BoardFault> faults; // at power-on, in order
-    bool floating = true;           // what a pin reads that nothing drives
+    std::vector<BoardFault>
+        faults;           // from the start, in order; one at a place that is not is left out
+    bool floating = true; // what a pin reads that nothing drives
 };
 
 // A signal of a device by its name, or by its package pin. An index into device.signals.

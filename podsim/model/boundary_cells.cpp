@@ -53,14 +53,6 @@ Drive at_rest(DisableResult result) {
     return {};
 }
 
-// The stronger of two drives at the same pin.
-Drive joined(const Drive& a, const Drive& b) {
-    if (a.strength != b.strength) {
-        return a.strength > b.strength ? a : b;
-    }
-    return {a.strength, a.level && b.level, a.by_cell || b.by_cell};
-}
-
 template <typename T>
 std::vector<T> sized(std::vector<T> values, size_t size, T fill) {
     values.resize(size, fill);

@@ -23,6 +23,15 @@ struct Drive {
     friend bool operator==(const Drive&, const Drive&) = default;
 };
 
+// What two drives of the same wire come to: the stronger one; equally strong ones that differ come
+// to 0.
+constexpr Drive joined(const Drive& a, const Drive& b) {
+    if (a.strength != b.strength) {
+        return a.strength > b.strength ? a : b;
+    }
+    return {a.strength, a.level && b.level, a.by_cell || b.by_cell};
+}
+
 // What a device's own logic does at a pin.
 enum class Core : uint8_t { Low, High, Off };
 

@@ -164,6 +164,11 @@ TEST(BoardTest, DevicesAgainstEachOtherAreNoMistakeOfTheHost) {
     ASSERT_TRUE(host.chain.set_core("b.P0", Core::Low));
     EXPECT_TRUE(host.chain.board().net_state(0).contention);
     EXPECT_EQ(host.chain.take_finding(), "");
+    // Until it lasts while cells drive.
+    host.preload(cells(1, 1) << kCells | cells(1, 0), 2 * kCells);
+    EXPECT_EQ(host.chain.take_finding(), "");
+    host.instruction(kExtest);
+    EXPECT_EQ(host.chain.take_finding(), "net N0: a.P0 drives 1 against b.P0, which drives 0");
 }
 
 TEST(BoardTest, OpensLeavePinsAlone) {
