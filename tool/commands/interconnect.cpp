@@ -7,7 +7,10 @@
 #include "tool/commands/pin_chain.h"
 #include "tool/output/text_file.h"
 
+#include <fmt/format.h>
+
 #include <chrono>
+#include <filesystem>
 #include <memory>
 
 namespace talvor {
@@ -44,7 +47,7 @@ Result<interconnect::Placement> placement_of(const InterconnectOptions& options)
 
 Status draw(const InterconnectRun& run, const std::string& path) {
     interconnect::MatrixOptions options;
-    options.title = fmt::format("{}: {}", run.netlist,
+    options.title = fmt::format("{}: {}", std::filesystem::path(run.netlist).filename().string(),
                                 run.result->diagnosis.good()
                                     ? "no fault"
                                     : count_text(run.result->diagnosis.findings.size(), "finding"));

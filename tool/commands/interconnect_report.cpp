@@ -114,11 +114,10 @@ void print_summary(const Output& out, const InterconnectRun& run) {
     }
     const TestResult& result = *run.result;
     const size_t closer = result.vectors.size() - result.counting;
-    out.line("{}{}; {} and {}, {}", vectors,
+    out.line("{}{}; {} and {}", vectors,
              closer == 0 ? "" : fmt::format(", {} more for a closer look", closer),
              count_text(result.data_scans, "data scan"),
-             count_text(result.instruction_scans, "instruction scan"),
-             fmt::format("{:.3f} s", run.seconds));
+             count_text(result.instruction_scans, "instruction scan"));
     if (result.diagnosis.good()) {
         out.line("{}",
                  out.tone(Tone::Good, fmt::format("No fault on {}.", count_text(nets, "net"))));

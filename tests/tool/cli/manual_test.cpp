@@ -9,7 +9,11 @@ namespace talvor::cli {
 namespace {
 
 TEST(ManualTest, ShowsWhatTheProgramDoes) {
-    test_support::run_boxes_of(source_file("docs/talvor.md"), 15);
+    test_support::run_boxes_of(source_file("docs/talvor.md"), 16);
+}
+
+TEST(BoundaryScanPageTest, ShowsWhatTheProgramDoes) {
+    test_support::run_boxes_of(source_file("docs/boundary-scan.md"), 2);
 }
 
 TEST(BridgePageTest, ShowsWhatTheToolsDo) {

@@ -42,6 +42,9 @@ const std::vector<Sample>& runs() {
     static const std::string wrong = file_with("wrong.svf", "SDR 8 TDI (0) TDO (00);\n");
     static const std::string refused = file_with("refused.svf", "TRST Z;\nPIO (H);\nSDR 8;\n");
     static const std::string board = source_file("examples/board.toml");
+    static const std::string connected = source_file("examples/board/pod.toml");
+    static const std::string devices = source_file("examples/board/board.toml");
+    static const std::string nets = source_file("examples/board/nets.toml");
     static const std::string xsvf =
         file_with("a.xsvf", std::string("\x02\x21\1\xFF\xFF\xFF\xFF\0", 8));
     static const std::string stapl =
@@ -81,6 +84,9 @@ const std::vector<Sample>& runs() {
         {"stapl", {"stapl", "--action", "FAILS", stapl}},
         {"stapl", {"stapl", "--action", "IDCODE", "--dry-run", stapl}},
         {"stapl list", {"stapl", "--list", stapl}},
+        {"interconnect", {"--simulate", connected, "--board", devices, "interconnect", nets}},
+        {"interconnect",
+         {"--simulate", connected, "--board", devices, "interconnect", "--dry-run", nets}},
         {"shmoo", {"shmoo", "--clocks", "3", "--delays", "2-4", "--bits", "64"}},
         {"trace", {"trace", "chain"}},
         {"record", {"record", file_with("state.svf", ""), "state"}},
