@@ -142,7 +142,7 @@ std::vector<House> houses() {
          150},
         {"tool",
          with_host_headers({"common", "host"}),
-         {{"output", "command_line"}, {"terminal"}, {"commands"}, {"main.cpp"}},
+         {{"output", "command_line"}, {"terminal", "gang"}, {"commands"}, {"main.cpp"}},
          80},
     };
 }

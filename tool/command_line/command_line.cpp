@@ -392,6 +392,12 @@ Result<CommandLine::Outcome> CommandLine::parse(const std::vector<std::string>& 
     return Outcome::Chosen;
 }
 
+std::string CommandLine::chosen_path() const {
+    const std::string path = path_of(deepest_level(*app_));
+    const std::string& program = app_->get_name();
+    return path == program || program.empty() ? path : path.substr(program.size() + 1);
+}
+
 std::vector<std::string> CommandLine::given() const {
     std::vector<std::string> names;
     for (const CLI::Option* option : app_->get_options()) {

@@ -138,6 +138,8 @@ public:
     [[nodiscard]] Result<Outcome> parse(const std::vector<std::string>& words);
     // The action of the command that was chosen; empty before.
     [[nodiscard]] const Action& chosen() const noexcept { return chosen_; }
+    // The words of it, as in "tclk search"; "" before.
+    [[nodiscard]] std::string chosen_path() const;
     // The program's own options that were given, by their long names.
     [[nodiscard]] std::vector<std::string> given() const;
     // The help or the version that was asked for; "" otherwise.

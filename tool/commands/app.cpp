@@ -3,6 +3,7 @@
 #include "common/interrupt.h"
 #include "host/board/configuration.h"
 #include "tool/commands/commands.h"
+#include "tool/commands/gang.h"
 #include "tool/commands/values.h"
 #include "tool/output/standard_streams.h"
 
@@ -35,8 +36,10 @@ void add_board_options(Command& program, CommonOptions& options) {
         .excludes(board);
     program.option("--library", options.library, "Driver library; else the one beside this program")
         .type_name("FILE");
-    program.option("--pod", options.pod, "Serial number of the pod; else the first one")
-        .type_name("SERIAL");
+    Option pod =
+        program.option("--pod", options.pod, "Serial number of the pod; else the first one");
+    pod.type_name("SERIAL");
+    add_gang_options(program, options, pod);
     program
         .option("--wait", options.wait_seconds,
                 "Wait so many seconds for a pod that another host uses; else that is an error")
@@ -208,7 +211,12 @@ int run(Context& context, std::vector<std::string> arguments) {
     }
     context.out.set_json(context.options.json);
     limit_time(context.options.timeout_seconds);
-    int status = finish(context, line.chosen()(context));
+    if (context.options.member) {
+        serve_the_gang(context);
+    }
+    int status =
+        finish(context, context.options.gang.pods ? run_gang(context, line.chosen_path(), arguments)
+                                                  : line.chosen()(context));
     if (const Status closed = context.close(); !closed && status == 0) {
         status = finish(context, closed);
     }

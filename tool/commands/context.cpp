@@ -52,7 +52,12 @@ const FoundBoard& Context::board() const {
 }
 
 Result<SessionOptions> Context::session_options() const {
+    if (options.gang.pods) {
+        return usage_error("--pods", "is not for commands within others",
+                           "give it to the outermost command, or name one pod with --pod");
+    }
     SessionOptions session;
+    session.one_of_several = options.member.has_value();
     session.board = board().path;
     session.library = options.library;
     session.serial = options.pod;

@@ -15,11 +15,22 @@
 
 namespace talvor {
 
+// The same command on several pods; see tool/commands/gang.h.
+struct GangRequest {
+    std::optional<std::string> pods; // as it was asked: "all", "5,7"
+    uint32_t retries = 0;
+    bool stop_on_first = false;
+    std::string log;
+    std::string junit;
+};
+
 struct CommonOptions {
     std::optional<std::string> board;
     bool no_board = false; // not even one that would be found
     std::optional<std::string> library;
     std::optional<uint32_t> pod;
+    GangRequest gang;
+    std::optional<uint32_t> member; // of a gang: the descriptor for reports of progress
     bool simulate = false;
     std::string description; // of the simulated pod; "" is the built-in one
     std::optional<int32_t> link_delay;

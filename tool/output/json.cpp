@@ -32,7 +32,47 @@ struct JsonWriter {
         }
         return object;
     }
+
+    static Json read(const Document& value) {
+        if (value.is_object()) {
+            Json::Object members;
+            for (const auto& [name, member] : value.items()) {
+                members.push_back(Json::Member{name, read(member)});
+            }
+            return Json(Json::Value(std::move(members)));
+        }
+        if (value.is_array()) {
+            Json::Array elements;
+            for (const Document& element : value) {
+                elements.push_back(read(element));
+            }
+            return Json(Json::Value(std::move(elements)));
+        }
+        return read_scalar(value);
+    }
+
+private:
+    static Json read_scalar(const Document& value) {
+        if (value.is_string()) {
+            return value.get<std::string>();
+        }
+        if (value.is_boolean()) {
+            return value.get<bool>();
+        }
+        if (value.is_number_unsigned()) {
+            return value.get<uint64_t>();
+        }
+        if (value.is_number_integer()) {
+            return value.get<int64_t>();
+        }
+        return value.is_number() ? Json(value.get<double>()) : Json(nullptr);
+    }
 };
+
+std::optional<Json> Json::parse(std::string_view text) {
+    const auto document = JsonWriter::Document::parse(text, nullptr, false);
+    return document.is_discarded() ? std::nullopt : std::optional(JsonWriter::read(document));
+}
 
 Json::Json(Value value) noexcept : value_(std::move(value)) {}
 Json::Json(std::nullptr_t) noexcept : value_(nullptr) {}

@@ -35,6 +35,8 @@ public:
     Json(std::initializer_list<Member> members);
     [[nodiscard]] static Json array();
     [[nodiscard]] static Json array(const std::vector<uint64_t>& numbers);
+    // A document of a program that can be trusted not to nest without end; nothing: it is none.
+    [[nodiscard]] static std::optional<Json> parse(std::string_view text);
 
     Json(const Json& other);
     Json(Json&& other) noexcept;

@@ -186,10 +186,10 @@ INSTANTIATE_TEST_SUITE_P(Shells, CompletionTest, testing::Values("bash", "zsh", 
 // Whoever adds an option tells what its value is, so that shells know what to offer.
 TEST(ValueNamesTest, AreKnownToTheCompletion) {
     const std::set<std::string> free{
-        "SERIAL",  "SECONDS",   "CLOCKS",     "FREQUENCY", "BITS,...",   "TEXT",
-        "HEX",     "N",         "REGISTER",   "COUNT",     "VALUE",      "COMMAND",
-        "ADDRESS", "LINE",      "FROM-TO",    "DEVICE",    "PACKAGE",    "INSTRUCTION",
-        "ACTION",  "PROCEDURE", "NAME=VALUE", "PART",      "PART=DEVICE"};
+        "SERIAL",  "SECONDS",   "CLOCKS",     "FREQUENCY", "BITS,...",    "TEXT",
+        "HEX",     "N",         "REGISTER",   "COUNT",     "VALUE",       "COMMAND",
+        "ADDRESS", "LINE",      "FROM-TO",    "DEVICE",    "PACKAGE",     "INSTRUCTION",
+        "ACTION",  "PROCEDURE", "NAME=VALUE", "PART",      "PART=DEVICE", "SERIAL,..."};
     std::vector<CommandDescription> left{describe_program()};
     size_t values = 0;
     while (!left.empty()) {

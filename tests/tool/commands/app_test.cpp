@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 namespace talvor {
 namespace {
 
@@ -65,6 +67,21 @@ TEST(BuiltCommandLineTest, ADescriptionMeansASimulatedPod) {
               CommandLine::Outcome::Chosen);
     EXPECT_TRUE(built.options.simulate);
     EXPECT_EQ(built.options.description, "x.toml");
+}
+
+TEST(BuiltCommandLineTest, TheChosenCommandIsKnownByItsWords) {
+    for (const char* path : {"chain", "tclk search"}) {
+        Built built;
+        EXPECT_EQ(built.line.chosen_path(), "");
+        Words words{"--pods", "all"};
+        std::istringstream stream(path);
+        for (std::string word; stream >> word;) {
+            words.push_back(word);
+        }
+        ASSERT_EQ(built.line.parse(words), CommandLine::Outcome::Chosen);
+        EXPECT_EQ(built.line.chosen_path(), path);
+        EXPECT_EQ(built.options.gang.pods, "all");
+    }
 }
 
 } // namespace

@@ -70,5 +70,26 @@ TEST(JsonTest, ReplacesWhatIsNoUtf8) {
     EXPECT_EQ(Json("a\xFF").text(), "\"a\xEF\xBF\xBD\"");
 }
 
+TEST(JsonParseTest, ReadsBackWhatWasWritten) {
+    const Json whole{{"b", true},
+                     {"a", nullptr},
+                     {"list", Json::array({1, 2})},
+                     {"text", "\"x\"\n"},
+                     {"minus", -3},
+                     {"most", UINT64_MAX},
+                     {"part", 0.5},
+                     {"inner", Json{{"x", Json::array()}}}};
+    const std::optional<Json> read = Json::parse(whole.text());
+    ASSERT_TRUE(read);
+    EXPECT_EQ(read->line(), whole.line());
+    EXPECT_EQ(Json::parse(whole.line())->line(), whole.line());
+}
+
+TEST(JsonParseTest, AnythingElseIsNone) {
+    for (const char* text : {"", "{", "[1,]", "{\"a\": 1} x", "nothing"}) {
+        EXPECT_FALSE(Json::parse(text)) << text;
+    }
+}
+
 } // namespace
 } // namespace talvor
