@@ -4,19 +4,21 @@
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 
-#include <utility>
+#include <memory>
 
 namespace talvor {
 namespace {
 
 // Options of the list may stand behind a command of it, where they would mean nothing.
 Status refuse_list_options(const PinsOptions& options, const char* command, bool takes_count) {
-    const std::pair<const char*, bool> given[] = {{"--filter", !options.filter.empty()},
-                                                  {"--watch", options.watch_seconds > 0},
-                                                  {"--count", options.count != 0 && !takes_count},
-                                                  {"--svg", !options.svg.empty()},
-                                                  {"--vcd", !options.vcd.empty()}};
-    for (const auto& [name, is_given] : given) {
+    struct Given {
+        const char* name;
+        bool is_given;
+    };
+    for (const auto& [name, is_given] :
+         {Given{"--filter", !options.filter.empty()}, Given{"--watch", options.watch_seconds > 0},
+          Given{"--count", options.count != 0 && !takes_count},
+          Given{"--svg", !options.svg.empty()}, Given{"--vcd", !options.vcd.empty()}}) {
         if (is_given) {
             return usage_error(name, std::string("'pins ") + command + "' makes no use of it",
                                "leave it away");

@@ -48,9 +48,13 @@ std::vector<Setting> settings_of(const std::vector<PinSetting>& settings, size_t
 // What happens to pins that nobody named is told, or refused.
 Status check_effects(const Context& context, const std::vector<Member>& members, size_t device,
                      const boundary::SideEffects& effects, bool accepted) {
-    const std::pair<const char*, const std::vector<size_t>&> kinds[] = {
-        {"enables", effects.enabled}, {"disables", effects.disabled}, {"drives", effects.driven}};
-    for (const auto& [what, signals] : kinds) {
+    struct Effect {
+        const char* what;
+        const std::vector<size_t>& signals;
+    };
+    for (const auto& [what, signals] :
+         {Effect{"enables", effects.enabled}, Effect{"disables", effects.disabled},
+          Effect{"drives", effects.driven}}) {
         if (signals.empty()) {
             continue;
         }
@@ -244,12 +248,18 @@ Status drive(TestMode& test, Access& access, const std::vector<Instruction>& ins
     return access.flush();
 }
 
-// A name that is to be toggled, at one of its levels.
-std::vector<PinSetting> at_level(std::vector<PinSetting> settings, Level level) {
+// The images with the pins of the settings at another level; what shares their cells was told of.
+Result<Images> images_at(const Access& access, std::vector<PinSetting> settings, Level level,
+                         Images images) {
     for (PinSetting& setting : settings) {
         setting.level = level;
     }
-    return settings;
+    for (size_t i = 0; i < images.size(); ++i) {
+        if (const std::vector<Setting> own = settings_of(settings, i); !own.empty()) {
+            TRY(boundary::put_levels(*access.members()[i].plan, own, images[i]));
+        }
+    }
+    return images;
 }
 
 Result<uint32_t> toggle(Access& access, const Images& high, const Images& low,
@@ -301,12 +311,9 @@ Status toggle_pins(Context& context, const PinsOptions& options) {
     }
     TRY(require_compliance(context, chain.members, options.compliance_met));
     Access access(chain.session->port(), std::move(chain.members));
-    const auto images = [&](Level level, bool accepted) {
-        return images_with(context, access, at_level(settings, level), Instruction::Extest,
-                           accepted);
-    };
-    const Images high = TRY(images(Level::High, options.enable_others));
-    const Images low = TRY(images(Level::Low, true));
+    const Images high =
+        TRY(images_with(context, access, settings, Instruction::Extest, options.enable_others));
+    const Images low = TRY(images_at(access, settings, Level::Low, high));
     const auto instructions = instructions_for(access, settings, Instruction::Extest);
     tell_what_drives(context, access, instructions);
     TestMode test(access);
