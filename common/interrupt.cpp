@@ -1,5 +1,7 @@
 #include "common/interrupt.h"
 
+#include "common/interrupt_scope.h"
+
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -65,6 +67,12 @@ void watch_signals() {
     }
 }
 
+void forget_signal() {
+    uint64_t count = 0;
+    [[maybe_unused]] const ssize_t emptied = read(g_asked.load(), &count, sizeof count);
+    g_signal.store(0);
+}
+
 } // namespace
 
 void watch_interrupts() {
@@ -89,9 +97,7 @@ bool time_is_over() noexcept {
 }
 
 void forget_interrupt() {
-    uint64_t count = 0;
-    [[maybe_unused]] const ssize_t emptied = read(g_asked.load(), &count, sizeof count);
-    g_signal.store(0);
+    forget_signal();
     watch_signals();
 }
 
@@ -167,6 +173,22 @@ Status await_input(int fd) {
     while (poll(waits.data(), waits.size(), -1) < 0 && errno == EINTR) {
     }
     return check_interrupt();
+}
+
+InterruptScope::InterruptScope() {
+    if (g_asked.load() < 0) {
+        g_asked = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    }
+    forget_signal();
+    struct sigaction action {};
+    action.sa_handler = remember;
+    action.sa_flags = SA_RESTART;
+    sigaction(SIGINT, &action, &before_);
+}
+
+InterruptScope::~InterruptScope() {
+    sigaction(SIGINT, &before_, nullptr);
+    forget_signal();
 }
 
 void end_by_signal(int signal) {

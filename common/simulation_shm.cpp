@@ -6,6 +6,12 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
+#include <cstdlib>
+#include <string>
+#include <sys/stat.h>
+#include <sys/types.h>
+
 namespace talvor {
 namespace {
 
@@ -33,11 +39,35 @@ std::string proxy_in_the_way() {
     return "";
 }
 
+// The mount namespace of this thread, as a number that no other one has; 0 when it cannot be told.
+ino_t mount_namespace() {
+    struct stat facts {};
+    return stat("/proc/thread-self/ns/mnt", &facts) == 0 ? facts.st_ino : 0;
+}
+
+// That of the last private /dev/shm that was entered.
+std::atomic<ino_t>& own_namespace() {
+    static std::atomic<ino_t> number{0};
+    return number;
+}
+
+// In one that this program, or the one that has started it, has entered.
+bool stands_in_own() {
+    const ino_t here = mount_namespace();
+    const char* given = std::getenv(kPrivateShmVariable);
+    return here != 0 &&
+           (here == own_namespace() || (given != nullptr && std::to_string(here) == given));
+}
+
 } // namespace
 
 Result<std::string> enter_simulation_shm() {
+    if (stands_in_own() && proxy_in_the_way().empty()) {
+        return std::string();
+    }
     const Status entered = enter_private_shm();
     if (entered) {
+        own_namespace() = mount_namespace();
         return std::string();
     }
     const std::string reason = headline(entered.error());

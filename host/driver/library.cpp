@@ -1,5 +1,6 @@
 #include "host/driver/library.h"
 
+#include "common/program_folder.h"
 #include "host/driver/error_text.h"
 
 #include <fmt/format.h>
@@ -30,11 +31,11 @@ bool find(void* library, const char* name, T& function) {
 }
 
 // Those of kLibraryFolders that have the library, each once.
-std::vector<std::string> libraries_beside(const std::filesystem::path& program) {
+std::vector<std::string> libraries_beside(const std::filesystem::path& programs) {
     std::vector<std::string> list;
     std::error_code error;
     for (const char* folder : kLibraryFolders) {
-        const auto file = (program.parent_path() / folder / kLibraryFile).lexically_normal();
+        const auto file = (programs / folder / kLibraryFile).lexically_normal();
         if (std::filesystem::exists(file, error) && !std::ranges::count(list, file.string())) {
             list.push_back(file.string());
         }
@@ -72,10 +73,8 @@ std::vector<std::string> Library::candidates(const std::optional<std::string>& c
         return {variable};
     }
     std::vector<std::string> list;
-    std::error_code error;
-    const auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (!error) {
-        list = libraries_beside(program);
+    if (const auto programs = program_folder(); !programs.empty()) {
+        list = libraries_beside(programs);
     }
     list.emplace_back(kLibraryFile);
     return list;

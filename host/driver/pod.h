@@ -60,6 +60,11 @@ public:
     // Hands everything that is queued to the proxy.
     [[nodiscard]] Status flush();
 
+    // For who calls the table by other means than call(): the handle, null while the pod is not
+    // connected, and the watch that is told of each call.
+    [[nodiscard]] JSC_Inform* handle() const noexcept { return handle_; }
+    [[nodiscard]] ProxyWatch& watch() noexcept { return watch_; }
+
     // Whether this connection was the first on the pod: false when another host is connected too,
     // or has died while it was.
     [[nodiscard]] bool first() const noexcept { return first_; }

@@ -1,5 +1,6 @@
 #include "host/simulator/simulator.h"
 
+#include "common/program_folder.h"
 #include "common/simulation_shm.h"
 #include "common/system_calls.h"
 #include "host/simulator/built_in_description.h"
@@ -60,9 +61,9 @@ std::string find_program(const std::optional<std::string>& chosen) {
         return variable;
     }
     std::error_code error;
-    const auto self = std::filesystem::read_symlink("/proc/self/exe", error);
-    if (const auto beside = self.parent_path() / kProgram;
-        !error && std::filesystem::exists(beside, error)) {
+    const auto folder = program_folder();
+    if (const auto beside = folder / kProgram;
+        !folder.empty() && std::filesystem::exists(beside, error)) {
         return beside.string();
     }
     return kProgram;
@@ -102,6 +103,9 @@ Result<ChildProcess> spawn(const SimulatorOptions& options, const std::string& d
     child.own_group = true;
     if (options.vcd) {
         add_waveform(child.arguments, *options.vcd);
+    }
+    if (!options.control.empty()) {
+        child.arguments.insert(child.arguments.end(), {"--control", options.control});
     }
     child.arguments.push_back(description);
     child.output = words;

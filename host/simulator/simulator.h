@@ -26,6 +26,7 @@ struct WaveformFile {
 struct SimulatorOptions {
     std::string description;         // a description file; "" is the built-in chain of five
     std::optional<WaveformFile> vcd; // where the waveform goes
+    std::string control;             // the socket that takes fault commands; "": there is none
     std::chrono::milliseconds end_patience{10'000}; // from SIGTERM to SIGKILL
     std::optional<std::string>
         program; // talvor-podsim; else $TALVOR_PODSIM, beside this program, PATH

@@ -1,9 +1,9 @@
 // talvor completion: a completion script, made from the command line's own description.
 #include "common/completion.h"
 
+#include "host/driver/conditions.h"
 #include "tool/commands/app.h"
 #include "tool/commands/commands.h"
-#include "tool/commands/conditions.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
 #include "tool/output/standard_streams.h"

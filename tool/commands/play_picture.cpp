@@ -1,7 +1,7 @@
 #include "tool/commands/play_picture.h"
 
+#include "host/session/shift_passes.h"
 #include "host/waveform/svg.h"
-#include "tool/commands/shift_passes.h"
 #include "tool/output/text_file.h"
 
 #include <fmt/format.h>

@@ -1,6 +1,7 @@
 // talvor reg: the controller's registers, for whoever debugs a pod.
+#include "host/driver/conditions.h"
+#include "host/driver/registers.h"
 #include "tool/commands/commands.h"
-#include "tool/commands/conditions.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
 
@@ -17,8 +18,6 @@ struct RegOptions {
     std::string condition;
 };
 
-// Of the largest controllers; the driver refuses what the connected one does not have.
-constexpr uint32_t kRegisters = 32;
 constexpr uint32_t kMaxValue = 0xFFFF;
 constexpr uint32_t kMaxCount = 65536;
 
@@ -34,18 +33,6 @@ Result<std::vector<uint16_t>> parse_values(const RegOptions& options) {
     return words;
 }
 
-// The words belong to the pod: the driver may still write to them if the read fails.
-Result<const uint16_t*> read_words(Pod& pod, uint32_t address, const RegOptions& options) {
-    std::vector<uint16_t>& words = pod.receive_buffer(options.count);
-    const Status done = pod.run("reading registers", &JSC_Interface::RegisterRead,
-                                !options.same_address, true, address, options.count, words.data());
-    if (!done) {
-        pod.retire_receive_buffer();
-        return Failure(done.error());
-    }
-    return words.data();
-}
-
 Status read(Context& context, const RegOptions& options) {
     const uint32_t address = TRY(parse_address(options));
     if (!options.same_address && address + options.count > kRegisters) {
@@ -53,7 +40,8 @@ Status read(Context& context, const RegOptions& options) {
                            fmt::format("the last register is {}", kRegisters - 1));
     }
     Session& session = *TRY(context.session());
-    const uint16_t* const words = TRY(read_words(session.pod(), address, options));
+    const auto words =
+        TRY(read_registers(session.pod(), {address, options.count, options.same_address}));
     Json registers = Json::array();
     for (uint32_t i = 0; i < options.count; ++i) {
         const uint32_t number = options.same_address ? address : address + i;
@@ -66,12 +54,9 @@ Status read(Context& context, const RegOptions& options) {
 
 Status write(Context& context, const RegOptions& options) {
     const uint32_t address = TRY(parse_address(options));
-    std::vector<uint16_t> words = TRY(parse_values(options));
+    const std::vector<uint16_t> words = TRY(parse_values(options));
     Session& session = *TRY(context.session());
-    Pod& pod = session.pod();
-    TRY(pod.run("writing registers", &JSC_Interface::RegisterWrite, !options.same_address, true,
-                address, static_cast<uint32_t>(words.size()), words.data()));
-    TRY(pod.flush());
+    TRY(write_registers(session.pod(), address, options.same_address, words));
     TRY(session.port().tell("a register of the controller that was written"));
     context.out.result(Json{{"written", words.size()}});
     return {};

@@ -3,6 +3,7 @@
 
 #include "common/text.h"
 #include "host/session/chain_trial.h"
+#include "host/session/shmoo_trials.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/values.h"
@@ -10,8 +11,8 @@
 #include "tool/output/terminal.h"
 #include "tool/output/text_file.h"
 
-#include <cmath>
 #include <numeric>
+#include <optional>
 
 namespace talvor {
 namespace {
@@ -25,7 +26,6 @@ struct ShmooOptions {
     uint32_t bits = 1024;
 };
 
-constexpr double kDefaultLeastHertz = 500e3;
 constexpr size_t kLabelWidth = 13;
 constexpr size_t kNumberedDelays = 4; // every so manieth has its number at the axis
 
@@ -50,49 +50,43 @@ Result<std::vector<uint32_t>> delays_of(const std::string& text, uint32_t maximu
 }
 
 Result<std::vector<ShmooClock>> clocks_of(const TestClock& clock, const ShmooOptions& options) {
-    const auto fastest = static_cast<double>(clock.fastest());
-    const auto slowest = static_cast<double>(clock.slowest());
-    const double least = options.least.empty() ? std::max(kDefaultLeastHertz, slowest)
-                                               : TRY(parse_frequency(options.least, "--minimum"));
-    const double most =
-        options.most.empty() ? fastest : TRY(parse_frequency(options.most, "--maximum"));
-    std::vector<ShmooClock> clocks = spread_clocks(clock, least, most, options.clocks);
-    if (clocks.empty()) {
-        return usage_error("test clock",
-                           fmt::format("the pod has none from {} to {}", frequency_text(least),
-                                       frequency_text(most)),
-                           fmt::format("choose --minimum and --maximum between {} and {}",
-                                       frequency_text(slowest), frequency_text(fastest)));
+    std::optional<double> least;
+    std::optional<double> most;
+    if (!options.least.empty()) {
+        least = TRY(parse_frequency(options.least, "--minimum"));
     }
-    return clocks;
+    if (!options.most.empty()) {
+        most = TRY(parse_frequency(options.most, "--maximum"));
+    }
+    return shmoo_clocks(clock, least, most, options.clocks);
 }
 
 // The drawing in the terminal, cell by cell.
-class Drawing {
+class Drawing final : public ShmooWatcher {
 public:
-    Drawing(const Output& out, const Shmoo& shmoo)
-        : out_(out), shmoo_(shmoo), works_(speaks_utf8() ? "██" : "##"),
-          fails_(speaks_utf8() ? " ·" : " .") {}
+    explicit Drawing(const Output& out)
+        : out_(out), works_(speaks_utf8() ? "██" : "##"), fails_(speaks_utf8() ? " ·" : " .") {}
 
-    void begin() const {
+    void begin(const Shmoo& shmoo) override {
         std::string axis;
-        for (size_t i = 0; i < shmoo_.delays.size(); i += kNumberedDelays) {
-            axis += fmt::format("{:>2}{:{}}", shmoo_.delays[i], "", 2 * kNumberedDelays - 2);
+        for (size_t i = 0; i < shmoo.delays.size(); i += kNumberedDelays) {
+            axis += fmt::format("{:>2}{:{}}", shmoo.delays[i], "", 2 * kNumberedDelays - 2);
         }
         put(fmt::format("{:<{}}{}\n", "link delay", kLabelWidth,
                         axis.substr(0, axis.find_last_not_of(' ') + 1)));
     }
-    void row(const ShmooClock& clock) const {
+    void row(const ShmooClock& clock) override {
         put(fmt::format("{:>{}}  ", frequency_text(static_cast<double>(clock.hertz)),
                         kLabelWidth - 2));
     }
-    void cell(bool works) const {
+    [[nodiscard]] bool cell(bool works) override {
         put(works ? out_.tone(Tone::Good, works_) : out_.tone(Tone::Faint, fails_));
         if (out_.terminal()) {
             (void)flush_output();
         }
+        return true;
     }
-    void end_row() const { put("\n"); }
+    void end_row() override { put("\n"); }
 
 private:
     void put(const std::string& text) const {
@@ -102,29 +96,9 @@ private:
     }
 
     const Output& out_;
-    const Shmoo& shmoo_;
     std::string_view works_;
     std::string_view fails_;
 };
-
-// Fills the cells; `chain` was found at a clock that is slow enough.
-Status try_all(Session& session, const Chain& chain, size_t bits, const Drawing& drawing,
-               Shmoo& shmoo) {
-    drawing.begin();
-    for (size_t clock = 0; clock < shmoo.clocks.size(); ++clock) {
-        drawing.row(shmoo.clocks[clock]);
-        const Verdict moved =
-            TRY(verdict_of(session.port().set_clock(shmoo.clocks[clock].setting)));
-        for (size_t delay = 0; delay < shmoo.delays.size(); ++delay) {
-            TRY(apply_link_delay(session, shmoo.delays[delay]));
-            const bool works = !moved && !TRY(try_chain(session, chain, bits));
-            shmoo.set(clock, delay, works);
-            drawing.cell(works);
-        }
-        drawing.end_row();
-    }
-    return {};
-}
 
 std::string margin_text(const Shmoo& shmoo, const ShmooChoice& choice) {
     const auto above = margin_above(shmoo, choice);
@@ -210,9 +184,8 @@ Status run_shmoo(Context& context, const ShmooOptions& options) {
     const uint32_t maximum = TRY(read_link_delay(session.pod())).maximum;
     Shmoo shmoo(TRY(clocks_of(session.port().clock(), options)),
                 TRY(delays_of(options.delays, maximum)));
-    TRY(session.port().set_clock(shmoo.clocks.back().setting));
-    const Chain chain = TRY(discover_with_any_delay(session, options.bits));
-    TRY(try_all(session, chain, options.bits, Drawing(context.out, shmoo), shmoo));
+    Drawing drawing(context.out);
+    TRY(try_shmoo(session, options.bits, shmoo, drawing));
     return report(context.out, shmoo, options);
 }
 

@@ -1,12 +1,12 @@
 // talvor trace: runs another command on a simulated pod with a waveform, and draws it.
 #include "common/temporary.h"
+#include "host/session/shift_passes.h"
 #include "host/waveform/svg.h"
 #include "host/waveform/text.h"
 #include "host/waveform/vcd.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/inner_command.h"
-#include "tool/commands/shift_passes.h"
 #include "tool/output/standard_streams.h"
 #include "tool/output/terminal.h"
 #include "tool/output/text_file.h"
