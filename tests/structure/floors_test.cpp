@@ -144,12 +144,13 @@ std::vector<House> houses() {
          with_host_headers({"common", "host"}),
          {{"output", "command_line"}, {"terminal", "gang"}, {"commands"}, {"main.cpp"}},
          80},
+        {"python", with_host_headers({"common", "host"}), {}, 30},
     };
 }
 
 const IncludeGraph& tree() {
     static const IncludeGraph graph = structure::read_include_graph(
-        TALVOR_SOURCE_DIR, {"hardware", "include", "src", "common", "podsim", "host", "tool"},
+        TALVOR_SOURCE_DIR, {"hardware", "include", "src", "common", "podsim", "host", "tool", "python"},
         {"", "include", "src"});
     return graph;
 }

@@ -1,0 +1,494 @@
+"""A pod that is open, and what is done with it."""
+
+from __future__ import annotations
+
+import atexit
+import os
+import weakref
+from collections.abc import Callable, Sequence
+from dataclasses import dataclass
+from types import TracebackType
+from typing import TYPE_CHECKING, Any, Literal, TypeVar, overload
+
+from . import _core
+from .chain import Chain, Device
+from .errors import TalvorError, UsageError, _made
+from .playing import PlayReport, Progress, ProgressCallback, report_of
+from .registers import Registers
+from .shmoo import Shmoo, ShmooClock
+from .state import State, StateLike, from_core, to_core
+
+if TYPE_CHECKING:
+    from .lib import Operations
+
+__all__ = ["Devices", "Pod", "ResetEntry", "open"]
+
+_Pod = TypeVar("_Pod", bound="Pod")
+Path = str | os.PathLike[str]
+
+_open_pods: weakref.WeakSet[Pod] = weakref.WeakSet()
+
+
+@atexit.register
+def _close_all() -> None:
+    """What is still queued reaches the targets, and simulated pods end."""
+    for pod in list(_open_pods):
+        try:
+            pod.close()
+        except TalvorError:
+            pass
+
+
+@dataclass(frozen=True)
+class ResetEntry:
+    """A line of the reset log: its key, a sentence, and the number that belongs to some."""
+
+    key: int
+    text: str
+    number: int | None
+
+
+class Devices:
+    """The devices of a pod's chain by name, or by place from 0."""
+
+    def __init__(self, pod: Pod) -> None:
+        self._pod = pod
+
+    def __getitem__(self, key: int | str) -> Device:
+        return self._pod._known_chain()[key]
+
+
+class Pod:
+    """A connected pod. Made by :func:`talvor.open` and :func:`talvor.simulate`.
+
+    One call at a time works with a pod: threads wait for each other. While it works the interpreter
+    is free for other threads. Ctrl-C ends a long call at the next safe point.
+
+    After :meth:`close`, or the end of a ``with`` block, everything raises :class:`ClosedError`.
+    """
+
+    def __init__(self, connection: _core.Connection, names: Sequence[str] = ()) -> None:
+        self._connection = connection
+        self._names = names
+        self._chain: Chain | None = None
+        _open_pods.add(self)
+
+    # --- its life ---------------------------------------------------------------------------------
+
+    def close(self) -> None:
+        """Disconnect. What is still queued reaches the target first. A second call does nothing."""
+        self._connection.close()
+
+    @property
+    def closed(self) -> bool:
+        """Whether the pod has been closed."""
+        return self._connection.closed()
+
+    def __enter__(self: _Pod) -> _Pod:
+        return self
+
+    def __exit__(
+        self,
+        kind: type[BaseException] | None,
+        error: BaseException | None,
+        traceback: TracebackType | None,
+    ) -> None:
+        self.close()
+
+    def __repr__(self) -> str:
+        if self.closed:
+            return f"<{type(self).__name__}, closed>"
+        return f"<{type(self).__name__} {self.serial}>"
+
+    # --- what it is -------------------------------------------------------------------------------
+
+    @property
+    def serial(self) -> int:
+        """The pod's serial number."""
+        return int(self._connection.facts()["serial"])
+
+    @property
+    def revision(self) -> tuple[int, int]:
+        """The pod's revision, major and minor; the major one is its generation."""
+        revision = int(self._connection.facts()["revision"])
+        return revision >> 8, revision & 0xFF
+
+    @property
+    def board(self) -> str:
+        """What messages call the board file; ``"defaults"`` without one."""
+        return str(self._connection.facts()["board"])
+
+    @property
+    def library(self) -> str:
+        """The file of the driver that was loaded."""
+        return str(self._connection.facts()["library"])
+
+    # --- scans ------------------------------------------------------------------------------------
+
+    @overload
+    def ir(
+        self,
+        data: int,
+        *,
+        bits: int | None = ...,
+        end: StateLike = ...,
+        fast: bool = ...,
+        receive: Literal[True] = ...,
+    ) -> int: ...
+    @overload
+    def ir(
+        self,
+        data: Any,
+        *,
+        bits: int | None = ...,
+        end: StateLike = ...,
+        fast: bool = ...,
+        receive: bool = ...,
+        into: Any = ...,
+    ) -> Any: ...
+    def ir(
+        self,
+        data: Any,
+        *,
+        bits: int | None = None,
+        end: StateLike = State.IDLE,
+        fast: bool = False,
+        receive: bool = True,
+        into: Any = None,
+    ) -> Any:
+        """Shift through the instruction registers of the whole chain. As :meth:`dr`.
+
+        >>> import talvor
+        >>> with talvor.simulate() as pod:
+        ...     captured = pod.ir(0x3FFFFFFFF, bits=33 + 1)
+        ...     captured & 1
+        1
+        """
+        return self._connection.scan(
+            _core.ScanPath.IR, data, bits, to_core(end), fast, receive, into
+        )
+
+    @overload
+    def dr(
+        self,
+        data: int,
+        *,
+        bits: int | None = ...,
+        end: StateLike = ...,
+        fast: bool = ...,
+        receive: Literal[True] = ...,
+    ) -> int: ...
+    @overload
+    def dr(
+        self,
+        data: Any,
+        *,
+        bits: int | None = ...,
+        end: StateLike = ...,
+        fast: bool = ...,
+        receive: bool = ...,
+        into: Any = ...,
+    ) -> Any: ...
+    def dr(
+        self,
+        data: Any,
+        *,
+        bits: int | None = None,
+        end: StateLike = State.IDLE,
+        fast: bool = False,
+        receive: bool = True,
+        into: Any = None,
+    ) -> Any:
+        """Shift through the data registers of the whole chain.
+
+        Args:
+            data: What goes in: an int, bytes, or anything with a contiguous buffer, such as a numpy
+                array, which is read where it lies. Bit 0 of an int, and of the first byte, is
+                shifted first.
+            bits: How many bits are shifted. Must be given with an int; else all of the buffer.
+            end: State to end in: idle, reset, pausedr or pauseir.
+            fast: Leave the pod's return path to the driver: one shift without a marker, wrong for
+                scans that are longer or shorter than their path.
+            receive: False: nobody wants the answer. Then the scan may stay queued until the next
+                call that needs one, or :meth:`flush`.
+            into: A writable buffer that takes the answer.
+
+        Returns:
+            What came out: an int for an int, else bytes; ``into`` where that is given, None without
+            ``receive``.
+
+        Raises:
+            UsageError: The data do not fit into the bits, or cannot be read.
+            TargetError: The answer is not certain; the data were shifted all the same.
+            PodError: The pod has failed. The target's state is unknown then.
+
+        >>> import talvor
+        >>> with talvor.simulate() as pod:
+        ...     pod.move("reset")
+        ...     hex(pod.dr(0, bits=32))
+        '0x5707e35'
+        """
+        return self._connection.scan(
+            _core.ScanPath.DR, data, bits, to_core(end), fast, receive, into
+        )
+
+    def flush(self) -> None:
+        """Let everything that is queued reach the target."""
+        self._connection.flush()
+
+    # --- the chain --------------------------------------------------------------------------------
+
+    def chain(self) -> Chain:
+        """Find every device of the scan chain. Resets the TAPs; all devices are in BYPASS then.
+
+        >>> import talvor
+        >>> with talvor.simulate() as pod:
+        ...     print([device.name for device in pod.chain()])
+        ['gate', 'cpu', 'switch', 'dsp', 'store']
+        """
+        self._chain = Chain(self, self._connection.discover(), self._names)
+        return self._chain
+
+    @property
+    def device(self) -> Devices:
+        """The devices by name, or by place from 0. The chain is looked for once, as by chain().
+
+        >>> import talvor
+        >>> with talvor.simulate() as pod:
+        ...     cpu = pod.device["cpu"]
+        ...     _ = cpu.dr(0xCAFE, bits=32, ir=0b1000)
+        ...     hex(cpu.dr(0, bits=32))
+        '0xcafe'
+        """
+        return Devices(self)
+
+    def _known_chain(self) -> Chain:
+        return self._chain or self.chain()
+
+    # --- the TAP ----------------------------------------------------------------------------------
+
+    @property
+    def state(self) -> State:
+        """Where the TAP stands, asked of the controller."""
+        return from_core(self._connection.state())
+
+    def move(self, to: StateLike, *, via_idle: bool = False, times: int = 1) -> None:
+        """Move the TAP to a stable state.
+
+        Args:
+            to: reset, idle, pausedr or pauseir.
+            via_idle: Through Run-Test/Idle, where seven test clocks are spent.
+            times: So many times over.
+        """
+        self._connection.move(to_core(to), via_idle, times)
+
+    def run(self, clocks: int = 0, *, seconds: float = 0.0) -> None:
+        """Stay in Run-Test/Idle until both are over.
+
+        Args:
+            clocks: Test clocks, at least; the pod counts them by seven.
+            seconds: Time, at least.
+        """
+        self._connection.run(clocks, seconds, to_core(State.IDLE))
+
+    def reset(
+        self,
+        *,
+        soft: bool = False,
+        hard: bool = False,
+        hidden: bool = False,
+        trst: bool = False,
+    ) -> list[ResetEntry]:
+        """Reset the scan controller, and read the log that it writes. ``move("reset")`` resets TAPs.
+
+        Args:
+            soft: By its control register.
+            hard: Pulse the pod's reset line to the target.
+            hidden: Keep the target undisturbed: outputs off meanwhile, TAP state restored.
+            trst: Pulse TRSTn.
+        """
+        log = self._connection.reset(soft, hard, hidden, trst)
+        return [ResetEntry(*entry) for entry in log]
+
+    # --- clock and delay --------------------------------------------------------------------------
+
+    @property
+    def hertz(self) -> int:
+        """The test clock in Hz. Setting it connects the pod anew with the fastest at or below."""
+        return self._connection.hertz()
+
+    @hertz.setter
+    def hertz(self, most: float | None) -> None:
+        self._connection.put_hertz(None if most is None else float(most))
+
+    @property
+    def link_delay(self) -> int:
+        """The link delay in test clocks, until the pod is connected anew."""
+        return self._connection.link_delay()[0]
+
+    @link_delay.setter
+    def link_delay(self, clocks: int) -> None:
+        most = self._connection.link_delay()[1]
+        if not 0 <= clocks <= most:
+            raise UsageError(f"link delay {clocks}", "is out of range", f"give 0 to {most}")
+        self._connection.put_link_delay(clocks)
+
+    def shmoo(
+        self,
+        *,
+        minimum: float | None = None,
+        maximum: float | None = None,
+        clocks: int = 16,
+        delays: tuple[int, int] | None = None,
+        bits: int = 1024,
+        title: str = "Test clock and link delay",
+        progress: Callable[[int, int], object] | None = None,
+    ) -> Shmoo:
+        """Try the chain at each test clock with each link delay. Resets the TAPs.
+
+        Args:
+            minimum: Slowest clock in Hz; else 500 kHz, or the pod's slowest.
+            maximum: Fastest clock in Hz; else the pod's.
+            clocks: How many clocks, at most.
+            delays: First and last link delay, in test clocks; else all.
+            bits: Random bits to send through BYPASS at each trial.
+            title: Of the picture.
+            progress: Called after each trial with how many are done, and how many there are.
+        """
+        if clocks < 1 or bits < 1:
+            raise UsageError("clocks, bits", "there must be one", "give 1 or more")
+        found, tried, works, best, svg = self._connection.shmoo(
+            minimum, maximum, clocks, delays, bits, title, progress
+        )
+        rows = [ShmooClock(*clock) for clock in found]
+        return Shmoo(
+            rows, tried, works, None if best is None else (rows[best[0]], tried[best[1]]), svg
+        )
+
+    # --- files ------------------------------------------------------------------------------------
+
+    def play(
+        self,
+        path: Path,
+        *,
+        progress: ProgressCallback | None = None,
+        format: str = "",
+        check: bool = True,
+        dry_run: bool = False,
+        keep_going: bool = False,
+        reset: bool = True,
+        fast: bool = False,
+        strict: bool = False,
+    ) -> PlayReport:
+        """Check a file, then play it.
+
+        Args:
+            path: An SVF or XSVF file.
+            progress: Called about twenty times a second with a :class:`Progress`; what it raises
+                ends the playing, and so does False.
+            format: ``"svf"`` or ``"xsvf"``; else the content tells.
+            check: Read the whole file first, so that nothing is shifted where something in it
+                cannot be.
+            dry_run: Only check; the report tells what cannot be played.
+            keep_going: Past wrong answers; the report has them.
+            reset: Begin in Test-Logic-Reset.
+            fast: See :meth:`dr`.
+            strict: Refuse what the pod can only play otherwise than written, to the same effect.
+
+        Raises:
+            FileError: The file cannot be read, or breaks its format.
+            RefusedError: The pod cannot play something in it.
+            TargetError: A wrong answer. Its attribute ``report`` tells how far it came.
+        """
+        request = _core.PlayRequest()
+        request.path = os.fspath(path)
+        request.format = format
+        request.check = check
+        request.dry_run = dry_run
+        request.keep_going = keep_going
+        request.reset = reset
+        request.fast = fast
+        request.strict = strict
+        tell = None if progress is None else lambda *counts: progress(Progress(*counts))
+        outcome = self._connection.play(request, tell)
+        report = report_of(outcome)
+        failed = outcome.error()
+        if failed is None or dry_run or (keep_going and report.complete):
+            return report
+        error = _made(*failed)
+        error.report = report  # type: ignore[attr-defined]
+        raise error
+
+    # --- what lies below --------------------------------------------------------------------------
+
+    @property
+    def registers(self) -> Registers:
+        """The controller's registers."""
+        return Registers(self)
+
+    @property
+    def lib(self) -> Operations:
+        """The driver's 54 operations as they are, see :mod:`talvor.lib`."""
+        from .lib import Operations
+
+        return Operations(self)
+
+
+def open(
+    board: Path | None = None,
+    *,
+    serial: int | None = None,
+    library: Path | None = None,
+    link_delay: int | None = None,
+    max_hertz: float | None = None,
+    ir_lengths: Sequence[int] = (),
+    patience: float = 60.0,
+    wait: float = 0.0,
+    share: bool = False,
+) -> Pod:
+    """Open a pod, and reserve it for this process.
+
+    Args:
+        board: A board file; without one the pod's own defaults hold.
+        serial: The pod's serial number; before the board file's.
+        library: The driver; before the board file's, and that which belongs to this module.
+        link_delay: In test clocks; before the board file's.
+        max_hertz: Test clock in Hz, at most; before the board file's.
+        ir_lengths: Instruction lengths of the devices in bits, nearest TDI first.
+        patience: Seconds that the pod's proxy may take for one answer; 0: as long as it takes.
+        wait: Seconds to wait for a pod that is in use.
+        share: Go on beside the user of a pod that is in use.
+
+    Raises:
+        FileError: The board file, or the driver, cannot be used.
+        RefusedError: Another program uses the pod.
+        PodError: There is no such pod, or it cannot be connected.
+    """
+    return Pod(
+        connect(board, serial, library, link_delay, max_hertz, ir_lengths, patience, wait, share)
+    )
+
+
+def connect(
+    board: Path | None,
+    serial: int | None,
+    library: Path | None,
+    link_delay: int | None,
+    max_hertz: float | None,
+    ir_lengths: Sequence[int],
+    patience: float,
+    wait: float,
+    share: bool,
+) -> _core.Connection:
+    """The host library's connection for the arguments of :func:`open`."""
+    return _core.Connection(
+        None if board is None else os.fspath(board),
+        None if library is None else os.fspath(library),
+        serial,
+        link_delay,
+        max_hertz,
+        list(ir_lengths),
+        patience,
+        wait,
+        share,
+    )

@@ -1,0 +1,93 @@
+"""The controller's registers, for who debugs a pod."""
+
+from __future__ import annotations
+
+from collections.abc import Sequence
+from typing import TYPE_CHECKING, Final, overload
+
+from .errors import UsageError
+
+if TYPE_CHECKING:
+    from .pod import Pod
+
+__all__ = ["Registers"]
+
+_COUNT: Final = 32
+_MOST: Final = 0xFFFF
+
+
+class Registers:
+    """The registers of a pod's scan controller: 16 bits each, indexed by number, 0 to 31.
+
+    0 to 15 are read from the driver's cache, and only changes of them are sent.
+
+    >>> import talvor
+    >>> with talvor.simulate() as pod:
+    ...     len(pod.registers[0:4])
+    4
+    """
+
+    def __init__(self, pod: Pod) -> None:
+        self._pod = pod
+
+    def __len__(self) -> int:
+        return _COUNT
+
+    @overload
+    def __getitem__(self, key: int) -> int: ...
+    @overload
+    def __getitem__(self, key: slice) -> list[int]: ...
+    def __getitem__(self, key: int | slice) -> int | list[int]:
+        first, count = self._stretch(key)
+        if count == 0:
+            return []
+        values = self._pod._connection.registers(first, count, False)
+        return values if isinstance(key, slice) else values[0]
+
+    @overload
+    def __setitem__(self, key: int, value: int) -> None: ...
+    @overload
+    def __setitem__(self, key: slice, value: Sequence[int]) -> None: ...
+    def __setitem__(self, key: int | slice, value: int | Sequence[int]) -> None:
+        first, count = self._stretch(key)
+        values = [value] if isinstance(value, int) else list(value)
+        if len(values) != count:
+            raise UsageError(
+                f"{count} registers from {first}",
+                f"there are {len(values)} values for them",
+                "give one value each",
+            )
+        for one in values:
+            if not 0 <= one <= _MOST:
+                raise UsageError(f"value {one:#x}", "a register has 16 bits", "give 0 to 0xFFFF")
+        if values:
+            self._pod._connection.put_registers(first, False, values)
+
+    def read_again(self, number: int, count: int) -> list[int]:
+        """Read register ``number`` ``count`` times, one after the other."""
+        self._stretch(number)
+        return self._pod._connection.registers(number, count, True)
+
+    def write_again(self, number: int, values: Sequence[int]) -> None:
+        """Write ``values`` to register ``number``, one after the other."""
+        self._stretch(number)
+        self._pod._connection.put_registers(number, True, list(values))
+
+    def poll(self, condition: str) -> None:
+        """Let the pod wait for a condition.
+
+        Args:
+            condition: idle, ready, write-one, write-many, read-one or read-many.
+        """
+        self._pod._connection.poll(condition)
+
+    @staticmethod
+    def _stretch(key: int | slice) -> tuple[int, int]:
+        if isinstance(key, slice):
+            first, end, step = key.indices(_COUNT)
+            if step != 1:
+                raise UsageError("registers", "they are read in a row", "leave the step away")
+            return first, max(0, end - first)
+        if not 0 <= key < _COUNT:
+            raise IndexError(f"register {key}: there are 0 to {_COUNT - 1}")
+        return key, 1
