@@ -2,7 +2,7 @@
 #pragma once
 
 #include "common/result.h"
-#include "podsim/control/command.h"
+#include "podsim/control/request.h"
 
 #include <span>
 #include <string>
