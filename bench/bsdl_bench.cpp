@@ -54,9 +54,7 @@ std::string boundary(size_t pins) {
     return text;
 }
 
-std::string make_file(size_t pins) {
-    return "entity BIG is\ngeneric (PHYSICAL_PIN_MAP : string := \"BGA\");\n" + ports(pins) +
-           "use STD_1149_1_2001.all;\n" + pin_map(pins) + R"(
+constexpr const char* kInstructions = R"bsdl(
 attribute TAP_SCAN_IN of TDI : signal is true;
 attribute TAP_SCAN_OUT of TDO : signal is true;
 attribute TAP_SCAN_MODE of TMS : signal is true;
@@ -64,9 +62,13 @@ attribute TAP_SCAN_CLOCK of TCK : signal is (66.0e6, BOTH);
 attribute INSTRUCTION_LENGTH of BIG : entity is 6;
 attribute INSTRUCTION_OPCODE of BIG : entity is
   "EXTEST (000000), SAMPLE (000001), PRELOAD (000001), BYPASS (111111)";
-    attribute INSTRUCTION_CAPTURE of BIG : entity is "XXXX01";
-)" + boundary(pins) + "end BIG;
-\n ";
+attribute INSTRUCTION_CAPTURE of BIG : entity is "XXXX01";
+)bsdl";
+
+std::string make_file(size_t pins) {
+    return "entity BIG is\ngeneric (PHYSICAL_PIN_MAP : string := \"BGA\");\n" + ports(pins) +
+           "use STD_1149_1_2001.all;\n" + pin_map(pins) + kInstructions + boundary(pins) +
+           "end BIG;\n";
 }
 
 void read_file(benchmark::State& state) {

@@ -36,11 +36,11 @@ private:
         made.number = number("the number of a cell");
         (void)words_.expect('(', "behind the number of a cell");
         made.type = words_.expect_word("the type of a cell").text;
-        comma("the type of a cell");
+        comma("behind the type of a cell");
         made.signal = signal();
-        comma("the port of a cell");
+        comma("behind the port of a cell");
         made.function = function();
-        comma("the function of a cell");
+        comma("behind the function of a cell");
         made.safe = bit("the safe value of a cell, 0, 1 or X", "01X");
         if (words_.take(',')) {
             driver(made);
@@ -58,13 +58,13 @@ private:
             return;
         }
         made.control = number("the number of the cell that disables the output");
-        comma("the number of a control cell");
+        comma("behind the number of a control cell");
         made.disable_value = bit("the value that disables the output, 0 or 1", "01");
-        comma("the value that disables an output");
+        comma("behind the value that disables an output");
         made.disable_result = result().value_or(DisableResult::Z);
     }
 
-    void comma(const char* behind) { (void)words_.expect(',', fmt::format("behind {}", behind)); }
+    void comma(std::string_view where) { (void)words_.expect(',', where); }
 
     size_t number(const char* expected) {
         const auto value = integer_value(words_.peek().text);

@@ -37,7 +37,7 @@ private:
     // "PA : (12, 13, 14)".
     void entry() {
         const PortReference reference = read_port(words_, draft_.ports, draft_.report);
-        (void)words_.expect(':', fmt::format("behind the port {}", shown(reference.text)));
+        (void)words_.expect(':', "behind a port");
         std::vector<std::pair<std::string_view, Place>> pins;
         if (words_.take('(')) {
             do {

@@ -3,19 +3,35 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <utility>
 
 namespace talvor::bsdl {
 namespace {
 
-constexpr std::string_view kMarks = "()[],:*";
-constexpr std::string_view kBlanks = " \t\r\n\v\f";
-constexpr std::string_view kWordEnds = "()[],:* \t\r\n\v\f";
+enum class Kind : uint8_t { Letter, Blank, Mark };
+
+// Of every byte.
+constexpr std::array<Kind, 256> kKinds = [] {
+    std::array<Kind, 256> kinds{};
+    for (const char c : {' ', '\t', '\r', '\n', '\v', '\f'}) {
+        kinds[static_cast<uint8_t>(c)] = Kind::Blank;
+    }
+    for (const char c : {'(', ')', '[', ']', ',', ':', '*'}) {
+        kinds[static_cast<uint8_t>(c)] = Kind::Mark;
+    }
+    return kinds;
+}();
+
+Kind kind_of(char c) noexcept {
+    return kKinds[static_cast<uint8_t>(c)];
+}
 
 } // namespace
 
 bool Word::is_mark() const noexcept {
-    return text.size() == 1 && kMarks.find(text[0]) != std::string_view::npos;
+    return text.size() == 1 && kind_of(text[0]) == Kind::Mark;
 }
 
 WordReader::WordReader(const JoinedText& text, std::string what, Report& report)
@@ -27,15 +43,19 @@ bool WordReader::at(char mark) const noexcept {
 
 Word WordReader::next() {
     const std::string_view text = text_.text();
-    offset_ = std::min(text.find_first_not_of(kBlanks, offset_), text.size());
+    while (offset_ < text.size() && kind_of(text[offset_]) == Kind::Blank) {
+        ++offset_;
+    }
     if (report_.failed() || offset_ == text.size()) {
         return {{}, offset_};
     }
     size_t end = offset_ + 1;
     if (text[offset_] == '\\') {
         end = std::min(text.find('\\', end), text.size() - 1) + 1;
-    } else if (kMarks.find(text[offset_]) == std::string_view::npos) {
-        end = std::min(text.find_first_of(kWordEnds, end), text.size());
+    } else if (kind_of(text[offset_]) == Kind::Letter) {
+        while (end < text.size() && kind_of(text[end]) == Kind::Letter) {
+            ++end;
+        }
     }
     const Word word{text.substr(offset_, end - offset_), offset_};
     offset_ = end;
@@ -56,13 +76,13 @@ bool WordReader::take(char mark) {
     return true;
 }
 
-void WordReader::fault(const std::string& expected) {
+void WordReader::fault(std::string_view expected) {
     report_.fail(place(), fmt::format("expected {} in {}, found {}", expected, what_,
                                       at_end() ? "the end of its text" : shown(word_.text)));
     word_ = {{}, word_.offset};
 }
 
-bool WordReader::expect(char mark, const std::string& where) {
+bool WordReader::expect(char mark, std::string_view where) {
     if (take(mark)) {
         return true;
     }
@@ -70,7 +90,7 @@ bool WordReader::expect(char mark, const std::string& where) {
     return false;
 }
 
-Word WordReader::expect_word(const std::string& expected) {
+Word WordReader::expect_word(std::string_view expected) {
     if (at_end() || word_.is_mark()) {
         fault(expected);
         return word_;
@@ -78,7 +98,7 @@ Word WordReader::expect_word(const std::string& expected) {
     return take();
 }
 
-std::string WordReader::expect_words(const std::string& expected) {
+std::string WordReader::expect_words(std::string_view expected) {
     std::string joined(expect_word(expected).text);
     while (!at_end() && !word_.is_mark()) {
         joined += take().text;

@@ -39,16 +39,16 @@ public:
     // Takes the mark where it comes next.
     bool take(char mark);
     // Takes the mark, or the text ends here with a fault: "expected ')' behind the opcodes of A".
-    bool expect(char mark, const std::string& where);
+    bool expect(char mark, std::string_view where);
     // Takes a word that is no mark, or the text ends here with a fault. `expected`: "a port".
-    Word expect_word(const std::string& expected);
+    Word expect_word(std::string_view expected);
     // Takes words up to the next mark and joins them: "10 1X" for one pattern of four bits.
-    std::string expect_words(const std::string& expected);
+    std::string expect_words(std::string_view expected);
     // Behind an element of a list: whether another one follows. Takes the comma; one that is
     // missing, or has nothing behind it, is a warning. A list in parentheses ends before the ')'.
     bool more();
     // "expected EXPECTED in WHAT, found ..."; the text ends here.
-    void fault(const std::string& expected);
+    void fault(std::string_view expected);
 
 private:
     [[nodiscard]] Word next();

@@ -112,7 +112,7 @@ TEST(BoardFileTest, ErrorsNameLineKeyAndExpectation) {
          "expected an integer from 2 to 65536, found -4"},
         {"[[device]]\nname = 4\n", "b.toml:2: device[0].name", "expected a text, found an integer"},
         {"[[device]]\nlength = 4\n", "b.toml:2: device[0].length",
-         "unknown key, expected one of name, ir"},
+         "unknown key, expected one of name, ir, bsdl"},
         {"library = 1\n", "b.toml:1: library", "expected a text, found an integer"},
         {"library = ''\n", "b.toml:1: library", "expected the path of the library, as a text"},
     };

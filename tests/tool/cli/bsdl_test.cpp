@@ -41,14 +41,14 @@ TEST(BsdlTest, PrintsTheWholeModel) {
     EXPECT_EQ(document.at("usable"), true);
     EXPECT_EQ(document.at("signals").size(), 100U);
     EXPECT_EQ(document.at("cells").size(), 128U);
-    EXPECT_EQ(document.at("cells").at(5),
-              json::parse(R"({"number": 5, "type": "BC_1", "signal": "PA(1)", "function": "input",
-                  "safe": "X", "control": null, "open": null, "place": {
-        "line" : 256, "column" : 6}
-})"));
+    EXPECT_EQ(
+        document.at("cells").at(5),
+        json::parse(R"json({"number": 5, "type": "BC_1", "signal": "PA(1)", "function": "input",
+                  "safe": "X", "control": null, "open": null,
+                  "place": {"line": 256, "column": 6}})json"));
     EXPECT_EQ(document.at("compliance"),
               json::parse(R"({"signals": ["TEST"], "patterns": ["0"]})"));
-EXPECT_EQ(document.at("pairs").at(0).at("associated"), "CK_N");
+    EXPECT_EQ(document.at("pairs").at(0).at("associated"), "CK_N");
 }
 
 TEST(BsdlTest, ChecksForContinuousIntegration) {
