@@ -9,7 +9,7 @@ namespace talvor::cli {
 namespace {
 
 TEST(ManualTest, ShowsWhatTheProgramDoes) {
-    test_support::run_boxes_of(source_file("docs/talvor.md"), 16);
+    test_support::run_boxes_of(source_file("docs/talvor.md"), 17);
 }
 
 TEST(BoundaryScanPageTest, ShowsWhatTheProgramDoes) {
