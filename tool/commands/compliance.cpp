@@ -8,15 +8,18 @@
 namespace talvor {
 namespace {
 
+std::string condition(const boundary::Member& member) {
+    return "complies with IEEE 1149.1 only while " + compliance_text(member);
+}
+
 std::string sentence(const boundary::Member& member) {
-    return fmt::format("{} ({}) complies with IEEE 1149.1 only while {}", member.name,
-                       member.plan->device().name, compliance_text(member));
+    return fmt::format("{} ({}) {}", member.name, member.plan->device().name, condition(member));
 }
 
 Status require_one(const Context& context, const boundary::Member& member) {
     constexpr const char* kNext = "see to it, then give --compliance-met";
     if (!has_keys() || !context.out.watched() || context.out.json()) {
-        return refused_error(member.name, sentence(member).substr(member.name.size() + 1), kNext);
+        return refused_error(member.name, condition(member), kNext);
     }
     const std::string answer = TRY(ask(sentence(member) + ". Does it stand so? [y/N] "));
     return answer == "y" || answer == "Y" || answer == "yes"

@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <span>
 #include <utility>
 
 namespace talvor {
@@ -60,6 +61,30 @@ void for_each_device(const std::vector<PinRow>& rows, Action action) {
         action(rows[begin].address.device, begin, end);
         begin = end;
     }
+}
+
+// Names and levels of one device, column by column in as few lines as the width allows.
+std::vector<std::string> block_of_device(const Output& out, const std::vector<Member>& members,
+                                         std::span<const PinRow> rows, size_t width) {
+    size_t longest = 1;
+    for (const PinRow& row : rows) {
+        longest = std::max(longest, signal_of(members, row.address).name.size());
+    }
+    constexpr size_t kAround = 6; // two blanks, and behind the name a blank, level, mark, blank
+    const size_t columns = std::max<size_t>(width / (longest + kAround), 1);
+    const size_t count = (rows.size() + columns - 1) / columns;
+    std::vector<std::string> lines(count);
+    for (size_t i = 0; i < rows.size(); ++i) {
+        const PinRow& row = rows[i];
+        const std::string words =
+            fmt::format("{:<{}} {}{}", signal_of(members, row.address).name, longest,
+                        level_text(row.level), row.changed ? '*' : ' ');
+        lines[i % count] += "  " + (row.changed ? out.tone(Tone::Strong, words) : words) + " ";
+    }
+    for (std::string& line : lines) {
+        line.erase(line.find_last_not_of(' ') + 1);
+    }
+    return lines;
 }
 
 Json cell_json(const boundary::Plan& plan, std::optional<size_t> cell) {
@@ -131,23 +156,9 @@ std::vector<std::string> pin_block(const Output& out, const std::vector<Member>&
     std::vector<std::string> lines;
     for_each_device(rows, [&](size_t device, size_t begin, size_t end) {
         lines.push_back(out.tone(Tone::Strong, device_head(members[device])));
-        size_t longest = 1;
-        for (size_t i = begin; i < end; ++i) {
-            longest = std::max(longest, signal_of(members, rows[i].address).name.size());
-        }
-        const size_t cell = longest + 6; // two blanks, a mark, a blank, the level, and one more
-        const size_t columns = std::max<size_t>(width / cell, 1);
-        const size_t count = (end - begin + columns - 1) / columns; // of lines, column by column
-        for (size_t line = 0; line < count; ++line) {
-            std::string text;
-            for (size_t i = begin + line; i < end; i += count) {
-                const std::string words =
-                    fmt::format("{:<{}} {}{}", signal_of(members, rows[i].address).name, longest,
-                                level_text(rows[i].level), rows[i].changed ? '*' : ' ');
-                text += "  " + (rows[i].changed ? out.tone(Tone::Strong, words) : words) + " ";
-            }
-            text.erase(text.find_last_not_of(' ') + 1);
-            lines.push_back(std::move(text));
+        for (std::string& line :
+             block_of_device(out, members, std::span(rows).subspan(begin, end - begin), width)) {
+            lines.push_back(std::move(line));
         }
     });
     if (lines.size() > height && height > 0) {

@@ -106,12 +106,16 @@ std::vector<Instruction> instructions_for(const Access& access,
 
 // Outputs that drive beside those that were set, since nothing disables them in the safe image.
 void tell_what_drives(const Context& context, const Access& access,
-                      const std::vector<Instruction>& instructions) {
+                      const std::vector<Instruction>& instructions,
+                      const std::vector<PinSetting>& settings) {
     for (size_t i = 0; i < instructions.size(); ++i) {
         if (instructions[i] != Instruction::Extest && instructions[i] != Instruction::Clamp) {
             continue;
         }
-        const auto signals = access.members()[i].plan->always_driving();
+        std::vector<size_t> signals = access.members()[i].plan->always_driving();
+        for (const Setting& setting : settings_of(settings, i)) {
+            std::erase(signals, setting.signal);
+        }
         if (!signals.empty()) {
             context.out.note(fmt::format("{} of {} drive their safe values all the while: {}",
                                          count_text(signals.size(), "output"),
@@ -128,41 +132,45 @@ struct Outcome {
     std::optional<Level> read;
 };
 
-// Captures under the images in force: what the pins that were set read. With INTEST what the
-// system logic gives to every output.
+// What the system logic gives to the outputs of the devices in INTEST.
+std::vector<Outcome> core_outputs(const Access& access, const Images& captured) {
+    std::vector<Outcome> outcomes;
+    for (size_t i = 0; i < access.size(); ++i) {
+        if (access.loaded()[i] != Instruction::Intest) {
+            continue;
+        }
+        const boundary::Plan& plan = *access.members()[i].plan;
+        for (const boundary::Pin& pin : plan.pins()) {
+            if (pin.drive) {
+                outcomes.push_back({{i, pin.signal},
+                                    std::nullopt,
+                                    boundary::intest_level(plan, pin, captured[i])});
+            }
+        }
+    }
+    return outcomes;
+}
+
+// Captures under the images in force: what the pins that were set read, or, with INTEST, what the
+// system logic answers. CLAMP has the register aside, so nothing is read.
 Result<std::vector<Outcome>> read_back(Access& access, const std::vector<PinSetting>& settings,
                                        const Images& images, Instruction instruction) {
-    std::vector<Outcome> outcomes;
-    if (!boundary::selects_boundary(instruction)) {
-        for (const PinSetting& setting : settings) {
-            outcomes.push_back({setting.address, setting.level, std::nullopt});
-        }
-        return outcomes;
-    }
     Images captured;
-    TRY(access.exchange(images, &captured));
-    if (instruction == Instruction::Intest) {
-        for (size_t i = 0; i < access.size(); ++i) {
-            if (access.loaded()[i] != Instruction::Intest) {
-                continue;
-            }
-            const boundary::Plan& plan = *access.members()[i].plan;
-            for (const boundary::Pin& pin : plan.pins()) {
-                if (pin.drive) {
-                    outcomes.push_back({{i, pin.signal},
-                                        std::nullopt,
-                                        boundary::intest_level(plan, pin, captured[i])});
-                }
-            }
-        }
-        return outcomes;
+    const bool readable = boundary::selects_boundary(instruction);
+    if (readable) {
+        TRY(access.exchange(images, &captured));
     }
+    if (instruction == Instruction::Intest) {
+        return core_outputs(access, captured);
+    }
+    std::vector<Outcome> outcomes;
     for (const PinSetting& setting : settings) {
-        const size_t device = setting.address.device;
+        const auto [device, signal] = setting.address;
         const boundary::Plan& plan = *access.members()[device].plan;
         outcomes.push_back({setting.address, setting.level,
-                            boundary::extest_level(plan, *plan.find(setting.address.signal),
-                                                   captured[device], images[device])});
+                            readable ? boundary::extest_level(plan, *plan.find(signal),
+                                                              captured[device], images[device])
+                                     : std::nullopt});
     }
     return outcomes;
 }
@@ -262,6 +270,7 @@ Result<Images> images_at(const Access& access, std::vector<PinSetting> settings,
     return images;
 }
 
+// Whole periods until there are so many, or a signal asks for the end.
 Result<uint32_t> toggle(Access& access, const Images& high, const Images& low,
                         const PinsOptions& options) {
     const auto half = duration_of(options.period_seconds / 2);
@@ -269,14 +278,18 @@ Result<uint32_t> toggle(Access& access, const Images& high, const Images& low,
     uint32_t periods = 0;
     for (; options.count == 0 || periods < options.count; ++periods) {
         for (const Images* images : {&high, &low}) {
-            TRY(access.exchange(*images, nullptr));
-            TRY(access.flush());
-            due = std::max(due + half, std::chrono::steady_clock::now());
-            sleep_unless_interrupted(due - std::chrono::steady_clock::now());
-            if (interrupt_signal() != 0) {
-                return time_is_over() ? Result<uint32_t>(Failure(check_interrupt().error()))
-                                      : periods;
+            Status done = access.exchange(*images, nullptr);
+            if (done) {
+                done = access.flush();
             }
+            if (done) {
+                due = std::max(due + half, std::chrono::steady_clock::now());
+                sleep_unless_interrupted(due - std::chrono::steady_clock::now());
+            }
+            if (interrupt_signal() != 0 && !time_is_over()) {
+                return periods;
+            }
+            TRY(std::move(done));
         }
     }
     return periods;
@@ -294,7 +307,7 @@ Status set_pins(Context& context, const PinsOptions& options) {
     const Images images =
         TRY(images_with(context, access, settings, instruction, options.enable_others));
     const auto instructions = instructions_for(access, settings, instruction);
-    tell_what_drives(context, access, instructions);
+    tell_what_drives(context, access, instructions, settings);
     TestMode test(access);
     TRY(drive(test, access, instructions, images));
     print_outcomes(context, access, TRY(read_back(access, settings, images, instruction)),
@@ -315,7 +328,7 @@ Status toggle_pins(Context& context, const PinsOptions& options) {
         TRY(images_with(context, access, settings, Instruction::Extest, options.enable_others));
     const Images low = TRY(images_at(access, settings, Level::Low, high));
     const auto instructions = instructions_for(access, settings, Instruction::Extest);
-    tell_what_drives(context, access, instructions);
+    tell_what_drives(context, access, instructions, settings);
     TestMode test(access);
     TRY(test.enter(instructions, access.safe()));
     const uint32_t periods = TRY(toggle(access, high, low, options));

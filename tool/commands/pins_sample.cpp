@@ -154,6 +154,11 @@ private:
     RefreshedText text_;
 };
 
+// Whether somebody has asked for the end, which is how work without an end of its own is ended.
+bool is_asked_for() {
+    return interrupt_signal() != 0 && !time_is_over();
+}
+
 // Samples until it has so many, nobody reads any more, or a signal asks for the end. The time of
 // the n-th is n periods after the first, whatever the samples themselves take.
 template <typename Take>
@@ -164,11 +169,15 @@ Result<uint32_t> repeat(const PinsOptions& options, double seconds, Take take) {
     uint32_t taken = 0;
     for (; options.count == 0 || taken < options.count; ++taken) {
         sleep_unless_interrupted(due - Clock::now());
-        if (interrupt_signal() != 0) {
-            return time_is_over() ? Result<uint32_t>(Failure(check_interrupt().error())) : taken;
-        }
         const Clock::time_point now = Clock::now();
-        TRY(take(now - start));
+        Status done = check_interrupt();
+        if (done) {
+            done = take(now - start);
+        }
+        if (is_asked_for()) {
+            return taken;
+        }
+        TRY(std::move(done));
         if (!flush_output()) {
             return taken; // nobody can see any more; the end of the program tells it
         }

@@ -189,7 +189,8 @@ TEST(ValueNamesTest, AreKnownToTheCompletion) {
         "SERIAL",  "SECONDS",   "CLOCKS",     "FREQUENCY", "BITS,...",    "TEXT",
         "HEX",     "N",         "REGISTER",   "COUNT",     "VALUE",       "COMMAND",
         "ADDRESS", "LINE",      "FROM-TO",    "DEVICE",    "PACKAGE",     "INSTRUCTION",
-        "ACTION",  "PROCEDURE", "NAME=VALUE", "PART",      "PART=DEVICE", "SERIAL,..."};
+        "ACTION",  "PROCEDURE", "NAME=VALUE", "PART",      "PART=DEVICE", "SERIAL,...",
+        "PATTERN", "NAME",      "SETTING"};
     std::vector<CommandDescription> left{describe_program()};
     size_t values = 0;
     while (!left.empty()) {

@@ -137,6 +137,34 @@ TEST(SchemaTest, EveryDocumentOfABsdlFileIsAsItSays) {
     expect_fits(lines);
 }
 
+TEST(SchemaTest, EveryDocumentOfPinsIsAsItSays) {
+    const std::string part = source_file("examples/board/tlc44.bsd");
+    const std::string pod = file_with("one.toml", "[[pod]]\nserial = 5\nrevision = 0x0302\n"
+                                                  "[[pod.tap]]\nname = \"u2\"\nbsdl = \"" +
+                                                      part + "\"\n");
+    const std::string board =
+        file_with("one_board.toml", "[[device]]\nname = \"u2\"\nbsdl = \"" + part + "\"\n");
+    std::string lines;
+    for (const Sample& run : std::vector<Sample>{
+             {"pins", {"pins"}},
+             {"pins", {"pins", "--vcd", file_with("s.vcd", ""), "--count", "2"}},
+             {"pins get", {"pins", "get", "IO0", "A0"}},
+             {"pins set", {"pins", "set", "IO0=1", "IO1=Z", "--hold", "0.01"}},
+             {"pins set", {"pins", "set", "A0=1", "--instruction", "intest", "--hold", "0.01"}},
+             {"pins toggle", {"pins", "toggle", "IO0", "--period", "0.01", "--count", "2"}}}) {
+        std::vector<std::string> words{"--json", "--simulate=" + pod, "--board", board};
+        words.insert(words.end(), run.words.begin(), run.words.end());
+        lines += in_one_line(run.name, talvor(words).out);
+    }
+    std::istringstream out(talvor({"--json", "--simulate=" + pod, "--board", board, "pins",
+                                   "--watch", "0.01", "--count", "2"})
+                               .out);
+    for (std::string line; std::getline(out, line);) {
+        lines += in_one_line("pins", line);
+    }
+    expect_fits(lines);
+}
+
 TEST(SchemaTest, EveryLineOfASessionIsAsItSays) {
     const Outcome outcome = simulated({"--json", "run", "-"},
                                       "dr 0xFF\nexpect 0x35\nhelp dr\nstatus --watch 0.01 --count "

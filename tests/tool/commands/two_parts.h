@@ -10,7 +10,7 @@
 
 namespace talvor {
 
-inline constexpr const char* kSmallPart = R"(
+inline constexpr const char* kSmallPart = R"BSDL(
 entity SMALL is
   generic (PHYSICAL_PIN_MAP : string := "QFP8");
   port (TCK, TMS, TDI : in bit; TDO : out bit;
@@ -24,17 +24,18 @@ entity SMALL is
   attribute TAP_SCAN_MODE of TMS : signal is true;
   attribute TAP_SCAN_CLOCK of TCK : signal is (10.0e6, BOTH);
   attribute COMPLIANCE_PATTERNS of SMALL : entity is "(MODE) (0)";
-attribute INSTRUCTION_LENGTH of SMALL : entity is 4;
-attribute INSTRUCTION_OPCODE of SMALL
-    : entity is "BYPASS (1111), EXTEST (0000), SAMPLE (0001), PRELOAD (0001)";
-attribute INSTRUCTION_CAPTURE of SMALL : entity is "0001";
-attribute BOUNDARY_LENGTH of SMALL : entity is 4;
-attribute BOUNDARY_REGISTER of SMALL
-    : entity is "0 (BC_1, MODE, input, X)," &
-      "1 (BC_7, Q(0), bidir, X, 3, 0, Z)," & "2 (BC_7, Q(1), bidir, X, 3, 0, Z)," &
-      "3 (BC_1, *, control, 0)";
+  attribute INSTRUCTION_LENGTH of SMALL : entity is 4;
+  attribute INSTRUCTION_OPCODE of SMALL : entity is
+    "BYPASS (1111), EXTEST (0000), SAMPLE (0001), PRELOAD (0001)";
+  attribute INSTRUCTION_CAPTURE of SMALL : entity is "0001";
+  attribute BOUNDARY_LENGTH of SMALL : entity is 4;
+  attribute BOUNDARY_REGISTER of SMALL : entity is
+    "0 (BC_1, MODE, input, X)," &
+    "1 (BC_7, Q(0), bidir, X, 3, 0, Z)," &
+    "2 (BC_7, Q(1), bidir, X, 3, 0, Z)," &
+    "3 (BC_1, *, control, 0)";
 end SMALL;
-)";
+)BSDL";
 
 // u1 and u3 are small parts, u2 has no description.
 inline std::vector<boundary::Member> two_parts() {
