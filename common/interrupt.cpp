@@ -25,7 +25,8 @@ static_assert(std::atomic<int>::is_always_lock_free, "the handler may only use s
 // Readable for good once a signal has asked, so that a sleep which begins just then ends, too.
 std::atomic<int> g_asked{-1};
 
-std::atomic<bool> g_held{false}; // see InterruptsHeld
+std::atomic<bool> g_watching{false}; // the signals are ours until the process ends
+std::atomic<bool> g_held{false};     // see InterruptsHeld
 
 // What check_interrupt() says about the end of the time; written before the time runs.
 std::string& over_reason() {
@@ -51,10 +52,6 @@ timespec time_of(std::chrono::nanoseconds time) {
     return {.tv_sec = seconds.count(), .tv_nsec = (time - seconds).count()};
 }
 
-} // namespace
-
-namespace {
-
 void watch_signals() {
     struct sigaction action {};
     action.sa_handler = remember;
@@ -78,6 +75,7 @@ void forget_signal() {
 void watch_interrupts() {
     g_asked = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     watch_signals();
+    g_watching = true;
 }
 
 void interrupt_after(std::chrono::nanoseconds time, const std::string& reason) {
@@ -133,13 +131,13 @@ void let_ask_again(bool again) {
 
 InterruptsHeld::InterruptsHeld() noexcept {
     g_held = true;
-    if (interrupt_descriptor() >= 0) {
+    if (g_watching) {
         let_ask_again(true);
     }
 }
 
 InterruptsHeld::~InterruptsHeld() {
-    if (interrupt_descriptor() >= 0) {
+    if (g_watching) {
         let_ask_again(false);
     }
     g_held = false;
