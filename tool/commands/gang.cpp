@@ -23,7 +23,7 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 // So that the gang's own limit comes first, which says whose it is.
-constexpr double kLater_seconds = 0.05;
+constexpr double kLaterSeconds = 0.05;
 
 const std::vector<std::string>& log_heads() {
     static const std::vector<std::string> heads{"time",        "command", "pod",
@@ -163,7 +163,7 @@ GangOptions gang_options(const Context& context, Plan& plan) {
             return {};
         }
         const std::chrono::duration<double> left = plan.end - Clock::now();
-        return {"--timeout", fmt::format("{:.3f}", std::max(left.count(), 0.0) + kLater_seconds)};
+        return {"--timeout", fmt::format("{:.3f}", std::max(left.count(), 0.0) + kLaterSeconds)};
     };
     return options;
 }

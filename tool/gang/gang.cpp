@@ -12,7 +12,7 @@
 namespace talvor {
 namespace {
 
-constexpr int kDrawEvery_ms = 100;
+constexpr int kDrawEveryMs = 100;
 constexpr int kForEver = -1;
 
 size_t count_in(const std::vector<Member>& members, MemberState state) {
@@ -87,10 +87,10 @@ void Gang::wait() {
         }
     }
     // What interrupts it is looked at by who called; what else may fail is no reason to stop.
-    if (system_calls.poll(waits.data(), waits.size(), bars_.shown() ? kDrawEvery_ms : kForEver) <
+    if (system_calls.poll(waits.data(), waits.size(), bars_.shown() ? kDrawEveryMs : kForEver) <
             0 &&
         errno != EINTR) {
-        sleep_unless_interrupted(std::chrono::milliseconds(kDrawEvery_ms));
+        sleep_unless_interrupted(std::chrono::milliseconds(kDrawEveryMs));
     }
 }
 
