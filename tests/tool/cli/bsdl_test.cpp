@@ -45,7 +45,7 @@ TEST(BsdlTest, PrintsTheWholeModel) {
         document.at("cells").at(5),
         json::parse(R"json({"number": 5, "type": "BC_1", "signal": "PA(1)", "function": "input",
                   "safe": "X", "control": null, "open": null,
-                  "place": {"line": 256, "column": 6}})json"));
+                  "place": {"line": 256, "column": 8}})json"));
     EXPECT_EQ(document.at("compliance"),
               json::parse(R"({"signals": ["TEST"], "patterns": ["0"]})"));
     EXPECT_EQ(document.at("pairs").at(0).at("associated"), "CK_N");
