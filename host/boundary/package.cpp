@@ -102,7 +102,7 @@ std::optional<Grid> grid_of(const std::vector<PackagePin>& pins) {
         return std::nullopt;
     }
     std::ranges::sort(grid.rows, comes_before);
-    grid.rows.erase(std::ranges::unique(grid.rows).begin(), grid.rows.end());
+    grid.rows.erase(std::unique(grid.rows.begin(), grid.rows.end()), grid.rows.end());
     const auto [least, most] = std::ranges::minmax_element(balls, {}, &Ball::column);
     grid.first_column = least->column;
     grid.columns = most->column - least->column + 1;
