@@ -1,7 +1,5 @@
 #include "host/boundary/plan.h"
 
-#include "host/boundary/image.h"
-
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -165,7 +163,7 @@ const Pin* Plan::find(size_t signal) const noexcept {
 std::vector<size_t> Plan::always_driving() const {
     std::vector<size_t> signals;
     for (const Pin& pin : pins_) {
-        if (driven_level(*this, pin, safe_) != Level::Z) {
+        if (pin.drive && (!pin.enable || safe_[*pin.enable] == pin.enable_level)) {
             signals.push_back(pin.signal);
         }
     }
