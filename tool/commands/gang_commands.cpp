@@ -55,6 +55,40 @@ std::string play_summary(const Json& document) {
                        text_at(document, "dry_run") == "true" ? "; can be played" : "");
 }
 
+size_t size_at(const Json& document, const std::string& path) {
+    const Json* found = document.find(path);
+    return found == nullptr ? 0 : found->size();
+}
+
+// "122 pins: 40 high, 60 low": the levels of the others are not known.
+std::string pins_summary(const Json& document) {
+    size_t count = 0;
+    size_t high = 0;
+    size_t low = 0;
+    for (size_t i = 0; i < size_at(document, "devices"); ++i) {
+        const std::string pins = fmt::format("devices.{}.pins", i);
+        count += size_at(document, pins);
+        for (size_t pin = 0; pin < size_at(document, pins); ++pin) {
+            const std::string level = text_at(document, fmt::format("{}.{}.level", pins, pin));
+            high += level == "1" ? 1U : 0U;
+            low += level == "0" ? 1U : 0U;
+        }
+    }
+    return fmt::format("{}: {} high, {} low", count_text(count, "pin"), high, low);
+}
+
+// "PA(0)=1 RESET=0"
+std::string levels_summary(const Json& document) {
+    std::string text;
+    for (size_t i = 0; i < size_at(document, "pins"); ++i) {
+        const std::string pin = fmt::format("pins.{}", i);
+        const std::string level = text_at(document, pin + ".level");
+        text += fmt::format("{}{}={}", text.empty() ? "" : " ", text_at(document, pin + ".name"),
+                            level == "null" ? "-" : level);
+    }
+    return text;
+}
+
 std::string search_summary(const Json& document) {
     return fmt::format("{}, with the margin {}", frequency_at(document, "highest_hz"),
                        frequency_at(document, "chosen.actual_hz"));
@@ -115,13 +149,17 @@ Json bench_together(const std::vector<const Json*>& documents) {
 
 std::span<const GangCommand> gang_commands() {
     static const std::vector<std::string_view> kPictures{"--svg", "--around"};
+    static const std::vector<std::string_view> kSeries{"--svg", "--vcd", "--watch"};
     static const std::vector<GangCommand> kCommands{
         {"chain", chain_summary},
+        {"pins", pins_summary, nullptr, kSeries},
+        {"pins get", levels_summary},
         {"tclk search", search_summary},
         {"bench", bench_summary, bench_together},
         {"play", play_summary, nullptr, kPictures},
         {"svf", play_summary, nullptr, kPictures},
         {"xsvf", play_summary, nullptr, kPictures},
+        {"stapl", play_summary, nullptr, kPictures},
     };
     return kCommands;
 }
