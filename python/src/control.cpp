@@ -92,7 +92,7 @@ std::tuple<uint32_t, uint32_t> link_delay(Connection& connection) {
 
 void put_link_delay(Connection& connection, uint32_t clocks) {
     connection.use(Length::Short, [=](Session& session) -> Status {
-        TRY(apply_link_delay(session.pod(), clocks));
+        TRY(apply_link_delay(session, clocks));
         return session.pod().flush();
     });
 }

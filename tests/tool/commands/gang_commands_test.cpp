@@ -62,10 +62,8 @@ TEST(GangCommandsTest, SayWhatPinsRead) {
                                               {"pins": [{"level": "1"}, {"level": null}]}]})"),
               "4 pins: 2 high, 1 low");
     EXPECT_EQ(summary("pins", R"({"devices": []})"), "0 pins: 0 high, 0 low");
-    EXPECT_EQ(summary("pins get", R"({"pins": [{"name": "PA(0)", "level": "1"
-},
-                                               {"name": "PB", "level": null}]
-})"),
+    EXPECT_EQ(summary("pins get", R"json({"pins": [{"name": "PA(0)", "level": "1"},
+                                                   {"name": "PB", "level": null}]})json"),
               "PA(0)=1 PB=-");
 }
 
