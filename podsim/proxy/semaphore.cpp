@@ -34,6 +34,8 @@ sem_t* open_semaphore(const std::string& name, int flags, unsigned value) {
 
 Result<Semaphore> Semaphore::create(const std::string& name, unsigned value) {
     const std::string path = semaphore_path(name);
+    // First, so that nothing which can fail for want of memory comes between name and owner.
+    Semaphore made(name, nullptr);
     sem_t* semaphore = open_semaphore(name, O_CREAT | O_EXCL, value);
     if (semaphore == SEM_FAILED) {
         // Where memory runs out late, the C library leaves the name that it has made.
@@ -44,7 +46,7 @@ Result<Semaphore> Semaphore::create(const std::string& name, unsigned value) {
         errno = error;
         return shm_failure("making semaphore " + name, path, sizeof(sem_t));
     }
-    Semaphore made(name, semaphore);
+    made.semaphore_ = semaphore;
     if (system_calls.chmod(path.c_str(), SHM_OBJECT_MODE) != 0) {
         return shm_failure("opening semaphore " + name + " to every user", path);
     }
@@ -57,11 +59,12 @@ Result<Semaphore> Semaphore::adopt(const std::string& name) {
         system_calls.sem_unlink(name.c_str());
         return create(name, 0);
     }
+    Semaphore found(name, nullptr);
     sem_t* semaphore = open_semaphore(name, 0, 0);
     if (semaphore == SEM_FAILED) {
         return shm_failure("opening semaphore " + name, path);
     }
-    Semaphore found(name, semaphore);
+    found.semaphore_ = semaphore;
     system_calls.chmod(path.c_str(), SHM_OBJECT_MODE); // best effort: it may be another user's
     while (found.try_take()) {
     }

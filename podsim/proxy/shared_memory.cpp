@@ -40,18 +40,19 @@ void* fill(int fd, size_t size) {
 
 Result<SharedMemory> SharedMemory::create(const std::string& name, size_t size) {
     const std::string what = "making shared memory " + name;
-    FileDescriptor fd(
+    // First, so that nothing which can fail for want of memory comes between name and owner.
+    SharedMemory made(name, size);
+    made.fd_ = FileDescriptor(
         system_calls.shm_open(name.c_str(), O_RDWR | O_CREAT | O_EXCL, SHM_OBJECT_MODE));
-    if (!fd.is_open()) {
+    if (!made.fd_.is_open()) {
         return shm_failure(what, block_path(name), size);
     }
-    void* data = fill(fd.get(), size);
+    void* data = fill(made.fd_.get(), size);
     if (data == MAP_FAILED) {
-        Failure failed = shm_failure(what, block_path(name), size);
-        system_calls.shm_unlink(name.c_str());
-        return failed;
+        return shm_failure(what, block_path(name), size);
     }
-    return SharedMemory(name, std::move(fd), data, size);
+    made.data_ = data;
+    return made;
 }
 
 SharedMemory::SharedMemory(SharedMemory&& other) noexcept
@@ -59,8 +60,10 @@ SharedMemory::SharedMemory(SharedMemory&& other) noexcept
       data_(std::exchange(other.data_, nullptr)), size_(other.size_) {}
 
 SharedMemory::~SharedMemory() {
-    if (data_ != nullptr) {
+    if (fd_.is_open()) {
         remove_name();
+    }
+    if (data_ != nullptr) {
         system_calls.munmap(data_, size_);
     }
 }

@@ -31,12 +31,11 @@ public:
     bool used_by_others() const;
 
 private:
-    SharedMemory(std::string name, FileDescriptor fd, void* data, size_t size)
-        : name_(std::move(name)), fd_(std::move(fd)), data_(data), size_(size) {}
+    SharedMemory(std::string name, size_t size) : name_(std::move(name)), size_(size) {}
 
     std::string name_;
-    FileDescriptor fd_;
-    void* data_;
+    FileDescriptor fd_; // open as soon as there is something to remove
+    void* data_ = nullptr;
     size_t size_;
 };
 

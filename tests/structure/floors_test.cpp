@@ -150,7 +150,8 @@ std::vector<House> houses() {
 
 const IncludeGraph& tree() {
     static const IncludeGraph graph = structure::read_include_graph(
-        TALVOR_SOURCE_DIR, {"hardware", "include", "src", "common", "podsim", "host", "tool", "python"},
+        TALVOR_SOURCE_DIR,
+        {"hardware", "include", "src", "common", "podsim", "host", "tool", "python"},
         {"", "include", "src"});
     return graph;
 }
