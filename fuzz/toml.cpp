@@ -42,7 +42,8 @@ void clock_chain(const podsim::ChainDescription& description) {
     const std::array<uint64_t, 2> ones{~uint64_t{0}, ~uint64_t{0}};
     std::array<uint64_t, 2> tdo{};
     FUZZ_CHECK(chain.shift(ones, tdo, 128, true).has_value(), "a chain shifts");
-    FUZZ_CHECK(description.devices.empty() || (tdo[0] & 3U) == 1, "a capture ends in 01");
+    const bool whole = !description.devices.empty() && description.board.faults.empty();
+    FUZZ_CHECK(!whole || (tdo[0] & 3U) == 1, "a capture ends in 01");
     FUZZ_CHECK(chain.power_on().has_value() && chain.state() == TapState::TestLogicReset,
                "power-on is a reset");
 }

@@ -1,10 +1,12 @@
 // Which faults of one net, or of nets that are joined, explain what its receivers read.
 #pragma once
 
-#include "host/interconnect/diagnosis.h"
+#include "host/interconnect/fault.h"
 #include "host/interconnect/reading.h"
+#include "host/interconnect/tested_net.h"
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <vector>
 

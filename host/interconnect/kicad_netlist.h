@@ -3,6 +3,7 @@
 //   (node (ref "U1") (pin "12") ...) ...) ...)).
 #pragma once
 
+#include "common/result.h"
 #include "host/interconnect/netlist.h"
 
 namespace talvor::interconnect {

@@ -1,12 +1,9 @@
 // A board's nets as its designer's files list them: which pins of which parts are connected.
 #pragma once
 
-#include "common/result.h"
-
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <string_view>
 #include <vector>
 
 namespace talvor::interconnect {
@@ -45,12 +42,5 @@ struct Netlist {
     std::vector<std::string> passive; // parts that drive nothing, beside those that look like it
     bool package_pins = false;        // pins are those of packages, and signals only otherwise
 };
-
-// Reads a netlist of either format, told apart by the content: one that begins with "(" is KiCad's,
-// every other our own. Errors (ErrorKind::BadFile): it cannot be read, or what is wrong at which
-// line (and column, of KiCad's).
-[[nodiscard]] Result<Netlist> read_netlist(const std::string& path);
-// The same for text; `name` is what messages call it.
-[[nodiscard]] Result<Netlist> parse_netlist(std::string_view text, const std::string& name);
 
 } // namespace talvor::interconnect

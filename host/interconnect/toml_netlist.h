@@ -7,6 +7,7 @@
 //   reset_n = ["u1.NRST", "u2.14"]    # signals, or pins of the package
 #pragma once
 
+#include "common/result.h"
 #include "host/interconnect/netlist.h"
 
 namespace talvor::interconnect {

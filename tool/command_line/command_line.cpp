@@ -395,7 +395,10 @@ Result<CommandLine::Outcome> CommandLine::parse(const std::vector<std::string>& 
 std::string CommandLine::chosen_path() const {
     const std::string path = path_of(deepest_level(*app_));
     const std::string& program = app_->get_name();
-    return path == program || program.empty() ? path : path.substr(program.size() + 1);
+    if (program.empty()) {
+        return path;
+    }
+    return path == program ? std::string() : path.substr(program.size() + 1);
 }
 
 std::vector<std::string> CommandLine::given() const {

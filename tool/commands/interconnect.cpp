@@ -1,6 +1,7 @@
 // talvor interconnect: whether the pins of a board are connected as its netlist says.
 #include "common/text.h"
 #include "host/interconnect/matrix_svg.h"
+#include "host/interconnect/netlist_file.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/context.h"
 #include "tool/commands/interconnect_report.h"

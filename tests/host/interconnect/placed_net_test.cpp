@@ -1,4 +1,5 @@
 #include "host/interconnect/made_device.h"
+#include "host/interconnect/netlist_file.h"
 #include "host/interconnect/placed_net.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 #include "host/boundary/image.h"
 #include "host/interconnect/made_device.h"
+#include "host/interconnect/netlist_file.h"
 #include "host/interconnect/test_plan.h"
 
 #include <gtest/gtest.h>

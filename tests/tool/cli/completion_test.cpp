@@ -135,7 +135,8 @@ TEST_P(CompletionTest, OffersEveryCommand) {
         commands.push_back(command.name);
     }
     EXPECT_THAT(offered("talvor "), IsSupersetOf(commands));
-    EXPECT_THAT(offered("talvor --simulate --board board.toml st"), ElementsAre("state", "status"));
+    EXPECT_THAT(offered("talvor --simulate --board board.toml st"),
+                ElementsAre("stapl", "state", "status"));
     EXPECT_THAT(offered("talvor link "), IsSupersetOf({"find", "set", "show"}));
 }
 

@@ -418,7 +418,8 @@ TEST(GangTest, AKillAtAnyMomentLeavesAWholeLog) {
     const std::string log = file_with("killed.csv", "");
     const std::string svf = idcode_svf();
     for (int round = 0; round < 6; ++round) {
-        Running gang({"--pods", "all", "--log", log, "svf", svf});
+        // What the one before has begun ends by itself, a moment later.
+        Running gang({"--pods", "all", "--wait", "60", "--log", log, "svf", svf});
         std::this_thread::sleep_for(std::chrono::milliseconds(round * 23));
         gang.signal(SIGKILL);
         (void)gang.wait();

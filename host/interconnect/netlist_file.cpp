@@ -1,4 +1,4 @@
-#include "host/interconnect/netlist.h"
+#include "host/interconnect/netlist_file.h"
 
 #include "common/toml.h"
 #include "host/interconnect/kicad_netlist.h"

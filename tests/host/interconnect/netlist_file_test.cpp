@@ -1,5 +1,5 @@
 #include "common/text.h"
-#include "host/interconnect/netlist.h"
+#include "host/interconnect/netlist_file.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
