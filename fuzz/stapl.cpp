@@ -2,8 +2,8 @@
 // action of it is rehearsed and played.
 #include "fuzz/base/check.h"
 #include "fuzz/base/heap_meter.h"
+#include "fuzz/base/strict_port.h"
 #include "fuzz/targets.h"
-#include "host/jtag/null_port.h"
 #include "host/play/checker.h"
 #include "host/play/player.h"
 #include "host/stapl/compiler.h"
@@ -23,48 +23,6 @@ constexpr uint64_t kMostStatements = 20'000;
 constexpr uint64_t kMostSteps = 2'000;
 // Of tokens, code and arrays; an input of the fuzzer has some thousand bytes.
 constexpr size_t kMostBytes = size_t{32} << 20;
-
-class StrictPort final : public JtagPort {
-public:
-    [[nodiscard]] Status can_scan(ScanPath, uint64_t length, bool) const override {
-        FUZZ_CHECK(length != 0 && length <= 3 * kMostBits, "a scan of a length that is allowed");
-        return {};
-    }
-    [[nodiscard]] Status can_run(StableState, uint64_t, ClockLine) const override { return {}; }
-    [[nodiscard]] Status can_set_trst(TrstLevel) const override { return {}; }
-    [[nodiscard]] Status can_set_max_frequency(std::optional<double> hertz) const override {
-        FUZZ_CHECK(!hertz || *hertz > 0, "a frequency above 0");
-        return {};
-    }
-
-    [[nodiscard]] Status reset_tap() override { return {}; }
-    [[nodiscard]] Status move(StableState) override { return {}; }
-    // Every other answer has all its bits turned.
-    [[nodiscard]] Status scan(const Scan& scan) override {
-        FUZZ_CHECK(scan.out != nullptr && !scan.out->empty(), "a scan has bits");
-        if (scan.in != nullptr) {
-            Bits answer = *scan.out;
-            if (++answers_ % 2 == 0) {
-                answer ^= Bits::ones(answer.size());
-            }
-            *scan.in = answer;
-        }
-        return {};
-    }
-    [[nodiscard]] Status run(StableState, uint64_t, std::chrono::nanoseconds at_least) override {
-        FUZZ_CHECK(at_least.count() >= 0, "a time is not negative");
-        return {};
-    }
-    [[nodiscard]] Status set_trst(TrstLevel) override { return {}; }
-    [[nodiscard]] Status set_max_frequency(std::optional<double> hertz) override {
-        return can_set_max_frequency(hertz);
-    }
-    [[nodiscard]] Status flush() override { return {}; }
-
-private:
-    uint64_t answers_ = 0;
-};
-
 stapl::LexerLimits limits() {
     stapl::LexerLimits limits;
     limits.max_literal_bytes = kMostArrayBytes;
@@ -91,7 +49,7 @@ void check_action(const stapl::Program& program, const stapl::Action& action) {
     choices.action = action.name;
     Result<stapl::Selection> selection = stapl::select(program, choices);
     FUZZ_CHECK(selection.has_value(), "an action of the file can be selected");
-    StrictPort port;
+    StrictPort port(3 * kMostBits, StrictPort::Answer::TurnedInTurn);
     stapl::Reader reader(program, *std::move(selection), port, options());
     const Result<play::CheckReport> checked = play::check(reader);
     FUZZ_CHECK(checked.has_value(), "a rehearsal ends");

@@ -1,8 +1,8 @@
 // SVF: reading, checking, planning and playing a file. The input is the file.
 #include "fuzz/base/check.h"
 #include "fuzz/base/heap_meter.h"
+#include "fuzz/base/strict_port.h"
 #include "fuzz/targets.h"
-#include "host/jtag/null_port.h"
 #include "host/svf/checker.h"
 #include "host/svf/player.h"
 
@@ -16,49 +16,6 @@ constexpr uint64_t kMostBits = 1U << 16;
 // Six statements with three values each are remembered, one more is read, and a scan is joined from
 // three and its answer kept; the rest is for texts, tokens and the answer's own copies.
 constexpr size_t kMostBytes = size_t{6 * 3 + 4 + 2 * 3 + 8} * (kMostBits / 8) * 2 + (1U << 20);
-
-// Takes everything, as a port with nothing behind it, and holds the player to what a port asks of
-// its callers.
-class StrictPort final : public JtagPort {
-public:
-    uint64_t scans = 0;
-    uint64_t bits = 0;
-
-    [[nodiscard]] Status can_scan(ScanPath, uint64_t length, bool) const override {
-        FUZZ_CHECK(length != 0 && length <= 3 * kMostBits, "a scan of a length that is allowed");
-        return {};
-    }
-    [[nodiscard]] Status can_run(StableState, uint64_t, ClockLine) const override { return {}; }
-    [[nodiscard]] Status can_set_trst(TrstLevel) const override { return {}; }
-    [[nodiscard]] Status can_set_max_frequency(std::optional<double> hertz) const override {
-        FUZZ_CHECK(!hertz || *hertz > 0, "a frequency above 0");
-        return {};
-    }
-
-    [[nodiscard]] Status reset_tap() override { return {}; }
-    [[nodiscard]] Status move(StableState) override { return {}; }
-    [[nodiscard]] Status scan(const Scan& scan) override {
-        FUZZ_CHECK(scan.out != nullptr && !scan.out->empty(), "a scan has bits");
-        const Result<Bits> again = Bits::from_hex(scan.out->to_hex(), scan.out->size());
-        FUZZ_CHECK(again && *again == *scan.out, "bits are the same after a trip through text");
-        ++scans;
-        bits += scan.out->size();
-        if (scan.in != nullptr) {
-            *scan.in = *scan.out;
-        }
-        return {};
-    }
-    [[nodiscard]] Status run(StableState, uint64_t, std::chrono::nanoseconds at_least) override {
-        FUZZ_CHECK(at_least.count() >= 0, "a time is not negative");
-        return {};
-    }
-    [[nodiscard]] Status set_trst(TrstLevel) override { return {}; }
-    [[nodiscard]] Status set_max_frequency(std::optional<double> hertz) override {
-        return can_set_max_frequency(hertz);
-    }
-    [[nodiscard]] Status flush() override { return {}; }
-};
-
 // The first piece of each line's number in "a.svf:12". A file without a statement has no such line.
 void check_place(const Error& error, std::string_view text) {
     check_error(error, kName);
@@ -76,13 +33,13 @@ void check_place(const Error& error, std::string_view text) {
 
 Result<play::Summary> check_in_pieces(std::string_view text, size_t piece_bytes) {
     play::TextSource source(text, kName, piece_bytes);
-    const StrictPort port;
+    const StrictPort port(3 * kMostBits, StrictPort::Answer::AsSent);
     return svf::check(source, port, {.reader = {.limits = {kMostBits}}, .progress = {}});
 }
 
 void check_playing(std::string_view text, const Result<play::Summary>& checked) {
     play::TextSource source(text, kName);
-    StrictPort port;
+    StrictPort port(3 * kMostBits, StrictPort::Answer::AsSent);
     uint64_t told = 0;
     svf::PlayOptions options;
     options.reader.limits = {kMostBits};
