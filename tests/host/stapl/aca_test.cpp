@@ -20,7 +20,7 @@ Bytes made_up(std::mt19937& random, size_t size) {
         for (size_t i = 0; i < count; ++i) {
             bytes.push_back(kind == 0 || bytes.empty() ? static_cast<uint8_t>(random())
                             : kind == 1                ? bytes.back()
-                                                       : bytes[back + i]);
+                                                       : bytes[(back + i) % bytes.size()]);
         }
     }
     return bytes;
