@@ -33,6 +33,28 @@ char level_of(podsim::Core core) {
     return core == podsim::Core::Off ? 'Z' : core == podsim::Core::High ? '1' : '0';
 }
 
+// Of the commands that are about the board.
+std::string board_words_of(const Command& command) {
+    switch (command.verb) {
+    case Verb::Fault:
+        return "fault " + text_of(command.board_fault);
+    case Verb::Mend:
+        return "mend " + text_of(command.board_fault);
+    case Verb::MendAll:
+        return "mend all";
+    case Verb::Core:
+        return fmt::format("core {} {}", command.place, level_of(command.core));
+    case Verb::Drive:
+        return fmt::format("drive {} {}", command.place, level_of(command.core));
+    case Verb::Level:
+        return fmt::format("level {}", command.place);
+    case Verb::Board:
+        return "board";
+    default:
+        return "";
+    }
+}
+
 std::string words_of(const Command& command) {
     const auto level = [&](const char* off, const char* on) { return command.on ? on : off; };
     switch (command.verb) {
@@ -56,22 +78,9 @@ std::string words_of(const Command& command) {
         return level("unplug", "plug");
     case Verb::Status:
         return "status";
-    case Verb::Fault:
-        return "fault " + text_of(command.board_fault);
-    case Verb::Mend:
-        return "mend " + text_of(command.board_fault);
-    case Verb::MendAll:
-        return "mend all";
-    case Verb::Core:
-        return fmt::format("core {} {}", command.place, level_of(command.core));
-    case Verb::Drive:
-        return fmt::format("drive {} {}", command.place, level_of(command.core));
-    case Verb::Level:
-        return fmt::format("level {}", command.place);
-    case Verb::Board:
-        return "board";
+    default:
+        return board_words_of(command);
     }
-    return "";
 }
 
 // A line means the same after it was written down anew.

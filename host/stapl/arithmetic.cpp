@@ -127,7 +127,7 @@ const char* apply(Op op, int32_t left, int32_t right, int32_t& result) noexcept 
     case Op::Greater:
         result = left > right ? 1 : 0;
         return nullptr;
-    case Op::AtMost:
+    case Op::NotMore:
         result = left <= right ? 1 : 0;
         return nullptr;
     default:

@@ -320,7 +320,7 @@ Status Lexer::sign_of_two(int first) {
     constexpr std::array kPairs{
         Pair{'&', '&', Sign::AndAlso},   Pair{'|', '|', Sign::OrElse},
         Pair{'=', '=', Sign::Same},      Pair{'!', '=', Sign::NotSame},
-        Pair{'<', '=', Sign::AtMost},    Pair{'>', '=', Sign::AtLeast},
+        Pair{'<', '=', Sign::NotMore},   Pair{'>', '=', Sign::NotLess},
         Pair{'<', '<', Sign::ShiftLeft}, Pair{'>', '>', Sign::ShiftRight},
         Pair{'.', '.', Sign::To},
     };

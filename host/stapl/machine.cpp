@@ -115,8 +115,8 @@ bool Machine::execute(const Instruction& instruction, Request& request) {
     case Op::NotSame:
     case Op::Less:
     case Op::Greater:
-    case Op::AtMost:
-    case Op::AtLeast:
+    case Op::NotMore:
+    case Op::NotLess:
         return binary(instruction.op);
     case Op::FromSlice:
         return from_slice();

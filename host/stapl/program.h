@@ -46,8 +46,8 @@ enum class Op : uint8_t {
     NotSame,
     Less,
     Greater,
-    AtMost,
-    AtLeast,
+    NotMore,
+    NotLess,
     Root,      // value; rounded down
     RootUp,    // CEIL() around it
     LogUp,     // value; to base 2, rounded up

@@ -36,8 +36,8 @@ enum class Sign : uint8_t {
     OrElse,        // ||
     Same,          // ==
     NotSame,       // !=
-    AtMost,        // <=
-    AtLeast,       // >=
+    NotMore,       // <=
+    NotLess,       // >=
     ShiftLeft,     // <<
     ShiftRight,    // >>
     To,            // ..

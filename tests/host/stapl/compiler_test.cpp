@@ -215,8 +215,8 @@ TEST(CompilerTest, WhatIsMissingIsNamed) {
     EXPECT_EQ(fault_in("DRSCAN 8, $FF CAPTUR a;"),
               "DRSCAN: CAPTURE or COMPARE is missing, there is 'CAPTUR'");
     EXPECT_EQ(fault_in("STATE;"), "STATE: the name of a TAP state is missing, there is ';'");
-    EXPECT_EQ(fault_in("STATE IDEL;"),
-              "STATE: the name of a TAP state is missing, there is 'IDEL'");
+    EXPECT_EQ(fault_in("STATE WALK;"),
+              "STATE: the name of a TAP state is missing, there is 'WALK'");
     EXPECT_EQ(fault_in("DRSTOP DRSHIFT;"), "DRSTOP: the TAP cannot stay in DRSHIFT");
     EXPECT_EQ(fault_in("WAIT;"), "WAIT: it does not say how long");
     EXPECT_EQ(fault_in("WAIT 5 MSEC;"), "WAIT: CYCLES or USEC is missing, there is 'MSEC'");
