@@ -15,6 +15,18 @@
 #include <unistd.h>
 #include <vector>
 
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+// The C library keeps its named semaphores in a tree of its own under a lock of its own, which
+// ThreadSanitizer does not know.
+extern "C" const char* __tsan_default_suppressions();
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the sanitizer asks by this name
+extern "C" const char* __tsan_default_suppressions() {
+    return "race:^tsearch$\nrace:^__tdelete$\n";
+}
+#endif
+#endif
+
 namespace talvor {
 namespace {
 
