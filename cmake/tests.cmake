@@ -7,7 +7,10 @@ function(talvor_test_headers)
   file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/test_headers.cpp CONTENT "")
   add_library(talvor_test_headers OBJECT ${PROJECT_BINARY_DIR}/test_headers.cpp)
   target_link_libraries(talvor_test_headers PRIVATE talvor_flags GTest::gtest GTest::gmock)
-  target_precompile_headers(talvor_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+  target_precompile_headers(talvor_test_headers PRIVATE
+    <algorithm> <array> <atomic> <chrono> <csignal> <cstdint> <cstdlib> <cstring> <filesystem> <fstream>
+    <functional> <map> <memory> <optional> <random> <set> <span> <sstream> <string> <string_view>
+    <thread> <utility> <vector> <gmock/gmock.h> <gtest/gtest.h>)
   talvor_compile_quickly(talvor_test_headers)
 endfunction()
 
