@@ -1,16 +1,19 @@
 #include "host/svf/player.h"
 
-#include "host/play/checker.h"
+#include "host/play/performance.h"
+
+#include <utility>
 
 namespace talvor::svf {
 
 namespace {
 
-Result<play::PlayReport> played(play::StepSource& source, JtagPort& port,
-                                const PlayOptions& options) {
-    play::Player player(port, options);
-    TRY(player.play(source));
-    return player.report();
+Result<play::PlayReport> report_of(bool played, play::Performance performance) {
+    if (!played) {
+        return Failure(performance.error ? *std::move(performance.error)
+                                         : std::move(performance.checked->refusals.front()));
+    }
+    return *std::move(performance.played);
 }
 
 } // namespace
@@ -18,22 +21,18 @@ Result<play::PlayReport> played(play::StepSource& source, JtagPort& port,
 Result<play::PlayReport> play(play::ByteSource& source, JtagPort& port,
                               const PlayOptions& options) {
     Reader reader(source, port, options.reader);
-    return played(reader, port, options);
+    play::Performance performance;
+    const bool played = play::Performer(reader, performance).play(port, options);
+    return report_of(played, std::move(performance));
 }
 
 Result<play::PlayReport> check_and_play(play::ByteSource& source, JtagPort& port,
                                         const PlayOptions& options) {
     Reader reader(source, port, options.reader);
-    play::Plan plan(options.max_plan_bytes);
-    const play::CheckReport checked = TRY(play::check(reader, {options.progress, &plan}));
-    if (!checked.can_be_played()) {
-        return Failure(checked.refusals.front());
-    }
-    if (!plan.whole()) {
-        return played(reader, port, options);
-    }
-    play::PlanReader planned(plan, reader);
-    return played(planned, port, options);
+    play::Performance performance;
+    play::Performer performer(reader, performance, options.max_plan_bytes);
+    const bool played = performer.check(options.progress) && performer.play(port, options);
+    return report_of(played, std::move(performance));
 }
 
 } // namespace talvor::svf

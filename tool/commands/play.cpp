@@ -1,8 +1,7 @@
 // talvor play, svf, xsvf, stapl: check and play a file, whatever its format.
 #include "common/interrupt.h"
 #include "host/format/format.h"
-#include "host/play/checker.h"
-#include "host/play/plan.h"
+#include "host/play/performance.h"
 #include "host/play/player.h"
 #include "host/play/source.h"
 #include "tool/commands/commands.h"
@@ -97,20 +96,12 @@ PlayDevice::Look look_of(const PlayFileOptions& options) {
                               : PlayDevice::Look::Yes;
 }
 
-// Checks the file unless the options say no, into `plan` when it is played then. Whether it is.
-bool check_first(play::StepSource& source, const PlayFileOptions& options, ProgressBar& bar,
-                 PlayRun& run, play::Plan& plan) {
+// Checks the file unless the options say no. Whether it is played then.
+bool check_first(play::Performer& performer, const PlayFileOptions& options, ProgressBar& bar) {
     if (!options.dry_run && options.no_check) {
         return true;
     }
-    Result<play::CheckReport> checked =
-        play::check(source, {progress_hook(bar), options.dry_run ? nullptr : &plan});
-    if (!checked) {
-        run.error = told(std::move(checked).error(), options);
-        return false;
-    }
-    run.checked = *std::move(checked);
-    return !options.dry_run && run.checked->can_be_played();
+    return performer.check(progress_hook(bar), !options.dry_run) && !options.dry_run;
 }
 
 // Checks and plays as the options say, and notes in `run` what came of it. `program`, where the
@@ -118,27 +109,24 @@ bool check_first(play::StepSource& source, const PlayFileOptions& options, Progr
 void check_and_play(play::StepSource& source, PlayProgram* program, PlayDevice& device,
                     const PlayFileOptions& options, const Output& out, ProgressBar& bar,
                     PlayRun& run, std::optional<PlayPicture>& picture) {
-    play::Plan plan;
-    if (!check_first(source, options, bar, run, plan)) {
-        return;
+    play::Performer performer(source, run);
+    if (check_first(performer, options, bar)) {
+        if (Status found = device.find(); !found) {
+            run.error = std::move(found).error();
+            return;
+        }
+        if (program != nullptr) {
+            program->perform(out, bar, *run.program);
+        }
+        const bool played =
+            performer.play(device.port(), play_options(out, options, bar, run, picture));
+        if (Status left = played ? device.leave() : Status(); !left) {
+            run.error = std::move(left).error();
+        }
     }
-    if (Status found = device.find(); !found) {
-        run.error = std::move(found).error();
-        return;
+    if (run.error) {
+        run.error = told(*std::move(run.error), options);
     }
-    if (program != nullptr) {
-        program->perform(out, bar, *run.program);
-    }
-    play::Player player(device.port(), play_options(out, options, bar, run, picture));
-    play::PlanReader planned(plan, source);
-    const bool from_plan = run.checked && plan.whole() && source.fixed();
-    if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : source);
-        !status) {
-        run.error = told(std::move(status).error(), options);
-    } else if (Status left = device.leave(); !left) {
-        run.error = told(std::move(left).error(), options);
-    }
-    run.played = player.report();
 }
 
 // The same with the reader of the format. An error: the program of a STAPL file cannot be read.

@@ -84,21 +84,6 @@ void print_refusals(const Output& out, const play::CheckReport& checked) {
     }
 }
 
-// One refusal is the error itself; of more the error says how many and which is the first.
-Error refused(const PlayRun& run) {
-    const play::CheckReport& checked = *run.checked;
-    Error error = checked.refusals.front();
-    if (checked.refusal_count == 1) {
-        return error;
-    }
-    const bool bad = std::any_of(checked.refusals.begin(), checked.refusals.end(),
-                                 [](const Error& one) { return one.kind == ErrorKind::BadFile; });
-    return {bad ? ErrorKind::BadFile : ErrorKind::Refused, 0, run.file,
-            fmt::format("{} statements cannot be played; the first: {}", checked.refusal_count,
-                        headline(error)),
-            error.next_step};
-}
-
 Json errors_json(const std::vector<Error>& errors) {
     Json list = Json::array();
     for (const Error& error : errors) {
@@ -193,16 +178,12 @@ Bits compared(const Bits& value, const Bits& mask) {
 }
 
 // A device that is another one, or a link delay that is wrong, is met at the first IDCODE.
-Error mismatch_error(const play::Mismatch& mismatch, const PlayRun& run) {
-    Error error = play::to_error(mismatch, run.file);
-    if (mismatch.of_idcode && run.device.number) {
-        error.next_step = fmt::format(
-            "device {} is another one: 'talvor chain' lists what is there", *run.device.number);
-    } else if (mismatch.of_idcode) {
-        error.next_step = next_step_for_idcodes(compared(mismatch.expected, mismatch.mask),
-                                                compared(mismatch.got, mismatch.mask));
-    }
-    return error;
+std::string advice_on_idcodes(const play::Mismatch& mismatch, const PlayRun& run) {
+    return run.device.number
+               ? fmt::format("device {} is another one: 'talvor chain' lists what is there",
+                             *run.device.number)
+               : next_step_for_idcodes(compared(mismatch.expected, mismatch.mask),
+                                       compared(mismatch.got, mismatch.mask));
 }
 
 JunitCase check_case(const PlayRun& run) {
@@ -213,7 +194,7 @@ JunitCase check_case(const PlayRun& run) {
         result.outcome = JunitCase::Outcome::Skipped;
     } else if (!run.checked->can_be_played()) {
         result.outcome = JunitCase::Outcome::Failed;
-        result.message = headline(refused(run));
+        result.message = headline(play::refusal_of(*run.checked, run.file));
         for (const Error& error : run.checked->refusals) {
             result.text += headline(error) + "\n";
         }
@@ -260,23 +241,19 @@ JunitCase play_case(const PlayRun& run) {
 } // namespace
 
 void PlayRun::note(const play::Mismatch& mismatch) {
-    if (mismatch_lines.size() < kListedMismatches) {
+    if (mismatch_lines.size() < play::kListedMismatches) {
         mismatch_lines.push_back(headline(play::to_error(mismatch, file)));
         mismatches.push_back(mismatch_json(mismatch));
     }
 }
 
 std::optional<Error> error_of(const PlayRun& run) {
-    if (run.error) {
-        return run.error;
+    std::optional<Error> error = play::first_error(run, run.file);
+    const play::Mismatch* const mismatch = play::failed_answer(run);
+    if (mismatch != nullptr && mismatch->of_idcode) {
+        error->next_step = advice_on_idcodes(*mismatch, run);
     }
-    if (run.checked && !run.checked->can_be_played()) {
-        return refused(run);
-    }
-    if (run.played && run.played->first_mismatch) {
-        return mismatch_error(*run.played->first_mismatch, run);
-    }
-    return run.played ? run.played->verdict : std::nullopt;
+    return error;
 }
 
 void print(const Output& out, const PlayRun& run) {

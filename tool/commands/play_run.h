@@ -1,8 +1,8 @@
 // One run of a player over a file, and what is told about it: the same for every format.
 #pragma once
 
-#include "host/play/checker.h"
-#include "host/play/player.h"
+#include "host/play/mismatch.h"
+#include "host/play/performance.h"
 #include "tool/commands/play_program.h"
 #include "tool/output/json.h"
 #include "tool/output/junit.h"
@@ -14,24 +14,18 @@
 
 namespace talvor {
 
-// A file may have any number of mismatches; reports list the first ones.
-inline constexpr size_t kListedMismatches = 1000;
-
 // The device of the chain that a file is played on: nothing is all of them.
 struct PlayedDevice {
     std::optional<size_t> number; // from 1, nearest TDI first
     std::string name;             // may be empty
 };
 
-struct PlayRun {
+struct PlayRun : play::Performance {
     std::string command; // "svf"
     std::string file;
     PlayedDevice device;
     bool dry_run = false;
-    std::optional<play::CheckReport> checked; // nothing: not checked, or the check was stopped
-    std::optional<play::PlayReport> played;   // nothing: nothing was played
-    std::optional<Error> error;               // what ended the check or the playing
-    std::optional<ProgramRun> program;        // of a file that is one
+    std::optional<ProgramRun> program; // of a file that is one
     std::vector<std::string> mismatch_lines;
     Json mismatches = Json::array();
 
