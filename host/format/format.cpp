@@ -1,5 +1,6 @@
 #include "host/format/format.h"
 
+#include "host/stapl/program.h"
 #include "host/svf/reader.h"
 #include "host/xsvf/instruction.h"
 #include "host/xsvf/reader.h"
@@ -12,6 +13,8 @@
 namespace talvor {
 
 namespace {
+
+constexpr std::array<std::string_view, 3> kNames{"SVF", "XSVF", "STAPL"}; // by FileFormat
 
 bool is_blank(unsigned char byte) {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -51,8 +54,15 @@ bool begins_as_stapl(std::span<const char> bytes) {
 } // namespace
 
 std::string_view name_of(FileFormat format) noexcept {
-    constexpr std::array<std::string_view, 3> kNames{"SVF", "XSVF", "STAPL"};
     return kNames[static_cast<size_t>(format)];
+}
+
+std::optional<FileFormat> format_called(std::string_view name) {
+    const auto found = std::find_if(kNames.begin(), kNames.end(), [name](std::string_view one) {
+        return stapl::same_name(one, name);
+    });
+    return found == kNames.end() ? std::nullopt
+                                 : std::optional(static_cast<FileFormat>(found - kNames.begin()));
 }
 
 Result<FileFormat> format_by_content(play::ByteSource& source) {

@@ -17,6 +17,8 @@ enum class FileFormat : uint8_t { Svf, Xsvf, Stapl };
 
 // "SVF", "XSVF", "STAPL".
 [[nodiscard]] std::string_view name_of(FileFormat format) noexcept;
+// The format of this name, in any case; nothing for another.
+[[nodiscard]] std::optional<FileFormat> format_called(std::string_view name);
 
 // By the first bytes: an XSVF file begins with an instruction, which no text does; a STAPL file
 // with one of its words that no other has, or a comment behind an apostrophe. The source is at its

@@ -1,9 +1,11 @@
 #include "common/interrupt.h"
 #include "host/format/format.h"
-#include "host/play/checker.h"
-#include "host/play/plan.h"
+#include "host/play/performance.h"
 #include "host/play/player.h"
 #include "host/play/source.h"
+#include "host/stapl/exit_code.h"
+#include "host/stapl/playable.h"
+#include "host/stapl/program_run.h"
 #include "python/src/connection.h"
 #include "python/src/parts.h"
 
@@ -18,27 +20,23 @@ namespace {
 
 // How often a progress callback is called, at most.
 constexpr std::chrono::milliseconds kTellEvery{50};
-constexpr size_t kListedMismatches = 1000;
 
-struct PlayRequest {
+struct PlayRequest : stapl::PlayableOptions {
     std::string path;
-    std::string format; // "svf", "xsvf"; "": the content tells
+    std::string format; // "svf", "xsvf", "stapl"; "": the content tells
     bool check_first = true;
     bool dry_run = false;
     bool keep_going = false;
     bool reset = true;
     bool fast = false;
-    bool strict = false;
 };
 
 // What has come of it, for Python to take apart.
-struct PlayOutcome {
+struct PlayOutcome : play::Performance {
     std::string file;
     std::string format;
-    std::optional<play::CheckReport> checked;
-    std::optional<play::PlayReport> played;
-    std::vector<play::Mismatch> mismatches; // the first of them
-    std::optional<Error> error;             // what ended it before its time
+    std::vector<play::Mismatch> mismatches;   // the first of them
+    std::optional<stapl::ProgramRun> program; // of a file that is one
 };
 
 // Tells Python's callback how far it is. The playing thread has not the interpreter's lock.
@@ -103,44 +101,57 @@ Result<FileFormat> format_of(const PlayRequest& request, play::ByteSource& sourc
     if (request.format.empty()) {
         return format_by_content(source);
     }
-    if (const auto named = format_by_name("." + request.format)) {
+    if (const auto named = format_called(request.format)) {
         return *named;
     }
-    return usage_error(request.format, "is no format", "choose svf or xsvf");
+    return usage_error(request.format, "is no format", "choose svf, xsvf or stapl");
 }
 
-void play_steps(play::StepSource& steps, JtagPort& port, const PlayRequest& request, Teller& teller,
-                PlayOutcome& outcome) {
-    play::Plan plan;
-    if (request.check_first || request.dry_run) {
-        Result<play::CheckReport> checked =
-            play::check(steps, {teller.hook(), request.dry_run ? nullptr : &plan});
-        if (!checked) {
-            outcome.error = std::move(checked).error();
-            return;
-        }
-        outcome.checked = *std::move(checked);
-        if (request.dry_run || !outcome.checked->can_be_played()) {
-            return;
-        }
-    }
+play::PlayOptions play_options(const PlayRequest& request, Teller& teller, PlayOutcome& outcome) {
     play::PlayOptions how;
     how.progress = teller.hook();
     how.keep_going = request.keep_going;
     how.reset_first = request.reset;
     how.on_mismatch = [&outcome](const play::Mismatch& mismatch) {
-        if (outcome.mismatches.size() < kListedMismatches) {
+        if (outcome.mismatches.size() < play::kListedMismatches) {
             outcome.mismatches.push_back(mismatch);
         }
     };
-    play::Player player(port, std::move(how));
-    play::PlanReader planned(plan, steps);
-    const bool from_plan = outcome.checked && plan.whole();
-    if (Status status = player.play(from_plan ? static_cast<play::StepSource&>(planned) : steps);
-        !status) {
-        outcome.error = std::move(status).error();
+    return how;
+}
+
+// `program`, where the file is one, is null otherwise.
+void play_steps(play::StepSource& steps, stapl::Playable* program, JtagPort& port,
+                const PlayRequest& request, Teller& teller, PlayOutcome& outcome) {
+    play::Performer performer(steps, outcome);
+    if (request.check_first || request.dry_run) {
+        if (!performer.check(teller.hook(), !request.dry_run) || request.dry_run) {
+            return;
+        }
     }
-    outcome.played = player.report();
+    if (program != nullptr) {
+        program->perform(outcome.program->listener({}));
+    }
+    (void)performer.play(port, play_options(request, teller, outcome)); // the outcome tells
+}
+
+bool goes_on() {
+    return interrupt_signal() == 0;
+}
+
+Status play_format(play::ByteSource& source, FileFormat format, JtagPort& port,
+                   const PlayRequest& request, Teller& teller, PlayOutcome& outcome) {
+    if (format != FileFormat::Stapl) {
+        TRY(stapl::check_no_choices(request, source.name(), name_of(format)));
+        const auto steps = open_steps(format, source, port, request.strict);
+        play_steps(*steps, nullptr, port, request, teller, outcome);
+        return {};
+    }
+    const auto program = TRY(stapl::Playable::open(source, port, request, goes_on));
+    outcome.program.emplace();
+    play_steps(program->steps(), program.get(), port, request, teller, outcome);
+    program->tell(*outcome.program, outcome.played && outcome.played->complete);
+    return {};
 }
 
 Result<PlayOutcome> play_file(Session& session, const PlayRequest& request, Teller& teller) {
@@ -152,8 +163,7 @@ Result<PlayOutcome> play_file(Session& session, const PlayRequest& request, Tell
     PlayOutcome outcome;
     outcome.file = source->name();
     outcome.format = name_of(format);
-    const auto steps = open_steps(format, *source, port, request.strict);
-    play_steps(*steps, port, request, teller, outcome);
+    TRY(play_format(*source, format, port, request, teller, outcome));
     teller.finish();
     return outcome;
 }
@@ -189,16 +199,41 @@ py::object error_of(const std::optional<Error>& error) {
                           error->next_step);
 }
 
-// The first of the things that went wrong: what ended it, what cannot be played, a wrong answer.
 py::object first_error(const PlayOutcome& outcome) {
-    std::optional<Error> error = outcome.error;
-    if (!error && outcome.checked && !outcome.checked->can_be_played()) {
-        error = outcome.checked->refusals.front();
+    return error_of(play::first_error(outcome, outcome.file));
+}
+
+// (key, value) of each EXPORT: a number, or the hex digits of bits and how many bits they are.
+py::list exports_of(const stapl::ProgramRun& run) {
+    py::list list;
+    for (const stapl::ProgramRun::Export& one : run.exports) {
+        if (const auto* const bits = std::get_if<Bits>(&one.value)) {
+            list.append(py::make_tuple(one.key, py::make_tuple(bits->to_hex(), bits->size())));
+        } else {
+            list.append(py::make_tuple(one.key, std::get<int32_t>(one.value)));
+        }
     }
-    if (!error && outcome.played && outcome.played->first_mismatch) {
-        error = play::to_error(*outcome.played->first_mismatch, outcome.file);
+    return list;
+}
+
+// What came of a STAPL program, or None of another file.
+py::object program(const PlayOutcome& outcome) {
+    if (!outcome.program) {
+        return py::none();
     }
-    return error_of(error);
+    const stapl::ProgramRun& run = *outcome.program;
+    py::dict all;
+    all["action"] = run.action;
+    all["exit_code"] = py::none();
+    all["exit_meaning"] = "";
+    if (run.outcome) {
+        all["exit_code"] = run.outcome->code;
+        all["exit_meaning"] = stapl::meaning_of_exit(run.outcome->code);
+    }
+    all["printed"] = run.printed;
+    all["exports"] = exports_of(run);
+    all["check_open_ended"] = run.open_ended;
+    return all;
 }
 
 py::list refusals(const PlayOutcome& outcome) {
@@ -249,6 +284,12 @@ py::dict counts(const PlayOutcome& outcome) {
 } // namespace
 
 void add_play(py::module_& module, py::class_<Connection>& connection) {
+    py::class_<stapl::Choices>(module, "ProgramChoices")
+        .def(py::init<>())
+        .def_readwrite("action", &stapl::Choices::action)
+        .def_readwrite("enable", &stapl::Choices::enable)
+        .def_readwrite("disable", &stapl::Choices::disable)
+        .def_readwrite("values", &stapl::Choices::values);
     py::class_<PlayRequest>(module, "PlayRequest")
         .def(py::init<>())
         .def_readwrite("path", &PlayRequest::path)
@@ -258,7 +299,9 @@ void add_play(py::module_& module, py::class_<Connection>& connection) {
         .def_readwrite("keep_going", &PlayRequest::keep_going)
         .def_readwrite("reset", &PlayRequest::reset)
         .def_readwrite("fast", &PlayRequest::fast)
-        .def_readwrite("strict", &PlayRequest::strict);
+        .def_readwrite("strict", &PlayRequest::strict)
+        .def_readwrite("choices", &PlayRequest::choices)
+        .def_readwrite("ignore_crc", &PlayRequest::ignore_crc);
     py::class_<PlayOutcome>(module, "PlayOutcome")
         .def_readonly("file", &PlayOutcome::file)
         .def_readonly("format", &PlayOutcome::format)
@@ -266,7 +309,8 @@ void add_play(py::module_& module, py::class_<Connection>& connection) {
         .def("mismatches", mismatches)
         .def("refusals", refusals)
         .def("notes", notes)
-        .def("counts", counts);
+        .def("counts", counts)
+        .def("program", program);
     connection.def("play", play);
 }
 

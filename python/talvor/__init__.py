@@ -31,7 +31,7 @@ from .errors import (  # noqa: E402
     TargetError,
     UsageError,
 )
-from .playing import Mismatch, Note, PlayReport, Progress  # noqa: E402
+from .playing import Mismatch, Note, PlayReport, ProgramReport, Progress  # noqa: E402
 from .pod import Pod, ResetEntry, open  # noqa: E402
 from .registers import Registers  # noqa: E402
 from .shmoo import Shmoo, ShmooClock  # noqa: E402
@@ -48,6 +48,7 @@ __all__ = [
     "Mismatch",
     "Note",
     "PlayReport",
+    "ProgramReport",
     "Pod",
     "PodError",
     "Progress",

@@ -29,6 +29,13 @@ class Chain:
     def instruction_capture(self) -> str: ...
     def instruction_bits(self) -> int: ...
 
+class ProgramChoices:
+    action: str
+    enable: list[str]
+    disable: list[str]
+    values: list[str]
+    def __init__(self) -> None: ...
+
 class PlayRequest:
     path: str
     format: str
@@ -38,6 +45,8 @@ class PlayRequest:
     reset: bool
     fast: bool
     strict: bool
+    choices: ProgramChoices
+    ignore_crc: bool
     def __init__(self) -> None: ...
 
 _Error = tuple[int, int, str, str, str]
@@ -52,6 +61,7 @@ class PlayOutcome:
     def refusals(self) -> list[_Error]: ...
     def notes(self) -> list[tuple[int, str, str]]: ...
     def counts(self) -> dict[str, Any]: ...
+    def program(self) -> dict[str, Any] | None: ...
 
 class Waveform:
     @property

@@ -93,10 +93,12 @@ _KINDS: Final = (UsageError, FileError, RefusedError, PodError, TargetError)
 
 # What the command's options are called here.
 _KEYWORDS: Final = {
+    "action": "action=",
     "board": "board=",
     "delays": "delays=",
     "dry-run": "dry_run=True",
     "fast": "fast=True",
+    "ignore-crc": "ignore_crc=True",
     "ir": "ir=",
     "ir-lengths": "ir_lengths=",
     "keep-going": "keep_going=True",

@@ -4,11 +4,11 @@ from __future__ import annotations
 
 from collections.abc import Callable
 from dataclasses import dataclass, field
-from typing import TypeAlias
+from typing import Any, TypeAlias
 
 from . import _core, errors
 
-__all__ = ["Mismatch", "Note", "PlayReport", "Progress", "ProgressCallback"]
+__all__ = ["Mismatch", "Note", "PlayReport", "ProgramReport", "Progress", "ProgressCallback"]
 
 
 @dataclass(frozen=True)
@@ -69,6 +69,28 @@ class Note:
 
 
 @dataclass(frozen=True)
+class ProgramReport:
+    """What came of a STAPL program.
+
+    Attributes:
+        action: What was run of it.
+        exit_code: How it ended, 0 for success; None where it was not played to its end.
+        exit_meaning: The code in words.
+        printed: The first ten thousand texts that it printed.
+        exports: The first ten thousand values that it gave out, each with its key: a number, or a
+            pair of bits as a number (bit 0 is the lowest) and how many they are.
+        check_open_ended: The check saw only the part that does not depend on the target's answers.
+    """
+
+    action: str
+    exit_code: int | None
+    exit_meaning: str
+    printed: list[str] = field(repr=False)
+    exports: list[tuple[str, int | tuple[int, int]]] = field(repr=False)
+    check_open_ended: bool
+
+
+@dataclass(frozen=True)
 class PlayReport:
     """What came of playing a file.
 
@@ -86,6 +108,7 @@ class PlayReport:
         mismatches: The first thousand of them.
         notes: What was played otherwise than it is written.
         refusals: What cannot be played.
+        program: Of a STAPL file, what came of its program; else None.
     """
 
     file: str
@@ -105,6 +128,7 @@ class PlayReport:
     mismatches: list[Mismatch] = field(repr=False)
     notes: list[Note] = field(repr=False)
     refusals: list[errors.TalvorError] = field(repr=False)
+    program: ProgramReport | None = None
 
     @property
     def playable(self) -> bool:
@@ -113,8 +137,20 @@ class PlayReport:
 
     @property
     def passed(self) -> bool:
-        """Played to the end, and each answer as expected."""
-        return self.complete and self.mismatch_count == 0
+        """Played to the end, and each answer as expected; of a program, its exit code is 0."""
+        succeeded = self.program is None or self.program.exit_code == 0
+        return self.complete and self.mismatch_count == 0 and succeeded
+
+
+def _exported(value: int | tuple[str, int]) -> int | tuple[int, int]:
+    return value if isinstance(value, int) else (int(value[0] or "0", 16), value[1])
+
+
+def _program_of(said: dict[str, Any] | None) -> ProgramReport | None:
+    if said is None:
+        return None
+    exports = [(key, _exported(value)) for key, value in said.pop("exports")]
+    return ProgramReport(exports=exports, **said)
 
 
 def report_of(outcome: _core.PlayOutcome) -> PlayReport:
@@ -137,5 +173,6 @@ def report_of(outcome: _core.PlayOutcome) -> PlayReport:
         ],
         notes=[Note(*note) for note in outcome.notes()],
         refusals=[errors._made(*refusal) for refusal in outcome.refusals()],
+        program=_program_of(outcome.program()),
         **outcome.counts(),
     )

@@ -5,7 +5,7 @@ from __future__ import annotations
 import atexit
 import os
 import weakref
-from collections.abc import Callable, Sequence
+from collections.abc import Callable, Mapping, Sequence
 from dataclasses import dataclass
 from types import TracebackType
 from typing import TYPE_CHECKING, Any, Literal, TypeVar, overload
@@ -379,14 +379,19 @@ class Pod:
         reset: bool = True,
         fast: bool = False,
         strict: bool = False,
+        action: str = "",
+        enable: Sequence[str] = (),
+        disable: Sequence[str] = (),
+        values: Mapping[str, int] | None = None,
+        ignore_crc: bool = False,
     ) -> PlayReport:
         """Check a file, then play it.
 
         Args:
-            path: An SVF or XSVF file.
+            path: An SVF, XSVF or STAPL file.
             progress: Called about twenty times a second with a :class:`Progress`; what it raises
                 ends the playing, and so does False.
-            format: ``"svf"`` or ``"xsvf"``; else the content tells.
+            format: ``"svf"``, ``"xsvf"`` or ``"stapl"``; else the content tells.
             check: Read the whole file first, so that nothing is shifted where something in it
                 cannot be.
             dry_run: Only check; the report tells what cannot be played.
@@ -394,11 +399,18 @@ class Pod:
             reset: Begin in Test-Logic-Reset.
             fast: See :meth:`dr`.
             strict: Refuse what the pod can only play otherwise than written, to the same effect.
+            action: What to do of a STAPL file; not needed where it has one action only.
+            enable: STAPL: optional procedures that are wanted.
+            disable: STAPL: recommended procedures that are not.
+            values: STAPL: other first values for variables, by name; 1 and 0 enable and disable
+                a procedure.
+            ignore_crc: STAPL: play the file though its checksum is wrong.
 
         Raises:
             FileError: The file cannot be read, or breaks its format.
             RefusedError: The pod cannot play something in it.
-            TargetError: A wrong answer. Its attribute ``report`` tells how far it came.
+            TargetError: A wrong answer, or the exit code of a STAPL program. Its attribute
+                ``report`` tells how far it came.
         """
         request = _core.PlayRequest()
         request.path = os.fspath(path)
@@ -409,6 +421,11 @@ class Pod:
         request.reset = reset
         request.fast = fast
         request.strict = strict
+        request.choices.action = action
+        request.choices.enable = list(enable)
+        request.choices.disable = list(disable)
+        request.choices.values = [f"{name}={value:d}" for name, value in (values or {}).items()]
+        request.ignore_crc = ignore_crc
         tell = None if progress is None else lambda *counts: progress(Progress(*counts))
         outcome = self._connection.play(request, tell)
         report = report_of(outcome)

@@ -29,7 +29,7 @@ struct PlayFileOptions {
     std::string file;
     std::string device; // name or number; "": the whole chain
     std::string junit;
-    ProgramOptions program; // STAPL
+    stapl::PlayableOptions program; // STAPL; `strict` is that of every format
     bool list = false;
     PictureOptions picture;
     bool keep_going = false;
@@ -38,7 +38,6 @@ struct PlayFileOptions {
     bool no_check = false;
     bool exact = false;
     bool fast = false;
-    bool strict = false;
     std::string progress = "auto";
 };
 
@@ -106,7 +105,7 @@ bool check_first(play::Performer& performer, const PlayFileOptions& options, Pro
 
 // Checks and plays as the options say, and notes in `run` what came of it. `program`, where the
 // file is one, is null otherwise.
-void check_and_play(play::StepSource& source, PlayProgram* program, PlayDevice& device,
+void check_and_play(play::StepSource& source, stapl::Playable* program, PlayDevice& device,
                     const PlayFileOptions& options, const Output& out, ProgressBar& bar,
                     PlayRun& run, std::optional<PlayPicture>& picture) {
     play::Performer performer(source, run);
@@ -116,7 +115,7 @@ void check_and_play(play::StepSource& source, PlayProgram* program, PlayDevice& 
             return;
         }
         if (program != nullptr) {
-            program->perform(out, bar, *run.program);
+            program->perform(listener(out, bar, *run.program));
         }
         const bool played =
             performer.play(device.port(), play_options(out, options, bar, run, picture));
@@ -134,12 +133,11 @@ Status play_format(play::ByteSource& source, FileFormat format, PlayDevice& devi
                    const PlayFileOptions& options, const Output& out, ProgressBar& bar,
                    PlayRun& run, std::optional<PlayPicture>& picture) {
     if (format != FileFormat::Stapl) {
-        const auto steps = open_steps(format, source, device.port(), options.strict);
+        const auto steps = open_steps(format, source, device.port(), options.program.strict);
         check_and_play(*steps, nullptr, device, options, out, bar, run, picture);
         return {};
     }
-    const auto program =
-        TRY(PlayProgram::open(source, device.port(), options.program, options.strict));
+    const auto program = TRY(open_program(source, device.port(), options.program));
     run.program.emplace();
     check_and_play(program->steps(), program.get(), device, options, out, bar, run, picture);
     program->tell(*run.program, run.played && run.played->complete);
@@ -175,21 +173,13 @@ Status check_picture(const PlayFileOptions& options) {
     return {};
 }
 
-// Other formats have neither actions nor variables.
-Status check_program(const PlayFileOptions& options, FileFormat format) {
-    return format != FileFormat::Stapl && options.program.any_given()
-               ? usage_error(options.file,
-                             fmt::format("it is an {} file, which has no actions and variables",
-                                         name_of(format)),
-                             "leave the options of STAPL away")
-               : Status();
-}
-
 Status play_command(Context& context, const PlayFileOptions& options) {
     TRY(check_picture(options));
     const auto source = TRY(play::FileSource::open(options.file));
     const FileFormat format = options.format ? *options.format : TRY(format_by_content(*source));
-    TRY(check_program(options, format));
+    if (format != FileFormat::Stapl) {
+        TRY(stapl::check_no_choices(options.program, options.file, name_of(format)));
+    }
     if (options.list) {
         return list_program(context.out, *source);
     }
@@ -278,7 +268,7 @@ void add_play_command(Command& program, const char* name, std::optional<FileForm
                 "Progress bar: always, never, or auto: on a terminal")
         .one_of({"always", "never", "auto"})
         .show_default();
-    command.flag("--strict", options->strict,
+    command.flag("--strict", options->program.strict,
                  "Refuse what the pod can only play otherwise than written, to the same effect");
 }
 

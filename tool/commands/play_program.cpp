@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 
 #include <utility>
+#include <variant>
 
 namespace talvor {
 
@@ -18,12 +19,13 @@ bool goes_on() {
     return interrupt_signal() == 0;
 }
 
-Result<stapl::Program> compiled(play::ByteSource& source) {
-    Result<stapl::Program> program = stapl::compile(source, {}, goes_on);
-    if (!program) {
+// The reading knows only that it was to stop; the reason is the user's.
+template <typename T>
+Result<T> unless_interrupted(Result<T> read) {
+    if (!read) {
         TRY(check_interrupt());
     }
-    return program;
+    return read;
 }
 
 std::string_view need_text(stapl::Action::Need need) {
@@ -86,14 +88,20 @@ std::string crc_text(const stapl::Program& program) {
                                                 program.crc, *program.expected_crc);
 }
 
-} // namespace
-
-bool ProgramOptions::any_given() const {
-    return !choices.action.empty() || !choices.enable.empty() || !choices.disable.empty() ||
-           !choices.values.empty() || ignore_crc;
+Json exports_json(const stapl::ProgramRun& run) {
+    Json exports = Json::array();
+    for (const stapl::ProgramRun::Export& one : run.exports) {
+        const Bits* const bits = std::get_if<Bits>(&one.value);
+        exports.push_back(Json{{"key", one.key},
+                               {"value", bits != nullptr ? Json(hex_text(*bits))
+                                                         : Json(std::get<int32_t>(one.value))}});
+    }
+    return exports;
 }
 
-void add_program_options(Command& command, ProgramOptions& options) {
+} // namespace
+
+void add_program_options(Command& command, stapl::PlayableOptions& options) {
     command
         .option("--action", options.choices.action,
                 "STAPL: what to do; not needed where the file has one action only")
@@ -115,7 +123,7 @@ void add_program_options(Command& command, ProgramOptions& options) {
                  "STAPL: play the file though its checksum is wrong");
 }
 
-std::string verdict_text(const Output& out, const ProgramRun& run) {
+std::string verdict_text(const Output& out, const stapl::ProgramRun& run) {
     if (!run.outcome) {
         return out.tone(Tone::Bad, fmt::format("{}: not played to its end", run.action));
     }
@@ -124,14 +132,14 @@ std::string verdict_text(const Output& out, const ProgramRun& run) {
                                 stapl::meaning_of_exit(run.outcome->code)));
 }
 
-void add_to_document(Json& json, const ProgramRun& run) {
+void add_to_document(Json& json, const stapl::ProgramRun& run) {
     Json printed = Json::array();
     for (const std::string& text : run.printed) {
         printed.push_back(text);
     }
     Json program{{"action", run.action},
                  {"printed", std::move(printed)},
-                 {"exports", run.exports},
+                 {"exports", exports_json(run)},
                  {"check_open_ended", run.open_ended}};
     if (run.outcome) {
         program["exit_code"] = run.outcome->code;
@@ -141,57 +149,21 @@ void add_to_document(Json& json, const ProgramRun& run) {
     json["program"] = std::move(program);
 }
 
-Result<std::unique_ptr<PlayProgram>> PlayProgram::open(play::ByteSource& source,
-                                                       const JtagPort& port,
-                                                       const ProgramOptions& options, bool strict) {
-    auto opened = std::make_unique<PlayProgram>();
-    opened->program_ = TRY(compiled(source));
-    const stapl::Program& program = opened->program_;
-    if (!program.crc_is_right() && !options.ignore_crc) {
-        return file_error(program.file,
-                          fmt::format("its checksum is {:04X}, and it says {:04X}: it was changed "
-                                      "or damaged",
-                                      program.crc, *program.expected_crc),
-                          "get it again, or play it as it is with --ignore-crc");
-    }
-    stapl::Selection selection = TRY(stapl::select(program, options.choices));
-    stapl::ReaderOptions how;
-    how.strict = strict;
-    opened->reader_ = std::make_unique<stapl::Reader>(program, std::move(selection), port, how);
-    return opened;
+Result<std::unique_ptr<stapl::Playable>> open_program(play::ByteSource& source,
+                                                      const JtagPort& port,
+                                                      const stapl::PlayableOptions& options) {
+    return unless_interrupted(stapl::Playable::open(source, port, options, goes_on));
 }
 
-void PlayProgram::perform(const Output& out, ProgressBar& bar, ProgramRun& run) {
-    const auto keep = [&run](std::string_view key, Json value) {
-        if (run.exports.size() < ProgramRun::kListed) {
-            run.exports.push_back(Json{{"key", std::string(key)}, {"value", std::move(value)}});
-        }
-    };
-    stapl::Listener listener;
-    listener.print = [&](std::string_view text) {
-        if (run.printed.size() < ProgramRun::kListed) {
-            run.printed.emplace_back(text);
-        }
+stapl::Listener listener(const Output& out, ProgressBar& bar, stapl::ProgramRun& run) {
+    return run.listener([&](std::string_view text) {
         bar.clear();
         out.line("{}", text);
-    };
-    listener.number = [keep](std::string_view key, int32_t value) { keep(key, value); };
-    listener.bits = [keep](std::string_view key, const Bits& bits) { keep(key, hex_text(bits)); };
-    reader_->perform(std::move(listener));
-}
-
-void PlayProgram::tell(ProgramRun& run, bool played) const {
-    run.action = reader_->action().name;
-    if (played) {
-        run.outcome = reader_->outcome();
-        run.statements = reader_->executed();
-    } else {
-        run.open_ended = reader_->open_ended();
-    }
+    });
 }
 
 Status list_program(const Output& out, play::ByteSource& source) {
-    const stapl::Program program = TRY(compiled(source));
+    const stapl::Program program = TRY(unless_interrupted(stapl::compile(source, {}, goes_on)));
     for (const stapl::Note& note : program.notes) {
         out.line("note {}: {}", note.key, note.text);
     }

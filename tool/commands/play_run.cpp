@@ -2,6 +2,7 @@
 
 #include "common/text.h"
 #include "host/scan/late_answer.h"
+#include "tool/commands/play_program.h"
 #include "tool/commands/values.h"
 #include "tool/output/progress_bar.h"
 

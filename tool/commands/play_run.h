@@ -3,7 +3,7 @@
 
 #include "host/play/mismatch.h"
 #include "host/play/performance.h"
-#include "tool/commands/play_program.h"
+#include "host/stapl/program_run.h"
 #include "tool/output/json.h"
 #include "tool/output/junit.h"
 #include "tool/output/output.h"
@@ -25,7 +25,7 @@ struct PlayRun : play::Performance {
     std::string file;
     PlayedDevice device;
     bool dry_run = false;
-    std::optional<ProgramRun> program; // of a file that is one
+    std::optional<stapl::ProgramRun> program; // of a file that is one
     std::vector<std::string> mismatch_lines;
     Json mismatches = Json::array();
 

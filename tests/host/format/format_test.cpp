@@ -48,6 +48,14 @@ TEST(FileFormatTest, IsSeenInTheName) {
     EXPECT_EQ(name_of(FileFormat::Xsvf), "XSVF");
 }
 
+TEST(FileFormatTest, IsCalledByItsName) {
+    EXPECT_EQ(format_called("svf"), FileFormat::Svf);
+    EXPECT_EQ(format_called("Xsvf"), FileFormat::Xsvf);
+    EXPECT_EQ(format_called("STAPL"), FileFormat::Stapl);
+    EXPECT_EQ(format_called("STAPLE"), std::nullopt);
+    EXPECT_EQ(format_called(""), std::nullopt);
+}
+
 TEST(FileFormatTest, OpensTheReaderOfEach) {
     NullPort port;
     play::TextSource text("SIR 4 TDI (5);", "a");
