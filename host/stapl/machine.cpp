@@ -2,7 +2,6 @@
 
 #include "host/play/step_source.h"
 #include "host/stapl/arithmetic.h"
-#include "host/stapl/bit_range.h"
 
 #include <fmt/format.h>
 
@@ -20,11 +19,15 @@ constexpr size_t kMostPrinted = size_t{1} << 16;   // characters of one PRINT
 
 Machine::Machine(const Program& program, const Selection& selection, const MachineLimits& limits)
     : program_(program), selection_(selection), limits_(limits),
-      variables_(program.variables.size()), data_used_(program.blocks.size()) {}
+      variables_(program, limits.max_array_bytes), data_used_(program.blocks.size()) {}
 
 bool Machine::wrong(std::string reason) {
     reason_ = std::move(reason);
     return false;
+}
+
+bool Machine::agreed(bool answer) {
+    return answer || wrong(variables_.reason());
 }
 
 Failure Machine::fault() {
@@ -143,21 +146,22 @@ bool Machine::execute(const Instruction& instruction, Request& request) {
         declare_scalar(argument);
         return true;
     case Op::DeclareBits:
-        return declare_bits(argument);
+        return agreed(variables_.declare_bits(argument, pop()));
     case Op::DeclareLiteral:
         return declare_literal(argument);
     case Op::DeclareNumbers:
-        return declare_numbers(argument);
+        return agreed(variables_.declare_list(argument, pop()));
     case Op::DeclareList:
         return declare_list(argument);
     case Op::Store:
-        return store(argument, pop());
+        return agreed(variables_.store(argument, pop()));
     case Op::StoreElement: {
         const int32_t value = pop();
-        return store_element(argument, pop(), value);
+        return agreed(variables_.store_element(argument, pop(), value));
     }
     case Op::StoreSlice:
-        return store_slice();
+        store_slice();
+        return true;
     case Op::Jump:
         place_ = argument;
         return true;
@@ -243,7 +247,7 @@ int32_t Machine::pop() noexcept {
     return value;
 }
 
-Machine::Slice Machine::pop_slice() noexcept {
+Slice Machine::pop_slice() noexcept {
     const Slice slice = slices_.back();
     slices_.pop_back();
     return slice;
@@ -260,67 +264,21 @@ bool Machine::binary(Op op) {
     return why == nullptr || wrong(why);
 }
 
-bool Machine::alive(uint32_t variable) {
-    return variables_[variable].alive ||
-           wrong(fmt::format("{} is used before its declaration was run",
-                             program_.variables[variable].name));
-}
-
 bool Machine::scalar(uint32_t variable) {
-    push(variables_[variable].number);
-    return alive(variable);
-}
-
-const Bits& Machine::bits_of(uint32_t variable) const {
-    const Value& value = variables_[variable];
-    return value.shared != nullptr ? *value.shared : value.own;
-}
-
-const std::vector<int32_t>& Machine::list_of(uint32_t variable) const {
-    const Value& value = variables_[variable];
-    return value.shared_list != nullptr ? *value.shared_list : value.list;
+    push(variables_.number(variable));
+    return agreed(variables_.alive(variable));
 }
 
 bool Machine::element(uint32_t variable) {
-    if (!alive(variable)) {
-        return false;
-    }
-    const bool is_bits = program_.variables[variable].type == Type::Boolean;
-    const size_t size = is_bits ? bits_of(variable).size() : list_of(variable).size();
-    const int64_t index = values_.back();
-    if (index < 0 || static_cast<size_t>(index) >= size) {
-        return wrong(fmt::format("{}[{}] is outside of the array of {}",
-                                 program_.variables[variable].name, index, size));
-    }
-    const auto at = static_cast<size_t>(index);
-    values_.back() = is_bits ? (bits_of(variable)[at] ? 1 : 0) : list_of(variable)[at];
-    return true;
+    return agreed(variables_.load_element(variable, values_.back(), values_.back()));
 }
 
 bool Machine::whole(uint32_t variable) {
-    const auto size = static_cast<int64_t>(bits_of(variable).size());
-    return slice_of(variable, size - 1, 0);
+    return agreed(variables_.whole(variable, slices_.emplace_back()));
 }
 
-bool Machine::slice_of(uint32_t variable, int64_t left, int64_t right) {
-    if (!alive(variable)) {
-        return false;
-    }
-    const Bits& bits = bits_of(variable);
-    const auto [low, high] = std::minmax(left, right);
-    if (low < 0 || static_cast<size_t>(high) >= bits.size()) {
-        return wrong(fmt::format("{}[{}..{}] is outside of the array of {}",
-                                 program_.variables[variable].name, left, right, bits.size()));
-    }
-    slices_.push_back({variable, &bits, 0, static_cast<size_t>(low),
-                       static_cast<size_t>(high - low + 1), left < right, 0});
-    return true;
-}
-
-Bits Machine::read(const Slice& slice) const {
-    Bits bits = slice.bits == nullptr ? Bits::from_uint(slice.number, slice.count)
-                                      : slice.bits->slice(slice.first, slice.count);
-    return slice.reversed ? reversed(bits) : bits;
+bool Machine::slice_of(uint32_t variable, int32_t left, int32_t right) {
+    return agreed(variables_.slice(variable, left, right, slices_.emplace_back()));
 }
 
 // So many bits of a stretch, the lowest of them. What was written down for this place may be
@@ -333,7 +291,7 @@ bool Machine::read(const Slice& slice, uint64_t count, bool extend, const char* 
     if (slice.bits != nullptr && !slice.reversed && slice.count >= count) {
         bits = slice.bits->slice(slice.first, count);
     } else {
-        bits = read(slice);
+        bits = slice.read();
         bits.resize(count);
     }
     return true;
@@ -347,161 +305,32 @@ bool Machine::from_slice() {
     if (slice.bits != nullptr && !slice.reversed) {
         push(static_cast<int32_t>(slice.bits->to_uint(slice.first, slice.count)));
     } else {
-        push(static_cast<int32_t>(read(slice).to_uint()));
+        push(static_cast<int32_t>(slice.read().to_uint()));
     }
     return true;
 }
 
 // ---- variables ----------------------------------------------------------------------------------
 
-// Whether an array of `size` can be had. What the variable held goes.
-bool Machine::room(uint32_t variable, int64_t size, size_t bytes) {
-    Value& value = variables_[variable];
-    if (size <= 0) {
-        return wrong(
-            fmt::format("{} is to have {} elements", program_.variables[variable].name, size));
-    }
-    array_bytes_ -= value.own.words().size_bytes() + value.list.size() * sizeof(int32_t);
-    value.own.clear();
-    value.list.clear();
-    value.shared = nullptr;
-    value.shared_list = nullptr;
-    if (bytes > limits_.max_array_bytes - array_bytes_) {
-        return wrong(fmt::format("the arrays have more than the {} bytes that this player takes",
-                                 limits_.max_array_bytes));
-    }
-    array_bytes_ += bytes;
-    value.alive = true;
-    return true;
-}
-
 void Machine::declare_scalar(uint32_t variable) {
     const int32_t value = pop();
     const auto chosen = selection_.values.find(variable);
-    variables_[variable].number = chosen == selection_.values.end() ? value : chosen->second;
-    variables_[variable].alive = true;
+    variables_.declare(variable, chosen == selection_.values.end() ? value : chosen->second);
 }
 
-namespace {
-
-size_t bytes_of_bits(int64_t size) {
-    return (static_cast<size_t>(size) + Bits::kWordBits - 1) / Bits::kWordBits * sizeof(uint16_t);
-}
-
-} // namespace
-
-bool Machine::declare_bits(uint32_t variable) {
-    const int64_t size = pop();
-    if (!room(variable, size, bytes_of_bits(size))) {
-        return false;
-    }
-    variables_[variable].own.resize(static_cast<size_t>(size));
-    return true;
-}
-
-// The digits have to be as many as the array needs.
 bool Machine::declare_literal(uint32_t variable) {
-    const Slice slice = pop_slice();
-    const int64_t size = pop();
-    const auto wanted = static_cast<size_t>(std::max<int64_t>(size, 0));
-    const bool written = slice.unit_bits != 0;
-    const size_t unit = written ? slice.unit_bits : 1;
-    if ((wanted + unit - 1) / unit * unit != slice.count && (written || slice.count < wanted)) {
-        return wrong(fmt::format("{} has {} bits, and its value {}",
-                                 program_.variables[variable].name, size, slice.count));
-    }
-    const bool same = written && slice.count == wanted;
-    Bits bits = same ? Bits() : read(slice);
-    if (!room(variable, size, same ? 0 : bytes_of_bits(size))) {
-        return false;
-    }
-    bits.resize(same ? 0 : wanted);
-    variables_[variable].own = std::move(bits);
-    variables_[variable].shared = same ? slice.bits : nullptr;
-    return true;
-}
-
-bool Machine::declare_numbers(uint32_t variable) {
-    const int64_t size = pop();
-    if (!room(variable, size, static_cast<size_t>(std::max<int64_t>(size, 0)) * sizeof(int32_t))) {
-        return false;
-    }
-    variables_[variable].list.resize(static_cast<size_t>(size));
-    return true;
+    const Slice value = pop_slice();
+    return agreed(variables_.declare_bits(variable, pop(), value));
 }
 
 bool Machine::declare_list(uint32_t variable) {
     const std::vector<int32_t>& list = program_.lists[static_cast<uint32_t>(pop())];
-    const int64_t size = pop();
-    if (size != static_cast<int64_t>(list.size())) {
-        return wrong(fmt::format("{} has {} elements, and its value {}",
-                                 program_.variables[variable].name, size, list.size()));
-    }
-    if (!room(variable, size, 0)) {
-        return false;
-    }
-    variables_[variable].shared_list = &list;
-    return true;
+    return agreed(variables_.declare_list(variable, pop(), list));
 }
 
-bool Machine::store(uint32_t variable, int32_t value) {
-    variables_[variable].number =
-        program_.variables[variable].type == Type::Boolean ? (value != 0 ? 1 : 0) : value;
-    return alive(variable);
-}
-
-Bits& Machine::writable(uint32_t variable) {
-    Value& value = variables_[variable];
-    if (value.shared != nullptr) {
-        value.own = *std::exchange(value.shared, nullptr);
-        array_bytes_ += value.own.words().size_bytes();
-    }
-    return value.own;
-}
-
-bool Machine::store_element(uint32_t variable, int64_t index, int32_t value) {
-    push(static_cast<int32_t>(index));
-    if (!element(variable)) { // looks at the index
-        return false;
-    }
-    values_.pop_back();
-    const auto at = static_cast<size_t>(index);
-    if (program_.variables[variable].type == Type::Boolean) {
-        writable(variable).set(at, value != 0);
-        return true;
-    }
-    Value& held = variables_[variable];
-    if (held.shared_list != nullptr) {
-        held.list = *std::exchange(held.shared_list, nullptr);
-        array_bytes_ += held.list.size() * sizeof(int32_t);
-    }
-    held.list[at] = value;
-    return true;
-}
-
-// As many bits as both have.
-bool Machine::store_slice() {
+void Machine::store_slice() {
     const Slice from = pop_slice();
-    const Slice to = pop_slice();
-    const size_t count = std::min(from.count, to.count);
-    if (from.bits != nullptr && !from.reversed && !to.reversed && from.variable != to.variable) {
-        copy_bits(writable(to.variable), to.first, *from.bits, from.first, count);
-        return true;
-    }
-    Bits bits = read(from);
-    bits.resize(count);
-    write(to, bits);
-    return true;
-}
-
-// At the stretch's low end, where that is.
-void Machine::write(const Slice& slice, const Bits& bits) {
-    if (slice.reversed) {
-        copy_bits(writable(slice.variable), slice.first + slice.count - bits.size(), reversed(bits),
-                  0, bits.size());
-    } else {
-        copy_bits(writable(slice.variable), slice.first, bits, 0, bits.size());
-    }
+    variables_.copy(pop_slice(), from);
 }
 
 // ---- control flow -------------------------------------------------------------------------------
@@ -548,7 +377,8 @@ bool Machine::begin_loop(uint32_t variable) {
     if (step == 0) {
         return wrong("the step is 0");
     }
-    return store(variable, pop()) && stack({Record::Kind::For, place_, variable, stop, step});
+    return agreed(variables_.store(variable, pop())) &&
+           stack({Record::Kind::For, place_, variable, stop, step});
 }
 
 // A loop within, which a GOTO has left, is over.
@@ -562,7 +392,7 @@ bool Machine::next_turn(uint32_t variable) {
             fmt::format("there is no FOR {} that it ends", program_.variables[variable].name));
     }
     const Record& loop = records_.back();
-    const int32_t now = variables_[variable].number;
+    const int32_t now = variables_.number(variable);
     if (loop.step > 0 ? now >= loop.value : now <= loop.value) {
         records_.pop_back();
         return true;
@@ -572,7 +402,7 @@ bool Machine::next_turn(uint32_t variable) {
     if (!binary(Op::Add)) {
         return false;
     }
-    variables_[variable].number = pop();
+    variables_.set_number(variable, pop());
     place_ = loop.place;
     return true;
 }
@@ -588,13 +418,13 @@ bool Machine::pop_value(int32_t& value) {
 
 bool Machine::pop_into(uint32_t variable) {
     int32_t value = 0;
-    return pop_value(value) && store(variable, value);
+    return pop_value(value) && agreed(variables_.store(variable, value));
 }
 
 bool Machine::pop_into_element(uint32_t variable) {
     const int32_t index = pop();
     int32_t value = 0;
-    return pop_value(value) && store_element(variable, index, value);
+    return pop_value(value) && agreed(variables_.store_element(variable, index, value));
 }
 
 void Machine::exit(int32_t code) {
@@ -619,7 +449,7 @@ void Machine::print() {
 void Machine::export_slice(uint32_t key) {
     const Slice slice = pop_slice();
     if (listener_.bits) {
-        listener_.bits(program_.texts[key], read(slice));
+        listener_.bits(program_.texts[key], slice.read());
     }
 }
 
@@ -657,7 +487,7 @@ bool Machine::scan(const Instruction& instruction, Request& request) {
     request.compares = compares;
     capture_ = captures ? std::optional(capture) : std::nullopt;
     result_ = compares ? instruction.argument : kNoVariable;
-    if (compares && !alive(result_)) {
+    if (compares && !agreed(variables_.alive(result_))) {
         return false;
     }
     ask(request, Request::Kind::Scan);
@@ -666,10 +496,10 @@ bool Machine::scan(const Instruction& instruction, Request& request) {
 
 void Machine::answer(const Bits& bits, bool as_expected) {
     if (capture_) {
-        write(*std::exchange(capture_, std::nullopt), bits);
+        variables_.write(*std::exchange(capture_, std::nullopt), bits);
     }
     if (result_ != kNoVariable) {
-        variables_[std::exchange(result_, kNoVariable)].number = as_expected ? 1 : 0;
+        variables_.set_number(std::exchange(result_, kNoVariable), as_expected ? 1 : 0);
     }
 }
 

@@ -7,6 +7,8 @@
 #include "host/jtag/port.h"
 #include "host/stapl/program.h"
 #include "host/stapl/selection.h"
+#include "host/stapl/slice.h"
+#include "host/stapl/variables.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -84,23 +86,6 @@ public:
     [[nodiscard]] const Outcome& outcome() const noexcept { return outcome_; }
 
 private:
-    struct Value {
-        bool alive = false;
-        int32_t number = 0;
-        const Bits* shared = nullptr; // an array that nobody has written to
-        Bits own;
-        const std::vector<int32_t>* shared_list = nullptr;
-        std::vector<int32_t> list;
-    };
-    struct Slice {
-        uint32_t variable = 0;      // kNoVariable: not one's
-        const Bits* bits = nullptr; // null: those of the number
-        uint32_t number = 0;
-        size_t first = 0; // the lowest of them
-        size_t count = 0;
-        bool reversed = false;
-        uint32_t unit_bits = 0; // of a literal's characters; 0: it is none
-    };
     struct Record {
         enum class Kind : uint8_t { Call, For, Value };
         Kind kind = Kind::Value;
@@ -109,7 +94,6 @@ private:
         int32_t value = 0;     // Value; For: where to stop
         int32_t step = 0;      // For
     };
-    static constexpr uint32_t kNoVariable = UINT32_MAX;
     static constexpr uint32_t kNowhere = UINT32_MAX;
 
     [[nodiscard]] bool execute(const Instruction& instruction, Request& request);
@@ -117,6 +101,8 @@ private:
     [[nodiscard]] bool next_procedure();
     [[nodiscard]] Failure fault();
     [[nodiscard]] bool wrong(std::string reason);
+    // What the variables answered; false has their reason.
+    [[nodiscard]] bool agreed(bool answer);
 
     [[nodiscard]] int32_t pop() noexcept;
     [[nodiscard]] Slice pop_slice() noexcept;
@@ -126,26 +112,15 @@ private:
     [[nodiscard]] bool scalar(uint32_t variable);
     [[nodiscard]] bool element(uint32_t variable);
     [[nodiscard]] bool from_slice();
-    [[nodiscard]] bool slice_of(uint32_t variable, int64_t left, int64_t right);
+    [[nodiscard]] bool slice_of(uint32_t variable, int32_t left, int32_t right);
     [[nodiscard]] bool whole(uint32_t variable);
-    [[nodiscard]] bool alive(uint32_t variable);
-    [[nodiscard]] const Bits& bits_of(uint32_t variable) const;
-    [[nodiscard]] const std::vector<int32_t>& list_of(uint32_t variable) const;
-    [[nodiscard]] Bits& writable(uint32_t variable);
-    [[nodiscard]] Bits read(const Slice& slice) const;
     [[nodiscard]] bool read(const Slice& slice, uint64_t count, bool extend, const char* what,
                             Bits& bits);
-    void write(const Slice& slice, const Bits& bits);
 
-    [[nodiscard]] bool room(uint32_t variable, int64_t size, size_t bytes);
-    [[nodiscard]] bool declare_bits(uint32_t variable);
-    [[nodiscard]] bool declare_literal(uint32_t variable);
-    [[nodiscard]] bool declare_numbers(uint32_t variable);
-    [[nodiscard]] bool declare_list(uint32_t variable);
     void declare_scalar(uint32_t variable);
-    [[nodiscard]] bool store(uint32_t variable, int32_t value);
-    [[nodiscard]] bool store_element(uint32_t variable, int64_t index, int32_t value);
-    [[nodiscard]] bool store_slice();
+    [[nodiscard]] bool declare_literal(uint32_t variable);
+    [[nodiscard]] bool declare_list(uint32_t variable);
+    void store_slice();
 
     [[nodiscard]] bool stack(const Record& record);
     [[nodiscard]] bool call(uint32_t block);
@@ -174,12 +149,11 @@ private:
     Listener listener_;
     std::function<bool()> hook_;
 
-    std::vector<Value> variables_;
+    Variables variables_;
     std::vector<bool> data_used_; // by block
     std::vector<int32_t> values_;
     std::vector<Slice> slices_;
     std::vector<Record> records_;
-    size_t array_bytes_ = 0;
     uint32_t place_ = kNowhere; // of the next instruction
     size_t next_procedure_ = 0;
     Statement statement_;
