@@ -1,10 +1,11 @@
 #include "host/interconnect/placed_net.h"
 
+#include "host/chain/device_choice.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <map>
 #include <optional>
 #include <utility>
@@ -37,6 +38,9 @@ public:
     Placer(const Netlist& netlist, std::span<const boundary::Member> chain,
            const Placement& placement)
         : netlist_(netlist), chain_(chain) {
+        for (const boundary::Member& member : chain) {
+            names_.push_back(member.name);
+        }
         for (const auto* list : {&netlist.passive, &placement.passive}) {
             for (const std::string& part : *list) {
                 passive_.push_back(upper(part));
@@ -47,12 +51,11 @@ public:
     // Parts that somebody says the device of.
     Status take(const std::vector<PartDevice>& devices) {
         for (const PartDevice& one : devices) {
-            const std::optional<size_t> device = find_device(one.device);
+            const Result<size_t> device = find_device(names_, one.device);
             if (!device) {
-                return said_error(one, fmt::format("the chain has no device {}", one.device),
-                                  "its devices are " + chain_text(chain_));
+                return said_error(one, headline(device.error()), device.error().next_step);
             }
-            if (parts_.emplace(upper(one.part), device).second) {
+            if (parts_.emplace(upper(one.part), *device).second) {
                 TRY(keep_apart(*device, one));
             }
         }
@@ -94,27 +97,13 @@ private:
         return {};
     }
 
-    // By its name, else by its number.
-    [[nodiscard]] std::optional<size_t> find_device(std::string_view name) const {
-        for (size_t i = 0; i < chain_.size(); ++i) {
-            if (same_name(chain_[i].name, name) && !name.empty()) {
-                return i;
-            }
-        }
-        size_t number = 0;
-        const auto [end, fault] = std::from_chars(name.data(), name.data() + name.size(), number);
-        const bool whole = fault == std::errc() && end == name.data() + name.size();
-        return whole && number >= 1 && number <= chain_.size() ? std::optional(number - 1)
-                                                               : std::nullopt;
-    }
-
     // Nothing: it is no device of the chain.
     std::optional<size_t> device_of(const std::string& part) {
         const auto [entry, fresh] = parts_.emplace(upper(part), std::nullopt);
         if (fresh) {
-            const std::optional<size_t> device = find_device(part);
+            const Result<size_t> device = find_device(names_, part);
             if (device && part_of_device_.emplace(*device, part).second) {
-                entry->second = device;
+                entry->second = *device;
             }
         }
         return entry->second;
@@ -186,6 +175,7 @@ private:
 
     const Netlist& netlist_;
     std::span<const boundary::Member> chain_;
+    std::vector<std::string> names_;                     // of its devices
     std::vector<std::string> passive_;                   // in capitals
     std::map<std::string, std::optional<size_t>> parts_; // by their references in capitals
     std::map<size_t, std::string> part_of_device_;

@@ -1,11 +1,9 @@
-// The device of a chain that an option --device names.
+// The chain that an option --device chooses from.
 #pragma once
 
 #include "common/result.h"
 #include "host/chain/chain.h"
-
-#include <cstddef>
-#include <string>
+#include "host/chain/device_choice.h"
 
 namespace talvor {
 
@@ -14,9 +12,5 @@ class Session;
 // Reads the chain, for somebody who needs its instruction lengths. Resets the TAPs. Errors: those
 // of the discovery; the lengths are ambiguous (ErrorKind::Usage).
 [[nodiscard]] Result<Chain> discover_with_lengths(Session& session);
-
-// The index of the device called `choice`: a number from 1, nearest TDI first, or the name that the
-// board file gives it. Errors (ErrorKind::Usage): there is none, or more than one.
-[[nodiscard]] Result<size_t> find_device(const Chain& chain, const std::string& choice);
 
 } // namespace talvor

@@ -99,7 +99,7 @@ TEST(PlacedNetTest, NamesWhatDoesNotFit) {
     EXPECT_EQ(refusal("nets.X = [\"cpu.PA0\"]\nnets.Y = [\"cpu.2\", \"cpu.3\", \"cpu.PA0\"]"),
               "a.net:2: net Y: cpu.PA0 is a pin of the net X (line 1) already");
     EXPECT_EQ(refusal("devices.U1 = \"dsp\"\nnets.X = [\"U1.1\"]"),
-              "a.net:1: U1: the chain has no device dsp");
+              "a.net:1: U1: device dsp: no device of the chain has this name");
     EXPECT_EQ(refusal("devices.U1 = 1\ndevices.U3 = \"cpu\"\nnets.X = [\"U1.1\"]"),
               "a.net:2: U3: the device cpu is U1 already");
     EXPECT_EQ(refusal("nets.X = [\"U8.1\"]"), "a.net: none of its parts is a device of the chain");
@@ -108,8 +108,9 @@ TEST(PlacedNetTest, NamesWhatDoesNotFit) {
     const auto placed = place("nets.X = [\"U8.1\"]", placement);
     ASSERT_FALSE(placed);
     EXPECT_EQ(placed.error().kind, ErrorKind::Usage);
-    EXPECT_EQ(headline(placed.error()), "--part U8=4: the chain has no device 4");
-    EXPECT_EQ(placed.error().next_step, "its devices are 1 cpu, 2 U2, 3 third");
+    EXPECT_EQ(headline(placed.error()), "--part U8=4: device 4: the chain has 3 devices");
+    placement.devices = {{"U8", "dsp", 0}};
+    EXPECT_EQ(place("nets.X = [\"U8.1\"]", placement).error().next_step, "they are cpu, U2, third");
 }
 
 TEST(PlacedNetTest, KeepsAPinThatIsListedTwiceOnce) {

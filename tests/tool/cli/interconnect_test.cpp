@@ -138,7 +138,8 @@ TEST(InterconnectTest, RefusesWhatDoesNotFit) {
     };
     EXPECT_THAT(refusal({nets(), "--part", "U1"}, 2),
                 HasSubstr("--part U1: expected a part of the netlist and its device"));
-    EXPECT_THAT(refusal({nets(), "--part", "U1=dsp"}, 2), HasSubstr("the chain has no device dsp"));
+    EXPECT_THAT(refusal({nets(), "--part", "U1=dsp"}, 2),
+                HasSubstr("--part U1=dsp: device dsp: no device of the chain has this name"));
     EXPECT_THAT(refusal({"/dev/null/none"}, 2), HasSubstr("talvor: /dev/null/none: "));
     EXPECT_THAT(refusal({file_with("two.toml", "nets.X = [\"u1.TXD0\", \"u1.CS_N\"]\n")}, 1),
                 HasSubstr("net X: u1.TXD0 and u1.CS_N both drive it, and nothing disables either"));
