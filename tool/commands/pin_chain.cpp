@@ -1,14 +1,18 @@
 #include "tool/commands/pin_chain.h"
 
-#include "common/bsdl/words.h"
+#include "common/bsdl/model.h"
 #include "common/text.h"
 #include "host/boundary/plan.h"
+#include "host/chain/device_choice.h"
 #include "tool/commands/context.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cstring>
+#include <fnmatch.h>
 #include <memory>
+#include <optional>
 #include <utility>
 
 namespace talvor {
@@ -16,13 +20,24 @@ namespace {
 
 using boundary::Member;
 
-bool is_called(const Member& member, size_t index, std::string_view text) {
-    return bsdl::same_name(member.name, text) || text == std::to_string(index + 1);
+// What messages call each device: its name, or its number where nobody has named it, or another one
+// of the same part.
+std::vector<std::string> names_of(const Chain& chain) {
+    std::vector<std::string> names;
+    for (const ChainDevice& device : chain.devices) {
+        const bool taken = std::ranges::any_of(names, [&device](const std::string& other) {
+            return bsdl::same_name(other, device.name);
+        });
+        names.push_back(taken || device.name.empty() ? std::to_string(names.size() + 1)
+                                                     : device.name);
+    }
+    return names;
 }
 
-Result<Member> make_member(Context& context, const ChainDevice& device, size_t index, bool chosen) {
+Result<Member> make_member(Context& context, const ChainDevice& device, const std::string& name,
+                           bool chosen) {
     Member member;
-    member.name = device.name.empty() ? std::to_string(index + 1) : device.name;
+    member.name = name;
     member.instruction_bits = device.instruction_bits;
     if (!device.description) {
         return member;
@@ -39,26 +54,18 @@ Result<Member> make_member(Context& context, const ChainDevice& device, size_t i
     return member;
 }
 
-// Leaves a plan to the device alone that is meant.
-Status choose_device(std::vector<Member>& members, const std::string& device) {
-    bool found = false;
+// Leaves a plan to the device alone that was chosen.
+Status leave_plan_to(std::vector<Member>& members, size_t chosen, const std::string& device) {
     for (size_t i = 0; i < members.size(); ++i) {
-        if (!is_called(members[i], i, device)) {
+        if (i != chosen) {
             members[i].plan.reset();
-            continue;
-        }
-        found = true;
-        if (!members[i].plan) {
-            return usage_error("--device " + device, "the device has no description",
-                               "give its BSDL file: bsdl = \"FILE\" in its [[device]] table of "
-                               "the board file, or --bsdl DIR");
         }
     }
-    return found ? Status()
-                 : usage_error(
-                       "--device " + device,
-                       fmt::format("the chain has no such device among its {}", members.size()),
-                       "'talvor chain' shows their names and numbers");
+    return members[chosen].plan
+               ? Status()
+               : usage_error("--device " + device, "the device has no description",
+                             "give its BSDL file: bsdl = \"FILE\" in its [[device]] table of "
+                             "the board file, or --bsdl DIR");
 }
 
 Status check_members(const Chain& chain, const std::vector<Member>& members) {
@@ -96,42 +103,14 @@ std::vector<PinAddress> candidates(const std::vector<Member>& members, std::stri
 // The device that the text begins with, and the rest of it.
 std::pair<const Member*, std::string_view> split_device(const std::vector<Member>& members,
                                                         std::string_view text) {
-    if (const size_t dot = text.find('.'); dot != std::string_view::npos) {
-        for (size_t i = 0; i < members.size(); ++i) {
-            if (is_called(members[i], i, text.substr(0, dot))) {
-                return {&members[i], text.substr(dot + 1)};
-            }
-        }
+    const size_t dot = std::min(text.find('.'), text.size());
+    std::vector<std::string> names;
+    for (const Member& member : members) {
+        names.push_back(member.name);
     }
-    return {nullptr, text};
-}
-
-char lower(char c) noexcept {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-// '*' stands for any characters, '?' for one.
-bool looks_like(std::string_view text, std::string_view pattern) noexcept {
-    size_t at = 0;
-    size_t in_pattern = 0;
-    size_t star = std::string_view::npos;
-    size_t after_star = 0;
-    while (at < text.size()) {
-        if (in_pattern < pattern.size() && pattern[in_pattern] == '*') {
-            star = in_pattern++;
-            after_star = at;
-        } else if (in_pattern < pattern.size() &&
-                   (pattern[in_pattern] == '?' || lower(pattern[in_pattern]) == lower(text[at]))) {
-            ++in_pattern;
-            ++at;
-        } else if (star != std::string_view::npos) {
-            in_pattern = star + 1;
-            at = ++after_star;
-        } else {
-            return false;
-        }
-    }
-    return pattern.find_first_not_of('*', in_pattern) == std::string_view::npos;
+    const Result<size_t> device = find_device(names, text.substr(0, dot));
+    return device && dot != text.size() ? std::pair(&members[*device], text.substr(dot + 1))
+                                        : std::pair(nullptr, text);
 }
 
 } // namespace
@@ -140,21 +119,16 @@ Result<PinChain> find_pin_chain(Context& context, const std::string& device) {
     PinChain pins;
     pins.session = TRY(context.session());
     const Chain chain = TRY(pins.session->discover());
-    for (size_t i = 0; i < chain.devices.size(); ++i) {
-        const ChainDevice& one = chain.devices[i];
-        const bool chosen = !device.empty() &&
-                            (bsdl::same_name(one.name, device) || device == std::to_string(i + 1));
-        Member member = TRY(make_member(context, one, i, chosen));
-        const bool twice = std::ranges::any_of(pins.members, [&member](const Member& other) {
-            return bsdl::same_name(other.name, member.name);
-        });
-        if (twice) {
-            member.name = std::to_string(i + 1); // two of one part, which nobody has named
-        }
-        pins.members.push_back(std::move(member));
-    }
+    const std::vector<std::string> names = names_of(chain);
+    std::optional<size_t> chosen;
     if (!device.empty()) {
-        TRY(choose_device(pins.members, device));
+        chosen = TRY(find_device(names, device));
+    }
+    for (size_t i = 0; i < names.size(); ++i) {
+        pins.members.push_back(TRY(make_member(context, chain.devices[i], names[i], chosen == i)));
+    }
+    if (chosen) {
+        TRY(leave_plan_to(pins.members, *chosen, device));
     }
     TRY(check_members(chain, pins.members));
     return pins;
@@ -209,20 +183,13 @@ std::string pin_texts(const std::vector<Member>& members, size_t device,
     return text;
 }
 
-bool fits_filter(std::string_view text, std::string_view filter) noexcept {
+bool fits_filter(std::string_view text, std::string_view filter) {
+    const std::string whole(text);
+    const std::string wanted(filter);
     if (filter.find_first_of("*?") != std::string_view::npos) {
-        return looks_like(text, filter);
+        return fnmatch(wanted.c_str(), whole.c_str(), FNM_CASEFOLD | FNM_NOESCAPE) == 0;
     }
-    for (size_t at = 0; at + filter.size() <= text.size(); ++at) {
-        bool same = true;
-        for (size_t i = 0; same && i < filter.size(); ++i) {
-            same = lower(text[at + i]) == lower(filter[i]);
-        }
-        if (same) {
-            return true;
-        }
-    }
-    return false;
+    return strcasestr(whole.c_str(), wanted.c_str()) != nullptr;
 }
 
 } // namespace talvor

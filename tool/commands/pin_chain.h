@@ -52,8 +52,8 @@ struct PinSetting {
 [[nodiscard]] std::string pin_texts(const std::vector<boundary::Member>& members, size_t device,
                                     const std::vector<size_t>& signals);
 
-// Whether `text` has `filter` in it, or looks like it where that has '*' or '?'; capitals or not.
-// Every text fits an empty one.
-[[nodiscard]] bool fits_filter(std::string_view text, std::string_view filter) noexcept;
+// Whether `text` has `filter` in it, or fits it as a shell's pattern where that has '*' or '?';
+// capitals or not. Every text fits an empty one.
+[[nodiscard]] bool fits_filter(std::string_view text, std::string_view filter);
 
 } // namespace talvor

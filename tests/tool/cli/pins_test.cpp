@@ -152,7 +152,8 @@ TEST_F(PinsTest, ToldMistakesDriveNothing) {
              {{"--device", "u2", "set", "--instruction", "highz", "IO0=1", "--hold", "1"},
               2,
               "takes no settings"},
-             {{"--device", "u7"}, 2, "no such device"},
+             {{"--device", "u7"}, 2, "device u7: no device of the chain has this name"},
+             {{"--device", "3"}, 2, "device 3: the chain has 2 devices"},
              {{"--filter", "nothing"}, 2, "no pin fits it"},
              {{"--count", "3"}, 2, "no effect without"}}) {
         const Outcome outcome = pins(one.words);

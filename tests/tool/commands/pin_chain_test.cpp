@@ -73,6 +73,9 @@ TEST(FitsFilterTest, TakesAPatternAsAWhole) {
     EXPECT_FALSE(fits_filter("PA(3)", "PA(?"));
     EXPECT_FALSE(fits_filter("PA(3)", "PA(3)?"));
     EXPECT_TRUE(fits_filter("aab", "*ab"));
+    EXPECT_TRUE(fits_filter("PA(3)", "*([0-3])"));
+    EXPECT_FALSE(fits_filter("PA(3)", "*([4-7])"));
+    EXPECT_TRUE(fits_filter("A\\B", "a\\?"));
 }
 
 } // namespace
