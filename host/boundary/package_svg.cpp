@@ -1,11 +1,11 @@
 #include "common/text.h"
 #include "host/boundary/package.h"
+#include "host/drawing/svg_page.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <array>
-#include <iterator>
 #include <string_view>
 
 namespace talvor::boundary {
@@ -63,7 +63,7 @@ std::string about(const PackagePin& pin) {
     return fmt::format("{}, pin {}: {}", pin.name, pin.pin, what);
 }
 
-class Picture {
+class Picture : SvgPage {
 public:
     explicit Picture(const Package& package) : package_(package) {}
 
@@ -74,31 +74,15 @@ public:
         } else {
             draw_ring(ring_of(package_.pins));
         }
-        return svg_ + "</svg>\n";
+        return document(width_, height_);
     }
 
 private:
-    template <typename... Arguments>
-    void put(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-        fmt::format_to(std::back_inserter(svg_), format, std::forward<Arguments>(arguments)...);
-    }
-    void text(double x, double y, std::string_view anchor, int size, std::string_view colour,
-              std::string_view words, std::string_view more = "") {
-        put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"{}\" text-anchor=\"{}\" fill=\"{}\"{}>{}"
-            "</text>\n",
-            x, y, size, anchor, colour, more, xml_text(words));
-    }
-
     void begin(double width, double height) {
-        width = std::max(width, 460.0); // the legend's
-        height += kTitleHeight + kLegendHeight;
-        put("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0:g}\" height=\"{1:g}\" "
-            "viewBox=\"0 0 {0:g} {1:g}\" font-family=\"ui-monospace, 'DejaVu Sans Mono', Menlo, "
-            "Consolas, monospace\">\n<rect width=\"{0:g}\" height=\"{1:g}\" rx=\"10\" "
-            "fill=\"#ffffff\"/>\n",
-            width, height);
-        text(kMargin, kMargin + 8, "start", 15, "#0f172a", package_.title);
-        legend(height - kMargin);
+        width_ = std::max(width, 460.0); // the legend's
+        height_ = height + kTitleHeight + kLegendHeight;
+        text(kMargin, kMargin + 8, "start", 15, kTitleInk, package_.title);
+        legend(height_ - kMargin);
     }
 
     void legend(double y) {
@@ -114,7 +98,7 @@ private:
         double x = kMargin;
         for (const Entry& entry : entries) {
             box(x, y - 11, 14, 14, entry.pin, false);
-            text(x + 20, y, "start", 11, "#334155", entry.words);
+            text(x + 20, y, "start", 11, kInk, entry.words);
             x += 34 + kNameWidth * static_cast<double>(entry.words.size());
         }
     }
@@ -160,10 +144,10 @@ private:
         switch (place.side) {
         case Side::Left:
             box(left_ - kPinLength, top_ + along, kPinLength, kPinWidth, pin, true);
-            return text(left_ - kPinLength - 6, top_ + middle + 4, "end", 11, "#334155", before);
+            return text(left_ - kPinLength - 6, top_ + middle + 4, "end", 11, kInk, before);
         case Side::Right:
             box(left_ + body_, top_ + along, kPinLength, kPinWidth, pin, true);
-            return text(left_ + body_ + kPinLength + 6, top_ + middle + 4, "start", 11, "#334155",
+            return text(left_ + body_ + kPinLength + 6, top_ + middle + 4, "start", 11, kInk,
                         after);
         case Side::Bottom:
             box(left_ + along, top_ + body_, kPinWidth, kPinLength, pin, true);
@@ -179,7 +163,7 @@ private:
 
     // From below to above.
     void turned(double x, double y, std::string_view anchor, std::string_view words) {
-        text(x, y, anchor, 11, "#334155", words,
+        text(x, y, anchor, 11, kInk, words,
              fmt::format(" transform=\"rotate(-90 {:g} {:g})\"", x, y));
     }
 
@@ -213,11 +197,12 @@ private:
         text(x, y + 5, "middle", 13, paint.text, level_mark(pin));
         const std::string name =
             pin.name.size() > kBallName ? pin.name.substr(0, kBallName - 2) + ".." : pin.name;
-        text(x, y + kBallRadius + 13, "middle", 10, "#334155", name);
+        text(x, y + kBallRadius + 13, "middle", 10, kInk, name);
     }
 
     const Package& package_;
-    std::string svg_;
+    double width_ = 0; // of the page
+    double height_ = 0;
     double left_ = 0; // of the body
     double top_ = 0;
     double body_ = 0; // the side of a ring's

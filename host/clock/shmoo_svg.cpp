@@ -1,10 +1,9 @@
-#include "common/text.h"
 #include "host/clock/shmoo.h"
+#include "host/drawing/svg_page.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 
 namespace talvor {
 namespace {
@@ -16,7 +15,7 @@ constexpr double kCell = 22;
 constexpr double kTitleHeight = 34;
 constexpr double kAxisHeight = 44;
 
-class Picture {
+class Picture : SvgPage {
 public:
     Picture(const Shmoo& shmoo, const std::string& title)
         : shmoo_(shmoo), title_(title), top_(kMargin + (title.empty() ? 0 : kTitleHeight)) {}
@@ -27,30 +26,16 @@ public:
         const double width = 2 * kMargin + kLabels + columns * kCell;
         const double height =
             top_ + static_cast<double>(shmoo_.clocks.size()) * kCell + kAxisHeight + kMargin;
-        put("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0:g}\" height=\"{1:g}\" "
-            "viewBox=\"0 0 {0:g} {1:g}\" font-family=\"ui-monospace, 'DejaVu Sans Mono', Menlo, "
-            "Consolas, monospace\">\n<rect width=\"{0:g}\" height=\"{1:g}\" rx=\"10\" "
-            "fill=\"#ffffff\"/>\n",
-            width, height);
         if (!title_.empty()) {
-            text(kMargin, kMargin + 14, "start", 15, title_);
+            text(kMargin, kMargin + 14, "start", 15, kInk, title_);
         }
         draw_cells();
         draw_choice();
         draw_axes();
-        return svg_ + "</svg>\n";
+        return document(width, height);
     }
 
 private:
-    template <typename... Arguments>
-    void put(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-        fmt::format_to(std::back_inserter(svg_), format, std::forward<Arguments>(arguments)...);
-    }
-    void text(double x, double y, const char* anchor, int size, const std::string& words) {
-        put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"{}\" text-anchor=\"{}\" "
-            "fill=\"#334155\">{}</text>\n",
-            x, y, size, anchor, xml_text(words));
-    }
     [[nodiscard]] static double x(size_t delay) {
         return kMargin + kLabels + static_cast<double>(delay) * kCell;
     }
@@ -79,21 +64,20 @@ private:
 
     void draw_axes() {
         for (size_t clock = 0; clock < shmoo_.clocks.size(); ++clock) {
-            text(x(0) - 8, y(clock) + kCell / 2 + 4, "end", 11,
+            text(x(0) - 8, y(clock) + kCell / 2 + 4, "end", 11, kInk,
                  frequency_text(static_cast<double>(shmoo_.clocks[clock].hertz)));
         }
         const double bottom = y(shmoo_.clocks.size());
         for (size_t delay = 0; delay < shmoo_.delays.size(); ++delay) {
-            text(x(delay) + kCell / 2, bottom + 15, "middle", 11,
+            text(x(delay) + kCell / 2, bottom + 15, "middle", 11, kInk,
                  fmt::format("{}", shmoo_.delays[delay]));
         }
-        text(x(0), bottom + 36, "start", 11, "link delay in test clocks");
+        text(x(0), bottom + 36, "start", 11, kInk, "link delay in test clocks");
     }
 
     const Shmoo& shmoo_;
     const std::string& title_;
     double top_;
-    std::string svg_;
 };
 
 } // namespace

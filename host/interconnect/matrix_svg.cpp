@@ -1,13 +1,14 @@
 #include "host/interconnect/matrix_svg.h"
 
 #include "common/text.h"
+#include "host/drawing/svg_page.h"
 #include "host/interconnect/finding_text.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <iterator>
 #include <set>
+#include <string_view>
 #include <vector>
 
 namespace talvor::interconnect {
@@ -22,9 +23,7 @@ constexpr double kGap = 14;
 constexpr double kCharacter = 6.7; // of the small text
 constexpr int kSmall = 11;
 
-constexpr const char* kText = "#334155";
-constexpr const char* kFaint = "#94a3b8";
-constexpr const char* kBad = "#b91c1c";
+constexpr std::string_view kBad = "#b91c1c";
 
 std::string head_of(const Vector& vector, size_t bits) {
     switch (vector.kind) {
@@ -54,7 +53,7 @@ std::string told(const Vector& vector, std::span<const TestedNet> nets) {
     return fmt::format("{} alone {}", nets[vector.number].name, vector.value ? "high" : "low");
 }
 
-class Picture {
+class Picture : SvgPage {
 public:
     Picture(const TestPlan& plan, const TestResult& result, const MatrixOptions& options)
         : plan_(plan), result_(result), options_(options),
@@ -73,34 +72,24 @@ public:
 
     std::string draw() {
         const double top = kMargin + (options_.title.empty() ? 0 : kTitleHeight) + kHeadHeight;
+        heading(kMargin, options_.title);
         draw_heads(top);
         for (size_t row = 0; row < rows_.size(); ++row) {
             draw_row(rows_[row], top + static_cast<double>(row) * kCell);
         }
         double y = top + static_cast<double>(rows_.size()) * kCell + kGap;
         y = draw_findings(draw_legend(y));
-        const std::string body = std::move(svg_);
-        svg_.clear();
-        open(width_ + kMargin, y + kMargin);
-        return svg_ + body + "</svg>\n";
+        return document(width_ + kMargin, y + kMargin);
     }
 
 private:
-    template <typename... Arguments>
-    void put(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-        fmt::format_to(std::back_inserter(svg_), format, std::forward<Arguments>(arguments)...);
-    }
     static double width_of(const std::string& text) {
         return static_cast<double>(text.size()) * kCharacter;
     }
-    void text(double x, double y, const char* color, const std::string& words,
-              const char* anchor = "start", int size = kSmall) {
-        put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"{}\" text-anchor=\"{}\" fill=\"{}\">{}"
-            "</text>\n",
-            x, y, size, anchor, color, xml_text(words));
-        if (std::string_view(anchor) == "start") {
-            width_ = std::max(width_, x + width_of(words) * size / kSmall);
-        }
+    // The page is as wide as the longest line from the left.
+    void line(double x, double y, std::string_view ink, const std::string& words) {
+        text(x, y, "start", kSmall, ink, words);
+        width_ = std::max(width_, x + width_of(words));
     }
 
     // Nets with faults come first where there is not room for all; else the netlist's order.
@@ -121,31 +110,19 @@ private:
                static_cast<double>(column) * kCell;
     }
 
-    void open(double width, double height) {
-        put("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0:g}\" height=\"{1:g}\" "
-            "viewBox=\"0 0 {0:g} {1:g}\" font-family=\"ui-monospace, 'DejaVu Sans Mono', Menlo, "
-            "Consolas, monospace\">\n<rect width=\"{0:g}\" height=\"{1:g}\" rx=\"10\" "
-            "fill=\"#ffffff\"/>\n",
-            width, height);
-        if (!options_.title.empty()) {
-            put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"15\" font-weight=\"600\" "
-                "fill=\"#0f172a\">{}</text>\n",
-                kMargin, kMargin + 14, xml_text(options_.title));
-        }
-    }
-
     void draw_heads(double top) {
         width_ = x(columns_);
         width_ = std::max(width_, kMargin + static_cast<double>(options_.title.size()) * 9.2);
-        text(kMargin, top - 8, kFaint, "net");
-        text(kMargin + name_width_ + kGap, top - 8, kFaint, "driver");
+        line(kMargin, top - 8, kFaintInk, "net");
+        line(kMargin + name_width_ + kGap, top - 8, kFaintInk, "driver");
         const size_t bits = result_.counting / 2;
         for (size_t v = 0; v < columns_; ++v) {
             put("<g><title>{}</title>", xml_text(told(result_.vectors[v], plan_.nets)));
-            text(x(v) + kCell / 2, top - 8, kFaint, head_of(result_.vectors[v], bits), "middle", 9);
+            text(x(v) + kCell / 2, top - 8, "middle", 9, kFaintInk,
+                 head_of(result_.vectors[v], bits));
             put("</g>\n");
         }
-        text(x(columns_) + kGap, top - 8, kFaint, "receivers");
+        line(x(columns_) + kGap, top - 8, kFaintInk, "receivers");
     }
 
     [[nodiscard]] bool agrees(size_t net, size_t receiver, size_t vector) const {
@@ -154,9 +131,9 @@ private:
 
     void draw_row(size_t net, double y) {
         const TestedNet& tested = plan_.nets[net];
-        const char* color = wrong_.contains(net) ? kBad : kText;
-        text(kMargin, y + 13, color, tested.name);
-        text(kMargin + name_width_ + kGap, y + 13, kText, tested.driver.pin.name);
+        const std::string_view ink = wrong_.contains(net) ? kBad : kInk;
+        line(kMargin, y + 13, ink, tested.name);
+        line(kMargin + name_width_ + kGap, y + 13, kInk, tested.driver.pin.name);
         for (size_t v = 0; v < columns_; ++v) {
             draw_cell(net, v, y);
         }
@@ -166,7 +143,7 @@ private:
             for (size_t v = 0; v < result_.vectors.size(); ++v) {
                 right = right && agrees(net, r, v);
             }
-            text(at, y + 13, right ? kText : kBad, tested.receivers[r].pin.name);
+            line(at, y + 13, right ? kInk : kBad, tested.receivers[r].pin.name);
             at += width_of(tested.receivers[r].pin.name) + kCharacter;
         }
     }
@@ -197,7 +174,7 @@ private:
     double legend_box(double at, double y, const char* fill, const std::string& words) {
         put("<rect x=\"{:g}\" y=\"{:g}\" width=\"12\" height=\"12\" rx=\"3\" fill=\"{}\"/>\n", at,
             y, fill);
-        text(at + 18, y + 10, kText, words);
+        line(at + 18, y + 10, kInk, words);
         return at + 18 + width_of(words) + kGap;
     }
 
@@ -208,12 +185,12 @@ private:
         (void)legend_box(at, y, "#fca5a5", "read high");
         y += 30;
         if (rows_.size() < plan_.nets.size()) {
-            text(kMargin, y, kFaint,
+            line(kMargin, y, kFaintInk,
                  fmt::format("and {} more", count_text(plan_.nets.size() - rows_.size(), "net")));
             y += kCell;
         }
         if (columns_ < result_.vectors.size()) {
-            text(kMargin, y, kFaint,
+            line(kMargin, y, kFaintInk,
                  fmt::format("and {} more",
                              count_text(result_.vectors.size() - columns_, "vector")));
             y += kCell;
@@ -229,15 +206,15 @@ private:
                 break;
             }
             const std::vector<std::string> lines = finding_lines(plan_.nets, finding);
-            text(kMargin, y, kBad, nets_text(plan_.nets, finding));
-            for (const std::string& line : lines) {
+            line(kMargin, y, kBad, nets_text(plan_.nets, finding));
+            for (const std::string& words : lines) {
                 y += 15;
-                text(kMargin + kGap, y, kText, line);
+                line(kMargin + kGap, y, kInk, words);
             }
             y += kCell + 4;
         }
         if (result_.diagnosis.good()) {
-            text(kMargin, y, "#047857", "no fault found");
+            line(kMargin, y, "#047857", "no fault found");
             y += kCell;
         }
         return y - kCell;
@@ -252,7 +229,6 @@ private:
     double name_width_ = 3 * kCharacter;
     double driver_width_ = 6 * kCharacter;
     double width_ = 0;
-    std::string svg_;
 };
 
 } // namespace

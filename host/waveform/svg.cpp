@@ -1,6 +1,7 @@
 #include "host/waveform/svg.h"
 
 #include "common/text.h"
+#include "host/drawing/svg_page.h"
 #include "host/waveform/layout.h"
 
 #include <fmt/format.h>
@@ -63,7 +64,7 @@ constexpr std::string_view kTdiColor = "#1d4ed8";
 constexpr std::string_view kTdoColor = "#047857";
 constexpr std::string_view kPinColor = "#9f1239";
 
-class Drawing {
+class Drawing : SvgPage {
 public:
     Drawing(const Waveform& waveform, const SvgOptions& options)
         : waveform_(waveform), options_(options), shifts_(shift_runs(waveform)),
@@ -86,38 +87,18 @@ public:
                                   static_cast<double>(pins_.size()) * kLaneHeight;
         const double width = 2 * kMargin + kLabels + static_cast<double>(columns) * kCell;
         double y = kMargin + (options_.title.empty() ? 0 : kTitleHeight);
+        heading(kMargin, options_.title);
         for (const Row& row : rows_) {
             draw_row(row, y);
             y += row_height + kRowGap;
         }
         y = draw_legend(y - kRowGap + kLegendGap, width - 2 * kMargin);
-        const std::string body = std::move(svg_);
-        svg_.clear();
-        open(width, y + kMargin);
-        return svg_ + body + "</svg>\n";
+        return document(width, y + kMargin);
     }
 
 private:
-    template <typename... Arguments>
-    void put(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-        fmt::format_to(std::back_inserter(svg_), format, std::forward<Arguments>(arguments)...);
-    }
-
     static double x(size_t column) {
         return kMargin + kLabels + static_cast<double>(column) * kCell;
-    }
-
-    void open(double width, double height) {
-        put("<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0:g}\" height=\"{1:g}\" "
-            "viewBox=\"0 0 {0:g} {1:g}\" font-family=\"ui-monospace, 'DejaVu Sans Mono', Menlo, "
-            "Consolas, monospace\">\n",
-            width, height);
-        put("<rect width=\"{:g}\" height=\"{:g}\" rx=\"10\" fill=\"#ffffff\"/>\n", width, height);
-        if (!options_.title.empty()) {
-            put("<text x=\"{:g}\" y=\"{:g}\" font-size=\"15\" font-weight=\"600\" "
-                "fill=\"#0f172a\">{}</text>\n",
-                kMargin, kMargin + 14, xml_text(options_.title));
-        }
     }
 
     void draw_row(const Row& row, double y) {
@@ -307,7 +288,7 @@ private:
                     "fill=\"{}\">{}</text>",
                     (left + right) / 2, mid + 3.5, paint.text, text);
             }
-            svg_ += "</g>\n";
+            put("</g>\n");
         }
     }
 
@@ -481,7 +462,6 @@ private:
     std::vector<Written> written_;
     std::vector<Pin> pins_;
     ShortNames short_names_{};
-    std::string svg_;
 };
 
 } // namespace

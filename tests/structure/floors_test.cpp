@@ -128,7 +128,7 @@ std::vector<House> houses() {
          150},
         {"host",
          with_host_headers({"common"}),
-         {{"jtag"},
+         {{"jtag", "drawing"}, // neighbours that do not know each other
           {"waveform", "play", "board"},
           {"svf"},
           {"xsvf", "stapl"}, // neighbours that do not know each other
