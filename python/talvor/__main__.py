@@ -8,15 +8,24 @@ import sys
 from ._places import command
 
 
-def main() -> int:
-    """Become the command, with the arguments of this process."""
-    program = command()
+def _become(name: str) -> int:
+    program = command(name)
     try:
         os.execvp(program, [program, *sys.argv[1:]])
     except OSError as error:
         print(f"python -m talvor: {program}: {error.strerror}", file=sys.stderr)
-        print("  next: install talvor, or put it into PATH", file=sys.stderr)
+        print(f"  next: install {name}, or put it into PATH", file=sys.stderr)
     return 127
+
+
+def main() -> int:
+    """Become the command, with the arguments of this process."""
+    return _become("talvor")
+
+
+def simulator() -> int:
+    """Become ``talvor-podsim``, with the arguments of this process."""
+    return _become("talvor-podsim")
 
 
 if __name__ == "__main__":

@@ -25,7 +25,7 @@ def program_folder() -> str:
     return ""
 
 
-def command() -> str:
-    """The program ``talvor``: a path, or its name, where PATH has to tell."""
-    program = os.path.join(program_folder(), _PROGRAM)
-    return program if os.path.isfile(program) else _PROGRAM
+def command(name: str = _PROGRAM) -> str:
+    """The program ``name``: a path, or the name, where PATH has to tell."""
+    program = os.path.join(program_folder(), name)
+    return program if os.path.isfile(program) else name

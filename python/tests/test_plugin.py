@@ -13,7 +13,7 @@ import pytest
 
 def run_pytest(*arguments: str | Path, cwd: Path | None = None) -> subprocess.CompletedProcess[str]:
     return subprocess.run(
-        [sys.executable, "-m", "pytest", "-p", "talvor.pytest_plugin", *map(str, arguments)],
+        [sys.executable, "-m", "pytest", *map(str, arguments)],
         cwd=cwd,
         capture_output=True,
         text=True,
@@ -100,7 +100,7 @@ def test_a_real_pod_is_opened_and_never_broken(suite: Path, build: Path) -> None
         [build / "bin/talvor-podsim", "--print-description=five"], capture_output=True, text=True
     )
     (suite / "five.toml").write_text(described.stdout)
-    command = [sys.executable, "-m", "pytest", "-q", "-p", "talvor.pytest_plugin"]
+    command = [sys.executable, "-m", "pytest", "-q"]
     done = subprocess.run(
         [build / "bin/talvor-podsim", "five.toml", "--private", "--", *command,
          "--talvor-board", "board.toml"],

@@ -53,7 +53,9 @@ bool is_allowed(const std::string& file) {
         "|doc/talvor/html/.*|zsh/site-functions/_talvor[a-z-]*"
         "|fish/vendor_completions.d/talvor[a-z-]*\\.fish"
         "|bash-completion/completions/talvor[a-z-]*)|" +
-        kLib + "/cmake/Talvor/TalvorTargets-[a-z]+\\.cmake");
+        kLib + "/cmake/Talvor/TalvorTargets-[a-z]+\\.cmake|" + kLib +
+        "/python3\\.[0-9]+/site-packages/talvor(/([a-z_]+/)*(_core\\.[a-z0-9_-]+\\.so|"
+        "[a-z_]+\\.pyi?|py\\.typed)|-[0-9.]+\\.dist-info/[a-zA-Z_.]+)");
     return std::regex_match(file, kAllowed);
 }
 
@@ -100,6 +102,28 @@ TEST(InstallTest, TheToolFindsSimulatorAndLibraryWhereverTheTreeStands) {
                 HasSubstr(tree.libraries() / "libjsctalvor_340.so.0"));
 }
 
+TEST(InstallTest, ThePythonPackageAndItsPluginAreFoundWhereverTheTreeStands) {
+    InstalledTree tree;
+    const auto packages = [&] { return tree.libraries() / TALVOR_PYTHON_FOLDER / "site-packages"; };
+    if (!fs::exists(packages())) {
+        GTEST_SKIP() << "this build has no Python module";
+    }
+    tree.move_away();
+    const std::string said = output_of(
+        {"env", "-u", "TALVOR_LIBRARY", "-u", "LD_LIBRARY_PATH", "PYTHONDONTWRITEBYTECODE=1",
+         "PYTHONPATH=" + packages().string(), "/usr/bin/python3", "-c",
+         "import importlib.metadata, talvor\n"
+         "from talvor import _core\n"
+         "with talvor.simulate() as pod: print(len(pod.chain()), 'devices')\n"
+         "print(_core.library_facts(None)[0])\n"
+         "print(importlib.metadata.version('talvor'))\n"
+         "print(*importlib.metadata.entry_points(group='pytest11', name='talvor'))\n"});
+    EXPECT_THAT(said,
+                HasSubstr("5 devices\n" + (tree.libraries() / "libjsctalvor_340.so.0").string() +
+                          "\n" TALVOR_PROJECT_VERSION "\n"));
+    EXPECT_THAT(said, HasSubstr("value='talvor.pytest_plugin'"));
+}
+
 TEST(InstallTest, TheBuiltInDescriptionIsTheOneThatTheToolSimulates) {
     const InstalledTree tree;
     const std::string by_file = output_of(
@@ -110,6 +134,11 @@ TEST(InstallTest, TheBuiltInDescriptionIsTheOneThatTheToolSimulates) {
 
 TEST(InstallTest, UninstallLeavesNothingButWhatSomebodyElsePutIn) {
     const InstalledTree tree;
+    const fs::path python = tree.libraries() / TALVOR_PYTHON_FOLDER / "site-packages";
+    if (fs::exists(python)) {
+        output_of({"/usr/bin/python3", "-m", "compileall", "-q", python});
+        ASSERT_TRUE(fs::exists(python / "talvor/__pycache__"));
+    }
     const fs::path foreign = tree.documents() / "notes.txt";
     std::ofstream(foreign) << "mine\n";
     const auto run = tree.uninstall();
@@ -117,6 +146,7 @@ TEST(InstallTest, UninstallLeavesNothingButWhatSomebodyElsePutIn) {
     EXPECT_EQ(tree.files(), std::set<std::string>{"share/doc/talvor/notes.txt"});
     EXPECT_FALSE(fs::exists(tree.prefix() / "include/talvor"));
     EXPECT_FALSE(fs::exists(tree.documents() / "docs"));
+    EXPECT_TRUE(!fs::exists(python) || fs::is_empty(python));
     const auto again = tree.uninstall();
     EXPECT_NE(again.status, 0);
     EXPECT_THAT(again.errors, HasSubstr("nothing was installed from"));
