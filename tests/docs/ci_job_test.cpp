@@ -82,7 +82,7 @@ TEST(ContainerfileTest, InstallsThePackagesThatThereAre) {
             ++packages;
         }
     }
-    EXPECT_EQ(packages, 4U);
+    EXPECT_EQ(packages, 5U);
 }
 
 } // namespace
