@@ -6,8 +6,10 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <sstream>
 
 namespace packaging {
@@ -71,6 +73,32 @@ TEST(DebianTest, TheCopyrightFileHasTheLicence) {
     EXPECT_THAT(wanted, HasSubstr("(c) 2026 The Talvor Authors"));
 }
 
+// Every file of the tree that has the name which stands for the project's address.
+std::set<std::string> files_with_stand_in() {
+    std::istringstream found(output_of({"grep", "-rlF", "--exclude-dir=build", "--exclude-dir=.git",
+                                        "--exclude-dir=tests", "talvor.example", kSource}));
+    std::set<std::string> files;
+    for (std::string line; std::getline(found, line);) {
+        files.insert(fs::path(line).lexically_relative(kSource));
+    }
+    return files;
+}
+
+TEST(DebianTest, ContributorsAreToldWhereEveryAddressIsThatIsMadeUp) {
+    std::set<std::string> files = files_with_stand_in();
+    for (const char* speaks_of_it : {"CONTRIBUTING.md", "debian/changelog", "scripts/release"}) {
+        EXPECT_EQ(files.erase(speaks_of_it), 1U) << speaks_of_it;
+    }
+    const std::string page = text_of(kSource / "CONTRIBUTING.md");
+    const size_t first = page.find("Before the first public release set the addresses in");
+    ASSERT_NE(first, page.npos);
+    const std::string sentence = page.substr(first, page.find(" Everything else", first) - first);
+    for (const std::string& file : files) {
+        EXPECT_THAT(sentence, HasSubstr("`" + file + "`"));
+    }
+    EXPECT_EQ(files.size() * 2, static_cast<size_t>(std::ranges::count(sentence, '`')));
+}
+
 // A package that holds nothing but what a control file says.
 fs::path made_package(const fs::path& folder, const std::string& name, const std::string& depends) {
     const fs::path tree = folder / name;
@@ -117,6 +145,9 @@ TEST(BillOfMaterialsTest, NamesPackagesDigestsNeedsAndWhatIsCompiledIn) {
     const auto bill = nlohmann::json::parse(text);
     EXPECT_EQ(bill["spdxVersion"], "SPDX-2.3");
     EXPECT_EQ(bill["SPDXID"], "SPDXRef-DOCUMENT");
+    EXPECT_THAT(
+        bill["documentNamespace"],
+        testing::MatchesRegex("https://talvor\\.[a-z]+/spdx/talvor-7\\.8\\.9-1-[0-9a-f]{32}"));
     EXPECT_EQ(bill["dataLicense"], "CC0-1.0");
     EXPECT_EQ(bill["creationInfo"]["created"], "2027-01-15T08:00:00Z");
     const auto package = package_of(bill, "talvor");

@@ -18,14 +18,15 @@ using testing::HasSubstr;
 using testing::Not;
 
 const std::string kVersion = TALVOR_PROJECT_VERSION;
+constexpr std::string_view kStandIn = "talvor.example";
 constexpr const char* kLater = "1000.2.3";
 
 class ReleaseTest : public testing::Test {
 protected:
     ReleaseTest() {
         const fs::path source = TALVOR_SOURCE_DIR;
-        for (const char* name :
-             {"CMakeLists.txt", "CHANGELOG.md", "debian", "scripts", "src/exports.txt"}) {
+        for (const char* name : {"CMakeLists.txt", "CHANGELOG.md", "CONTRIBUTING.md", "debian",
+                                 "pyproject.toml", "scripts", "src/exports.txt"}) {
             fs::create_directories((tree_ / name).parent_path());
             fs::copy(source / name, tree_ / name, fs::copy_options::recursive);
         }
@@ -34,6 +35,7 @@ protected:
         std::string changelog = text_of("CHANGELOG.md");
         const size_t section = changelog.find("## [Unreleased]\n") + 16;
         write("CHANGELOG.md", changelog.insert(section, "\n- Something that users notice.\n"));
+        set_addresses();
         git({"init", "--quiet", "--initial-branch=main"});
         git({"add", "--all"});
         git({"commit", "--quiet", "--message", "Everything"});
@@ -46,6 +48,19 @@ protected:
     }
     void write(const std::string& name, const std::string& text) const {
         std::ofstream(tree_ / name) << text;
+    }
+
+    // What a person does once, before the first release.
+    void set_addresses() const {
+        for (const char* name : {"debian/control", "debian/copyright", "debian/upstream/metadata",
+                                 "debian/watch", "pyproject.toml"}) {
+            std::string text = text_of(name);
+            ASSERT_THAT(text, HasSubstr(kStandIn)) << name;
+            for (size_t at = 0; (at = text.find(kStandIn, at)) != text.npos;) {
+                text.replace(at, kStandIn.size(), "talvor.invalid");
+            }
+            write(name, text);
+        }
     }
 
     // In the copy, with nothing of the person's own configuration.
@@ -150,6 +165,28 @@ TEST_F(ReleaseTest, RefusesNamesOfALaterRelease) {
     write("src/exports.txt", text_of("src/exports.txt") + "A JSCTALVOR_340_1000.3\nT new_name\n");
     git({"commit", "--quiet", "--all", "--message", "A name"});
     expect_refused({kLater}, "src/exports.txt has names of release 1000.3, which is later");
+}
+
+TEST_F(ReleaseTest, RefusesAddressesThatAreMadeUpButForATrial) {
+    write("debian/watch", "version=4\nhttps://talvor.example/releases/ x\n");
+    write("another.txt", "Write to maintainers@talvor.example.\n");
+    git({"add", "--all"});
+    git({"commit", "--quiet", "--message", "Addresses"});
+    const std::string reason = "talvor.example stands for the project's addresses in another.txt, "
+                               "debian/watch: set them first, as 'Packages and releases' in "
+                               "CONTRIBUTING.md says";
+    expect_refused({kLater, "--no-tests", "--no-packages"}, "release: " + reason);
+    const ProgramResult trial = release({kLater, "--dry-run"});
+    EXPECT_EQ(trial.status, 0) << trial.errors;
+    EXPECT_THAT(trial.output,
+                HasSubstr("\nrelease: it would be refused: " + reason + "; nothing was changed\n"));
+}
+
+TEST_F(ReleaseTest, TakesTheMaintainersAddressFromTheControlFile) {
+    const ProgramResult run = release({kLater, "--no-tests", "--no-packages"});
+    ASSERT_EQ(run.status, 0) << run.output << run.errors;
+    EXPECT_THAT(text_of("debian/changelog"),
+                HasSubstr(" -- The Talvor Authors <maintainers@talvor.invalid>  Fri, 15 Jan 2027"));
 }
 
 } // namespace
