@@ -1,0 +1,7 @@
+from ..resource.common import Resource
+
+class ProxyManager:
+    @classmethod
+    def get_host_and_port(cls, res: Resource) -> tuple[str, int]: ...
+
+proxymanager: type[ProxyManager]
