@@ -5,7 +5,10 @@ from __future__ import annotations
 import importlib.util
 import json
 import os
+import re
+import shutil
 import signal
+import socket
 import subprocess
 import sys
 import time
@@ -30,6 +33,7 @@ if HAS_LABGRID:
     from talvor.labgrid.export import TalvorPodExport
 
 PATIENCE_SECONDS = 30
+SSHD = os.environ.get("TALVOR_SSHD") or shutil.which("sshd", path="/usr/sbin")
 
 
 def wait_until(happened: Callable[[], object]) -> None:
@@ -432,3 +436,136 @@ def test_a_bridge_ends_with_its_exporter(build: Path) -> None:
     wait_until(lambda: '"event":"ended","signal":"SIGTERM"' in events.read_text())
     events.unlink()
     Path(folder).rmdir()
+
+
+# --- with coordinator and exporter ----------------------------------------------------------------
+
+
+class Lab:
+    """labgrid's coordinator, an exporter that shares the example's board, and clients."""
+
+    def __init__(self, folder: Path, source: Path, environment: dict[str, str], share: str) -> None:
+        self.folder = folder
+        self.example = source / "examples/labgrid"
+        self.environment = {**os.environ, "PYTEST_ADDOPTS": "", **environment}
+        self.processes: list[subprocess.Popen[str]] = []
+        self.start("coordinator.log", source / "python/tests/labgrid_coordinator.py")
+        wait_until(lambda: "\nready" in self.log("coordinator.log"))
+        self.url = re.search(r"^ready (\S+)$", self.log("coordinator.log"), flags=re.M)[1]
+        self.environment["LG_CROSSBAR"] = self.url
+        (folder / "exporter.yaml").write_text(share)
+        exporter = ("-m", "talvor.labgrid.exporter", "-n", "lab", "--hostname", "localhost")
+        self.start("exporter.log", *exporter, "exporter.yaml")
+
+    def start(self, log: str, *words: str | Path) -> None:
+        with open(self.folder / log, "w") as out:
+            self.processes.append(
+                subprocess.Popen(
+                    [sys.executable, "-u", *map(str, words)],
+                    cwd=self.folder,
+                    env=self.environment,
+                    stdout=out,
+                    stderr=subprocess.STDOUT,
+                )
+            )
+
+    def log(self, name: str) -> str:
+        return (self.folder / name).read_text()
+
+    def run(self, *words: str | Path) -> subprocess.CompletedProcess[str]:
+        return subprocess.run(
+            [sys.executable, "-m", *map(str, words)],
+            cwd=self.folder,
+            env=self.environment,
+            capture_output=True,
+            text=True,
+            timeout=100,
+        )
+
+    def client(self, *words: str) -> str:
+        done = self.run("labgrid.remote.client", *words)
+        assert done.returncode == 0, done.stdout + done.stderr
+        return done.stdout
+
+    def acquire(self) -> None:
+        wait_until(lambda: "'cls': 'NetworkTalvorPod'" in self.log("exporter.log"))
+        self.client("-p", "bench-3", "create")
+        self.client("-p", "bench-3", "add-match", "lab/bench-3/*")
+        self.client("-p", "bench-3", "acquire")
+
+    def run_the_examples_tests(self) -> str:
+        done = self.run(
+            "pytest", "-q", "-p", "no:cacheprovider",
+            "--lg-env", self.example / "remote.yaml", self.example,
+        )
+        return done.stdout + done.stderr
+
+    def close(self) -> None:
+        for process in reversed(self.processes):
+            process.terminate()
+            process.wait(PATIENCE_SECONDS)
+
+
+def test_a_lab_shares_a_pod(source: Path, tmp_path: Path) -> None:
+    board = source / "examples/labgrid/board.toml"
+    share = f"bench-3:\n  TalvorPod:\n    simulate: {board}\n    exposed: true\n"
+    lab = Lab(tmp_path, source, {}, share)
+    try:
+        lab.acquire()
+        assert re.search(r"'port'[,:] \d+", lab.log("exporter.log"))
+        assert "7 passed" in (said := lab.run_the_examples_tests()), said
+        lab.client("-p", "bench-3", "release")
+        assert re.search(r"'acquired': None,\s*'avail': True", lab.client("-v", "resources"))
+        assert re.search(r"'port'[,:] None", lab.log("exporter.log").splitlines()[-1])
+    finally:
+        lab.close()
+
+
+def ssh_server(folder: Path) -> tuple[subprocess.Popen[bytes], str]:
+    """An SSH server of the test's own, and a folder for PATH whose ``ssh`` goes there."""
+    with socket.create_server(("127.0.0.1", 0)) as free:
+        port = free.getsockname()[1]
+    for name in ("host", "client"):
+        subprocess.run(
+            ["ssh-keygen", "-q", "-t", "ed25519", "-N", "", "-f", folder / name], check=True
+        )
+    shutil.copy(folder / "client.pub", folder / "authorized")
+    known = (folder / "host.pub").read_text()
+    (folder / "known").write_text(f"[localhost]:{port} {known}")
+    (folder / "sshd_config").write_text(
+        f"Port {port}\nListenAddress 127.0.0.1\nHostKey {folder}/host\nPidFile none\n"
+        f"AuthorizedKeysFile {folder}/authorized\nStrictModes no\nUsePAM no\n"
+        "PasswordAuthentication no\n"
+    )
+    (folder / "ssh_config").write_text(
+        f"Host *\n  Port {port}\n  HostName localhost\n  IdentityFile {folder}/client\n"
+        f"  UserKnownHostsFile {folder}/known\n"
+    )
+    (folder / "bin").mkdir()
+    (folder / "bin/ssh").write_text(
+        f'#!/bin/sh\nexec {shutil.which("ssh")} -F {folder}/ssh_config "$@"\n'
+    )
+    (folder / "bin/ssh").chmod(0o755)
+    server = subprocess.Popen([SSHD, "-D", "-e", "-f", folder / "sshd_config"])
+    return server, str(folder / "bin")
+
+
+@pytest.mark.skipif(SSHD is None, reason="openssh-server is not installed")
+def test_a_lab_shares_a_pod_by_ssh(source: Path, tmp_path: Path) -> None:
+    board = source / "examples/labgrid/board.toml"
+    (tmp_path / "ssh").mkdir()
+    server, programs = ssh_server(tmp_path / "ssh")
+    lab = Lab(
+        tmp_path,
+        source,
+        {"PATH": f"{programs}:{os.environ['PATH']}"},
+        f"bench-3:\n  TalvorPod:\n    simulate: {board}\n",
+    )
+    try:
+        lab.acquire()
+        assert "'proxy_required': True" in lab.log("exporter.log")
+        assert "7 passed" in (said := lab.run_the_examples_tests()), said
+    finally:
+        lab.close()
+        server.terminate()
+        server.wait(PATIENCE_SECONDS)
