@@ -154,6 +154,15 @@ def test_the_example_passes(source: Path) -> None:
     assert "7 passed" in done.stdout, done.stdout + done.stderr
 
 
+def test_the_code_of_the_page_runs(source: Path) -> None:
+    from test_checks import boxes
+
+    (code,) = boxes(source / "docs/labgrid.md")
+    done = subprocess.run([sys.executable, "-c", code], cwd=source, capture_output=True, text=True)
+    expected = re.findall(r"# prints: (.*)", code)
+    assert len(expected) == 3 and done.stdout.splitlines() == expected, done.stderr
+
+
 # --- exported -------------------------------------------------------------------------------------
 
 

@@ -49,7 +49,7 @@ bool is_allowed(const std::string& file) {
     static const std::regex kAllowed(
         "share/(man/man[1357]/[A-Za-z0-9_.-]+\\.[1357]"
         "|doc/talvor/docs/[a-z0-9-]+\\.(md|svg)|doc/talvor/examples/"
-        "([a-z]+/)?[a-z0-9_-]+(\\.(c|h|svf|stapl|toml|cfg|net|bsd|py|ini)|_svf)"
+        "([a-z]+/)?[a-z0-9_-]+(\\.(c|h|svf|stapl|toml|cfg|net|bsd|py|ini|yaml|ipynb)|_svf)"
         "|doc/talvor/html/.*|zsh/site-functions/_talvor[a-z-]*"
         "|fish/vendor_completions.d/talvor[a-z-]*\\.fish"
         "|bash-completion/completions/talvor[a-z-]*)|" +
