@@ -71,6 +71,12 @@ def test_importing_talvor_imports_no_labgrid() -> None:
     assert said.stdout == "False False\n"
 
 
+def test_without_labgrid_the_module_says_what_it_needs() -> None:
+    program = "import sys; sys.modules['labgrid'] = None; import talvor.labgrid"
+    done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True)
+    assert done.stderr.endswith("talvor.labgrid needs labgrid: install python3-labgrid\n")
+
+
 def test_a_driver_works_while_it_is_active(board: Target) -> None:
     driver = board.get_driver("TalvorDriver", activate=False)
     with pytest.raises(StateError, match="TalvorDriver.chain cannot be called"):
@@ -117,12 +123,21 @@ def test_files_are_the_images_of_the_environment(board: Target, tmp_path: Path) 
         driver.play()
 
 
-def test_reset_pulses_the_line_to_the_target(board: Target) -> None:
+def test_a_reset_resets_the_tap_too(board: Target) -> None:
     driver = board.get_driver("TalvorDriver")
-    driver.dr(0x1234, bits=32, device="controller", ir=8)
     driver.move("pausedr")
     driver.reset()
     assert driver.tap_state == "reset"
+
+
+def test_pins_are_those_of_the_pod(board: Target, monkeypatch: pytest.MonkeyPatch) -> None:
+    driver = board.get_driver("TalvorDriver", activate=False)
+    with pytest.raises(StateError):
+        driver.pins
+    board.activate(driver)
+    own = property(lambda pod: ("pins of", pod))
+    monkeypatch.setattr(talvor.Pod, "pins", own, raising=False)
+    assert driver.pins == ("pins of", driver.pod)
 
 
 def test_drivers_are_found_by_labgrids_protocols(board: Target) -> None:
@@ -395,6 +410,22 @@ def test_pods_that_are_not_there_are_unavailable(proxy: subprocess.Popen[bytes])
     assert export.extra["reason"] == "pod 7 is not there; those that are: [81]"
 
 
+def test_who_cannot_look_takes_no_pod_from_a_client(
+    proxy: subprocess.Popen[bytes], monkeypatch: pytest.MonkeyPatch
+) -> None:
+    export = exported(serial=81)
+    export.poll()
+    export.acquire("bench-3")
+    port = export.params["port"]
+    monkeypatch.setattr("talvor.labgrid.export.command", lambda: "/dev/null/none")
+    export._look_at = 0.0
+    assert not export.poll() and export.avail and export.params["port"] == port
+    export.release()
+    export._look_at = 0.0
+    assert export.poll() and not export.avail
+    assert export.extra["reason"].startswith("talvor info: [Errno 20] Not a directory")
+
+
 def test_a_board_file_tells_clients_the_chain(
     tmp_path: Path, proxy: subprocess.Popen[bytes]
 ) -> None:
@@ -445,6 +476,26 @@ def test_a_bridge_ends_with_its_exporter(build: Path) -> None:
     wait_until(lambda: '"event":"ended","signal":"SIGTERM"' in events.read_text())
     events.unlink()
     Path(folder).rmdir()
+
+
+def test_a_clients_board_file_goes_before_what_the_exporter_tells(
+    export: TalvorPodExport, tmp_path: Path
+) -> None:
+    (tmp_path / "boards").mkdir()
+    board = tmp_path / "boards/client.toml"
+    board.write_text(
+        "[VEXIL]\nLINKDLY = 31\n[[device]]\nname = \"one\"\nir = 5\n[[device]]\nname = \"two\"\n"
+    )
+    export.acquire("bench-3")
+    target, driver = client_of(export)
+    driver.board = str(board)
+    target.activate(driver)
+    assert [(device.name, device.ir_bits) for device in driver.chain()] == [("one", 5), ("two", 4)]
+    target.cleanup()
+    board.write_text('[[device]]\nbsdl = "parts/one.bsd"\n')
+    (device,) = talvor.labgrid.description.devices_in(str(board))
+    assert device == {"bsdl": f"{tmp_path}/boards/parts/one.bsd"}
+    assert f'bsdl = "{tmp_path}/boards/parts/one.bsd"' in talvor.labgrid.description.board_of([device])
 
 
 # --- with coordinator and exporter ----------------------------------------------------------------

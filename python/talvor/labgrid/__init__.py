@@ -9,6 +9,13 @@ It needs labgrid, which ``import talvor`` does not.
 
 from __future__ import annotations
 
+try:
+    import labgrid  # noqa: F401
+except ModuleNotFoundError as missing:
+    raise ModuleNotFoundError(
+        "talvor.labgrid needs labgrid: install python3-labgrid", name=missing.name
+    ) from None
+
 from .driver import TalvorDriver
 from .resource import NetworkTalvorPod, TalvorPod
 

@@ -5,13 +5,14 @@ from __future__ import annotations
 import json
 import tomllib
 from collections.abc import Sequence
+from pathlib import Path
 from typing import Any
 
 from .. import _core
 from ..errors import FileError
 from .resource import NetworkTalvorPod, TalvorPod
 
-__all__ = ["board_of", "devices_of", "serial_of", "stand_in_of"]
+__all__ = ["board_of", "devices_in", "devices_of", "serial_of", "stand_in_of"]
 
 
 def _read(path: str) -> dict[str, Any]:
@@ -60,13 +61,23 @@ def devices_of(pod: TalvorPod) -> list[dict[str, Any]]:
     ]
 
 
+def devices_in(board: str) -> list[dict[str, Any]]:
+    """The devices of a board file, with the paths of their BSDL files as they are from anywhere."""
+    devices = [dict(device) for device in _read(board).get("device", [])]
+    for device in devices:
+        if "bsdl" in device:
+            device["bsdl"] = str(Path(board).absolute().parent / str(device["bsdl"]))
+    return devices
+
+
 def board_of(devices: Sequence[dict[str, Any]]) -> str:
     """A board file for the chain."""
     lines: list[str] = []
     for device in devices:
         lines.append("[[device]]")
-        if name := str(device.get("name", "")):
-            lines.append(f"name = {json.dumps(name, ensure_ascii=False)}")
+        for key in ("name", "bsdl"):
+            if text := str(device.get(key, "")):
+                lines.append(f"{key} = {json.dumps(text, ensure_ascii=False)}")
         if bits := int(device.get("ir", 0)):
             lines.append(f"ir = {bits}")
     return "\n".join(lines) + "\n"

@@ -23,20 +23,20 @@ from ..playing import PlayReport, ProgressCallback
 from ..pod import Pod
 from ..pod import open as open_pod
 from ..state import State, StateLike
-from .description import board_of, stand_in_of
+from .description import board_of, devices_in, stand_in_of
 from .resource import NetworkTalvorPod, TalvorPod
 
 __all__ = ["TalvorDriver"]
 
 
-def _open_bridge(resource: NetworkTalvorPod) -> Pod:
+def _open_bridge(resource: NetworkTalvorPod, devices: list[dict[str, Any]]) -> Pod:
     """A simulated pod that has the pod behind the bridge as its target."""
     if resource.port is None:
         reason = getattr(resource, "extra", {}).get("reason", "the exporter serves it to nobody")
         raise PodError("bridge", reason, "acquire the place, and look at labgrid-client -v resources")
     host, port = proxymanager.get_host_and_port(resource)
     with tempfile.NamedTemporaryFile("w", suffix=".toml", prefix="talvor-") as board:
-        board.write(board_of(resource.devices))
+        board.write(board_of(devices))
         board.flush()
         try:
             return simulation.simulate(
@@ -74,12 +74,15 @@ class TalvorDriver(Driver, BootstrapProtocol, ResetProtocol):
         image: Name of a file under ``images`` of the environment, for :meth:`load` and
             :meth:`play` without one.
         wait: Seconds to wait for a pod that another program uses.
+        board: For a pod behind a bridge, a board file of this machine, whose devices, with their
+            BSDL files, go before what the exporter tells; the rest of it is passed over.
     """
 
     bindings = {"interface": {TalvorPod, NetworkTalvorPod}}
 
     image: str | None = attr.ib(default=None, validator=optional(instance_of(str)))
     wait: float = attr.ib(default=0.0, converter=float)
+    board: str | None = attr.ib(default=None, validator=optional(instance_of(str)))
 
     def __attrs_post_init__(self) -> None:
         super().__attrs_post_init__()
@@ -91,7 +94,9 @@ class TalvorDriver(Driver, BootstrapProtocol, ResetProtocol):
         """Open the pod, and reserve it."""
         resource = self.interface
         if isinstance(resource, NetworkTalvorPod):
-            self._pod = _open_bridge(resource)
+            board = self._path(self.board)
+            chain = resource.devices if board is None else devices_in(board)
+            self._pod = _open_bridge(resource, chain)
         elif resource.simulate:
             self._pod = simulation.simulate(
                 None if resource.simulate is True else self._path(resource.simulate),
@@ -209,6 +214,11 @@ class TalvorDriver(Driver, BootstrapProtocol, ResetProtocol):
             if ir is not None:
                 raise UsageError("ir", "is for one device", "give device=")
             return pod.dr(data, bits=bits)
+
+    @property
+    def pins(self) -> Any:
+        """The pins of the devices, as :attr:`talvor.Pod.pins`."""
+        return getattr(self.pod, "pins")
 
     # --- files ------------------------------------------------------------------------------------
 

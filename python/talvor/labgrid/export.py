@@ -38,10 +38,7 @@ def _published() -> tuple[str, list[int]]:
 
 def _missing(serial: int | None) -> str:
     """Why the pod cannot be had; empty where it is there."""
-    try:
-        proxy, serials = _published()
-    except (OSError, ValueError, KeyError, subprocess.TimeoutExpired) as error:
-        return f"talvor info: {error}"
+    proxy, serials = _published()
     if not serials:
         return f"no pod is there; the pod proxy is {proxy}"
     if serial and serial not in serials:
@@ -149,15 +146,21 @@ class TalvorPodExport(ResourceExport):
         self.local.avail = False
         self._look_at = time.monotonic() + _TRY_AGAIN_SECONDS
 
+    def _look(self) -> None:
+        try:
+            self.reason = "" if self.local.simulate else _missing(self.offer.serial)
+        except (OSError, ValueError, KeyError, subprocess.TimeoutExpired) as error:
+            if self.bridge is not None:
+                return  # a machine that is busy is no reason to take the pod from a client
+            self.reason = f"talvor info: {error}"
+        self.local.avail = not self.reason  # without a pod labgrid stops the bridge
+
     def _usable(self) -> bool:
         if self.bridge is not None and not self.bridge.running:
             self._give_up(f"the bridge has ended: {self.bridge.last_words()}")
         elif time.monotonic() >= self._look_at:
             self._look_at = time.monotonic() + _LOOK_AGAIN_SECONDS
-            self.reason = "" if self.local.simulate else _missing(self.offer.serial)
-            self.local.avail = not self.reason
-            if self.reason and self.bridge is not None:
-                self._give_up(self.reason)
+            self._look()
         return bool(self.local.avail)
 
 
