@@ -59,7 +59,9 @@ void PodChannel::take_back_completion(Backend& backend) {
 
 bool PodChannel::await_start(Spin& spin, Backend& backend) {
     if (!spin.take(start_)) {
+        const auto begin = std::chrono::steady_clock::now();
         sleep_for_start(backend);
+        spin.slept(std::chrono::steady_clock::now() - begin);
     }
     return !stop_->asked;
 }

@@ -1,7 +1,8 @@
 #include "podsim/proxy/spin.h"
 
+#include "podsim/proxy/processor.h"
+
 #include <algorithm>
-#include <sched.h>
 
 namespace talvor::podsim::proxy {
 namespace {
@@ -11,13 +12,13 @@ using std::chrono::nanoseconds;
 using std::chrono::steady_clock;
 
 // What a host usually takes from an answer to its next batch: for so long nothing but looks and
-// pauses of the processor, no system call.
+// pauses of the processor.
 constexpr nanoseconds kUsualExchange{4'000};
-// Looks between two offers of the processor to others, and as many looks at the clock.
-constexpr int kLooksPerYield = 50;
+// Looks between two looks at the clock.
+constexpr int kLooksPerTime = 50;
 
-// Who was away for longer while it offered the processor was not alone on it.
-constexpr microseconds kLongestYield{300};
+// Who could not look for longer had lost the processor.
+constexpr microseconds kLongestTime{300};
 
 void relax() {
 #if defined(__x86_64__)
@@ -52,23 +53,17 @@ bool look_for(Semaphore& start, int looks) {
 } // namespace
 
 void SpinPolicy::ended(End end) {
+    last_end_ = end;
     if (end == End::Answered) {
         failures_ = 0;
+        short_sleeps_ = 0;
         if (++answers_ >= kAnswersThatCount) {
             pause_ = kFirstPause;
-        }
-        quiet_answers_ += exchanges_without_offer_ == 0 ? 1 : 0;
-        if (quiet_answers_ >= kAnswersOfAQuietMachine) {
-            next_without_offer_ = kFewestWithoutOffer;
+            between_moves_ = kFewestBetweenMoves;
         }
         return;
     }
     answers_ = 0;
-    if (end == End::Displaced) {
-        quiet_answers_ = 0;
-        exchanges_without_offer_ = next_without_offer_;
-        next_without_offer_ = std::min(next_without_offer_ * 2, kMostWithoutOffer);
-    }
     if (end == End::InVain && ++failures_ <= kFailuresForgiven) {
         return;
     }
@@ -76,29 +71,44 @@ void SpinPolicy::ended(End end) {
     pause_ = std::min(pause_ * 2, kLongestPause);
 }
 
+bool SpinPolicy::slept(nanoseconds time, nanoseconds look) {
+    sleeps_to_move_ -= sleeps_to_move_ == 0 ? 0 : 1;
+    if (looks_ || last_end_ != End::InVain) {
+        return false;
+    }
+    short_sleeps_ = time < look / 2 ? short_sleeps_ + 1 : 0;
+    if (short_sleeps_ < kShortSleepsThatCount || sleeps_to_move_ != 0) {
+        return false;
+    }
+    short_sleeps_ = 0;
+    sleeps_to_move_ = between_moves_;
+    between_moves_ = std::min(between_moves_ * 2, kMostBetweenMoves);
+    // It is looked for at once there.
+    exchanges_to_skip_ = 0;
+    pause_ = kFirstPause;
+    failures_ = 0;
+    return true;
+}
+
 Spin::Spin(microseconds limit) : limit_(limit) {
     static const nanoseconds pause = pause_time();
     first_looks_ = static_cast<int>(std::min<nanoseconds>(kUsualExchange, limit) / pause);
 }
 
-SpinPolicy::End Spin::look(Semaphore& start, SpinPolicy::Depth depth, bool& taken) const {
+SpinPolicy::End Spin::look(Semaphore& start, bool& taken) const {
     taken = look_for(start, first_looks_);
     if (taken) {
         return SpinPolicy::End::Answered;
     }
-    if (depth == SpinPolicy::Depth::Short) {
-        return SpinPolicy::End::InVain;
-    }
     const auto begin = steady_clock::now();
     for (auto before = begin; before - begin < limit_;) {
-        sched_yield();
-        taken = look_for(start, kLooksPerYield);
-        const auto now = steady_clock::now();
-        if (now - before > kLongestYield) {
-            return SpinPolicy::End::Displaced;
-        }
+        taken = look_for(start, kLooksPerTime);
         if (taken) {
             return SpinPolicy::End::Answered;
+        }
+        const auto now = steady_clock::now();
+        if (now - before > kLongestTime) {
+            return SpinPolicy::End::Displaced;
         }
         before = now;
     }
@@ -106,13 +116,18 @@ SpinPolicy::End Spin::look(Semaphore& start, SpinPolicy::Depth depth, bool& take
 }
 
 bool Spin::take(Semaphore& start) {
-    const auto depth = limit_.count() <= 0 ? SpinPolicy::Depth::None : policy_.next();
-    if (depth == SpinPolicy::Depth::None) {
+    if (limit_.count() <= 0 || !policy_.next()) {
         return start.try_take();
     }
     bool taken = false;
-    policy_.ended(look(start, depth, taken));
+    policy_.ended(look(start, taken));
     return taken;
+}
+
+void Spin::slept(nanoseconds time) {
+    if (limit_.count() > 0 && policy_.slept(time, limit_)) {
+        leave_processor();
+    }
 }
 
 } // namespace talvor::podsim::proxy

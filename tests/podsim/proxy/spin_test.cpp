@@ -6,32 +6,48 @@ namespace talvor::podsim::proxy {
 namespace {
 
 using End = SpinPolicy::End;
-using Depth = SpinPolicy::Depth;
 
 // How many exchanges pass without a look before the next one.
 int skipped(SpinPolicy& policy) {
     int count = 0;
-    while (policy.next() == Depth::None) {
+    while (!policy.next()) {
         ++count;
     }
     return count;
 }
 
-// How many exchanges pass before the worker offers the processor again; each look ends so.
-int without_offer(SpinPolicy& policy, End end) {
-    int count = 0;
-    for (Depth depth = policy.next(); depth != Depth::Full; depth = policy.next(), ++count) {
-        if (depth == Depth::Short) {
-            policy.ended(end);
+using std::chrono::microseconds;
+
+constexpr microseconds kLook{50};
+
+// A policy whose looks are in vain, and which does not look for the next four exchanges.
+SpinPolicy in_vain() {
+    SpinPolicy policy;
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_TRUE(policy.next());
+        policy.ended(End::InVain);
+    }
+    return policy;
+}
+
+// How many exchanges with such a sleep pass until the worker changes its processor; all looks are
+// in vain. 0: not within `most`.
+int sleeps_to_move(SpinPolicy& policy, microseconds sleep, int most) {
+    for (int count = 1; count <= most; ++count) {
+        if (policy.next()) {
+            policy.ended(End::InVain);
+        }
+        if (policy.slept(sleep, kLook)) {
+            return count;
         }
     }
-    return count;
+    return 0;
 }
 
 TEST(SpinPolicyTest, LooksAtFirstAndAsLongAsItIsAnswered) {
     SpinPolicy policy;
     for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ(policy.next(), Depth::Full);
+        EXPECT_TRUE(policy.next());
         policy.ended(End::Answered);
     }
 }
@@ -39,7 +55,7 @@ TEST(SpinPolicyTest, LooksAtFirstAndAsLongAsItIsAnswered) {
 TEST(SpinPolicyTest, OneLookInVainIsForgiven) {
     SpinPolicy policy;
     for (int i = 0; i < 100; ++i) {
-        EXPECT_EQ(policy.next(), Depth::Full);
+        EXPECT_TRUE(policy.next());
         policy.ended(i % 2 == 0 ? End::InVain : End::Answered);
     }
 }
@@ -77,37 +93,65 @@ TEST(SpinPolicyTest, ManyAnswersInARowMakeThePastForgotten) {
     }
 }
 
-TEST(SpinPolicyTest, AWorkerThatWasDisplacedOffersTheProcessorAgainAfterManyExchanges) {
-    SpinPolicy policy;
-    for (const int expected : {256, 512, 1024, 2048, 4096, 8192, 16384, 16384}) {
-        policy.ended(End::Displaced);
-        EXPECT_EQ(without_offer(policy, End::Answered), expected);
-    }
-    // Also when the looks without an offer are all in vain: the host may be a slow one.
-    SpinPolicy slow;
-    slow.ended(End::Displaced);
-    const int exchanges = without_offer(slow, End::InVain);
-    EXPECT_GE(exchanges, 256);
-    EXPECT_LE(exchanges, 256 + 1024);
-    // A slow host alone is no reason.
-    SpinPolicy alone;
-    alone.ended(End::InVain);
-    alone.ended(End::InVain);
-    skipped(alone);
-    EXPECT_EQ(alone.next(), Depth::Full);
+TEST(SpinPolicyTest, AHostThatAnswersOnlyASleeperIsLeftAloneOnItsProcessor) {
+    SpinPolicy policy = in_vain();
+    EXPECT_EQ(sleeps_to_move(policy, microseconds(24), 100), 3);
+    // There the worker looks at once.
+    EXPECT_TRUE(policy.next());
 }
 
-TEST(SpinPolicyTest, AQuietMachineMakesDisplacementsForgotten) {
-    for (const int answers : {4095, 4096}) {
-        SpinPolicy policy;
-        policy.ended(End::Displaced);
-        without_offer(policy, End::InVain);
-        for (int i = 0; i < answers; ++i) {
-            policy.ended(End::Answered);
-        }
-        policy.ended(End::Displaced);
-        EXPECT_EQ(without_offer(policy, End::Answered), answers == 4096 ? 256 : 512);
+TEST(SpinPolicyTest, AHostThatTakesItsTimeIsNotInTheWay) {
+    SpinPolicy policy = in_vain();
+    EXPECT_EQ(sleeps_to_move(policy, microseconds(25), 10'000), 0);
+    // One sleep among them that was longer begins the count anew.
+    SpinPolicy other = in_vain();
+    EXPECT_EQ(sleeps_to_move(other, microseconds(1), 2), 0);
+    EXPECT_EQ(sleeps_to_move(other, microseconds(25), 1), 0);
+    EXPECT_EQ(sleeps_to_move(other, microseconds(1), 1), 0);
+}
+
+TEST(SpinPolicyTest, SleepsBehindALookTellNothing) {
+    SpinPolicy policy;
+    for (int i = 0; i < 100; ++i) {
+        ASSERT_TRUE(policy.next());
+        policy.ended(i % 2 == 0 ? End::InVain : End::Answered);
+        EXPECT_FALSE(policy.slept(microseconds(1), kLook));
     }
+    // Nor do those of a worker that others have displaced.
+    policy.next();
+    policy.ended(End::Displaced);
+    for (int i = 0; i < 4; ++i) {
+        ASSERT_FALSE(policy.next());
+        EXPECT_FALSE(policy.slept(microseconds(1), kLook));
+    }
+}
+
+TEST(SpinPolicyTest, AChangeThatDidNotHelpIsTriedAgainEverMoreRarely) {
+    SpinPolicy policy = in_vain();
+    sleeps_to_move(policy, microseconds(1), 100);
+    int before = 3;
+    for (int i = 0; i < 10; ++i) {
+        const int count = sleeps_to_move(policy, microseconds(1), 200'000);
+        EXPECT_GE(count, 64 << i);
+        EXPECT_GT(count, before);
+        before = count;
+    }
+}
+
+TEST(SpinPolicyTest, AChangeThatHelpedMayBeRepeatedSoon) {
+    SpinPolicy policy = in_vain();
+    for (int i = 0; i < 5; ++i) {
+        sleeps_to_move(policy, microseconds(1), 200'000);
+    }
+    for (int i = 0; i < 64; ++i) {
+        EXPECT_TRUE(policy.next());
+        policy.ended(End::Answered);
+    }
+    // What is left of the last pause, then the shortest one.
+    EXPECT_NE(sleeps_to_move(policy, microseconds(1), 200'000), 0);
+    const int count = sleeps_to_move(policy, microseconds(1), 200'000);
+    EXPECT_GE(count, 64);
+    EXPECT_LE(count, 64 + 32);
 }
 
 class SpinTest : public testing::Test {
@@ -118,7 +162,7 @@ protected:
 
 TEST_F(SpinTest, TakesAPostThatIsThereWhateverTheLimit) {
     for (const int limit_us : {0, 1, 50}) {
-        Spin spin{std::chrono::microseconds(limit_us)};
+        Spin spin{microseconds(limit_us)};
         EXPECT_FALSE(spin.take(start));
         for (int i = 0; i < 20; ++i) {
             start.post();
