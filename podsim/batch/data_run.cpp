@@ -14,6 +14,7 @@ namespace {
 
 constexpr uint16_t kSend = TBC_PORT_SEND | SHM_WORD_WRITE;
 constexpr uint16_t kReceive = TBC_PORT_RECEIVE;
+constexpr uint16_t kSettle = TBC_PORT_STATUS0 | SHM_WORD_WRITE; // its value is 0
 
 static_assert(std::endian::native == std::endian::little, "four words are looked at as one");
 
@@ -36,6 +37,10 @@ struct Pattern {
             if (kStep.sends) {
                 put(index++, kSend);
                 ++index;
+            }
+            if (kStep.settles) {
+                put(index++, kSettle);
+                put(index++, 0);
             }
             if (kStep.receives) {
                 put(index, kReceive);
@@ -86,6 +91,13 @@ DataRun run_of(std::span<const uint16_t> words, size_t most_reads) {
             count_steps<kStep>(words.data(), kStep.receives ? std::min(most, most_reads) : most)};
 }
 
+// A run of such steps, or of those with a settle delay.
+template <DataStep kStep>
+DataRun run_of(std::span<const uint16_t> words, size_t most_reads, bool settles) {
+    constexpr DataStep kSettled{kStep.wait, kStep.sends, kStep.receives, true};
+    return settles ? run_of<kSettled>(words, most_reads) : run_of<kStep>(words, most_reads);
+}
+
 } // namespace
 
 DataRun find_run(std::span<const uint16_t> words, size_t most_reads) {
@@ -93,13 +105,18 @@ DataRun find_run(std::span<const uint16_t> words, size_t most_reads) {
     switch (word(0)) {
     case SHM_WAIT_READ_ONE:
         return word(1) == kSend
-                   ? run_of<DataStep{SHM_WAIT_READ_ONE, true, true}>(words, most_reads)
+                   ? run_of<DataStep{SHM_WAIT_READ_ONE, true, true}>(words, most_reads,
+                                                                     word(3) == kSettle)
                    : run_of<DataStep{SHM_WAIT_READ_ONE, false, true}>(words, most_reads);
     case SHM_WAIT_WRITE_ONE:
-        return run_of<DataStep{SHM_WAIT_WRITE_ONE, true, false}>(words, most_reads);
-    case kSend:
-        return word(2) == kReceive ? run_of<DataStep{0, true, true}>(words, most_reads)
-                                   : run_of<DataStep{0, true, false}>(words, most_reads);
+        return run_of<DataStep{SHM_WAIT_WRITE_ONE, true, false}>(words, most_reads,
+                                                                 word(3) == kSettle);
+    case kSend: {
+        const bool settles = word(2) == kSettle;
+        return word(settles ? 4 : 2) == kReceive
+                   ? run_of<DataStep{0, true, true}>(words, most_reads, settles)
+                   : run_of<DataStep{0, true, false}>(words, most_reads, settles);
+    }
     case kReceive:
         return run_of<DataStep{0, false, true}>(words, most_reads);
     default:

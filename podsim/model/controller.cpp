@@ -107,7 +107,7 @@ Status Controller::write_register(uint16_t port, uint16_t value) {
         counter_.write_limit_high(value);
         break;
     case TBC_PORT_STATUS0:
-        bus_.pass_time(kSettleNs);
+        pass_settle_delays(1);
         break;
     case TBC_PORT_POD_CLOCK:
         bus_.set_period(tck_period_ns(settings_.revision, value));
@@ -116,6 +116,10 @@ Status Controller::write_register(uint16_t port, uint16_t value) {
         break;
     }
     return {};
+}
+
+void Controller::pass_settle_delays(uint64_t count) {
+    bus_.pass_time(count * kSettleNs);
 }
 
 void Controller::write_command(uint16_t value) {

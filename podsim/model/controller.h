@@ -159,6 +159,7 @@ private:
     [[nodiscard]] Status write_pod_control(uint16_t value);
     [[nodiscard]] Status write_control(uint16_t value);
     void write_command(uint16_t value);
+    void pass_settle_delays(uint64_t count);
     // Reads.
     [[nodiscard]] Result<uint16_t> read_other(uint16_t port);
     [[nodiscard]] Result<uint16_t> read_receive();

@@ -138,6 +138,9 @@ std::optional<size_t> Controller::run_steps(const DataStep& step, const uint16_t
         !done(engine_.run_steps(steps, {words + step.value_index(), step.words()}, received))) {
         return std::nullopt;
     }
+    if (step.settles) {
+        pass_settle_delays(steps);
+    }
     return steps;
 }
 

@@ -38,7 +38,7 @@ struct Scan {
     unsigned kept_bits = kMaxReturnBits;
 };
 
-// Words to send that stand `stride` (2 to 4) words apart.
+// Words to send that stand `stride` (2 to 6) words apart.
 struct SpacedWords {
     const uint16_t* next = nullptr;
     size_t stride = 2;

@@ -53,8 +53,14 @@ void take_groups(std::span<uint64_t> groups, SpacedWords& words) {
     case 3:
         words.next = gather<3>(groups, words.next);
         break;
-    default:
+    case 4:
         words.next = gather<4>(groups, words.next);
+        break;
+    case 5:
+        words.next = gather<5>(groups, words.next);
+        break;
+    default:
+        words.next = gather<6>(groups, words.next);
         break;
     }
 }

@@ -32,6 +32,10 @@ const Kind kKinds[] = {
     {"write 23 0016; read 22", {0, true, true}},
     {"write 23 4017", {0, true, false}},
     {"read 22", {0, false, true}},
+    {"wait recv; write 23 1234; write 16 0; read 22", {SHM_WAIT_READ_ONE, true, true, true}},
+    {"wait send; write 23 8812; write 16 0", {SHM_WAIT_WRITE_ONE, true, false, true}},
+    {"write 23 0016; write 16 0; read 22", {0, true, true, true}},
+    {"write 23 4017; write 16 0", {0, true, false, true}},
 };
 
 TEST(DataRunTest, EachKindOfStepIsFoundWithItsCount) {
@@ -86,7 +90,8 @@ TEST(DataRunTest, NothingElseBeginsARun) {
     EXPECT_EQ(find_run({}, 100).count, 0U);
     for (const char* step : {"wait done", "wait recv", "wait send", "wait recv many; read 22",
                              "wait send; read 22", "wait recv; write 23 1", "read 21", "write 22 1",
-                             "write 10 4080", "marker", "read 22; wait recv"}) {
+                             "write 10 4080", "marker", "read 22; wait recv", "write 16 0",
+                             "wait recv; write 23 1; write 16 0", "write 23 1; write 16 1"}) {
         EXPECT_EQ(find_run(repeated(step, 8), 100).count, 0U) << step;
     }
 }

@@ -330,6 +330,7 @@ private:
         const unsigned option = one_of(kOptions);
         const uint64_t bits = random_bits();
         launch(random_end() | (one_in(3) ? TBC_STATE_IR_PATH : 0U), option, bits);
+        settles_ = settings_.revision == POD_REVISION_1 ? !one_in(4) : one_in(8);
         const bool right = !one_in(30); // as the pod wants it
         waits_ = right ? host_waits_ : !host_waits_;
         uint64_t count = (bits + 15) / 16;
@@ -387,7 +388,13 @@ private:
         }
     }
 
-    void send() { write(TBC_PORT_SEND, random_()); }
+    // A host of an old pod lets each word settle, mostly by a write of 0.
+    void send() {
+        write(TBC_PORT_SEND, random_());
+        if (settles_) {
+            write(TBC_PORT_STATUS0, one_in(500) ? random_() : 0);
+        }
+    }
     void wait_if_host_waits(unsigned word) {
         if (waits_) {
             wait(word);
@@ -441,7 +448,8 @@ private:
     Pod twice_;
     Queue queue_;
     unsigned link_delay_ = LINK_DELAY_DEFAULT;
-    bool waits_ = true; // this scan has waits
+    bool waits_ = true;    // this scan has waits
+    bool settles_ = false; // and settle delays
     unsigned interruption_in_ = 0;
 };
 
