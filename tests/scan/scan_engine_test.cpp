@@ -130,6 +130,51 @@ TEST_F(ScanEngineTest, TheReceiveStrategyAdjustsReceivingScansOnly) {
     EXPECT_EQ(text(pod.queued()).substr(0, 14), "write 12 000f\n");
 }
 
+// The words that set bit counts and states, in order.
+std::vector<std::string> counts_and_states(const std::string& words) {
+    std::vector<std::string> found;
+    for (size_t at = 0; at < words.size(); at = words.find('\n', at) + 1) {
+        const std::string line = words.substr(at, words.find('\n', at) - at);
+        if (line.starts_with("write 12 ") || line.starts_with("write 11 ")) {
+            found.push_back(line.substr(6));
+        }
+    }
+    return found;
+}
+
+TEST_F(ScanEngineTest, AmblesRestInThePauseStateOfTheirPath) {
+    using Words = std::vector<std::string>;
+    command.jtagAmble = eJSC_JTAG_AMBLE_BOTH;
+    pod.control.ambleDelay.preAmbleDR = pod.control.ambleDelay.preAmbleIR = 3;
+    pod.control.ambleDelay.posAmbleDR = pod.control.ambleDelay.posAmbleIR = 5;
+    constexpr uint16_t kIdle = 1;
+    const auto scan = [this](uint16_t wake_end_state) {
+        EXPECT_EQ(TbcScanOldStyle8(pod.get(), &command, wake_end_state, 0x0200, 16, false, false,
+                                   in, out),
+                  0);
+        const std::string words = text(pod.queued());
+        empty_batch(*pod.block);
+        return counts_and_states(words);
+    };
+    EXPECT_EQ(scan(kIdle), (Words{"12 0002", "11 3006", "12 000f", "12 0004", "11 3001"}));
+    EXPECT_EQ(scan(TBC_STATE_IR_PATH | kIdle),
+              (Words{"12 0002", "11 300f", "12 000f", "12 0004", "11 3009"}));
+}
+
+TEST_F(ScanEngineTest, APostambleIsNeverAdjusted) {
+    command.jtagAmble = eJSC_JTAG_AMBLE_POSTAMBLE;
+    pod.control.ambleDelay.posAmbleDR = 5;
+    EXPECT_EQ(receive(0x0600, 16, true), 0);
+    std::string words;
+    for (const auto& batch : pod.batches) {
+        words += text(batch);
+    }
+    words += text(pod.queued());
+    const std::vector<std::string> found = counts_and_states(words);
+    // The main shift has a word more, and the postamble its own bits.
+    EXPECT_EQ(found, (std::vector<std::string>{"12 001f", "11 3006", "12 0004"}));
+}
+
 TEST_F(ScanEngineTest, TheDroppedWordHasItsPlaceInTheHandle) {
     const uint16_t* first = nullptr;
     const uint16_t* second = nullptr;

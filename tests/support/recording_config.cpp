@@ -147,6 +147,7 @@ JTI_Error RecordingConfig::get_handle(CFG_Handle handle, uint32_t contextId, con
     RecordingConfig& config = self(handle);
     EXPECT_EQ(contextId, kGlobalId);
     EXPECT_EQ(*pEntry, nullptr) << pKeyName << ": the entry is null before the look-up";
+    EXPECT_FALSE(*pFound) << pKeyName << ": nothing is found before the look-up";
     config.calls_.push_back({pKeyName, std::nullopt});
     const auto error = config.lookup_errors_.find(pKeyName);
     if (error != config.lookup_errors_.end()) {
