@@ -19,6 +19,7 @@ void run_bsdl(Bytes input);          // a BSDL file
 void run_configuration(Bytes input); // the keys of a board, as a host's table gives them
 void run_control(Bytes input);       // requests to the control socket, and a script
 void run_hostile(Bytes input);       // a proxy that leaves anything in shared memory
+void run_netlist(Bytes input);       // a netlist of a board
 void run_serve(Bytes input);         // what clients of a served pod send
 void run_stapl(Bytes input);         // a STAPL file
 void run_svf(Bytes input);           // an SVF file
@@ -34,9 +35,9 @@ inline constexpr std::array kTargets{
     Target{"batch", run_batch},     Target{"bitbang", run_bitbang},
     Target{"bsdl", run_bsdl},       Target{"configuration", run_configuration},
     Target{"control", run_control}, Target{"hostile", run_hostile},
-    Target{"serve", run_serve},     Target{"stapl", run_stapl},
-    Target{"svf", run_svf},         Target{"toml", run_toml},
-    Target{"vcd", run_vcd},
+    Target{"netlist", run_netlist}, Target{"serve", run_serve},
+    Target{"stapl", run_stapl},     Target{"svf", run_svf},
+    Target{"toml", run_toml},       Target{"vcd", run_vcd},
 };
 
 } // namespace talvor::fuzz
