@@ -1,5 +1,8 @@
 #include "host/waveform/vcd.h"
 
+#include "host/waveform/sampler.h"
+#include "host/waveform/vcd_words.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -18,117 +21,33 @@ namespace talvor::waveform {
 
 namespace {
 
-constexpr size_t kBufferBytes = size_t{1} << 16;
-constexpr size_t kMaxWord = 4096;
 constexpr size_t kMaxSectionWords = 64;
 constexpr size_t kCommentWords = 16; // that are looked at
 constexpr uint64_t kMostMissing = UINT64_MAX / 2;
 constexpr size_t kShownWord = 40; // characters of a word in a message
 
-// Words between blanks, with the line each stands on.
-class Words {
-public:
-    explicit Words(std::istream& stream) : stream_(stream), buffer_(kBufferBytes) {}
-
-    // The next word, good until the next call; empty at the end.
-    std::string_view next() {
-        word_.clear();
-        cut_ = true;
-        for (int c = get(); c >= 0; c = get()) {
-            const bool blank = c == ' ' || (c >= '\t' && c <= '\r');
-            if (!blank && word_.size() < kMaxWord) {
-                word_.push_back(static_cast<char>(c));
-                continue;
-            }
-            if (blank && !word_.empty()) {
-                --at_; // the newline is counted with the next word
-                cut_ = false;
-                break;
-            }
-            line_ += c == '\n' ? 1 : 0;
-        }
-        return word_;
-    }
-
-    [[nodiscard]] uint64_t line() const { return line_; }
-    // Whether the file ends with the last word, which then may be the start of a longer one.
-    [[nodiscard]] bool cut() const { return cut_; }
-
-private:
-    int get() {
-        if (at_ == end_) {
-            stream_.read(buffer_.data(), static_cast<std::streamsize>(buffer_.size()));
-            at_ = 0;
-            end_ = static_cast<size_t>(stream_.gcount());
-            if (end_ == 0) {
-                return -1;
-            }
-        }
-        return static_cast<unsigned char>(buffer_[at_++]);
-    }
-
-    std::istream& stream_;
-    std::vector<char> buffer_;
-    size_t at_ = 0;
-    size_t end_ = 0;
-    std::string word_;
-    bool cut_ = false;
-    uint64_t line_ = 1;
-};
-
-// The signals that mean something; Pin p is at TrstN + p, bit b of the state at StateBit0 + b.
-enum class Signal : uint8_t {
-    Tck,
-    Tms,
-    Tdi,
-    Tdo,
-    TapState,
-    TrstN,
-    Emu0,
-    Emu1,
-    TargetReset,
-    StateBit0,
-};
-constexpr size_t kSignalCount = 9; // that have a name of their own
-constexpr size_t kStateBits = 4;
 constexpr std::array<std::string_view, kSignalCount> kSignals{
     "tck", "tms", "tdi", "tdo", "tap_state", "trstn", "emu0", "emu1", "treset"};
 constexpr size_t kNeededSignals = 4;
-constexpr unsigned kUnknown = 2; // a level that counts as 1 where 0 or 1 is wanted
-
-constexpr size_t index_of(Signal signal) {
-    return static_cast<size_t>(signal);
-}
 
 class Reader {
 public:
-    Reader(std::istream& stream, std::string name, const Window& window)
-        : words_(stream), name_(std::move(name)), window_(window) {
-        values_.fill(1);
-        values_[index_of(Signal::Tck)] = 0;
-        values_[index_of(Signal::TargetReset)] = 0;
-        values_[index_of(Signal::TapState)] = 0;
-    }
+    Reader(std::istream& stream, std::string name, const Window& window, const ShiftSpan& span)
+        : words_(stream), name_(std::move(name)), sampler_(window, span) {}
 
-    // The window of read_all() for some Shift clocks.
-    Result<Window> find(const ShiftSpan& span) {
-        span_ = span;
+    // The TCKs of the span.
+    Result<Window> find() {
         TRY(read_all());
-        const bool lost = waveform_.first_shift_tck > span.first ||
-                          (waveform_.ends_early && span_end_ == UINT64_MAX);
-        if (lost) {
-            return file_error(name_, "the waveform had reached its limit, and lost that part",
-                              "play less of it at a time");
+        if (const std::optional<Window> window = sampler_.found()) {
+            return *window;
         }
-        return Window{span_begin_, std::min(span_end_, tcks_) - span_begin_};
+        return file_error(name_, "the waveform had reached its limit, and lost that part",
+                          "play less of it at a time");
     }
 
     Result<Waveform> read() {
         TRY(read_all());
-        waveform_.total_tcks = tcks_;
-        waveform_.first_tck =
-            std::clamp(window_.first_tck, waveform_.missing_tcks, waveform_.total_tcks);
-        return std::move(waveform_);
+        return std::move(sampler_).waveform();
     }
 
 private:
@@ -139,7 +58,7 @@ private:
     Status read_all() {
         TRY(read_header());
         TRY(read_changes());
-        apply_moment();
+        sampler_.end_moment();
         return {};
     }
 
@@ -194,6 +113,9 @@ private:
                 return file_error(name_, fmt::format("there is no signal {}", kSignals[i]),
                                   "a trace of a JTAG port has tck, tms, tdi and tdo");
             }
+        }
+        if (known_[index_of(Signal::TapState)]) {
+            sampler_.take_states();
         }
         return skip_section();
     }
@@ -332,8 +254,9 @@ private:
         if (starts_with({"The", "trace", "begins", "here:"})) {
             return begin_late(words);
         }
-        waveform_.ends_early =
-            waveform_.ends_early || starts_with({"The", "trace", "ends", "here:"});
+        if (starts_with({"The", "trace", "ends", "here:"})) {
+            sampler_.end_early();
+        }
         return {};
     }
 
@@ -347,15 +270,8 @@ private:
             clocks > kMostMissing) {
             return bad("a beginning that does not say how many test clocks are missing");
         }
-        if (started_ || !changes_.empty() || tcks_ != 0) {
-            return bad("the trace begins a second time");
-        }
-        tcks_ = clocks;
-        waveform_.missing_tcks = clocks;
-        waveform_.first_shift_tck = shifting;
-        shifts_ = shifting;
-        span_begin_ = shifting == span_.first ? clocks : span_begin_;
-        return {};
+        return sampler_.begin_late(clocks, shifting) ? Status()
+                                                     : bad("the trace begins a second time");
     }
 
     static bool read_number(std::string_view text, uint64_t& number) {
@@ -379,11 +295,10 @@ private:
             return bad(fmt::format("'#{}' is later than {} s", digits.substr(0, kShownWord),
                                    UINT64_MAX / 1'000'000'000'000));
         }
-        if (time * tick_ps_ < time_ps_) {
+        if (time * tick_ps_ < sampler_.time_ps()) {
             return bad("the time goes backwards");
         }
-        apply_moment();
-        time_ps_ = time * tick_ps_;
+        sampler_.begin_moment(time * tick_ps_);
         return {};
     }
 
@@ -402,111 +317,23 @@ private:
             return;
         }
         for (const Signal signal : found->second) {
-            changes_.push_back({signal, value});
+            sampler_.change(signal, value);
         }
     }
 
-    // Everything that changes at one moment changes together: a sample holds what stood on the
-    // lines before it.
-    void apply_moment() {
-        for (const Change& change : changes_) {
-            if (change.signal == Signal::Tck && change.value == 1 &&
-                values_[index_of(Signal::Tck)] == 0 && started_) {
-                sample();
-                break;
-            }
-        }
-        for (const Change& change : changes_) {
-            apply(change.signal, change.value);
-        }
-        started_ = started_ || !changes_.empty();
-        changes_.clear();
-    }
-
-    void apply(Signal signal, unsigned value) {
-        if (signal >= Signal::StateBit0) {
-            const unsigned bit = 1U << (index_of(signal) - index_of(Signal::StateBit0));
-            unsigned& state = values_[index_of(Signal::TapState)];
-            state = value != 0 ? state | bit : state & ~bit;
-            return;
-        }
-        unsigned& held = values_[index_of(signal)];
-        const bool changed = held != value;
-        held = value;
-        if (index_of(signal) < index_of(Signal::TrstN)) {
-            return;
-        }
-        if (signal == Signal::TrstN && value == 0) {
-            followed_ = talvor::TapState::TestLogicReset;
-        }
-        const size_t pin = index_of(signal) - index_of(Signal::TrstN);
-        if (!started_ || (changed && tcks_ < window_.first_tck)) {
-            waveform_.pins_at_start[pin] = value != 0;
-        } else if (changed && tcks_ - window_.first_tck <= window_.count) {
-            waveform_.pin_changes.push_back(
-                {time_ps_, waveform_.samples.size(), static_cast<Pin>(pin), value != 0});
-        }
-    }
-
-    void sample() {
-        const bool tms = values_[index_of(Signal::Tms)] != 0;
-        const talvor::TapState state =
-            known_[index_of(Signal::TapState)]
-                ? static_cast<talvor::TapState>(values_[index_of(Signal::TapState)])
-                : followed_;
-        followed_ = next_state(state, tms);
-        if (is_shift(state)) {
-            note_shift();
-        }
-        waveform_.first_shift_tck += tcks_ < window_.first_tck && is_shift(state) ? 1 : 0;
-        if (tcks_ >= window_.first_tck && tcks_ - window_.first_tck < window_.count) {
-            waveform_.samples.push_back({time_ps_, tms, values_[index_of(Signal::Tdi)] != 0,
-                                         values_[index_of(Signal::Tdo)] != 0, state,
-                                         values_[index_of(Signal::Tdo)] != kUnknown});
-        }
-        ++tcks_;
-    }
-
-    // The present TCK is a Shift clock.
-    void note_shift() {
-        if (shifts_ == span_.end) {
-            span_end_ = tcks_;
-        }
-        ++shifts_;
-        if (shifts_ == span_.first) {
-            span_begin_ = tcks_ + 1;
-        }
-    }
-
-    struct Change {
-        Signal signal;
-        unsigned value;
-    };
-
-    Words words_;
+    VcdWords words_;
     std::string name_;
-    Window window_;
+    Sampler sampler_;
     uint64_t tick_ps_ = 1000;
     std::array<bool, kSignalCount> known_{};
     std::map<std::string, std::vector<Signal>, std::less<>> signals_;
     unsigned state_bits_ = 0; // that have a signal
-    std::array<unsigned, kSignalCount> values_{};
-    std::vector<Change> changes_;
-    bool started_ = false; // the first values are no changes
-    uint64_t time_ps_ = 0;
-    uint64_t tcks_ = 0;
-    uint64_t shifts_ = 0;
-    ShiftSpan span_{0, UINT64_MAX}; // of which the TCKs are wanted
-    uint64_t span_begin_ = 0;
-    uint64_t span_end_ = UINT64_MAX;
-    talvor::TapState followed_ = talvor::TapState::TestLogicReset;
-    Waveform waveform_;
 };
 
 } // namespace
 
 Result<Waveform> read_vcd(std::istream& stream, const std::string& name, const Window& window) {
-    return Reader(stream, name, window).read();
+    return Reader(stream, name, window, {0, UINT64_MAX}).read();
 }
 
 namespace {
@@ -534,7 +361,7 @@ Result<Waveform> read_vcd_file(const std::string& path, const Window& window) {
 
 Result<Window> window_of_shifts(const std::string& path, const ShiftSpan& span) {
     std::ifstream stream = TRY(open_vcd(path));
-    return Reader(stream, path, {0, 0}).find(span);
+    return Reader(stream, path, {0, 0}, span).find();
 }
 
 } // namespace talvor::waveform

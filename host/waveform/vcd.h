@@ -3,18 +3,13 @@
 
 #include "common/result.h"
 #include "host/waveform/waveform.h"
+#include "host/waveform/window.h"
 
 #include <cstdint>
 #include <istream>
 #include <string>
 
 namespace talvor::waveform {
-
-// Which TCKs of a trace to keep. What is not kept takes no memory.
-struct Window {
-    uint64_t first_tck = 0;
-    uint64_t count = UINT64_MAX;
-};
 
 // Signals, each looked up by its last name whatever scope it stands in: tck, tms, tdi, tdo, one bit
 // each, are needed; trstn, emu0, emu1, treset (one bit) and tap_state (a vector of four bits, or
@@ -30,11 +25,6 @@ struct Window {
 // The same for a file on disk.
 [[nodiscard]] Result<Waveform> read_vcd_file(const std::string& path, const Window& window = {});
 
-// Shift clocks of a trace, counted from its beginning.
-struct ShiftSpan {
-    uint64_t first = 0;
-    uint64_t end = 0; // behind the last
-};
 // The TCKs of these Shift clocks of a file and of what lies between them and the Shift clocks
 // before and behind. Errors: as for read_vcd_file; the trace had reached its limit, and lost them.
 [[nodiscard]] Result<Window> window_of_shifts(const std::string& path, const ShiftSpan& span);
