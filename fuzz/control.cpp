@@ -33,6 +33,21 @@ char level_of(podsim::Core core) {
     return core == podsim::Core::Off ? 'Z' : core == podsim::Core::High ? '1' : '0';
 }
 
+std::string value_words_of(const std::vector<uint64_t>& value) {
+    std::string digits;
+    for (const uint64_t word : value) {
+        digits.insert(0, fmt::format("{:016x}", word));
+    }
+    return "0x" + digits;
+}
+
+std::string cable_words_of(const Command& command) {
+    return command.wire
+               ? fmt::format("cable {} {}", podsim::kWireNames[static_cast<size_t>(*command.wire)],
+                             podsim::kWireStateNames[static_cast<size_t>(command.wire_state)])
+               : "cable ok";
+}
+
 // Of the commands that are about the board.
 std::string board_words_of(const Command& command) {
     switch (command.verb) {
@@ -50,6 +65,11 @@ std::string board_words_of(const Command& command) {
         return fmt::format("level {}", command.place);
     case Verb::Board:
         return "board";
+    case Verb::Registers:
+        return "registers";
+    case Verb::Register:
+        return fmt::format("register {} {} {}", command.place, command.name,
+                           value_words_of(command.value));
     default:
         return "";
     }
@@ -74,6 +94,8 @@ std::string words_of(const Command& command) {
         return fmt::format("latency {}", command.number);
     case Verb::Loopback:
         return fmt::format("loopback {}", control::name_of(command.fault));
+    case Verb::Cable:
+        return cable_words_of(command);
     case Verb::Plug:
         return level("unplug", "plug");
     case Verb::Status:

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <charconv>
 #include <optional>
 
 namespace talvor::podsim::control {
@@ -16,13 +17,15 @@ struct BoardWord {
     std::string_view word;
     Verb verb;
 };
-constexpr std::array<BoardWord, 6> kWords{{
+constexpr std::array<BoardWord, 8> kWords{{
     {"fault", Verb::Fault},
     {"mend", Verb::Mend},
     {"core", Verb::Core},
     {"drive", Verb::Drive},
     {"level", Verb::Level},
     {"board", Verb::Board},
+    {"registers", Verb::Registers},
+    {"register", Verb::Register},
 }};
 
 std::optional<bool> level_of(std::string_view word) {
@@ -118,6 +121,44 @@ Result<Command> parse_level(Verb verb, Words words) {
         fmt::format("{} takes {} and 0, 1 or Z", words[0], verb == Verb::Core ? "a pin" : "a net"));
 }
 
+// A number in decimal digits, or one of any length in hexadecimal ones.
+std::optional<std::vector<uint64_t>> value_of(std::string_view text) {
+    uint64_t small = 0;
+    const char* const end = text.data() + text.size();
+    if (!text.starts_with("0x")) {
+        const auto [stop, error] = std::from_chars(text.data(), end, small);
+        return error == std::errc{} && stop == end ? std::optional(std::vector{small})
+                                                   : std::nullopt;
+    }
+    constexpr size_t kDigits = 16;
+    text.remove_prefix(2);
+    std::vector<uint64_t> words;
+    do {
+        const size_t count = std::min(kDigits, text.size());
+        const char* const first = text.data() + text.size() - count;
+        const auto [stop, error] = std::from_chars(first, first + count, small, 16);
+        if (error != std::errc{} || stop != first + count) {
+            return std::nullopt;
+        }
+        words.push_back(small);
+        text.remove_suffix(count);
+    } while (!text.empty());
+    return words;
+}
+
+// "register DEVICE NAME VALUE".
+Result<Command> parse_register(Words words) {
+    const auto value = words.size() > 3 ? value_of(words[3]) : std::nullopt;
+    if (!value) {
+        return failure("register takes a device, a register and a number, as in 12 or 0xC");
+    }
+    TRY(check_end(words, 4));
+    return Command{.verb = Verb::Register,
+                   .place = std::string(words[1]),
+                   .name = std::string(words[2]),
+                   .value = *value};
+}
+
 } // namespace
 
 bool takes_board(std::string_view word) {
@@ -133,6 +174,8 @@ Result<Command> parse_board(Words words) {
     case Verb::Core:
     case Verb::Drive:
         return parse_level(verb, words);
+    case Verb::Register:
+        return parse_register(words);
     case Verb::Level:
         if (words.size() < 2) {
             return wrong_argument(words, "a net or a pin");

@@ -100,6 +100,29 @@ Result<Command> parse_loopback(Words words) {
     return wrong_argument(words, "ok, high-ff, low-ff, high-00, low-00 or corrupt");
 }
 
+// "cable ok", "cable WIRE STATE".
+Result<Command> parse_cable(Words words) {
+    const auto index_of = [](const auto& names, std::string_view word) {
+        return static_cast<size_t>(std::ranges::find(names, word) - names.begin());
+    };
+    Command command{.verb = Verb::Cable};
+    if (words.size() > 1 && words[1] == kWireStateNames.front()) {
+        return command;
+    }
+    const size_t wire = words.size() > 1 ? index_of(kWireNames, words[1]) : kWireNames.size();
+    if (wire == kWireNames.size()) {
+        return wrong_argument(words, "ok, tck, tms, tdi, tdo or trst");
+    }
+    const size_t state =
+        words.size() > 2 ? index_of(kWireStateNames, words[2]) : kWireStateNames.size();
+    if (state == kWireStateNames.size()) {
+        return failure(fmt::format("cable {} takes ok, open, 0 or 1", words[1]));
+    }
+    command.wire = static_cast<Wire>(wire);
+    command.wire_state = static_cast<WireState>(state);
+    return command;
+}
+
 // Every verb with its arguments; how many words there are is checked by the caller.
 Result<Command> parse_verb(Words words) {
     for (const Grammar& grammar : kSwitches) {
@@ -115,6 +138,9 @@ Result<Command> parse_verb(Words words) {
     if (words[0] == "loopback") {
         return parse_loopback(words);
     }
+    if (words[0] == "cable") {
+        return parse_cable(words);
+    }
     if (words[0] == "plug" || words[0] == "unplug") {
         return Command{.verb = Verb::Plug, .on = words[0] == "plug"};
     }
@@ -123,13 +149,22 @@ Result<Command> parse_verb(Words words) {
     }
     return failure(
         fmt::format("unknown command '{}': expected power, clock, emu0, emu1, fail, refuse, "
-                    "latency, loopback, fault, mend, core, drive, level, board, unplug, plug or "
-                    "status",
+                    "latency, loopback, cable, fault, mend, core, drive, level, board, registers, "
+                    "register, unplug, plug or status",
                     words[0]));
 }
 
-bool takes_argument(Verb verb) {
-    return verb != Verb::Plug && verb != Verb::Status;
+// How many words there are, at most.
+size_t words_of(const Command& command) {
+    switch (command.verb) {
+    case Verb::Plug:
+    case Verb::Status:
+        return 1;
+    case Verb::Cable:
+        return command.wire ? 3 : 2;
+    default:
+        return 2;
+    }
 }
 
 Result<Command> parse_words(Words words) {
@@ -137,7 +172,7 @@ Result<Command> parse_words(Words words) {
         return parse_board(words);
     }
     Command command = TRY(parse_verb(words));
-    TRY(check_end(words, takes_argument(command.verb) ? 2 : 1));
+    TRY(check_end(words, words_of(command)));
     return command;
 }
 

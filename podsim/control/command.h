@@ -5,6 +5,7 @@
 //   refuse N        the next N support-register writes are refused
 //   latency US      each batch takes that many microseconds longer
 //   loopback ok|high-ff|low-ff|high-00|low-00|corrupt
+//   cable ok        cable WIRE ok|open|0|1, of tck, tms, tdi, tdo, trst
 //   unplug          plug
 //   status          the state of all pods as JSON
 //
@@ -18,6 +19,8 @@
 //   drive NET 0|1|Z what the board drives
 //   level PLACE     the level there, 0 or 1
 //   board           the state of the board as JSON
+//   registers       instructions and data registers of all devices as JSON
+//   register DEVICE NAME VALUE
 //
 // `pod SERIAL` before a command names the pod; without it a command is meant for the only pod.
 #pragma once

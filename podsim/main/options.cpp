@@ -110,9 +110,11 @@ void add_ctl(CommandLine& line) {
         ->required();
     ctl->add_option("COMMAND", line.words,
                     "power off|on, clock off|on, emu0|emu1 high|low, fail N, "
-                    "refuse N, latency MICROSECONDS, loopback FAULT, unplug, "
+                    "refuse N, latency MICROSECONDS, loopback FAULT, "
+                    "cable ok, cable tck|tms|tdi|tdo|trst ok|open|0|1, unplug, "
                     "plug, status; of the board: fault open|short|stuck|dead|swapped PLACE..., "
-                    "mend all|KIND PLACE..., core PIN 0|1|Z, drive NET 0|1|Z, level PLACE, board; "
+                    "mend all|KIND PLACE..., core PIN 0|1|Z, drive NET 0|1|Z, level PLACE, board, "
+                    "registers, register DEVICE NAME VALUE; "
                     "'pod SERIAL' first chooses a pod")
         ->required();
     ctl->positionals_at_end();
@@ -127,12 +129,14 @@ void build(CommandLine& line) {
 
 // The words of fault commands, each of which may be what comes next.
 ValueWords fault_words() {
-    std::vector<std::string> words{"power",   "clock", "emu0",   "emu1",   "fail", "refuse",
-                                   "latency", "plug",  "unplug", "status", "pod",  "loopback"};
+    std::vector<std::string> words{"power",  "clock",    "emu0", "emu1",   "fail",
+                                   "refuse", "latency",  "plug", "unplug", "status",
+                                   "pod",    "loopback", "cable"};
     words.insert(words.end(), {"on", "off", "high", "low"});
-    words.insert(words.end(),
-                 {"fault", "mend", "core", "drive", "level", "board", "all", "open", "short",
-                  "stuck", "dead", "swapped", "wired-and", "wired-or", "strong"});
+    words.insert(words.end(), {"fault", "mend", "core", "drive", "level", "board", "all", "open",
+                               "short", "stuck", "dead", "swapped", "wired-and", "wired-or",
+                               "strong", "registers", "register"});
+    words.insert(words.end(), kWireNames.begin(), kWireNames.end());
     for (const LoopFault fault : kLoopFaults) {
         words.emplace_back(control::name_of(fault));
     }

@@ -53,6 +53,13 @@ public:
     // What the board drives at a net; nothing: nothing any more.
     [[nodiscard]] Status set_drive(const std::string& net, std::optional<bool> level);
     const Board& board() const { return board_; }
+    // What a data register of a device captures from now on, the lowest bits in word 0; see
+    // DataRegister::set_value. Refused as well: a register that there is not, a value that is too
+    // long.
+    [[nodiscard]] Status set_register(const std::string& device, const std::string& name,
+                                      std::vector<uint64_t> value);
+    // The value that a data register would capture now.
+    [[nodiscard]] std::vector<uint64_t> register_value(DataRegister& cells) const;
 
     TapState state() const { return state_; }
     size_t size() const { return devices_.size(); }

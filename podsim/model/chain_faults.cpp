@@ -134,6 +134,41 @@ Status Chain::set_core(const std::string& pin, Core core) {
     return {};
 }
 
+Status Chain::set_register(const std::string& device, const std::string& name,
+                           std::vector<uint64_t> value) {
+    const size_t index = TRY(find_device(device));
+    const auto& named = devices_[index]->named();
+    const auto found = std::ranges::find(named, name, &TapDevice::NamedRegister::name);
+    if (found == named.end()) {
+        return refused_error({}, fmt::format("{} has no register '{}'", device, name));
+    }
+    const uint64_t bits = found->cells->bits();
+    const size_t words = words_for(bits);
+    const bool fits =
+        std::all_of(value.begin() + static_cast<std::ptrdiff_t>(std::min(words, value.size())),
+                    value.end(), [](uint64_t word) { return word == 0; });
+    value.resize(words);
+    const auto tail = static_cast<unsigned>(bits % kWordBits);
+    if (!fits || (tail != 0 && (value.back() & ~low_mask(tail)) != 0)) {
+        return refused_error({}, fmt::format("the value does not fit into the {} bits of {} of {}",
+                                             bits, name, device));
+    }
+    if (!found->cells->set_value(value)) {
+        return refused_error(
+            {}, fmt::format("{} of {} is none that could be given a value", name, device));
+    }
+    return {};
+}
+
+std::vector<uint64_t> Chain::register_value(DataRegister& cells) const {
+    std::vector<uint64_t> value(words_for(cells.bits()));
+    cells.capture(value);
+    if (const auto tail = static_cast<unsigned>(cells.bits() % kWordBits); tail != 0) {
+        value.back() &= low_mask(tail);
+    }
+    return value;
+}
+
 Status Chain::set_drive(const std::string& net, std::optional<bool> level) {
     const auto found = board_.find_net(net);
     if (!found) {

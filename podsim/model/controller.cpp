@@ -353,6 +353,9 @@ Status Controller::set_faults(const Faults& faults) {
         condition_ = true;
     }
     Status status = bus_.set_power(faults.power);
+    if (Status joined = bus_.set_cable(faults.cable); status) {
+        status = std::move(joined);
+    }
     look_at_emu_pins();
     return synced ? std::move(status) : std::move(synced);
 }

@@ -42,6 +42,7 @@ struct Faults {
     bool clock = true; // test clock is there
     EmuPins emu;       // false pulls the pin low, whatever the target drives
     LoopFault loopback = LoopFault::None;
+    Cable cable; // between pod and target
 
     bool operator==(const Faults&) const = default;
 };

@@ -15,10 +15,16 @@ std::vector<uint64_t> sized(std::vector<uint64_t> value, uint64_t bits) {
 } // namespace
 
 ConstantCells::ConstantCells(const ConstantRegister& description)
-    : bits_(description.bits), value_(sized(description.value, description.bits)) {}
+    : bits_(description.bits), initial_(sized(description.value, description.bits)),
+      value_(initial_) {}
 
 void ConstantCells::capture(std::span<uint64_t> shifted) {
     std::ranges::copy(value_, shifted.begin());
+}
+
+bool ConstantCells::set_value(std::span<const uint64_t> value) {
+    std::ranges::copy(value, value_.begin());
+    return true;
 }
 
 ScratchCells::ScratchCells(const ScratchRegister& description)
@@ -31,6 +37,11 @@ void ScratchCells::capture(std::span<uint64_t> shifted) {
 
 void ScratchCells::update(std::span<const uint64_t> shifted) {
     std::ranges::copy(shifted, value_.begin());
+}
+
+bool ScratchCells::set_value(std::span<const uint64_t> value) {
+    update(value);
+    return true;
 }
 
 void CounterCells::capture(std::span<uint64_t> shifted) {

@@ -25,6 +25,9 @@ public:
     virtual void update(std::span<const uint64_t> shifted) = 0;
     // The device's supply has come back.
     virtual void power_on() {}
+    // The operator's side: what the next capture gives, in the form of update(), until something
+    // else changes it or the supply comes back. False: that cannot be said of this register.
+    [[nodiscard]] virtual bool set_value(std::span<const uint64_t> /*value*/) { return false; }
 };
 
 // The single bit between TDI and TDO; captures 0 (IEEE 1149.1, 10.1).
@@ -41,9 +44,12 @@ public:
     uint64_t bits() const override { return bits_; }
     void capture(std::span<uint64_t> shifted) override;
     void update(std::span<const uint64_t>) override {}
+    void power_on() override { value_ = initial_; }
+    [[nodiscard]] bool set_value(std::span<const uint64_t> value) override;
 
 private:
     uint64_t bits_;
+    std::vector<uint64_t> initial_;
     std::vector<uint64_t> value_;
 };
 
@@ -54,6 +60,7 @@ public:
     void capture(std::span<uint64_t> shifted) override;
     void update(std::span<const uint64_t> shifted) override;
     void power_on() override { value_ = initial_; }
+    [[nodiscard]] bool set_value(std::span<const uint64_t> value) override;
 
 private:
     uint64_t bits_;
@@ -68,6 +75,10 @@ public:
     void capture(std::span<uint64_t> shifted) override;
     void update(std::span<const uint64_t>) override { ++updates_; }
     void power_on() override { updates_ = 0; }
+    [[nodiscard]] bool set_value(std::span<const uint64_t> value) override {
+        updates_ = value[0];
+        return true;
+    }
 
 private:
     uint64_t bits_;

@@ -18,11 +18,13 @@ TapDevice::TapDevice(const DeviceDescription& description)
       reset_instruction_(low_mask(description.instruction_bits)) {
     registers_.push_back(std::make_unique<BypassCell>());
     DataRegister* idcode = registers_.back().get();
+    named_.push_back({"bypass", idcode});
     if (description.idcode) {
         reset_instruction_ = description.idcode_instruction;
         registers_.push_back(
             std::make_unique<ConstantCells>(ConstantRegister{kIdcodeBits, {*description.idcode}}));
         idcode = registers_.back().get();
+        named_.push_back({"idcode", idcode});
         by_instruction_[reset_instruction_] = {idcode};
     }
     const size_t first_register = registers_.size();
@@ -46,17 +48,20 @@ void TapDevice::add_registers(const DeviceDescription& description) {
     for (const RegisterDescription& each : description.registers) {
         if (const auto* plain = std::get_if<BoundaryRegister>(&each.kind)) {
             registers_.push_back(std::move(cells));
+            named_.push_back({each.name, boundary_});
             by_instruction_[plain->extest] = {boundary_, TestMode::Extest};
             by_instruction_[plain->sample] = {boundary_, TestMode::Normal};
             continue;
         }
         registers_.push_back(make_register(each));
+        named_.push_back({each.name, registers_.back().get()});
         for (const uint64_t instruction : each.instructions) {
             by_instruction_[instruction] = {registers_.back().get()};
         }
     }
     if (cells) {
         registers_.push_back(std::move(cells));
+        named_.push_back({"boundary", boundary_});
     }
 }
 

@@ -35,6 +35,13 @@ public:
 
     // The register between TDI and TDO while data is scanned.
     DataRegister& selected() { return *selected_; }
+    // Data registers by name: the description's, "bypass" and "idcode", "boundary" where that has
+    // no name of its own. Rows are no registers of a name.
+    struct NamedRegister {
+        std::string name;
+        DataRegister* cells;
+    };
+    const std::vector<NamedRegister>& named() const { return named_; }
     // The longest data register, in bits.
     uint64_t longest() const;
     // Null for a device without boundary-scan cells.
@@ -65,6 +72,7 @@ private:
     uint64_t instruction_capture_;
     uint64_t reset_instruction_;
     std::vector<std::unique_ptr<DataRegister>> registers_; // the first is BYPASS
+    std::vector<NamedRegister> named_;
     std::unordered_map<uint64_t, Selection> by_instruction_;
     std::vector<Pattern> patterns_; // where that has nothing; the first that matches counts
     std::unordered_map<uint64_t, std::shared_ptr<RowArray>> erased_by_; // instruction

@@ -4,6 +4,7 @@
 
 #include "common/result.h"
 #include "common/tap_state.h"
+#include "podsim/model/cable.h"
 #include "podsim/model/edge_observer.h"
 #include "podsim/model/target.h"
 #include "podsim/model/test_clock.h"
@@ -61,6 +62,8 @@ public:
     void set_clock_present(bool on) { clock_present_ = on; }
     // Power that comes back finds a target as after power-on.
     [[nodiscard]] Status set_power(bool on);
+    // What is wrong with the wires from now on, see Cable.
+    [[nodiscard]] Status set_cable(const Cable& cable);
 
     void set_period(uint64_t period_ns) { period_ns_ = period_ns; }
     void pass_time(uint64_t duration_ns) { time_ns_ += duration_ns; }
@@ -79,8 +82,19 @@ public:
     EdgeObserver* observer() const { return observer_; }
 
 private:
-    bool reaches_target() const { return connected_ && clock_output_ && clock_present_ && power_; }
+    bool reaches_target() const {
+        return connected_ && clock_output_ && clock_present_ && power_ && clock_arrives_;
+    }
     void report(EdgeRun run);
+    // The same where a wire is broken.
+    [[nodiscard]] Status shift_broken(std::span<const uint64_t> tdi, std::span<uint64_t> tdo,
+                                      uint64_t count, bool leave);
+    [[nodiscard]] Status clock_ones(uint64_t count);
+    // TMS as it comes to the target all the time; nothing: as it is driven.
+    std::optional<bool> held_tms() const {
+        return cable_.held(Wire::Trst) == false ? true : cable_.held(Wire::Tms);
+    }
+    [[nodiscard]] TmsPath arriving(TmsPath path) const;
     // The target has seen `count` ones in the end, which were all of a run when `all`.
     void seen_ones(uint64_t count, bool all);
     // A call of the target's; one that failed may have been missed.
@@ -99,6 +113,9 @@ private:
     bool clock_output_ = true;
     bool clock_present_ = true;
     bool power_ = true;
+    bool clock_arrives_ = true; // TCK is whole
+    bool broken_ = false;       // something else of the cable
+    Cable cable_;
 };
 
 } // namespace talvor::podsim

@@ -5,6 +5,7 @@
 
 #include <optional>
 #include <string_view>
+#include <vector>
 
 namespace talvor::podsim {
 namespace {
@@ -45,6 +46,38 @@ std::string json_of(const Chain& chain) {
         -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
 }
 
+// "0x" and the digits of all the bits.
+std::string hexadecimal(const std::vector<uint64_t>& value, uint64_t bits) {
+    std::string digits;
+    for (const uint64_t word : value) {
+        digits.insert(0, fmt::format("{:016x}", word));
+    }
+    return "0x" + digits.substr(digits.size() - static_cast<size_t>((bits + 3) / 4));
+}
+
+nlohmann::ordered_json registers_of(const Chain& chain, const TapDevice& device) {
+    nlohmann::ordered_json registers = nlohmann::ordered_json::object();
+    for (const TapDevice::NamedRegister& one : device.named()) {
+        registers[one.name] = {
+            {"bits", one.cells->bits()},
+            {"value", hexadecimal(chain.register_value(*one.cells), one.cells->bits())}};
+    }
+    return registers;
+}
+
+std::string registers_json(const Chain& chain) {
+    nlohmann::ordered_json devices = nlohmann::ordered_json::array();
+    for (size_t i = 0; i < chain.size(); ++i) {
+        const TapDevice& device = chain.device(i);
+        devices.push_back(
+            {{"name", device.name()},
+             {"instruction", hexadecimal({device.instruction()}, device.instruction_bits())},
+             {"registers", registers_of(chain, device)}});
+    }
+    return nlohmann::ordered_json{{"devices", devices}}.dump(
+        -1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+}
+
 Result<std::string> level_at(const Board& board, const std::string& place) {
     if (const auto net = board.find_net(place)) {
         return board.net_state(*net).level ? "1" : "0";
@@ -68,6 +101,8 @@ Status change(Chain& chain, const control::Command& command) {
         return chain.set_drive(command.place, command.core == Core::Off
                                                   ? std::nullopt
                                                   : std::optional(command.core == Core::High));
+    case control::Verb::Register:
+        return chain.set_register(command.place, command.name, command.value);
     default:
         chain.mend_all();
         return {};
@@ -79,6 +114,9 @@ Status change(Chain& chain, const control::Command& command) {
 Result<std::string> operate(Chain& chain, const control::Command& command) {
     if (command.verb == control::Verb::Board) {
         return json_of(chain);
+    }
+    if (command.verb == control::Verb::Registers) {
+        return registers_json(chain);
     }
     if (command.verb == control::Verb::Level) {
         return level_at(chain.board(), command.place);

@@ -82,6 +82,13 @@ void change_by(const control::Command& command, Faults& faults, pod::Troubles& t
     case control::Verb::Loopback:
         faults.loopback = command.fault;
         break;
+    case control::Verb::Cable:
+        if (command.wire) {
+            faults.cable.set(*command.wire, command.wire_state);
+        } else {
+            faults.cable = {};
+        }
+        break;
     case control::Verb::Plug:
         troubles.plugged = command.on;
         break;

@@ -19,6 +19,19 @@ std::string_view kind_name(uint16_t kind) {
     }
 }
 
+// The wires that are not whole.
+nlohmann::ordered_json cable_of(const Cable& cable) {
+    nlohmann::ordered_json wires = nlohmann::ordered_json::object();
+    for (size_t i = 0; i < kWireNames.size(); ++i) {
+        const auto wire = static_cast<Wire>(i);
+        if (!cable.whole(wire)) {
+            wires[std::string(kWireNames[i])] =
+                kWireStateNames[static_cast<size_t>(cable.state(wire))];
+        }
+    }
+    return wires;
+}
+
 nlohmann::ordered_json object_of(const pod::Report& report) {
     return {
         {"serial", report.serial},
@@ -31,6 +44,7 @@ nlohmann::ordered_json object_of(const pod::Report& report) {
         {"emu0", report.faults.emu.emu0},
         {"emu1", report.faults.emu.emu1},
         {"loopback", control::name_of(report.faults.loopback)},
+        {"cable", cable_of(report.faults.cable)},
         {"fail", report.troubles.fail},
         {"refuse", report.troubles.refuse},
         {"latency_us", report.troubles.latency_us},

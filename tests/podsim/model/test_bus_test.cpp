@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace talvor::podsim {
@@ -150,6 +151,103 @@ TEST_F(TestBusTest, LostPowerOrClockReadsOnesAndEndsAllTheSame) {
         pod.go_to(0, TBC_STATE_RESET);
         EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 32, true), (Words{0x1477, 0x2BA0}));
     }
+}
+
+Faults with(Wire wire, WireState state) {
+    Faults faults;
+    faults.cable.set(wire, state);
+    return faults;
+}
+
+// The same through the whole pod: what 32 bits of the IDCODE read.
+TEST_F(TestBusTest, ABrokenTdoReadsItsLevelWhileTheTargetGoesOn) {
+    for (const auto& [state, word] :
+         {std::pair{WireState::Open, 0xFFFF}, {WireState::High, 0xFFFF}, {WireState::Low, 0}}) {
+        ASSERT_TRUE(pod.controller.set_faults(with(Wire::Tdo, state)));
+        pod.go_to(0, TBC_STATE_RESET);
+        const auto level = static_cast<uint16_t>(word);
+        EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 32, true), (Words{level, level}));
+        pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {3});
+        pod.wait(SHM_WAIT_DONE);
+        EXPECT_EQ(pod.chain.device(0).instruction(), 3U);
+        ASSERT_TRUE(pod.controller.set_faults({}));
+        pod.go_to(0, TBC_STATE_RESET);
+        EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 32, true), (Words{0x1477, 0x2BA0}));
+    }
+}
+
+TEST_F(TestBusTest, ABrokenTdiShiftsItsLevelIn) {
+    for (const auto& [state, bit] :
+         {std::pair{WireState::Open, true}, {WireState::High, true}, {WireState::Low, false}}) {
+        ASSERT_TRUE(pod.controller.set_faults(with(Wire::Tdi, state)));
+        pod.recorder.seen.clear();
+        pod.scan_send(kIrPath | TBC_STATE_IDLE, 4, {0x5});
+        pod.wait(SHM_WAIT_DONE);
+        EXPECT_EQ(pod.chain.device(0).instruction(), bit ? 0xFU : 0U);
+        ASSERT_FALSE(pod.recorder.seen.empty());
+        for (const auto& edge : pod.recorder.seen) {
+            EXPECT_EQ(edge.tdi, bit) << "a trace shows what the target sees";
+        }
+    }
+}
+
+TEST_F(TestBusTest, ABrokenTmsHoldsTheTapOrResetsIt) {
+    pod.go_to(0, TBC_STATE_PAUSE_DR);
+    ASSERT_TRUE(pod.controller.set_faults(with(Wire::Tms, WireState::Low)));
+    pod.go_to(0, TBC_STATE_IDLE);
+    EXPECT_EQ(pod.chain.state(), TapState::PauseDr);
+    ASSERT_TRUE(pod.controller.set_faults(with(Wire::Tms, WireState::Open)));
+    pod.go_to(0, TBC_STATE_RESET);
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+    EXPECT_EQ(pod.scan_both(TBC_STATE_IDLE, 100, Words(7), true),
+              Words({0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF, 0xFFFF}));
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+    ASSERT_TRUE(pod.controller.set_faults({}));
+    pod.go_to(0, TBC_STATE_RESET);
+    EXPECT_EQ(pod.scan_receive(TBC_STATE_IDLE, 32, true), (Words{0x1477, 0x2BA0}));
+}
+
+TEST_F(TestBusTest, WithoutTckTheTargetSeesNothing) {
+    pod.go_to(0, TBC_STATE_PAUSE_DR);
+    for (const WireState state : {WireState::Open, WireState::Low, WireState::High}) {
+        ASSERT_TRUE(pod.controller.set_faults(with(Wire::Tck, state)));
+        const uint64_t before = pod.controller.time_ns();
+        EXPECT_EQ(pod.scan_both(TBC_STATE_PAUSE_IR, 16, {0}, true), (Words{0xFFFF}));
+        EXPECT_EQ(pod.chain.state(), TapState::PauseDr);
+        EXPECT_GT(pod.controller.time_ns(), before);
+    }
+}
+
+TEST_F(TestBusTest, TrstThatIsLowHoldsTheTargetInReset) {
+    pod.scan_send(kIrPath | TBC_STATE_PAUSE_IR, 4, {3});
+    pod.wait(SHM_WAIT_DONE);
+    pod.recorder.pins.clear();
+    ASSERT_TRUE(pod.controller.set_faults(with(Wire::Trst, WireState::Low)));
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+    pod.go_to(0, TBC_STATE_PAUSE_DR);
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
+    ASSERT_TRUE(pod.controller.set_faults({}));
+    ASSERT_EQ(pod.recorder.pins.size(), 2U);
+    EXPECT_TRUE(pod.recorder.pins[0].starts_with("trst 0"));
+    EXPECT_TRUE(pod.recorder.pins[1].starts_with("trst 1"));
+}
+
+TEST_F(TestBusTest, ABrokenTrstLetsNoPulseThrough) {
+    TestBus bus(pod.chain);
+    Cable cable;
+    ASSERT_TRUE(bus.move(kResetPath));
+    ASSERT_TRUE(bus.move(shortest_path(TapState::TestLogicReset, TapState::PauseIr)));
+    for (const WireState state : {WireState::Open, WireState::High}) {
+        cable.set(Wire::Trst, state);
+        ASSERT_TRUE(bus.set_cable(cable));
+        ASSERT_TRUE(bus.pulse_trst());
+        EXPECT_EQ(pod.chain.state(), TapState::PauseIr);
+        EXPECT_EQ(bus.state(), TapState::TestLogicReset) << "what the controller believes";
+    }
+    ASSERT_TRUE(bus.set_cable({}));
+    EXPECT_EQ(bus.reset_path(), kResetPath) << "out of step";
+    ASSERT_TRUE(bus.pulse_trst());
+    EXPECT_EQ(pod.chain.state(), TapState::TestLogicReset);
 }
 
 TEST_F(TestBusTest, PowerThatComesBackResetsTheTarget) {

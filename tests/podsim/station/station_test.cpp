@@ -51,8 +51,8 @@ TEST(StationTest, StatusTellsEverythingAboutAPod) {
     const nlohmann::json status = status_of(process);
     EXPECT_EQ(status, nlohmann::json::parse(R"({
         "serial": 1, "revision": "2.0", "controller": "tbc", "plugged": true, "attached": false,
-        "power": true, "clock": true, "emu0": true, "emu1": true, "loopback": "ok", "fail": 0,
-        "refuse": 0, "latency_us": 0, "batches": 0, "failed_batches": 0, "warnings": 0,
+        "power": true, "clock": true, "emu0": true, "emu1": true, "loopback": "ok", "cable": {},
+        "fail": 0, "refuse": 0, "latency_us": 0, "batches": 0, "failed_batches": 0, "warnings": 0,
         "tap_state": "Test-Logic-Reset", "virtual_time_ns": 0, "tck_hz": 33333333, "busy": false,
         "condition_latch": true, "target_reset": false})"));
     Host host(1);
@@ -123,6 +123,63 @@ TEST(StationTest, EachLoopbackFaultShowsInTheWordsThatComeBack) {
     }
 }
 
+TEST(StationTest, WiresBreakAndAreMended) {
+    PodsimProcess process;
+    EXPECT_EQ(process.ctl("cable tdo open"), "ok");
+    EXPECT_EQ(process.ctl("cable tdi 0"), "ok");
+    EXPECT_EQ(status_of(process)["cable"], nlohmann::json::parse(R"({"tdi": "0", "tdo": "open"})"));
+    EXPECT_EQ(process.ctl("cable tdi ok"), "ok");
+    EXPECT_EQ(status_of(process)["cable"], nlohmann::json::parse(R"({"tdo": "open"})"));
+    EXPECT_EQ(process.ctl("cable ok"), "ok");
+    EXPECT_EQ(status_of(process)["cable"], nlohmann::json::object());
+}
+
+TEST(StationTest, RegistersAreReadAndSet) {
+    PodsimProcess process(R"([[pod]]
+serial = 1
+[[pod.tap]]
+name = "a"
+ir_length = 4
+idcode = 0x2BA01477
+idcode_instruction = 14
+[[pod.tap.register]]
+name = "long"
+kind = "scratch"
+instruction = 3
+length = 70
+value = "0x2123456789abcdef01"
+[[pod.tap.register]]
+name = "ram"
+kind = "memory"
+instruction = 4
+)");
+    const auto device = [&] {
+        return nlohmann::json::parse(process.ctl("registers"))["devices"][0];
+    };
+    EXPECT_EQ(device()["name"], "a");
+    EXPECT_EQ(device()["instruction"], "0xe");
+    EXPECT_EQ(device()["registers"]["bypass"],
+              nlohmann::json::parse(R"({"bits":1,"value":"0x0"})"));
+    EXPECT_EQ(device()["registers"]["idcode"]["value"], "0x2ba01477");
+    EXPECT_EQ(device()["registers"]["long"],
+              nlohmann::json::parse(R"({"bits":70,"value":"0x2123456789abcdef01"})"));
+    EXPECT_EQ(process.ctl("register a idcode 0x0badc0df"), "ok");
+    EXPECT_EQ(device()["registers"]["idcode"]["value"], "0x0badc0df");
+    EXPECT_EQ(process.ctl("register a long 0x3f0000000000000001"), "ok");
+    EXPECT_EQ(device()["registers"]["long"]["value"], "0x3f0000000000000001");
+    EXPECT_EQ(process.ctl("register a long 0x400000000000000000"),
+              "error: the value does not fit into the 70 bits of long of a");
+    EXPECT_EQ(process.ctl("register a idcode 0x100000000000000000"),
+              "error: the value does not fit into the 32 bits of idcode of a");
+    EXPECT_EQ(process.ctl("register a ram 1"),
+              "error: ram of a is none that could be given a value");
+    EXPECT_EQ(process.ctl("register a none 1"), "error: a has no register 'none'");
+    EXPECT_EQ(process.ctl("register b long 1"), "error: this chain has no device 'b'");
+    EXPECT_EQ(process.ctl("power off"), "ok");
+    EXPECT_EQ(process.ctl("power on"), "ok");
+    EXPECT_EQ(device()["registers"]["idcode"]["value"], "0x2ba01477") << "as the description says";
+}
+
 TEST(StationTest, AnUnpluggedPodLeavesTheTableUntilItIsPluggedAgain) {
     PodsimProcess process(kTwoPods);
     EXPECT_EQ(process.ctl("pod 9 unplug"), "ok");
@@ -145,8 +202,9 @@ TEST(StationTest, WithSeveralPodsACommandMustNameOne) {
     EXPECT_EQ(status_of(process, 0)["power"], true);
     EXPECT_EQ(status_of(process, 1)["power"], false);
     EXPECT_EQ(process.ctl("pod 7 fly"), "error: unknown command 'fly': expected power, clock, "
-                                        "emu0, emu1, fail, refuse, latency, loopback, fault, mend, "
-                                        "core, drive, level, board, unplug, plug or status");
+                                        "emu0, emu1, fail, refuse, latency, loopback, cable, "
+                                        "fault, mend, core, drive, level, board, registers, "
+                                        "register, unplug, plug or status");
 }
 
 TEST(StationTest, FaultsOfTheDescriptionAreThereFromTheStart) {
