@@ -4,15 +4,12 @@
 #include "common/result.h"
 #include "host/boundary/access.h"
 
-#include <string>
 #include <vector>
 
 namespace talvor {
 
 class Context;
 
-// "TEST0, TEST1 = 01 or 1X"; "" when the device has none.
-[[nodiscard]] std::string compliance_text(const boundary::Member& member);
 // Shows the patterns of every described device.
 void show_compliance(const Context& context, const std::vector<boundary::Member>& members);
 // The same, and asks at a terminal whether they are met unless `met` says so already. Errors

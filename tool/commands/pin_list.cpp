@@ -23,11 +23,6 @@ const Pin& plan_of(const std::vector<Member>& members, PinAddress address) {
     return *members[address.device].plan->find(address.signal);
 }
 
-bool fits(const Member& member, const bsdl::Signal& signal, std::string_view filter) {
-    return fits_filter(signal.name, filter) || fits_filter(signal.pin, filter) ||
-           fits_filter(member.name + "." + signal.name, filter);
-}
-
 // "in 39, out 38, control 37".
 std::string cells_text(const boundary::Plan& plan, const Pin& pin) {
     const auto number = [&plan](size_t cell) { return plan.device().cells[cell].number; };
@@ -107,31 +102,6 @@ Json pin_json(const std::vector<Member>& members, const PinRow& row) {
 
 } // namespace
 
-std::vector<PinRow> pin_rows(const std::vector<Member>& members, std::string_view filter) {
-    std::vector<PinRow> rows;
-    for (size_t i = 0; i < members.size(); ++i) {
-        if (!members[i].plan) {
-            continue;
-        }
-        for (const Pin& pin : members[i].plan->pins()) {
-            if (fits(members[i], members[i].plan->device().signals[pin.signal], filter)) {
-                rows.push_back({{i, pin.signal}, std::nullopt, false});
-            }
-        }
-    }
-    return rows;
-}
-
-void enter_levels(const std::vector<Member>& members, const boundary::Images& samples,
-                  std::vector<PinRow>& rows) {
-    for (PinRow& row : rows) {
-        const boundary::Plan& plan = *members[row.address.device].plan;
-        const auto level = boundary::sampled_level(plan, *plan.find(row.address.signal),
-                                                   samples[row.address.device]);
-        row.changed = std::exchange(row.level, level) != level;
-    }
-}
-
 std::string_view level_text(std::optional<boundary::Level> level) noexcept {
     return level ? boundary::text_of(*level) : "-";
 }
@@ -192,33 +162,6 @@ Json pins_json(const std::vector<Member>& members, const std::vector<PinRow>& ro
             {"pins", std::move(pins)}});
     });
     return Json{{"devices", std::move(devices)}};
-}
-
-boundary::Package package_of(const std::vector<Member>& members, size_t device,
-                             const std::vector<PinRow>& rows) {
-    const bsdl::Device& description = members[device].plan->device();
-    boundary::Package package;
-    package.part = description.name;
-    package.title =
-        fmt::format("{}: {} {}", members[device].name, description.name, description.package);
-    const bsdl::TapSignals& tap = description.tap;
-    for (size_t i = 0; i < description.signals.size(); ++i) {
-        const bsdl::Signal& signal = description.signals[i];
-        boundary::PackagePin pin{signal.pin, signal.name, boundary::PinKind::Linkage, {}};
-        if (i == tap.tck || i == tap.tms || i == tap.tdi || i == tap.tdo || i == tap.trst) {
-            pin.kind = boundary::PinKind::Test;
-        } else if (members[device].plan->find(i) != nullptr) {
-            pin.kind = boundary::PinKind::Cell;
-        }
-        const auto row = std::ranges::find(rows, PinAddress{device, i}, &PinRow::address);
-        if (row != rows.end()) {
-            pin.level = row->level;
-        }
-        if (!pin.pin.empty()) {
-            package.pins.push_back(std::move(pin));
-        }
-    }
-    return package;
 }
 
 } // namespace talvor

@@ -4,7 +4,7 @@
 
 #include "host/boundary/access.h"
 #include "host/boundary/image.h"
-#include "host/boundary/package.h"
+#include "host/boundary/pin_rows.h"
 #include "tool/commands/pin_chain.h"
 #include "tool/output/output.h"
 
@@ -16,19 +16,7 @@
 
 namespace talvor {
 
-struct PinRow {
-    PinAddress address;
-    std::optional<boundary::Level> level;
-    bool changed = false; // since the sample before
-};
-
-// Every pin with a cell, in the order of chain and file, of which name or package pin, alone or
-// behind the device's name, fits the filter; see fits_filter().
-[[nodiscard]] std::vector<PinRow> pin_rows(const std::vector<boundary::Member>& members,
-                                           std::string_view filter);
-// Enters what a sample says, and what has changed by it.
-void enter_levels(const std::vector<boundary::Member>& members, const boundary::Images& samples,
-                  std::vector<PinRow>& rows);
+using boundary::PinRow;
 
 // "0", "1", "Z", "-" where nothing is known.
 [[nodiscard]] std::string_view level_text(std::optional<boundary::Level> level) noexcept;
@@ -46,9 +34,5 @@ void print_pins(const Output& out, const std::vector<boundary::Member>& members,
                              const std::vector<PinRow>& rows);
 // Name and level only.
 [[nodiscard]] Json level_json(const std::vector<boundary::Member>& members, const PinRow& row);
-
-// The package of a device with the levels of `rows`.
-[[nodiscard]] boundary::Package package_of(const std::vector<boundary::Member>& members,
-                                           size_t device, const std::vector<PinRow>& rows);
 
 } // namespace talvor

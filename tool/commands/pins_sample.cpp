@@ -257,16 +257,6 @@ Status list_with(Context& context, Access& access, const PinsOptions& options) {
     return draw(context, options.svg, access.members(), all);
 }
 
-// The TAPs are left in Test-Logic-Reset, also after an error; the first error counts.
-Status left(Access& access, Status done) {
-    const InterruptsHeld held;
-    Status reset = access.reset();
-    if (reset) {
-        reset = access.flush();
-    }
-    return done ? reset : done;
-}
-
 } // namespace
 
 Status list_pins(Context& context, const PinsOptions& options) {
@@ -276,7 +266,7 @@ Status list_pins(Context& context, const PinsOptions& options) {
     PinChain chain = TRY(find_pin_chain(context, options.device));
     show_compliance(context, chain.members);
     Access access(chain.session->port(), std::move(chain.members));
-    return left(access, list_with(context, access, options));
+    return leave_samples(access, list_with(context, access, options));
 }
 
 Status get_pins(Context& context, const PinsOptions& options) {
@@ -293,7 +283,7 @@ Status get_pins(Context& context, const PinsOptions& options) {
     }
     show_compliance(context, chain.members);
     Access access(chain.session->port(), std::move(chain.members));
-    TRY(left(access, sample(access, rows)));
+    TRY(leave_samples(access, sample(access, rows)));
     Json pins = Json::array();
     for (const PinRow& row : rows) {
         context.out.line("{}={}", pin_text(access.members(), row.address), level_text(row.level));

@@ -1,4 +1,4 @@
-#include "tests/tool/commands/two_parts.h"
+#include "tests/host/boundary/two_parts.h"
 #include "tool/commands/compliance.h"
 #include "tool/commands/pin_list.h"
 

@@ -1,10 +1,10 @@
-#include "tests/tool/commands/two_parts.h"
-#include "tool/commands/pin_chain.h"
+#include "host/boundary/pin_address.h"
+#include "tests/host/boundary/two_parts.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-namespace talvor {
+namespace talvor::boundary {
 namespace {
 
 using testing::HasSubstr;
@@ -79,4 +79,4 @@ TEST(FitsFilterTest, TakesAPatternAsAWhole) {
 }
 
 } // namespace
-} // namespace talvor
+} // namespace talvor::boundary

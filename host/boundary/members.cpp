@@ -1,0 +1,101 @@
+#include "host/boundary/members.h"
+
+#include "common/bsdl/words.h"
+#include "host/boundary/plan.h"
+#include "host/chain/device_choice.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+#include <utility>
+
+namespace talvor::boundary {
+namespace {
+
+// What messages call each device: its name, or its number where nobody has named it, or another one
+// of the same part.
+std::vector<std::string> names_of(const Chain& chain) {
+    std::vector<std::string> names;
+    for (const ChainDevice& device : chain.devices) {
+        const bool taken = std::ranges::any_of(names, [&device](const std::string& other) {
+            return bsdl::same_name(other, device.name);
+        });
+        names.push_back(taken || device.name.empty() ? std::to_string(names.size() + 1)
+                                                     : device.name);
+    }
+    return names;
+}
+
+Result<Member> make_member(const ChainDevice& device, const std::string& name, bool chosen,
+                           std::vector<std::string>& notes) {
+    Member member;
+    member.name = name;
+    member.instruction_bits = device.instruction_bits;
+    if (!device.description) {
+        return member;
+    }
+    auto plan = Plan::make(device.description);
+    if (plan) {
+        member.plan = std::make_shared<const Plan>(*std::move(plan));
+    } else if (chosen) {
+        return Failure(std::move(plan).error());
+    } else {
+        notes.push_back(fmt::format("{} stays in BYPASS: {}", member.name, headline(plan.error())));
+    }
+    return member;
+}
+
+// Leaves a plan to the device alone that was chosen.
+Status leave_plan_to(std::vector<Member>& members, size_t chosen, const std::string& device) {
+    for (size_t i = 0; i < members.size(); ++i) {
+        if (i != chosen) {
+            members[i].plan.reset();
+        }
+    }
+    return members[chosen].plan
+               ? Status()
+               : usage_error("--device " + device, "the device has no description",
+                             "give its BSDL file: bsdl = \"FILE\" in its [[device]] table of "
+                             "the board file, or --bsdl DIR");
+}
+
+Status check_members(const Chain& chain, const std::vector<Member>& members) {
+    bool any = false;
+    for (const Member& member : members) {
+        any = any || member.plan;
+    }
+    if (!any) {
+        return usage_error("pins", "no device of the chain has a description",
+                           "give BSDL files: bsdl = \"FILE\" in the [[device]] tables of the "
+                           "board file, or --bsdl DIR");
+    }
+    if (!chain.lengths_known) {
+        return usage_error("pins", "the instruction lengths of the chain are ambiguous",
+                           "give them with --ir-lengths; 'talvor chain' says more");
+    }
+    return {};
+}
+
+} // namespace
+
+Result<ChainMembers> members_of(const Chain& chain, const std::string& device) {
+    ChainMembers made;
+    const std::vector<std::string> names = names_of(chain);
+    std::optional<size_t> chosen;
+    if (!device.empty()) {
+        chosen = TRY(find_device(names, device));
+    }
+    for (size_t i = 0; i < names.size(); ++i) {
+        made.members.push_back(
+            TRY(make_member(chain.devices[i], names[i], chosen == i, made.notes)));
+    }
+    if (chosen) {
+        TRY(leave_plan_to(made.members, *chosen, device));
+    }
+    TRY(check_members(chain, made.members));
+    return made;
+}
+
+} // namespace talvor::boundary
