@@ -179,4 +179,10 @@ Status DevicePort::pulse_trst() {
     return {};
 }
 
+Status scan_device(JtagPort& port, const DevicePlace& place, const Scan& scan) {
+    DevicePort device(port, place);
+    TRY(device.scan(scan));
+    return device.leave();
+}
+
 } // namespace talvor

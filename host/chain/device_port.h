@@ -98,4 +98,9 @@ private:
     Bits in_;
 };
 
+// One scan of the device at `place`, whatever was scanned before and comes behind it: ones go into
+// the other devices, so that an instruction leaves them in BYPASS, where data expect them. Errors:
+// the port's.
+[[nodiscard]] Status scan_device(JtagPort& port, const DevicePlace& place, const Scan& scan);
+
 } // namespace talvor

@@ -1,5 +1,6 @@
 #include "tool/commands/shift.h"
 
+#include "host/chain/device_port.h"
 #include "tool/command_line/command_line.h"
 #include "tool/commands/context.h"
 #include "tool/commands/device_choice.h"
@@ -65,15 +66,11 @@ Result<Bits> answered(Result<Bits> in, const ShiftOptions& options) {
 }
 
 // One scan through a device while the others are in BYPASS.
-Result<Bits> scan_device(JtagPort& port, const Chain& chain, size_t device, ScanPath path,
-                         const Bits& data, StableState end) {
-    const ScanSurroundings around = surroundings(chain, device, path);
-    const Bits before = Bits::ones(around.before);
-    const Bits after = Bits::ones(around.after);
-    const Bits out = Bits::concat({&before, &data, &after});
+Result<Bits> shift_through(JtagPort& port, const Chain& chain, size_t device, ScanPath path,
+                           const Bits& data, StableState end) {
     Bits in;
-    TRY(port.scan({path, &out, &in, end}));
-    return in.slice(around.before, data.size());
+    TRY(scan_device(port, place_of(chain, device, IdCodes::Unknown), {path, &data, &in, end}));
+    return in;
 }
 
 // How long the data is: as long as --bits says, as the instruction register, as the register that
@@ -101,10 +98,10 @@ Result<Bits> shift_device(Context& context, Session& session, ScanPath path,
     }
     if (path == ScanPath::Dr && !word.empty()) {
         const Bits instruction = TRY(parse_instruction(context, chain, device, word));
-        TRY(scan_device(session.port(), chain, device, ScanPath::Ir, instruction,
-                        StableState::Idle));
+        TRY(shift_through(session.port(), chain, device, ScanPath::Ir, instruction,
+                          StableState::Idle));
     }
-    return answered(scan_device(session.port(), chain, device, path, data, end), options);
+    return answered(shift_through(session.port(), chain, device, path, data, end), options);
 }
 
 Result<Bits> shift_whole(PodPort& port, ScanPath path, const Bits& data, StableState end) {
