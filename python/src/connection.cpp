@@ -81,15 +81,22 @@ Connection::~Connection() {
 
 void Connection::close() {
     if (forks_ != g_forks) {
-        (void)session_.release(); // the pod is the parent's
+        // The pod is the parent's, and so is what holds it.
+        (void)session_.release();
+        (void)new std::shared_ptr<Holder>(std::move(holder_));
         return;
     }
     if (t_turn == this) {
         enter(); // which says what is wrong
     }
-    const py::gil_scoped_release free;
-    const std::scoped_lock turn(mutex_);
-    session_.reset();
+    const Status let_go = within([this] {
+        const std::scoped_lock turn(mutex_);
+        const std::shared_ptr<Holder> holder = std::move(holder_);
+        Status done = holder ? holder->let_go() : Status();
+        session_.reset();
+        return done;
+    });
+    (void)value_of(let_go);
 }
 
 void Connection::enter() const {

@@ -25,6 +25,16 @@ namespace py = pybind11;
 // to the system that the watch costs.
 enum class Length : uint8_t { Short, Long };
 
+// What must be let go of before anybody else uses the pod, such as pins that are driven.
+class Holder {
+public:
+    virtual ~Holder() = default;
+    // Afterwards it uses the session no more, also when this is an error.
+    [[nodiscard]] virtual Status let_go() = 0;
+    // What others are told meanwhile.
+    [[nodiscard]] virtual Error refusal() const = 0;
+};
+
 class Connection {
 public:
     // Opens the pod; throws what went wrong.
@@ -40,8 +50,34 @@ public:
 
     // What work(Session&), which answers a Result<T> or a Status, has given: T, or nothing; throws
     // its error, or what Ctrl-C raises. It runs without the interpreter's lock.
+    // Refused while somebody else holds the pod.
     template <typename Work>
     auto use(Length length, Work&& work) {
+        return use_as(nullptr, length, std::forward<Work>(work));
+    }
+    // The same for who holds the pod.
+    template <typename Work>
+    auto use_as(const Holder* who, Length length, Work&& work) {
+        return use_held([this, who] { return holder_ && holder_.get() != who; }, length,
+                        std::forward<Work>(work));
+    }
+    // The same for what moves nothing, whoever holds the pod.
+    template <typename Work>
+    auto look(Length length, Work&& work) {
+        return use_held([] { return false; }, length, std::forward<Work>(work));
+    }
+
+    // From within such a call: it is held from now on, or no more.
+    void hold(std::shared_ptr<Holder> holder) noexcept { holder_ = std::move(holder); }
+    // From within such a call: its number, one more with each that moves something.
+    [[nodiscard]] uint64_t call_number() const noexcept { return calls_; }
+
+    // What the Shift clocks so far were for, for drawings.
+    std::vector<waveform::ShiftPass> passes;
+
+private:
+    template <typename Held, typename Work>
+    auto use_held(Held held, Length length, Work&& work) {
         enter();
         using Answer = std::invoke_result_t<Work, Session&>;
         Answer answer = within([&]() -> Answer {
@@ -49,6 +85,10 @@ public:
             if (!session_) {
                 return closed_error();
             }
+            if (held()) {
+                return Failure(holder_->refusal());
+            }
+            ++calls_;
             return work(*session_);
         });
         leave();
@@ -62,10 +102,6 @@ public:
         }
     }
 
-    // What the Shift clocks so far were for, for drawings.
-    std::vector<waveform::ShiftPass> passes;
-
-private:
     // The right to use the session, for one call.
     class Turn {
     public:
@@ -93,6 +129,8 @@ private:
 
     std::unique_ptr<Session> session_;
     std::mutex mutex_;
+    std::shared_ptr<Holder> holder_;
+    uint64_t calls_ = 0;
     bool asked_ = false; // Ctrl-C has come during the last call
     unsigned forks_;     // of this process's ancestors, when it was opened
     ino_t namespace_;    // that it was opened in

@@ -17,8 +17,8 @@ namespace talvor::python {
 namespace {
 
 StableState state(Connection& connection) {
-    return connection.use(Length::Short,
-                          [](Session& session) { return session.port().ask_state(); });
+    return connection.look(Length::Short,
+                           [](Session& session) { return session.port().ask_state(); });
 }
 
 Status move_once(PodPort& port, StableState to) {
@@ -58,7 +58,7 @@ std::vector<LogEntry> reset_pod(Connection& connection, bool soft, bool hard, bo
 }
 
 std::vector<uint16_t> registers(Connection& connection, uint32_t first, uint32_t count, bool same) {
-    return connection.use(Length::Short, [=](Session& session) -> Result<std::vector<uint16_t>> {
+    return connection.look(Length::Short, [=](Session& session) -> Result<std::vector<uint16_t>> {
         const auto words = TRY(read_registers(session.pod(), {first, count, same}));
         return std::vector<uint16_t>(words.begin(), words.end());
     });
@@ -85,7 +85,7 @@ void poll(Connection& connection, const std::string& word) {
 }
 
 std::tuple<uint32_t, uint32_t> link_delay(Connection& connection) {
-    const LinkDelay delay = connection.use(
+    const LinkDelay delay = connection.look(
         Length::Short, [](Session& session) { return read_link_delay(session.pod()); });
     return {delay.applied(), delay.maximum};
 }
@@ -98,7 +98,7 @@ void put_link_delay(Connection& connection, uint32_t clocks) {
 }
 
 uint64_t hertz(Connection& connection) {
-    return connection.use(
+    return connection.look(
         Length::Short, [](Session& session) { return Result<uint64_t>(session.port().hertz()); });
 }
 
@@ -108,13 +108,13 @@ void put_hertz(Connection& connection, std::optional<double> hertz) {
 }
 
 void flush(Connection& connection) {
-    connection.use(Length::Short, [](Session& session) { return session.port().flush(); });
+    connection.look(Length::Short, [](Session& session) { return session.port().flush(); });
 }
 
 // What is known of the pod and where it came from.
 py::dict facts(Connection& connection) {
     py::dict all;
-    connection.use(Length::Short, [&](Session& session) -> Status {
+    connection.look(Length::Short, [&](Session& session) -> Status {
         const py::gil_scoped_acquire lock;
         all["serial"] = session.record().serial;
         all["revision"] = session.record().revision;
@@ -129,7 +129,7 @@ py::dict facts(Connection& connection) {
 
 // For calls of the table by other means: the table, and the handle.
 std::tuple<uintptr_t, uintptr_t> addresses(Connection& connection) {
-    return connection.use(Length::Short, [](Session& session) {
+    return connection.look(Length::Short, [](Session& session) {
         using Both = std::tuple<uintptr_t, uintptr_t>;
         return Result<Both>(Both{reinterpret_cast<uintptr_t>(&session.library().table()),
                                  reinterpret_cast<uintptr_t>(session.pod().handle())});

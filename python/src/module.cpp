@@ -6,6 +6,7 @@
 #include "common/time_slice.h"
 #include "host/driver/error_text.h"
 #include "host/driver/library.h"
+#include "host/session/board_search.h"
 #include "python/src/connection.h"
 #include "python/src/parts.h"
 
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <pybind11/stl.h>
 #include <string>
+#include <tuple>
 #include <unistd.h>
 
 namespace talvor::python {
@@ -35,7 +37,7 @@ std::unique_ptr<Connection> open(std::optional<std::string> board,
                                  std::optional<std::string> library, std::optional<uint32_t> serial,
                                  std::optional<int32_t> link_delay, std::optional<double> max_hertz,
                                  std::vector<uint32_t> instruction_lengths, double patience,
-                                 double wait, bool share) {
+                                 double wait, bool share, std::optional<std::string> descriptions) {
     SessionOptions options;
     options.board = std::move(board);
     options.library = std::move(library);
@@ -46,8 +48,15 @@ std::unique_ptr<Connection> open(std::optional<std::string> board,
     options.patience = milliseconds_of(patience);
     options.lock.wait = milliseconds_of(wait);
     options.lock.share = share;
+    options.descriptions = std::move(descriptions);
     options.lost = end_lost;
     return std::make_unique<Connection>(std::move(options));
+}
+
+// The board file that is meant where none is named, and those that are not to be trusted.
+std::tuple<std::optional<std::string>, std::vector<std::string>> find_named_board() {
+    FoundBoard found = find_board(board_places());
+    return {std::move(found.path), std::move(found.passed_over)};
 }
 
 // The name of a code of the driver; "" when it is none of its.
@@ -89,10 +98,13 @@ PYBIND11_MODULE(_core, module) {
     add_control(connection);
     add_chain(module, connection);
     add_play(module, connection);
+    add_pins(module, connection);
+    add_interconnect(connection);
     add_shmoo(connection);
     add_trace(module);
     add_simulation(module);
     module.def("code_name", code_name);
+    module.def("find_board", find_named_board);
     module.def("library_facts", library_facts);
     module.def("choose_program_folder",
                [](const std::string& folder) { choose_program_folder(folder); });

@@ -1,10 +1,11 @@
-#include "host/chain/chain.h"
+#include "host/chain/device_port.h"
 #include "python/src/connection.h"
 #include "python/src/parts.h"
 #include "python/src/scan_data.h"
 
 #include <fmt/format.h>
 
+#include <chrono>
 #include <cstring>
 #include <pybind11/stl.h>
 
@@ -74,9 +75,13 @@ private:
     bool given_ = false;
 };
 
+void choose_mode(PodPort& port, const Ways& ways) {
+    port.set_receive_mode(ways.fast ? PodPort::ReceiveMode::Adjusted : PodPort::ReceiveMode::Exact);
+}
+
 Status shift(Session& session, const Ways& ways) {
     PodPort& port = session.port();
-    port.set_receive_mode(ways.fast ? PodPort::ReceiveMode::Adjusted : PodPort::ReceiveMode::Exact);
+    choose_mode(port, ways);
     Bits* const in = ways.receive ? &scratch().in : nullptr;
     TRY(port.scan({ways.path, &scratch().out, in, ways.end}));
     // Who asked for the answer has it when the target has done all of the scan, its Update too.
@@ -119,16 +124,84 @@ py::object scan_device(Connection& connection, const Chain& chain, size_t index,
     const Ways ways{path, end, fast, true};
     const uint64_t own = path == ScanPath::Ir ? chain.devices[index].instruction_bits : 0;
     const ScanData what(data, bits, own);
-    const ScanSurroundings around = surroundings(chain, index, path);
+    const DevicePlace place = place_of(chain, index, IdCodes::Unknown);
     return scan_with(connection, what, ways, into, [&](Session& session) -> Status {
-        const Bits before = Bits::ones(around.before);
-        const Bits after = Bits::ones(around.after);
-        const size_t length = scratch().out.size();
-        scratch().out = Bits::concat({&before, &scratch().out, &after});
-        TRY(shift(session, ways));
-        scratch().in = scratch().in.slice(around.before, length);
+        PodPort& port = session.port();
+        choose_mode(port, ways);
+        TRY(talvor::scan_device(port, place, {path, &scratch().out, &scratch().in, end}));
+        return port.flush();
+    });
+}
+
+// A number of Python's as one of 64 bits; nothing where it is none, or does not fit.
+std::optional<uint64_t> small_number(PyObject* object) {
+    if (PyLong_CheckExact(object) == 0) {
+        return std::nullopt;
+    }
+    const uint64_t number = PyLong_AsUnsignedLongLong(object);
+    if (number == UINT64_MAX && PyErr_Occurred() != nullptr) {
+        PyErr_Clear();
+        return std::nullopt;
+    }
+    return number;
+}
+
+// quick_scan(data, bits, is_ir): what most scans are, an integer of up to 64 bits that ends in
+// Run-Test/Idle and is answered, without what pybind11 does for arguments in general. It answers
+// NotImplemented, and has done nothing, where it is anything else, right or wrong.
+PyObject* quick_scan(PyObject* self, PyObject* const* arguments, Py_ssize_t count) {
+    const auto data = count == 3 ? small_number(arguments[0]) : std::nullopt;
+    const auto bits = count == 3 ? small_number(arguments[1]) : std::nullopt;
+    if (!data || !bits || *bits == 0 || *bits > 64 || (*bits < 64 && *data >> *bits != 0)) {
+        Py_RETURN_NOTIMPLEMENTED;
+    }
+    auto& connection = *static_cast<Connection*>(PyCapsule_GetPointer(self, nullptr));
+    const Ways ways{.path = arguments[2] == Py_True ? ScanPath::Ir : ScanPath::Dr};
+    try {
+        connection.use(Length::Short, [&](Session& session) -> Status {
+            Bits& out = scratch().out;
+            out.resize(static_cast<size_t>(*bits));
+            for (size_t i = 0; i < out.words().size(); ++i) {
+                out.words()[i] = static_cast<uint16_t>(*data >> (i * Bits::kWordBits));
+            }
+            return shift(session, ways);
+        });
+        return PyLong_FromUnsignedLongLong(scratch().in.to_uint());
+    } catch (py::error_already_set& error) {
+        error.restore();
+    } catch (const std::exception& error) {
+        PyErr_SetString(PyExc_RuntimeError, error.what());
+    }
+    return nullptr;
+}
+
+// quick_scan() of a connection, which lives as long as that function does.
+py::object quick_scanner(const py::object& connection) {
+    static PyMethodDef method{"quick_scan",
+                              reinterpret_cast<PyCFunction>(reinterpret_cast<void*>(quick_scan)),
+                              METH_FASTCALL, nullptr};
+    auto* const keeper = new py::object(connection);
+    const auto capsule = py::reinterpret_steal<py::object>(
+        PyCapsule_New(connection.cast<Connection*>(), nullptr, [](PyObject* self) {
+            delete static_cast<py::object*>(PyCapsule_GetContext(self));
+        }));
+    PyCapsule_SetContext(capsule.ptr(), keeper);
+    return py::reinterpret_steal<py::object>(PyCFunction_New(&method, capsule.ptr()));
+}
+
+// Seconds that `count` scans of the data registers take, each answered, with no Python around them:
+// for benchmarks.
+double time_scans(Connection& connection, uint64_t bits, uint32_t count) {
+    const Ways ways;
+    const auto began = std::chrono::steady_clock::now();
+    connection.use(Length::Long, [&](Session& session) -> Status {
+        scratch().out = Bits(static_cast<size_t>(bits), true);
+        for (uint32_t i = 0; i < count; ++i) {
+            TRY(shift(session, ways));
+        }
         return {};
     });
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - began).count();
 }
 
 } // namespace
@@ -136,6 +209,8 @@ py::object scan_device(Connection& connection, const Chain& chain, size_t index,
 void add_scan(py::class_<Connection>& connection) {
     connection.def("scan", scan);
     connection.def("scan_device", scan_device);
+    connection.def("quick_scanner", quick_scanner);
+    connection.def("time_scans", time_scans);
 }
 
 } // namespace talvor::python

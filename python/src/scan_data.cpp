@@ -24,6 +24,19 @@ void put(Bits& to, const void* bytes, size_t count, uint64_t bits) {
     to.clear_unused();
 }
 
+// Neither a number nor bytes.
+[[noreturn]] void raise_wrong_type(const py::object& data) {
+    const py::object made =
+        py::module_::import("talvor.errors")
+            .attr("_wrong_type")("data",
+                                 fmt::format("a {} is no integer and has no contiguous bytes",
+                                             Py_TYPE(data.ptr())->tp_name),
+                                 "give an int, bytes, or an array that "
+                                 "numpy.ascontiguousarray() made");
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(made.ptr())), made.ptr());
+    throw py::error_already_set();
+}
+
 } // namespace
 
 ScanData::ScanData(const py::object& data, std::optional<uint64_t> bits, uint64_t own_bits)
@@ -33,14 +46,12 @@ ScanData::ScanData(const py::object& data, std::optional<uint64_t> bits, uint64_
                "give how many bits are shifted, 1 or more"});
     }
     if (PyLong_Check(data.ptr())) {
-        const uint64_t length = bits.value_or(own_bits);
-        if (length == 0) {
-            raise({ErrorKind::Usage, 0, "bits", "an integer does not say how many bits are shifted",
-                   "add bits=, as in dr(0x1234, bits=16)"});
-        }
-        take_integer(data, length);
-    } else {
-        take_buffer(data, bits);
+        take_integer(data, bits.value_or(own_bits));
+    } else if (!take_buffer(data, bits)) {
+        // A scalar of numpy's, whose bytes nobody means, or a number of another kind.
+        const auto number = py::reinterpret_steal<py::object>(PyNumber_Index(data.ptr()));
+        PyErr_Clear();
+        number ? take_integer(number, bits.value_or(own_bits)) : raise_wrong_type(data);
     }
 }
 
@@ -51,6 +62,10 @@ ScanData::~ScanData() {
 }
 
 void ScanData::take_integer(const py::object& data, uint64_t bits) {
+    if (bits == 0) {
+        raise({ErrorKind::Usage, 0, "bits", "an integer does not say how many bits are shifted",
+               "add bits=, as in dr(0x1234, bits=16)"});
+    }
     bits_ = bits;
     byte_count_ = bytes_of(bits);
     if (bits <= 64) {
@@ -74,13 +89,14 @@ void ScanData::take_integer(const py::object& data, uint64_t bits) {
          "give a number from 0 to 2**bits - 1, or a larger bits="});
 }
 
-void ScanData::take_buffer(const py::object& data, std::optional<uint64_t> bits) {
+bool ScanData::take_buffer(const py::object& data, std::optional<uint64_t> bits) {
     if (PyObject_GetBuffer(data.ptr(), &buffer_, PyBUF_C_CONTIGUOUS | PyBUF_FORMAT) != 0) {
         PyErr_Clear();
-        raise({ErrorKind::Usage, 0, "data",
-               fmt::format("a {} is no integer and has no contiguous bytes",
-                           Py_TYPE(data.ptr())->tp_name),
-               "give an int, bytes, or an array that numpy.ascontiguousarray() made"});
+        return false;
+    }
+    if (buffer_.ndim == 0) {
+        PyBuffer_Release(&buffer_);
+        return false;
     }
     has_buffer_ = true;
     if (buffer_.format != nullptr && std::strcmp(buffer_.format, "?") == 0) {
@@ -96,6 +112,7 @@ void ScanData::take_buffer(const py::object& data, std::optional<uint64_t> bits)
     }
     bytes_ = buffer_.buf;
     byte_count_ = bytes_of(bits_);
+    return true;
 }
 
 void ScanData::copy_to(Bits& to) const {

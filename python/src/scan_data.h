@@ -32,7 +32,8 @@ public:
 private:
     ScanData() = default;
 
-    void take_buffer(const py::object& data, std::optional<uint64_t> bits);
+    // False: it has no bytes of its own.
+    [[nodiscard]] bool take_buffer(const py::object& data, std::optional<uint64_t> bits);
     void take_integer(const py::object& data, uint64_t bits);
 
     Py_buffer buffer_{};

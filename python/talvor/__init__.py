@@ -21,6 +21,8 @@ from ._places import program_folder as _program_folder
 
 _core.choose_program_folder(_program_folder())
 
+from typing import TYPE_CHECKING, Any  # noqa: E402
+
 from .chain import Chain, Device, IdCode  # noqa: E402
 from .errors import (  # noqa: E402
     ClosedError,
@@ -30,23 +32,69 @@ from .errors import (  # noqa: E402
     TalvorError,
     TargetError,
     UsageError,
+    WrongTypeError,
 )
-from .playing import Mismatch, Note, PlayReport, ProgramReport, Progress  # noqa: E402
 from .pod import Pod, ResetEntry, open  # noqa: E402
-from .registers import Registers  # noqa: E402
-from .shmoo import Shmoo, ShmooClock  # noqa: E402
-from .simulation import SimulatedPod, simulate  # noqa: E402
+from .simulation import Net, SimulatedPod, simulate  # noqa: E402
 from .state import State  # noqa: E402
-from .trace import Shift, Trace, read_vcd  # noqa: E402
+
+if TYPE_CHECKING:
+    from .cli import CommandResult, command
+    from .interconnect import Finding, InterconnectReport, CheckedNet
+    from .pins import DrivenPins, Level, Pin, PinSample, Pins
+    from .playing import Mismatch, Note, PlayReport, ProgramReport, Progress
+    from .registers import Registers
+    from .shmoo import Shmoo, ShmooClock
+    from .target import TargetDevice, TargetDevices
+    from .trace import Shift, Trace, read_vcd
+
+# What is loaded when it is first used, so that importing the package takes little time.
+_LATER = {
+    "cli": ("CommandResult", "command"),
+    "interconnect": ("Finding", "InterconnectReport", "CheckedNet"),
+    "pins": ("DrivenPins", "Level", "Pin", "PinSample", "Pins"),
+    "playing": ("Mismatch", "Note", "PlayReport", "ProgramReport", "Progress"),
+    "registers": ("Registers",),
+    "shmoo": ("Shmoo", "ShmooClock"),
+    "target": ("TargetDevice", "TargetDevices"),
+    "trace": ("Shift", "Trace", "read_vcd"),
+}
+
+
+def __getattr__(name: str) -> Any:
+    for module, names in _LATER.items():
+        if name in names or name == module:
+            import importlib
+
+            loaded = importlib.import_module(f".{module}", __name__)
+            found = loaded if name == module else getattr(loaded, name)
+            globals()[name] = found
+            return found
+    raise AttributeError(f"module {__name__!r} has no attribute {name!r}")
+
+
+def __dir__() -> list[str]:
+    return sorted({*globals(), *__all__})
+
 
 __all__ = [
     "Chain",
+    "CheckedNet",
     "ClosedError",
+    "CommandResult",
     "Device",
+    "DrivenPins",
     "FileError",
+    "Finding",
     "IdCode",
+    "InterconnectReport",
+    "Level",
     "Mismatch",
+    "Net",
     "Note",
+    "Pin",
+    "PinSample",
+    "Pins",
     "PlayReport",
     "ProgramReport",
     "Pod",
@@ -61,9 +109,13 @@ __all__ = [
     "SimulatedPod",
     "State",
     "TalvorError",
+    "TargetDevice",
+    "TargetDevices",
     "TargetError",
     "Trace",
     "UsageError",
+    "WrongTypeError",
+    "command",
     "open",
     "read_vcd",
     "simulate",

@@ -11,6 +11,7 @@ from .errors import UsageError
 from .state import State, StateLike, to_core
 
 if TYPE_CHECKING:
+    from .pins import Pins
     from .pod import Pod
 
 __all__ = ["Chain", "Device", "IdCode"]
@@ -85,9 +86,21 @@ class Device:
                 "the instruction lengths of the chain are ambiguous",
                 "give them with ir_lengths=, nearest TDI first, or in the board file",
             )
-        return self._pod._connection.scan_device(
-            self._chain, self._index, path, data, bits, to_core(end), fast, into
-        )
+        try:
+            return self._pod._connection.scan_device(
+                self._chain, self._index, path, data, bits, to_core(end), fast, into
+            )
+        except TypeError as error:
+            from .pod import _scan_mistake
+
+            raise _scan_mistake(error, bits) from None
+
+    @property
+    def pins(self) -> Pins:
+        """Its pins, by boundary scan; the other devices are in BYPASS. See :class:`talvor.Pins`."""
+        from .pins import Pins
+
+        return Pins(self._pod, str(self.number))
 
     @overload
     def ir(self, data: int, *, end: StateLike = ..., fast: bool = ...) -> int: ...
@@ -159,13 +172,17 @@ class Device:
 class Chain(Sequence[Device]):
     """The devices of a chain, the one nearest TDI first. Indexed by place (from 0) or by name."""
 
-    def __init__(self, pod: Pod, core: _core.Chain, names: Sequence[str] = ()) -> None:
+    def __init__(
+        self, pod: Pod, core: _core.Chain, names: Sequence[str] = (), names_first: bool = False
+    ) -> None:
         found = core.devices()
         if len(names) != len(found):
             names = [""] * len(found)
         self._core = core
         self._devices = [
-            Device(pod, core, index, name or known, idcode, ir_bits)
+            Device(
+                pod, core, index, known or name if names_first else name or known, idcode, ir_bits
+            )
             for index, ((name, idcode, ir_bits), known) in enumerate(zip(found, names))
         ]
 

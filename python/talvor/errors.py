@@ -20,6 +20,7 @@ __all__ = [
     "TalvorError",
     "TargetError",
     "UsageError",
+    "WrongTypeError",
 ]
 
 
@@ -61,6 +62,10 @@ class UsageError(TalvorError, ValueError):
     """A wrong argument."""
 
 
+class WrongTypeError(UsageError, TypeError):
+    """An argument of a type that cannot be meant."""
+
+
 class FileError(TalvorError, OSError):
     """A file that cannot be read, or that breaks its format."""
 
@@ -95,8 +100,11 @@ _KINDS: Final = (UsageError, FileError, RefusedError, PodError, TargetError)
 _KEYWORDS: Final = {
     "action": "action=",
     "board": "board=",
+    "bsdl": "bsdl=",
+    "compliance-met": "compliance_met=True",
     "delays": "delays=",
     "dry-run": "dry_run=True",
+    "enable-others": "enable_others=True",
     "fast": "fast=True",
     "ignore-crc": "ignore_crc=True",
     "ir": "ir=",
@@ -106,6 +114,8 @@ _KEYWORDS: Final = {
     "link-delay": "link_delay=",
     "maximum": "maximum=",
     "minimum": "minimum=",
+    "part": "parts=",
+    "passive": "passive=",
     "patience": "patience=",
     "pod": "serial=",
     "share": "share=True",
@@ -125,6 +135,10 @@ def _in_python(text: str) -> str:
 def _made(kind: int, code: int, thing: str, reason: str, next_step: str) -> TalvorError:
     """The exception for an error of the host library."""
     return _KINDS[kind](_in_python(thing), _in_python(reason), _in_python(next_step), code)
+
+
+def _wrong_type(thing: str, reason: str, next_step: str) -> WrongTypeError:
+    return WrongTypeError(thing, reason, next_step)
 
 
 def _closed() -> ClosedError:

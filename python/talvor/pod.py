@@ -6,25 +6,34 @@ import atexit
 import os
 import weakref
 from collections.abc import Callable, Mapping, Sequence
-from dataclasses import dataclass
 from types import TracebackType
-from typing import TYPE_CHECKING, Any, Literal, TypeVar, overload
+from typing import TYPE_CHECKING, Any, Final, Literal, NamedTuple, TypeVar, overload
 
 from . import _core
+from ._arguments import integer, number
+from ._arguments import path as path_of
 from .chain import Chain, Device
-from .errors import TalvorError, UsageError, _made
-from .playing import PlayReport, Progress, ProgressCallback, report_of
-from .registers import Registers
-from .shmoo import Shmoo, ShmooClock
+from .errors import TalvorError, UsageError, WrongTypeError, _made
 from .state import State, StateLike, from_core, to_core
 
 if TYPE_CHECKING:
+    from .interconnect import InterconnectReport
     from .lib import Operations
+    from .pins import Pins
+    from .playing import PlayReport, ProgressCallback
+    from .registers import Registers
+    from .shmoo import Shmoo
 
 __all__ = ["Devices", "Pod", "ResetEntry", "open"]
 
 _Pod = TypeVar("_Pod", bound="Pod")
 Path = str | os.PathLike[str]
+
+# What most scans are, looked up once.
+_DR: Final = _core.ScanPath.DR
+_IR: Final = _core.ScanPath.IR
+_IDLE: Final = State.IDLE
+_CORE_IDLE: Final = _core.StableState.IDLE
 
 _open_pods: weakref.WeakSet[Pod] = weakref.WeakSet()
 
@@ -39,13 +48,26 @@ def _close_all() -> None:
             pass
 
 
-@dataclass(frozen=True)
-class ResetEntry:
+class ResetEntry(NamedTuple):
     """A line of the reset log: its key, a sentence, and the number that belongs to some."""
 
     key: int
     text: str
     number: int | None
+
+
+def _scan_mistake(error: TypeError, bits: Any) -> Exception:
+    """What to raise where the host library takes an argument of a scan for none of its."""
+    if isinstance(error, TalvorError):
+        return error
+    try:
+        if bits is not None:
+            integer("bits", bits, 1, 1 << 36)
+    except UsageError as found:
+        return found
+    return WrongTypeError(
+        "scan", "an argument is of a wrong type", "fast and receive are truth values"
+    )
 
 
 class Devices:
@@ -67,10 +89,15 @@ class Pod:
     After :meth:`close`, or the end of a ``with`` block, everything raises :class:`ClosedError`.
     """
 
-    def __init__(self, connection: _core.Connection, names: Sequence[str] = ()) -> None:
+    def __init__(
+        self, connection: _core.Connection, names: Sequence[str] = (), names_first: bool = False
+    ) -> None:
         self._connection = connection
+        self._quick_scan = connection.quick_scanner()
         self._names = names
+        self._names_first = names_first  # before those that the host library knows
         self._chain: Chain | None = None
+        self._pins: Pins | None = None
         _open_pods.add(self)
 
     # --- its life ---------------------------------------------------------------------------------
@@ -164,9 +191,15 @@ class Pod:
         ...     captured & 1
         1
         """
-        return self._connection.scan(
-            _core.ScanPath.IR, data, bits, to_core(end), fast, receive, into
-        )
+        if end is _IDLE and into is None and receive and not fast:
+            answer = self._quick_scan(data, bits, True)
+            if answer is not NotImplemented:
+                return answer
+        try:
+            state = _CORE_IDLE if end is _IDLE else to_core(end)
+            return self._connection.scan(_IR, data, bits, state, fast, receive, into)
+        except TypeError as error:
+            raise _scan_mistake(error, bits) from None
 
     @overload
     def dr(
@@ -228,9 +261,15 @@ class Pod:
         ...     hex(pod.dr(0, bits=32))
         '0x5707e35'
         """
-        return self._connection.scan(
-            _core.ScanPath.DR, data, bits, to_core(end), fast, receive, into
-        )
+        if end is _IDLE and into is None and receive and not fast:
+            answer = self._quick_scan(data, bits, False)
+            if answer is not NotImplemented:
+                return answer
+        try:
+            state = _CORE_IDLE if end is _IDLE else to_core(end)
+            return self._connection.scan(_DR, data, bits, state, fast, receive, into)
+        except TypeError as error:
+            raise _scan_mistake(error, bits) from None
 
     def flush(self) -> None:
         """Let everything that is queued reach the target."""
@@ -246,7 +285,8 @@ class Pod:
         ...     print([device.name for device in pod.chain()])
         ['gate', 'cpu', 'switch', 'dsp', 'store']
         """
-        self._chain = Chain(self, self._connection.discover(), self._names)
+        core = self._connection.discover()
+        self._chain = Chain(self, core, self._names, self._names_first)
         return self._chain
 
     @property
@@ -262,8 +302,64 @@ class Pod:
         """
         return Devices(self)
 
+    def _names_that_hold(self) -> list[str]:
+        return list(self._names) if self._names_first else []
+
     def _known_chain(self) -> Chain:
         return self._chain or self.chain()
+
+    # --- the board --------------------------------------------------------------------------------
+
+    @property
+    def pins(self) -> Pins:
+        """The pins of the target's devices, by boundary scan; see :class:`talvor.Pins`.
+
+        The devices need BSDL files. Their pins are looked for once, when one is first asked for.
+        """
+        from .pins import Pins
+
+        if self._pins is None:
+            self._pins = Pins(self)
+        return self._pins
+
+    def interconnect(
+        self,
+        netlist: Path,
+        *,
+        parts: Mapping[str, str | int] | None = None,
+        passive: Sequence[str] = (),
+        dry_run: bool = False,
+        title: str = "",
+    ) -> InterconnectReport:
+        """Test the connections of the board. Drives the pins of its devices; resets the TAPs.
+
+        Args:
+            netlist: KiCad's, or a TOML file of nets.
+            parts: Which device of the chain a part of the netlist is, by its name or its number
+                from 1; else the one of the same name.
+            passive: Parts that drive nothing, beside those named like resistors and the like.
+            dry_run: Only say who would drive and see each net.
+            title: Of the picture; else the netlist's name.
+
+        Raises:
+            FileError: The netlist cannot be used.
+            RefusedError: Two outputs that nothing disables are on one net.
+            TargetError: The chain answers otherwise than its descriptions say.
+        """
+        from .interconnect import InterconnectReport
+
+        file = path_of("netlist", netlist)
+        devices = {str(part): str(device) for part, device in (parts or {}).items()}
+        return InterconnectReport(
+            *self._connection.interconnect(
+                file,
+                self._names_that_hold(),
+                devices,
+                list(passive),
+                bool(dry_run),
+                title or os.path.basename(file),
+            )
+        )
 
     # --- the TAP ----------------------------------------------------------------------------------
 
@@ -280,7 +376,7 @@ class Pod:
             via_idle: Through Run-Test/Idle, where seven test clocks are spent.
             times: So many times over.
         """
-        self._connection.move(to_core(to), via_idle, times)
+        self._connection.move(to_core(to), bool(via_idle), integer("times", times, 0, 0xFFFFFFFF))
 
     def run(self, clocks: int = 0, *, seconds: float = 0.0) -> None:
         """Stay in Run-Test/Idle until both are over.
@@ -289,7 +385,9 @@ class Pod:
             clocks: Test clocks, at least; the pod counts them by seven.
             seconds: Time, at least.
         """
-        self._connection.run(clocks, seconds, to_core(State.IDLE))
+        self._connection.run(
+            integer("clocks", clocks), number("seconds", seconds), to_core(State.IDLE)
+        )
 
     def reset(
         self,
@@ -307,7 +405,7 @@ class Pod:
             hidden: Keep the target undisturbed: outputs off meanwhile, TAP state restored.
             trst: Pulse TRSTn.
         """
-        log = self._connection.reset(soft, hard, hidden, trst)
+        log = self._connection.reset(bool(soft), bool(hard), bool(hidden), bool(trst))
         return [ResetEntry(*entry) for entry in log]
 
     # --- clock and delay --------------------------------------------------------------------------
@@ -319,7 +417,7 @@ class Pod:
 
     @hertz.setter
     def hertz(self, most: float | None) -> None:
-        self._connection.put_hertz(None if most is None else float(most))
+        self._connection.put_hertz(None if most is None else number("hertz", most))
 
     @property
     def link_delay(self) -> int:
@@ -329,6 +427,7 @@ class Pod:
     @link_delay.setter
     def link_delay(self, clocks: int) -> None:
         most = self._connection.link_delay()[1]
+        clocks = integer("link_delay", clocks, -1 << 62)
         if not 0 <= clocks <= most:
             raise UsageError(f"link delay {clocks}", "is out of range", f"give 0 to {most}")
         self._connection.put_link_delay(clocks)
@@ -355,6 +454,9 @@ class Pod:
             title: Of the picture.
             progress: Called after each trial with how many are done, and how many there are.
         """
+        from .shmoo import Shmoo, ShmooClock
+
+        clocks, bits = integer("clocks", clocks), integer("bits", bits)
         if clocks < 1 or bits < 1:
             raise UsageError("clocks, bits", "there must be one", "give 1 or more")
         found, tried, works, best, svg = self._connection.shmoo(
@@ -412,8 +514,10 @@ class Pod:
             TargetError: A wrong answer, or the exit code of a STAPL program. Its attribute
                 ``report`` tells how far it came.
         """
+        from .playing import Progress, report_of
+
         request = _core.PlayRequest()
-        request.path = os.fspath(path)
+        request.path = path_of("path", path)
         request.format = format
         request.check = check
         request.dry_run = dry_run
@@ -441,6 +545,8 @@ class Pod:
     @property
     def registers(self) -> Registers:
         """The controller's registers."""
+        from .registers import Registers
+
         return Registers(self)
 
     @property
@@ -452,13 +558,14 @@ class Pod:
 
 
 def open(
-    board: Path | None = None,
+    board: Path | Literal[False] | None = None,
     *,
     serial: int | None = None,
     library: Path | None = None,
     link_delay: int | None = None,
     max_hertz: float | None = None,
     ir_lengths: Sequence[int] = (),
+    bsdl: Path | None = None,
     patience: float = 60.0,
     wait: float = 0.0,
     share: bool = False,
@@ -466,24 +573,49 @@ def open(
     """Open a pod, and reserve it for this process.
 
     Args:
-        board: A board file; without one the pod's own defaults hold.
+        board: A board file. Without one it is looked for as the command ``talvor`` does: in
+            ``$TALVOR_BOARD``, as ``talvor.toml`` in the working folder and those above it, in the
+            user's settings; a file that others may write to is passed over with a warning. Where
+            there is none, or with False, the pod's own defaults hold.
         serial: The pod's serial number; before the board file's.
         library: The driver; before the board file's, and that which belongs to this module.
         link_delay: In test clocks; before the board file's.
         max_hertz: Test clock in Hz, at most; before the board file's.
         ir_lengths: Instruction lengths of the devices in bits, nearest TDI first.
+        bsdl: A folder of BSDL files, or one of them, found by the devices' IDCODEs; beside those
+            that the board file names.
         patience: Seconds that the pod's proxy may take for one answer; 0: as long as it takes.
         wait: Seconds to wait for a pod that is in use.
         share: Go on beside the user of a pod that is in use.
 
     Raises:
-        FileError: The board file, or the driver, cannot be used.
+        FileError: The board file, a BSDL file, or the driver, cannot be used.
         RefusedError: Another program uses the pod.
         PodError: There is no such pod, or it cannot be connected.
     """
+    if board is None:
+        board = _board_that_is_meant()
+    elif board is False:
+        board = None
     return Pod(
-        connect(board, serial, library, link_delay, max_hertz, ir_lengths, patience, wait, share)
+        connect(
+            board, serial, library, link_delay, max_hertz, ir_lengths, patience, wait, share, bsdl
+        )
     )
+
+
+def _board_that_is_meant() -> str | None:
+    """The board file that the command would take."""
+    found, passed_over = _core.find_board()
+    for one in passed_over:
+        import warnings
+
+        warnings.warn(
+            f"passing over {one}; take it with board=, if it is to be trusted",
+            RuntimeWarning,
+            stacklevel=3,
+        )
+    return found
 
 
 def connect(
@@ -496,16 +628,19 @@ def connect(
     patience: float,
     wait: float,
     share: bool,
+    bsdl: Path | None,
 ) -> _core.Connection:
     """The host library's connection for the arguments of :func:`open`."""
+    most = 0xFFFFFFFF
     return _core.Connection(
-        None if board is None else os.fspath(board),
-        None if library is None else os.fspath(library),
-        serial,
-        link_delay,
-        max_hertz,
-        list(ir_lengths),
-        patience,
-        wait,
-        share,
+        None if board is None else path_of("board", board),
+        None if library is None else path_of("library", library),
+        None if serial is None else integer("serial", serial, 0, most),
+        None if link_delay is None else integer("link_delay", link_delay, -most // 2, most // 2),
+        None if max_hertz is None else number("max_hertz", max_hertz),
+        [integer("ir_lengths", length, 0, most) for length in ir_lengths],
+        number("patience", patience),
+        number("wait", wait),
+        bool(share),
+        None if bsdl is None else path_of("bsdl", bsdl),
     )

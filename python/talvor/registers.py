@@ -5,6 +5,7 @@ from __future__ import annotations
 from collections.abc import Sequence
 from typing import TYPE_CHECKING, Final, overload
 
+from ._arguments import integer
 from .errors import UsageError
 
 if TYPE_CHECKING:
@@ -50,7 +51,8 @@ class Registers:
     def __setitem__(self, key: slice, value: Sequence[int]) -> None: ...
     def __setitem__(self, key: int | slice, value: int | Sequence[int]) -> None:
         first, count = self._stretch(key)
-        values = [value] if isinstance(value, int) else list(value)
+        given = list(value) if isinstance(value, Sequence) else [value]
+        values = [integer("value", one, -1 << 63) for one in given]
         if len(values) != count:
             raise UsageError(
                 f"{count} registers from {first}",
@@ -65,13 +67,14 @@ class Registers:
 
     def read_again(self, number: int, count: int) -> list[int]:
         """Read register ``number`` ``count`` times, one after the other."""
-        self._stretch(number)
-        return self._pod._connection.registers(number, count, True)
+        first, _ = self._stretch(number)
+        return self._pod._connection.registers(first, integer("count", count, 1, _MOST), True)
 
     def write_again(self, number: int, values: Sequence[int]) -> None:
         """Write ``values`` to register ``number``, one after the other."""
-        self._stretch(number)
-        self._pod._connection.put_registers(number, True, list(values))
+        first, _ = self._stretch(number)
+        given = [integer("value", one, 0, _MOST) for one in values]
+        self._pod._connection.put_registers(first, True, given)
 
     def poll(self, condition: str) -> None:
         """Let the pod wait for a condition.
@@ -79,7 +82,7 @@ class Registers:
         Args:
             condition: idle, ready, write-one, write-many, read-one or read-many.
         """
-        self._pod._connection.poll(condition)
+        self._pod._connection.poll(str(condition))
 
     @staticmethod
     def _stretch(key: int | slice) -> tuple[int, int]:
@@ -88,6 +91,7 @@ class Registers:
             if step != 1:
                 raise UsageError("registers", "they are read in a row", "leave the step away")
             return first, max(0, end - first)
-        if not 0 <= key < _COUNT:
-            raise IndexError(f"register {key}: there are 0 to {_COUNT - 1}")
-        return key, 1
+        number = integer("register", key, -1 << 63)
+        if not 0 <= number < _COUNT:
+            raise IndexError(f"register {number}: there are 0 to {_COUNT - 1}")
+        return number, 1

@@ -39,6 +39,12 @@ _TO_CORE: Final[dict[str, _core.StableState]] = {
 
 def to_core(state: StateLike) -> _core.StableState:
     """The host library's word for ``state``."""
+    if not isinstance(state, str):
+        from .errors import WrongTypeError
+
+        raise WrongTypeError(
+            repr(state), "is no stable state", "choose reset, idle, pausedr or pauseir"
+        )
     found = _TO_CORE.get(state) or _TO_CORE.get(state.lower())
     if found is None:
         from .errors import UsageError

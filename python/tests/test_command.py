@@ -70,3 +70,63 @@ def test_options_of_the_command_are_told_as_keywords(source: Path) -> None:
 def test_files_that_are_wrong_are_os_errors_too() -> None:
     with pytest.raises(OSError):
         talvor.open(board="/dev/null/none.toml")
+
+
+def test_a_board_is_looked_for_as_the_command_does(
+    tmp_path: Path, monkeypatch: pytest.MonkeyPatch
+) -> None:
+    monkeypatch.setenv("HOME", str(tmp_path))
+    monkeypatch.delenv("XDG_CONFIG_HOME", raising=False)
+    monkeypatch.delenv("TALVOR_BOARD", raising=False)
+    below = tmp_path / "a/b"
+    below.mkdir(parents=True)
+    monkeypatch.chdir(below)
+    with talvor.simulate():
+        # The simulated pod is this process's; a second connection sees it in use, or not there.
+        board = tmp_path / "talvor.toml"
+        board.write_text("[library]\npath = 5\n")
+        with pytest.raises(talvor.FileError, match="talvor.toml"):
+            talvor.open()
+        with pytest.raises(talvor.TalvorError) as failed:
+            talvor.open(board=False)
+        assert "talvor.toml" not in str(failed.value)
+        named = tmp_path / "named.toml"
+        named.write_text("nonsense = 1\n")
+        monkeypatch.setenv("TALVOR_BOARD", str(named))
+        with pytest.raises(talvor.FileError, match="named.toml"):
+            talvor.open()
+        monkeypatch.delenv("TALVOR_BOARD")
+        board.chmod(0o666)
+        with pytest.warns(RuntimeWarning, match="passing over .*take it with board="):
+            with pytest.raises(talvor.TalvorError):
+                talvor.open()
+
+
+def test_the_command_is_run_from_python(source: Path) -> None:
+    result = talvor.command(["chain", "--simulate", "--json"])
+    assert result.status == 0 and len(result.json()["devices"]) == 5
+    wrong = talvor.command(["nonsense"])
+    assert wrong.status == 2 and "nonsense" in wrong.errors
+    with pytest.raises(talvor.UsageError, match="--json"):
+        wrong.json()
+    with pytest.raises(talvor.UsageError, match="list of arguments"):
+        talvor.command("chain --simulate")
+    shell = talvor.command(["shell", "--simulate"], input="state\n")
+    assert shell.status == 0, shell.errors
+
+
+def test_what_is_loaded_later_is_there() -> None:
+    for name in talvor.__all__:
+        assert getattr(talvor, name) is not None and name in dir(talvor)
+    with pytest.raises(AttributeError, match="nonsense"):
+        talvor.nonsense  # type: ignore[attr-defined]
+
+
+def test_importing_loads_little() -> None:
+    program = (
+        "import sys; before = set(sys.modules); import talvor;"
+        "heavy = {'inspect', 'dataclasses', 'socket', 'subprocess', 'tempfile', 'json', 'tomllib'};"
+        "print(sorted((set(sys.modules) - before) & heavy))"
+    )
+    said = subprocess.run([sys.executable, "-S", "-c", program], capture_output=True, text=True)
+    assert said.stdout == "[]\n", said.stderr

@@ -132,3 +132,76 @@ def test_many_follow_each_other_without_a_trace(
         assert list(tmp_path.iterdir()) != []
         del pod
     assert list(tmp_path.iterdir()) == []
+
+
+@pytest.mark.parametrize("wire", ["TDO", "TDI", "TMS", "TCK"])
+def test_a_wire_breaks_and_is_mended_in_a_line(pod: talvor.SimulatedPod, wire: str) -> None:
+    pod.break_net(wire)
+    assert pod.status()["cable"] == {wire.lower(): "open"}
+    with pytest.raises(talvor.TargetError):
+        pod.chain()
+    pod.mend_net(wire)
+    assert pod.status()["cable"] == {}
+    assert len(pod.chain()) == 5
+
+
+def test_wires_touch_ground_and_supply(pod: talvor.SimulatedPod) -> None:
+    pod.stick_net("TDO", 0)
+    with pytest.raises(talvor.TargetError, match="TDO: reads zeros only"):
+        pod.chain()
+    pod.stick_net("tdo", 1)
+    with pytest.raises(talvor.TargetError, match="TDO: reads ones only"):
+        pod.chain()
+    pod.stick_net("TRSTn", 0)
+    assert pod.status()["cable"] == {"tdo": "1", "trst": "0"}
+    pod.mend_all()
+    assert len(pod.chain()) == 5
+
+
+def test_nets_break_and_are_mended(source: Path) -> None:
+    with talvor.simulate(source / "examples/board/pod.toml") as pod:
+        assert pod.level("ADDR1") == 1 and pod.nets["ADDR1"].driven == "strong"
+        pod.break_net("ADDR1")
+        pod.stick_net("ADDR0", 1)
+        assert pod.faults == ["open ADDR1", "stuck ADDR0 1"]
+        assert pod.nets["ADDR0"].level == 1 and pod.nets["ADDR0"].driven == "stuck"
+        pod.mend_net("ADDR1")
+        with pytest.raises(talvor.UsageError, match="nothing is wrong"):
+            pod.mend_net("ADDR1")
+        with pytest.raises(talvor.UsageError, match="no net and no pin"):
+            pod.break_net("NOPE")
+        pod.short_nets("ADDR1", "ADDR2", model="wired-or")
+        assert pod.level("ADDR2") == 1
+        pod.kill_device("u2", tdo=0)
+        pod.mend_all()
+        assert pod.faults == [] and pod.level("ADDR2") == 0
+        pod.core("u1.A(2)", 1)
+        assert pod.level("ADDR2") == 1
+        pod.drive("NMI", 0)
+        pod.drive("NMI", "Z")
+        pod.swap_devices("u1", "u2")
+        assert pod.chain()[0].idcode != pod.target["u1"]["idcode"]
+
+
+def test_registers_of_the_target_are_read_and_set(pod: talvor.SimulatedPod) -> None:
+    cpu = pod.target["cpu"]
+    pod.device["cpu"].dr(0xCAFE, bits=32, ir=0b1000)
+    assert cpu["scratch"] == 0xCAFE and cpu.instruction == 0b1000 and cpu.bits("scratch") == 32
+    cpu["scratch"] = 0x12345678
+    assert pod.device["cpu"].dr(0, bits=32) == 0x12345678
+    cpu["idcode"] = 0x0BADC0DF
+    assert pod.chain()["cpu"].idcode == 0x0BADC0DF
+    pod.power_off()
+    pod.power_on()
+    assert cpu["idcode"] == 0x1A2B3C4D
+    assert list(pod.target) == ["gate", "cpu", "switch", "dsp", "store"] and "idcode" in cpu
+    with pytest.raises(KeyError, match="'gate', 'cpu'"):
+        pod.target["fpga"]
+    with pytest.raises(KeyError):
+        cpu["nothing"]
+    with pytest.raises(talvor.UsageError, match="no register 'nothing'"):
+        cpu["nothing"] = 1
+    with pytest.raises(talvor.UsageError, match="does not fit"):
+        cpu["idcode"] = 1 << 32
+    with pytest.raises(TypeError, match="no whole number"):
+        cpu["idcode"] = 1.5  # type: ignore[assignment]

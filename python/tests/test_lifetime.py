@@ -19,7 +19,7 @@ from talvor import lib
 def test_everything_of_a_closed_pod_raises() -> None:
     pod = talvor.simulate(trace=True)
     device, registers, operation = pod.device["cpu"], pod.registers, pod.lib.GetState
-    devices, chain = pod.device, pod.chain()
+    devices, chain, cpu = pod.device, pod.chain(), pod.target["cpu"]
     pod.close()
     pod.close()
     assert pod.closed and repr(pod) == "<SimulatedPod, closed>"
@@ -36,6 +36,14 @@ def test_everything_of_a_closed_pod_raises() -> None:
         lambda: chain[0].ir(0),
         lambda: registers[3],
         lambda: operation(None),
+        lambda: pod.pins.sample(),
+        lambda: next(iter(pod.pins.watch())),
+        lambda: pod.pins.drive(),
+        lambda: pod.interconnect("nets.toml"),
+        lambda: pod.break_net("TDO"),
+        lambda: pod.nets,
+        lambda: cpu["idcode"],
+        lambda: cpu.instruction,
     ):
         with pytest.raises(talvor.ClosedError, match="open it again"):
             call()

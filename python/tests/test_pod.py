@@ -149,3 +149,32 @@ def test_a_pod_tells_what_it_is(pod: talvor.SimulatedPod) -> None:
     assert pod.revision == (3, 2)
     assert pod.library.endswith("libjsctalvor_340.so.0")
     assert repr(pod) == "<SimulatedPod 5>"
+
+
+@pytest.mark.parametrize(
+    "call",
+    [
+        lambda pod: pod.run("soon"),
+        lambda pod: pod.run(seconds="1"),
+        lambda pod: pod.move("idle", times=1.5),
+        lambda pod: pod.move(3),
+        lambda pod: setattr(pod, "hertz", "fast"),
+        lambda pod: setattr(pod, "link_delay", 1.5),
+        lambda pod: pod.shmoo(bits=1.5),
+        lambda pod: pod.play(7),
+        lambda pod: pod.registers["x"],
+        lambda pod: pod.registers.read_again(3, 1.5),
+        lambda pod: pod.registers.write_again(3, ["x"]),
+        lambda pod: setattr(pod, "registers", None) if False else pod.registers.__setitem__(3, 1.5),
+        lambda pod: pod.latency("x"),
+        lambda pod: talvor.open(board=5),
+        lambda pod: talvor.open(serial="5"),
+        lambda pod: talvor.open(board=False, patience="x"),
+        lambda pod: talvor.open(board=False, ir_lengths=["x"]),
+    ],
+)
+def test_wrong_types_are_type_errors_with_a_next_step(pod: talvor.SimulatedPod, call) -> None:  # type: ignore[no-untyped-def]
+    with pytest.raises(TypeError) as failed:
+        call(pod)
+    assert isinstance(failed.value, talvor.WrongTypeError)
+    assert failed.value.thing and failed.value.reason and failed.value.next_step

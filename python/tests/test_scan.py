@@ -118,3 +118,45 @@ def test_a_long_scan_is_exact(pod: talvor.SimulatedPod) -> None:
     answer = pod.dr(data)
     sent = int.from_bytes(data, "little")
     assert int.from_bytes(answer, "little") == sent << 5 & (1 << 8 * len(data)) - 1
+
+
+@pytest.mark.parametrize(
+    ("arguments", "words"),
+    [
+        ({"data": 5, "bits": "x"}, "bits='x': a str is no whole number\\nnext: give an int"),
+        ({"data": 5, "bits": 8.0}, "bits=8.0: a float is no whole number"),
+        ({"data": 5, "bits": 8, "end": 3}, "no stable state"),
+        ({"data": 1.5, "bits": 8}, "data: a float is no integer"),
+        ({"data": numpy.float64(1.5), "bits": 8}, "data: a .*float64 is no integer"),
+        ({"data": None, "bits": 8}, "data: a NoneType is no integer"),
+    ],
+)
+def test_wrong_types_are_told_with_a_next_step(
+    pod: talvor.SimulatedPod, arguments: dict[str, object], words: str
+) -> None:
+    for scan in (pod.dr, pod.ir, pod.device["cpu"].dr):
+        with pytest.raises(TypeError, match=words) as failed:
+            scan(**arguments)  # type: ignore[operator]
+        assert isinstance(failed.value, talvor.UsageError)
+        assert failed.value.thing and failed.value.next_step
+
+
+def test_a_length_out_of_range_is_a_usage_error(pod: talvor.SimulatedPod) -> None:
+    for bits in (-1, 1 << 70):
+        with pytest.raises(talvor.UsageError, match="bits=.*out of range|bits"):
+            pod.dr(5, bits=bits)
+
+
+def test_numbers_of_numpy_are_integers(scratch: talvor.SimulatedPod) -> None:
+    scratch.dr(numpy.uint64(0x1234 << 3), bits=numpy.int64(36))
+    assert scratch.dr(numpy.int8(0), bits=36) >> 3 & 0xFFFFFFFF == 0x1234
+
+
+def test_a_device_scan_that_rests_is_whole(pod: talvor.SimulatedPod) -> None:
+    cpu = pod.device["cpu"]
+    cpu.ir(0b1000)
+    cpu.dr(0xDEADBEEF, bits=32, end="pausedr")
+    assert pod.state == "pausedr"
+    assert cpu._pod.target["cpu"]["scratch"] == 0, "not updated yet"
+    pod.move("idle")
+    assert pod.target["cpu"]["scratch"] == 0xDEADBEEF
