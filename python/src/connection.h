@@ -69,7 +69,7 @@ public:
 
     // From within such a call: it is held from now on, or no more.
     void hold(std::shared_ptr<Holder> holder) noexcept { holder_ = std::move(holder); }
-    // From within such a call: its number, one more with each that moves something.
+    // From within such a call: its number, one more with each of them.
     [[nodiscard]] uint64_t call_number() const noexcept { return calls_; }
 
     // What the Shift clocks so far were for, for drawings.

@@ -14,6 +14,7 @@ no device of the chain has a description
 
 from __future__ import annotations
 
+import contextlib
 import time
 import weakref
 from collections.abc import Iterator, Mapping, Sequence
@@ -21,7 +22,7 @@ from typing import TYPE_CHECKING, Final, Literal, NamedTuple, overload
 
 from . import _core
 from ._arguments import number
-from .errors import TalvorError, UsageError, WrongTypeError
+from .errors import RefusedError, TalvorError, UsageError, WrongTypeError
 
 if TYPE_CHECKING:
     from types import TracebackType
@@ -320,7 +321,8 @@ class Pins:
                 yield before
         finally:
             if not self._pod.closed:
-                connection.leave_sampling(self._found())
+                with contextlib.suppress(RefusedError):  # who drives pins now resets the TAPs
+                    connection.leave_sampling(self._found())
 
     def drive(
         self,

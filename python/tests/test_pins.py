@@ -86,6 +86,15 @@ def test_the_pod_may_be_used_while_it_is_watched(board: talvor.SimulatedPod) -> 
     assert board.pins.get("u1.CLKOUT") == 1
 
 
+def test_pins_may_be_driven_while_they_are_watched(board: talvor.SimulatedPod) -> None:
+    watch = board.pins.watch(0)
+    next(watch)
+    with board.pins.drive({"u1.PA(0)": 0}, compliance_met=True):
+        with pytest.raises(talvor.RefusedError, match="its pins are driven"):
+            next(watch)
+        assert board.level("GPIO0") == 0
+
+
 def instructions(pod: talvor.SimulatedPod) -> set[int]:
     return {device.instruction for device in pod.target.values()}
 

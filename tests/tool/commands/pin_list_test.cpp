@@ -1,5 +1,4 @@
 #include "tests/host/boundary/two_parts.h"
-#include "tool/commands/compliance.h"
 #include "tool/commands/pin_list.h"
 
 #include <gmock/gmock.h>
@@ -101,17 +100,6 @@ TEST_F(PinListTest, PutsEveryPinOfThePackageIntoItsPicture) {
     EXPECT_EQ(package.pins[4].level, Level::High);
     EXPECT_EQ(package.pins[4].pin, "5");
     EXPECT_EQ(package.pins[7].kind, boundary::PinKind::Linkage);
-}
-
-TEST_F(PinListTest, SaysWhatComplianceWants) {
-    EXPECT_EQ(compliance_text(members_[0]), "MODE = 0");
-    EXPECT_EQ(compliance_text(members_[1]), "");
-    auto device = std::make_shared<bsdl::Device>(members_[0].plan->device());
-    device->compliance.signals.push_back(5);
-    device->compliance.patterns = {{"0X"}, {"11"}};
-    const boundary::Member other{
-        "u1", 4, std::make_shared<const boundary::Plan>(*boundary::Plan::make(device))};
-    EXPECT_EQ(compliance_text(other), "MODE, Q(0) = 0X or 11");
 }
 
 } // namespace
