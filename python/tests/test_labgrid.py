@@ -32,7 +32,7 @@ if HAS_LABGRID:
     from talvor.labgrid import bridge
     from talvor.labgrid.export import TalvorPodExport
 
-PATIENCE_SECONDS = 30
+PATIENCE_SECONDS = 60
 SSHD = os.environ.get("TALVOR_SSHD") or shutil.which("sshd", path="/usr/sbin")
 
 
@@ -509,13 +509,31 @@ class Lab:
         self.example = source / "examples/labgrid"
         self.environment = {**os.environ, "PYTEST_ADDOPTS": "", **environment}
         self.processes: list[subprocess.Popen[str]] = []
-        self.start("coordinator.log", source / "python/tests/labgrid_coordinator.py")
-        wait_until(lambda: "\nready" in self.log("coordinator.log"))
-        self.url = re.search(r"^ready (\S+)$", self.log("coordinator.log"), flags=re.M)[1]
-        self.environment["LG_CROSSBAR"] = self.url
         (folder / "exporter.yaml").write_text(share)
-        exporter = ("-m", "talvor.labgrid.exporter", "-n", "lab", "--hostname", "localhost")
-        self.start("exporter.log", *exporter, "exporter.yaml")
+        self.coordinator = source / "python/tests/labgrid_coordinator.py"
+
+    def __enter__(self) -> Lab:
+        self.start("coordinator.log", self.coordinator)
+        try:
+            wait_until(self.url)
+            self.environment["LG_CROSSBAR"] = self.url()
+            exporter = ("-m", "talvor.labgrid.exporter", "-n", "lab", "--hostname", "localhost")
+            self.start("exporter.log", *exporter, "exporter.yaml")
+            wait_until(lambda: "'cls': 'NetworkTalvorPod'" in self.log("exporter.log"))
+        except BaseException:
+            self.__exit__()
+            raise
+        return self
+
+    def __exit__(self, *_: object) -> None:
+        for process in reversed(self.processes):
+            process.terminate()
+            process.wait(PATIENCE_SECONDS)
+
+    def url(self) -> str:
+        """The coordinator's; empty before it is ready."""
+        found = re.search(r"^ready (\S+)\n", self.log("coordinator.log"), flags=re.M)
+        return found[1] if found else ""
 
     def start(self, log: str, *words: str | Path) -> None:
         with open(self.folder / log, "w") as out:
@@ -548,7 +566,6 @@ class Lab:
         return done.stdout
 
     def acquire(self) -> None:
-        wait_until(lambda: "'cls': 'NetworkTalvorPod'" in self.log("exporter.log"))
         self.client("-p", "bench-3", "create")
         self.client("-p", "bench-3", "add-match", "lab/bench-3/*")
         self.client("-p", "bench-3", "acquire")
@@ -560,29 +577,24 @@ class Lab:
         )
         return done.stdout + done.stderr
 
-    def close(self) -> None:
-        for process in reversed(self.processes):
-            process.terminate()
-            process.wait(PATIENCE_SECONDS)
-
 
 def test_a_lab_shares_a_pod(source: Path, tmp_path: Path) -> None:
     board = source / "examples/labgrid/board.toml"
     share = f"bench-3:\n  TalvorPod:\n    simulate: {board}\n    exposed: true\n"
-    lab = Lab(tmp_path, source, {}, share)
-    try:
+    with Lab(tmp_path, source, {}, share) as lab:
         lab.acquire()
         assert re.search(r"'port'[,:] \d+", lab.log("exporter.log"))
         assert "7 passed" in (said := lab.run_the_examples_tests()), said
         lab.client("-p", "bench-3", "release")
         assert re.search(r"'acquired': None,\s*'avail': True", lab.client("-v", "resources"))
         assert re.search(r"'port'[,:] None", lab.log("exporter.log").splitlines()[-1])
-    finally:
-        lab.close()
 
 
-def ssh_server(folder: Path) -> tuple[subprocess.Popen[bytes], str]:
-    """An SSH server of the test's own, and a folder for PATH whose ``ssh`` goes there."""
+@pytest.fixture()
+def ssh(tmp_path: Path) -> Iterator[str]:
+    """An SSH server of the test's own; a PATH whose ``ssh`` goes there."""
+    folder = tmp_path / "ssh"
+    folder.mkdir()
     with socket.create_server(("127.0.0.1", 0)) as free:
         port = free.getsockname()[1]
     for name in ("host", "client"):
@@ -607,25 +619,16 @@ def ssh_server(folder: Path) -> tuple[subprocess.Popen[bytes], str]:
     )
     (folder / "bin/ssh").chmod(0o755)
     server = subprocess.Popen([SSHD, "-D", "-e", "-f", folder / "sshd_config"])
-    return server, str(folder / "bin")
+    yield f"{folder}/bin:{os.environ['PATH']}"
+    server.terminate()
+    server.wait(PATIENCE_SECONDS)
 
 
 @pytest.mark.skipif(SSHD is None, reason="openssh-server is not installed")
-def test_a_lab_shares_a_pod_by_ssh(source: Path, tmp_path: Path) -> None:
+def test_a_lab_shares_a_pod_by_ssh(source: Path, tmp_path: Path, ssh: str) -> None:
     board = source / "examples/labgrid/board.toml"
-    (tmp_path / "ssh").mkdir()
-    server, programs = ssh_server(tmp_path / "ssh")
-    lab = Lab(
-        tmp_path,
-        source,
-        {"PATH": f"{programs}:{os.environ['PATH']}"},
-        f"bench-3:\n  TalvorPod:\n    simulate: {board}\n",
-    )
-    try:
+    share = f"bench-3:\n  TalvorPod:\n    simulate: {board}\n"
+    with Lab(tmp_path, source, {"PATH": ssh}, share) as lab:
         lab.acquire()
         assert "'proxy_required': True" in lab.log("exporter.log")
         assert "7 passed" in (said := lab.run_the_examples_tests()), said
-    finally:
-        lab.close()
-        server.terminate()
-        server.wait(PATIENCE_SECONDS)
