@@ -27,6 +27,7 @@ std::atomic<int> g_asked{-1};
 
 std::atomic<bool> g_watching{false}; // the signals are ours until the process ends
 std::atomic<bool> g_held{false};     // see InterruptsHeld
+std::atomic<int> g_only_asking{0};   // objects of SignalsOnlyAsk
 
 // What check_interrupt() says about the end of the time; written before the time runs.
 std::string& over_reason() {
@@ -129,17 +130,23 @@ void let_ask_again(bool again) {
 
 } // namespace
 
-InterruptsHeld::InterruptsHeld() noexcept {
-    g_held = true;
-    if (g_watching) {
+SignalsOnlyAsk::SignalsOnlyAsk() noexcept {
+    if (g_only_asking++ == 0 && g_watching) {
         let_ask_again(true);
     }
 }
 
-InterruptsHeld::~InterruptsHeld() {
-    if (g_watching) {
+SignalsOnlyAsk::~SignalsOnlyAsk() {
+    if (--g_only_asking == 0 && g_watching) {
         let_ask_again(false);
     }
+}
+
+InterruptsHeld::InterruptsHeld() noexcept {
+    g_held = true;
+}
+
+InterruptsHeld::~InterruptsHeld() {
     g_held = false;
 }
 

@@ -26,15 +26,26 @@ void forget_interrupt();
 [[nodiscard]] int interrupt_descriptor() noexcept;
 // An error when a signal has asked, for loops and ports to return.
 [[nodiscard]] Status check_interrupt();
-// While one lives, check_interrupt() has nothing to say, and a second signal does not kill: for
-// work that must be done before the program may end, and takes no time worth mentioning. What was
-// asked is not forgotten. One at a time.
+// While one lives, a second signal of a kind asks for the end once more and does not kill: where
+// something must be put right before the program may end.
+class SignalsOnlyAsk {
+public:
+    SignalsOnlyAsk() noexcept;
+    ~SignalsOnlyAsk();
+    SignalsOnlyAsk(const SignalsOnlyAsk&) = delete;
+    SignalsOnlyAsk& operator=(const SignalsOnlyAsk&) = delete;
+};
+// The same, and check_interrupt() has nothing to say: for what puts it right, which takes no time
+// worth mentioning. What was asked is not forgotten. One at a time.
 class InterruptsHeld {
 public:
     InterruptsHeld() noexcept;
     ~InterruptsHeld();
     InterruptsHeld(const InterruptsHeld&) = delete;
     InterruptsHeld& operator=(const InterruptsHeld&) = delete;
+
+private:
+    SignalsOnlyAsk signals_;
 };
 // Sleeps that long, or until a signal asks for the end, then or before.
 void sleep_unless_interrupted(std::chrono::nanoseconds time);

@@ -1,7 +1,5 @@
 #include "host/boundary/test_mode.h"
 
-#include "common/interrupt.h"
-
 #include <utility>
 
 namespace talvor::boundary {
@@ -22,6 +20,7 @@ TestMode::~TestMode() {
 
 Status TestMode::enter(std::span<const Instruction> instructions, const Images& images) {
     instructions_.assign(instructions.begin(), instructions.end());
+    signals_.emplace();
     entered_ = true;
     driving_ = false;
     Status done = access_.preload(images);
@@ -65,6 +64,7 @@ Status TestMode::leave() {
     note(first, access_.load(Instruction::Bypass));
     note(first, access_.reset());
     note(first, access_.flush());
+    signals_.reset();
     return first;
 }
 

@@ -1,9 +1,11 @@
 // A chain in a test mode, and the way out of it, which is gone whatever happens in between.
 #pragma once
 
+#include "common/interrupt.h"
 #include "common/result.h"
 #include "host/boundary/access.h"
 
+#include <optional>
 #include <span>
 #include <vector>
 
@@ -11,7 +13,8 @@ namespace talvor::boundary {
 
 // While one lives, pins are the boundary registers' to drive. Its end gives every boundary register
 // its safe values, then every device BYPASS, then Test-Logic-Reset; each of these steps is taken
-// even if the one before it failed, and also when a signal has asked for the end.
+// even if the one before it failed, and also when a signal has asked for the end; a second signal
+// does not kill meanwhile.
 //
 //   TestMode test(access);
 //   TRY(test.enter(Instruction::Extest));      // with safe values
@@ -46,6 +49,8 @@ private:
 
     Access& access_;
     std::vector<Instruction> instructions_;
+    // From the first step in to the last one out: who is impatient finds no driven pins behind.
+    std::optional<SignalsOnlyAsk> signals_;
     bool entered_ = false; // or on the way
     bool driving_ = false; // a test mode may have the pins
 };

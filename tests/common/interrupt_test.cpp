@@ -67,6 +67,28 @@ TEST_P(InterruptTest, WaitsForWorkThatMustBeDone) {
     EXPECT_EXIT(ask_during_work(GetParam()), testing::KilledBySignal(GetParam()), "done");
 }
 
+// As often as it likes, where something must be put right later; work that cannot wait within it.
+[[noreturn]] void ask_again_and_again(int signal) {
+    watch_interrupts();
+    {
+        const SignalsOnlyAsk patience;
+        raise(signal);
+        raise(signal);
+        if (check_interrupt()) {
+            std::_Exit(1);
+        }
+        { const InterruptsHeld held; }
+        raise(signal);
+    }
+    write(STDERR_FILENO, "done", 4);
+    raise(signal);
+    std::_Exit(3);
+}
+
+TEST_P(InterruptTest, OnlyAsksWhereSomethingMustBePutRight) {
+    EXPECT_EXIT(ask_again_and_again(GetParam()), testing::KilledBySignal(GetParam()), "done");
+}
+
 // The first one comes during the work.
 [[noreturn]] void ask_first_during_work(int signal) {
     watch_interrupts();

@@ -191,6 +191,7 @@ private:
             std::_Exit(1);
         }
         raise(SIGINT);
+        raise(SIGINT); // before the way out begins
         if (access.exchange({}, nullptr)) {
             std::_Exit(2);
         }
