@@ -1,5 +1,6 @@
 #include "common/text.h"
 
+#include "common/utf8.h"
 #include "hardware/pod_revision.h"
 
 #include <fmt/format.h>
@@ -18,25 +19,44 @@ std::string revision_text(uint16_t revision) {
     return fmt::format("{:x}.{:x}", pod_revision_major(revision), pod_revision_minor(revision));
 }
 
+namespace {
+
+// Nothing: XML holds the character itself.
+std::string_view entity_of(char c) noexcept {
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    case '"':
+        return "&quot;";
+    default:
+        return (c >= '\0' && c < ' ' && c != '\n' && c != '\t') || c == '\x7F' ? "?" : "";
+    }
+}
+
+// U+FFFE and U+FFFF are characters of UTF-8 and none of XML.
+bool is_forbidden(std::string_view character) noexcept {
+    return character == "\xEF\xBF\xBE" || character == "\xEF\xBF\xBF";
+}
+
+} // namespace
+
 std::string xml_text(std::string_view text) {
     std::string xml;
-    for (const char c : text) {
-        switch (c) {
-        case '&':
-            xml += "&amp;";
-            break;
-        case '<':
-            xml += "&lt;";
-            break;
-        case '>':
-            xml += "&gt;";
-            break;
-        case '"':
-            xml += "&quot;";
-            break;
-        default:
-            xml += (c >= '\0' && c < ' ' && c != '\n' && c != '\t') || c == '\x7F' ? '?' : c;
+    for (size_t at = 0; at < text.size();) {
+        const size_t bytes = utf8_bytes(text, at);
+        const std::string_view character = text.substr(at, bytes);
+        if (bytes == 0 || is_forbidden(character)) {
+            xml += '?';
+        } else if (const std::string_view entity = entity_of(character[0]); !entity.empty()) {
+            xml += entity;
+        } else {
+            xml += character;
         }
+        at += bytes == 0 ? 1 : bytes;
     }
     return xml;
 }

@@ -37,10 +37,12 @@ struct TomlEntry {
 // The document's root, a table. An error (BadFile) names the file as `name` and the line.
 [[nodiscard]] Result<TomlNode> parse_toml(std::string_view text, const std::string& name);
 
+// No text that a person writes is longer; devices may be without end.
+inline constexpr uint64_t kMostTextBytes = uint64_t{64} << 20U;
 // What the file at `path` holds, whole. An error (BadFile) names it and says why it cannot be read,
 // or that it holds more than `most_bytes`; no more than these are read then.
 [[nodiscard]] Result<std::string> read_text_file(const std::string& path,
-                                                 uint64_t most_bytes = UINT64_MAX);
+                                                 uint64_t most_bytes = kMostTextBytes);
 
 // "a text", "an integer", "a table" ...: what a message calls the type of a value.
 [[nodiscard]] std::string_view type_name(const TomlNode& node) noexcept;

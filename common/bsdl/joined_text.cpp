@@ -1,32 +1,15 @@
 #include "common/bsdl/joined_text.h"
 
+#include "common/utf8.h"
+
 #include <algorithm>
 
 namespace talvor::bsdl {
 namespace {
 
-// How many bytes the character at `offset` has in UTF-8; 0: it is none.
-size_t character_bytes(std::string_view text, size_t offset) noexcept {
-    const auto first = static_cast<uint8_t>(text[offset]);
-    const size_t bytes = first < 0x80                    ? 1
-                         : first >= 0xC2 && first < 0xE0 ? 2
-                         : first >= 0xE0 && first < 0xF0 ? 3
-                         : first >= 0xF0 && first < 0xF5 ? 4
-                                                         : 0;
-    if (bytes == 0 || offset + bytes > text.size()) {
-        return 0;
-    }
-    for (size_t i = 1; i < bytes; ++i) {
-        if ((static_cast<uint8_t>(text[offset + i]) & 0xC0U) != 0x80U) {
-            return 0;
-        }
-    }
-    return bytes;
-}
-
 bool is_utf8(std::string_view text) noexcept {
     for (size_t offset = 0; offset < text.size();) {
-        const size_t bytes = character_bytes(text, offset);
+        const size_t bytes = utf8_bytes(text, offset);
         if (bytes == 0) {
             return false;
         }

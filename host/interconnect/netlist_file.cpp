@@ -22,7 +22,7 @@ Result<Netlist> parse_netlist(std::string_view text, const std::string& name) {
 }
 
 Result<Netlist> read_netlist(const std::string& path) {
-    const Result<std::string> text = read_text_file(path);
+    const Result<std::string> text = read_text_file(path, kMostNetlistBytes);
     if (!text) {
         return file_error(path, text.error().reason,
                           "name a netlist: KiCad's, or one like examples/board/nets.toml");

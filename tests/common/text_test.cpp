@@ -24,5 +24,12 @@ TEST(XmlTextTest, HoldsNothingThatXmlForbids) {
     EXPECT_EQ(xml_text(std::string("a\0b\x1B[\n\t>", 8)), "a?b?[\n\t&gt;");
 }
 
+TEST(XmlTextTest, HoldsUtf8AndNothingElse) {
+    EXPECT_EQ(xml_text("\xC3\xA4<\xE2\x82\xAC"), "\xC3\xA4&lt;\xE2\x82\xAC");
+    EXPECT_EQ(xml_text("a\xFF\xFE<b\xC3"), "a??&lt;b?");
+    EXPECT_EQ(xml_text("\xED\xA0\x80"), "???"); // half a character of UTF-16
+    EXPECT_EQ(xml_text("\xEF\xBF\xBD\xEF\xBF\xBE\xEF\xBF\xBF"), "\xEF\xBF\xBD??");
+}
+
 } // namespace
 } // namespace talvor

@@ -69,6 +69,9 @@ TEST(ReadTextFileTest, GivesAllBytes) {
 }
 
 TEST(ReadTextFileTest, WhatCannotBeReadIsNamedWithTheReason) {
+    const auto endless = read_text_file("/dev/zero");
+    ASSERT_FALSE(endless);
+    EXPECT_EQ(headline(endless.error()), "/dev/zero: is larger than 67108864 bytes");
     const auto missing = read_text_file("/nowhere/file.toml");
     ASSERT_FALSE(missing);
     EXPECT_EQ(missing.error().kind, ErrorKind::BadFile);

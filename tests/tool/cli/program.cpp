@@ -89,7 +89,7 @@ std::string source_file(const std::string& name) {
 }
 
 std::string read_file(const std::string& path) {
-    return read_text_file(path).value();
+    return read_text_file(path, UINT64_MAX).value();
 }
 
 } // namespace talvor::cli
