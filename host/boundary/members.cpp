@@ -2,6 +2,7 @@
 
 #include "common/bsdl/words.h"
 #include "host/boundary/plan.h"
+#include "host/chain/descriptions.h"
 #include "host/chain/device_choice.h"
 
 #include <fmt/format.h>
@@ -78,6 +79,26 @@ Status check_members(const Chain& chain, const std::vector<Member>& members) {
     return {};
 }
 
+void compare(const Chain& chain, ChainMembers& made) {
+    for (size_t i = 0; i < made.members.size(); ++i) {
+        const Member& member = made.members[i];
+        if (!member.plan) {
+            continue;
+        }
+        const DescriptionCheck check = check_description(chain, i);
+        for (const std::string& contradiction : check.contradictions) {
+            made.notes.push_back(fmt::format("{}: {}", member.name, contradiction));
+        }
+        if (!check.same_part && !made.other_part) {
+            made.other_part = Error{
+                ErrorKind::Target, 0, member.name, check.contradictions.front(),
+                fmt::format("{} describes another part, or the [[device]] tables of the board file "
+                            "are in another order: 'talvor chain' compares them",
+                            chain.devices[i].description_file)};
+        }
+    }
+}
+
 } // namespace
 
 Result<ChainMembers> members_of(const Chain& chain, const std::string& device) {
@@ -95,6 +116,7 @@ Result<ChainMembers> members_of(const Chain& chain, const std::string& device) {
         TRY(leave_plan_to(made.members, *chosen, device));
     }
     TRY(check_members(chain, made.members));
+    compare(chain, made);
     return made;
 }
 

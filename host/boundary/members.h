@@ -5,14 +5,19 @@
 #include "host/boundary/access.h"
 #include "host/chain/chain.h"
 
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace talvor::boundary {
 
 struct ChainMembers {
-    std::vector<Member> members;    // nearest TDI first
-    std::vector<std::string> notes; // why a device that has a description stays in BYPASS
+    std::vector<Member> members; // nearest TDI first
+    // Why a device that has a description stays in BYPASS, and what devices say against theirs.
+    std::vector<std::string> notes;
+    // Of the first whose description is that of another part, what says so: whoever drives pins by
+    // it does not know which, nor against what.
+    std::optional<Error> other_part;
 };
 
 // Makes a plan of each device of `chain` that has a description; with `device`, a name or a number

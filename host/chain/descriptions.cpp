@@ -17,6 +17,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr size_t kVersionBits = 4; // of an IDCODE, the first of its text
+
 bool is_bsdl_name(const fs::path& path) {
     const std::string extension = path.extension().string();
     return bsdl::same_name(extension, ".bsd") || bsdl::same_name(extension, ".bsdl");
@@ -60,18 +62,29 @@ std::string codes_text(const std::vector<bsdl::Pattern>& codes) {
     return fmt::format("{}", fmt::join(texts, " or "));
 }
 
+// Whether one of the codes is that of the same part, in another version.
+bool is_other_version(const std::vector<bsdl::Pattern>& codes, const IdCode& code) {
+    return std::any_of(codes.begin(), codes.end(), [&code](const bsdl::Pattern& pattern) {
+        bsdl::Pattern any_version = pattern;
+        any_version.text.replace(0, kVersionBits, kVersionBits, 'X');
+        return any_version.matches(code.value);
+    });
+}
+
 void check_code(const ChainDevice& device, DescriptionCheck& check) {
     const std::vector<bsdl::Pattern>& codes = device.description->idcodes;
     if (!device.idcode) {
         if (codes.empty()) {
             check.matches.emplace_back("no IDCODE");
         } else {
+            check.same_part = false;
             check.contradictions.push_back(
                 fmt::format("it has no IDCODE, the file says {}", codes_text(codes)));
         }
     } else if (open_bits(*device.description, *device.idcode)) {
         check.matches.emplace_back("IDCODE");
     } else {
+        check.same_part = is_other_version(codes, *device.idcode);
         check.contradictions.push_back(
             fmt::format("its IDCODE is 0x{:08X}, the file says {}", device.idcode->value,
                         codes.empty() ? "that it has none" : codes_text(codes)));
@@ -100,6 +113,7 @@ void check_instruction(const Chain& chain, size_t index, DescriptionCheck& check
         return;
     }
     if (device.instruction_bits != said.instruction_bits) {
+        check.same_part = false;
         check.contradictions.push_back(
             fmt::format("its instruction register has {}, the file says {}",
                         count_text(device.instruction_bits, "bit"), said.instruction_bits));
@@ -115,6 +129,7 @@ void check_instruction(const Chain& chain, size_t index, DescriptionCheck& check
     if (fits(said.instruction_capture, bits)) {
         check.matches.emplace_back("capture");
     } else {
+        check.same_part = false;
         check.contradictions.push_back(
             fmt::format("its instruction register captures {}, the file says {}", bits,
                         said.instruction_capture.text));

@@ -47,6 +47,9 @@ private:
 struct DescriptionCheck {
     std::vector<std::string> matches;        // "IDCODE", "instruction length", "capture"
     std::vector<std::string> contradictions; // a sentence each: "its IDCODE is ..., the file ..."
+    // False when a contradiction is about more than the version in the IDCODE: the file is that of
+    // another part.
+    bool same_part = true;
 };
 // Of the device of this index, which has a description.
 [[nodiscard]] DescriptionCheck check_description(const Chain& chain, size_t index);

@@ -40,6 +40,9 @@ Result<Outcome> test(Session& session, const Request& request) {
         chain.devices[i].name = request.names[i].empty() ? chain.devices[i].name : request.names[i];
     }
     auto made = TRY(boundary::members_of(chain, ""));
+    if (made.other_part) {
+        return Failure(*std::move(made.other_part));
+    }
     Outcome outcome;
     for (const boundary::Member& member : made.members) {
         outcome.devices.push_back(member.name);

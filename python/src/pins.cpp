@@ -10,6 +10,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <optional>
 #include <pybind11/stl.h>
 #include <string>
 #include <tuple>
@@ -34,6 +35,7 @@ using Notes = std::vector<std::string>;
 struct Pins {
     std::vector<Member> members;
     Notes notes;
+    std::optional<Error> other_part; // why none may be driven
     std::vector<PinRow> rows;
     // The last samples', as long as nobody else has used the pod since.
     std::optional<Access> access{};
@@ -129,6 +131,7 @@ std::shared_ptr<Pins> find_pins(Connection& connection, const std::string& devic
         auto pins = std::make_shared<Pins>();
         pins->members = std::move(made.members);
         pins->notes = std::move(made.notes);
+        pins->other_part = std::move(made.other_part);
         pins->rows = boundary::pin_rows(pins->members, "");
         for (const Member& member : pins->members) {
             if (const std::string condition = compliance_condition(member); !condition.empty()) {
@@ -249,6 +252,9 @@ std::tuple<std::shared_ptr<DrivenPins>, Notes> drive_pins(Connection& connection
     Notes notes;
     auto driven =
         connection.use(Length::Long, [&](Session& session) -> Result<std::shared_ptr<DrivenPins>> {
+            if (pins.other_part) {
+                return Failure(*pins.other_part);
+            }
             const auto settings = TRY(settings_of(pins, words));
             TRY(check_compliance(pins, compliance_met));
             session.port().set_receive_mode(PodPort::ReceiveMode::Exact);

@@ -76,7 +76,7 @@ Status report(Context& context, const InterconnectRun& run, const InterconnectOp
 Status run_interconnect(Context& context, const InterconnectOptions& options) {
     const interconnect::Placement placement = TRY(placement_of(options));
     const interconnect::Netlist netlist = TRY(interconnect::read_netlist(options.netlist));
-    PinChain chain = TRY(find_pin_chain(context, ""));
+    PinChain chain = TRY(find_pin_chain(context, "", PinUse::Drive));
     InterconnectRun run;
     run.netlist = options.netlist;
     for (const boundary::Member& member : chain.members) {

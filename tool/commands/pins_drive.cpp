@@ -151,7 +151,7 @@ Result<uint32_t> toggle(Access& access, const Images& high, const Images& low,
 Status set_pins(Context& context, const PinsOptions& options) {
     TRY(check_set_options(options));
     const Instruction instruction = instruction_of(options.instruction);
-    PinChain chain = TRY(find_pin_chain(context, options.device));
+    PinChain chain = TRY(find_pin_chain(context, options.device, PinUse::Drive));
     const auto settings = TRY(parse_settings(chain.members, options.pins));
     TRY(require_compliance(context, chain.members, options.compliance_met));
     Access access(chain.session->port(), std::move(chain.members));
@@ -168,7 +168,7 @@ Status set_pins(Context& context, const PinsOptions& options) {
 }
 
 Status toggle_pins(Context& context, const PinsOptions& options) {
-    PinChain chain = TRY(find_pin_chain(context, options.device));
+    PinChain chain = TRY(find_pin_chain(context, options.device, PinUse::Drive));
     std::vector<PinSetting> settings;
     for (const std::string& name : options.pins) {
         settings.push_back({TRY(find_pin(chain.members, name)), Level::High});

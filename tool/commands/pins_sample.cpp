@@ -263,14 +263,14 @@ Status list_pins(Context& context, const PinsOptions& options) {
     if (options.count != 0 && options.watch_seconds <= 0 && options.vcd.empty()) {
         return usage_error("--count", "has no effect without --watch or --vcd");
     }
-    PinChain chain = TRY(find_pin_chain(context, options.device));
+    PinChain chain = TRY(find_pin_chain(context, options.device, PinUse::Listen));
     show_compliance(context, chain.members);
     Access access(chain.session->port(), std::move(chain.members));
     return leave_samples(access, list_with(context, access, options));
 }
 
 Status get_pins(Context& context, const PinsOptions& options) {
-    PinChain chain = TRY(find_pin_chain(context, options.device));
+    PinChain chain = TRY(find_pin_chain(context, options.device, PinUse::Listen));
     std::vector<PinRow> rows;
     for (const std::string& name : options.pins) {
         rows.push_back({TRY(find_pin(chain.members, name)), std::nullopt, false});

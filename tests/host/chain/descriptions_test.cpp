@@ -133,6 +133,22 @@ TEST(CheckDescriptionTest, NamesWhatContradicts) {
                 ElementsAre("its instruction register captures 01101, the file says X0X01"));
 }
 
+TEST(CheckDescriptionTest, TellsAnotherVersionFromAnotherPart) {
+    const auto same_part = [](const std::vector<std::string>& codes, std::optional<IdCode> code,
+                              uint32_t bits = 5, const std::string& capture = "XXX01") {
+        return check_description(described(codes, code, bits, capture), 1).same_part;
+    };
+    EXPECT_TRUE(same_part({kVersion2}, IdCode{0x24100501}));
+    EXPECT_TRUE(same_part({kVersion2}, IdCode{0x94100501}));
+    EXPECT_TRUE(same_part({}, std::nullopt));
+    EXPECT_FALSE(same_part({kVersion2}, IdCode{0x25100501})); // next to the version
+    EXPECT_FALSE(same_part({kVersion2}, IdCode{0x24100503}));
+    EXPECT_FALSE(same_part({kVersion2}, std::nullopt));
+    EXPECT_FALSE(same_part({}, IdCode{0x24100501}));
+    EXPECT_FALSE(same_part({kVersion2}, IdCode{0x24100501}, 6));
+    EXPECT_FALSE(same_part({kVersion2}, IdCode{0x24100501}, 5, "X0X01"));
+}
+
 TEST(CheckDescriptionTest, SaysNothingOfWhatNobodyKnows) {
     const DescriptionCheck check =
         check_description(described({kAnyVersion}, IdCode{0x94100501}, 0), 1);

@@ -1,5 +1,6 @@
 // The test of a board's connections: the board of the examples, whole and broken.
 #include "program.h"
+#include "way_out.h"
 
 #include <fmt/format.h>
 #include <gmock/gmock.h>
@@ -154,6 +155,116 @@ TEST(InterconnectTest, TestsNetsOfPartsThatAreSaidToBePassive) {
                                  "--passive", "X7"});
     EXPECT_EQ(outcome.status, 0) << outcome.err;
     EXPECT_THAT(outcome.out, HasSubstr("1 net, 1 tested"));
+}
+
+// ---- files of other parts ---------------------------------------------------------------------
+
+// The board file has the two parts the other way round.
+TEST(InterconnectTest, SaysFirstThatAFileIsThatOfAnotherPart) {
+    const std::string swapped = file_with(
+        "swapped.toml", fmt::format("[[device]]\nname = \"u2\"\nbsdl = \"{0}/tlc44.bsd\"\n"
+                                    "[[device]]\nname = \"u1\"\nbsdl = \"{0}/tlv100.bsd\"\n",
+                                    folder()));
+    const auto refusal = [&swapped](std::vector<std::string> words) {
+        words.insert(words.begin(), {"--simulate", folder() + "/pod.toml", "--board", swapped});
+        const Outcome outcome = talvor(std::move(words));
+        EXPECT_EQ(outcome.status, 1);
+        return outcome.err;
+    };
+    const std::string wanted = fmt::format(
+        "talvor: u2: its IDCODE is 0x04100501, the file says 0x10044501 or 0x20044501\n"
+        "  next: {}/tlc44.bsd describes another part, or the [[device]] tables of the board file "
+        "are in another order: 'talvor chain' compares them\n",
+        folder());
+    EXPECT_EQ(refusal({"interconnect", nets()}), wanted);
+    EXPECT_EQ(refusal({"interconnect", "--dry-run", nets()}), wanted);
+    EXPECT_EQ(refusal({"pins", "set", "u1.LED0=1", "--hold", "0.01"}), wanted);
+    EXPECT_EQ(refusal({"pins", "toggle", "u1.LED0", "--count", "1"}), wanted);
+    // Who only listens is told, and what the chain then says comes behind.
+    EXPECT_THAT(refusal({"pins"}),
+                testing::StartsWith("talvor: u2: its IDCODE is 0x04100501, the file says"));
+}
+
+// ---- the way out ------------------------------------------------------------------------------
+
+class InterconnectWayOutTest : public testing::Test {
+protected:
+    // A broken board, so that a closer look makes the test long; `script`: of the pod.
+    explicit InterconnectWayOutTest(const std::string& script = "")
+        : pod_(read_file(broken(kTwoFaults)),
+               {"--vcd", vcd_, "--script", file_with("way-out.txt", script)}) {}
+    // In the midst of the vectors: connecting and finding the chain take 17 batches, then EXTEST 3.
+    static constexpr unsigned kBatch = 26;
+
+    static std::vector<std::string> words(std::vector<std::string> more = {}) {
+        more.insert(more.end(), {"--board", folder() + "/board.toml", "interconnect", nets()});
+        return more;
+    }
+    // `whole`: every vector was driven.
+    void expect_the_way_out(bool whole) {
+        pod_.stop();
+        const std::vector<Act> acts = acts_of(vcd_);
+        way_out_.expect_taken(acts);
+        std::vector<std::string> driven;
+        for (const size_t entry : way_out_.entries(acts)) {
+            for (size_t i = entry + 1; i < acts.size() && acts[i].kind == Act::Kind::Data; ++i) {
+                driven.push_back(way_out_.images_of(acts[i]));
+            }
+        }
+        constexpr size_t kVectors = 12 + 8; // each a scan; a rest behind both parts; safe values
+        if (whole) {
+            EXPECT_EQ(driven.size(), kVectors + 2 + 1);
+        } else {
+            EXPECT_LT(driven.size(), kVectors);
+        }
+        EXPECT_GT(std::count_if(driven.begin(), driven.end(),
+                                [this](const auto& one) { return one != way_out_.safe(); }),
+                  0);
+    }
+
+    const std::string vcd_ = file_with("interconnect-way-out.vcd", "");
+    PodsimProcess pod_;
+    const WayOut way_out_{{{folder() + "/tlv100.bsd"}, {folder() + "/tlc44.bsd"}}};
+};
+
+TEST_F(InterconnectWayOutTest, IsGoneAtTheEnd) {
+    const Outcome outcome = talvor(words());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("1 more finding above"));
+    expect_the_way_out(true);
+}
+
+// The pod takes its time from a batch within the vectors on.
+class SlowVectorTest : public InterconnectWayOutTest {
+protected:
+    SlowVectorTest()
+        : InterconnectWayOutTest(fmt::format("batch {}: latency 200000\n", kBatch - 3)) {}
+    [[nodiscard]] bool driving() const {
+        return json::parse(pod_.ctl("status")).at("pods").at(0).at("batches") >= kBatch;
+    }
+};
+
+TEST_F(SlowVectorTest, TheWayOutIsGoneAfterASignal) {
+    Running testing(words());
+    ASSERT_TRUE(await([this] { return driving(); })) << testing.err();
+    testing.signal(SIGINT);
+    testing.signal(SIGINT); // somebody who does not like to wait
+    EXPECT_EQ(testing.wait(), 128 + SIGINT);
+    EXPECT_EQ(testing.out(), "") << "half a test says nothing of the board";
+    expect_the_way_out(false);
+}
+
+class FailingVectorTest : public InterconnectWayOutTest {
+protected:
+    FailingVectorTest() : InterconnectWayOutTest(fmt::format("batch {}: fail 1\n", kBatch)) {}
+};
+
+TEST_F(FailingVectorTest, TheWayOutIsGoneAfterAnErrorOfThePod) {
+    const Outcome outcome = talvor(words());
+    EXPECT_EQ(outcome.status, 1);
+    EXPECT_THAT(outcome.err, HasSubstr("talvor: "));
+    EXPECT_EQ(outcome.out, "");
+    expect_the_way_out(false);
 }
 
 // ---- faults at random, through library and simulated pod --------------------------------------

@@ -1,15 +1,12 @@
 // Pins of a simulated board of two devices, and the way out of driving them, seen in the waveform.
-#include "common/bsdl/reader.h"
-#include "host/boundary/plan.h"
-#include "host/waveform/vcd.h"
 #include "program.h"
+#include "way_out.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include <csignal>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -193,105 +190,25 @@ TEST_F(PinsTest, DrawsThePackage) {
 
 // ---- the way out ------------------------------------------------------------------------------
 
-// What an Update took over, or a reset.
-struct Act {
-    enum class Kind : uint8_t { Instruction, Data, Reset };
-    Kind kind;
-    std::string bits; // the first shifted first
-};
-
-std::vector<Act> acts_of(const std::string& vcd) {
-    const auto seen = waveform::read_vcd_file(vcd);
-    EXPECT_TRUE(seen) << headline(seen.error());
-    std::vector<Act> acts;
-    std::string bits;
-    for (const waveform::Sample& sample : seen->samples) {
-        switch (sample.state) {
-        case TapState::CaptureDr:
-        case TapState::CaptureIr:
-            bits.clear();
-            break;
-        case TapState::ShiftDr:
-        case TapState::ShiftIr:
-            bits += sample.tdi ? '1' : '0';
-            break;
-        case TapState::UpdateDr:
-            if (!bits.empty()) { // the driver passes through on its way to and from Pause-DR
-                acts.push_back({Act::Kind::Data, bits});
-            }
-            break;
-        case TapState::UpdateIr:
-            acts.push_back({Act::Kind::Instruction, bits});
-            break;
-        case TapState::TestLogicReset:
-            if (acts.empty() || acts.back().kind != Act::Kind::Reset) {
-                acts.push_back({Act::Kind::Reset, ""});
-            }
-            break;
-        default:
-            break;
-        }
-    }
-    return acts;
-}
-
 // Drives an output of the second device, which has BYPASS before it.
 class WayOutTest : public PinsTest {
 protected:
-    WayOutTest()
-        : pod_(board_text(), {"--vcd", vcd_}),
-          device_(std::make_shared<const bsdl::Device>(bsdl::read_bsdl(part("tlc44"))->device)) {}
+    WayOutTest() : pod_(board_text(), {"--vcd", vcd_}) {}
 
     std::vector<std::string> driving(std::vector<std::string> more) const {
         more.insert(more.begin(), {"--board", devices_, "pins", "--device", "u2"});
         return more;
     }
-    [[nodiscard]] std::string code(const char* name) const {
-        const std::string text = bsdl::find_instruction(*device_, name)->opcodes.front().text;
-        return {text.rbegin(), text.rend()};
-    }
-    [[nodiscard]] std::string safe() const {
-        const Bits image = boundary::Plan::make(device_)->safe();
-        std::string bits;
-        for (size_t i = 0; i < image.size(); ++i) {
-            bits += image[i] ? '1' : '0';
-        }
-        return bits;
-    }
-    // What the boundary register of u2, nearest TDO, got by a data scan.
-    [[nodiscard]] std::string image_of(const Act& act) const {
-        const size_t all = device_->boundary_bits + 1;
-        return act.bits.size() < all ? "" : act.bits.substr(act.bits.size() - all, all - 1);
-    }
-    [[nodiscard]] bool loads(const Act& act, const std::string& own) const {
-        return act.kind == Act::Kind::Instruction &&
-               act.bits.substr(act.bits.size() - own.size() - 5, own.size()) == own;
-    }
-
-    // From EXTEST on: never an instruction but EXTEST while values are unsafe; then safe values,
-    // BYPASS, Test-Logic-Reset, and nothing behind.
+    // And it began with safe values, and drove others in between.
     void expect_the_way_out() {
         pod_.stop();
         const std::vector<Act> acts = acts_of(vcd_);
-        ASSERT_GE(acts.size(), 5U);
-        EXPECT_EQ(acts.back().kind, Act::Kind::Reset);
-        const Act& bypass = acts[acts.size() - 2];
-        EXPECT_EQ(bypass.kind, Act::Kind::Instruction);
-        const size_t path = device_->instruction_bits + 5;
-        EXPECT_EQ(bypass.bits.substr(bypass.bits.size() - path), std::string(path, '1'));
-        const Act& last_data = acts[acts.size() - 3];
-        EXPECT_EQ(last_data.kind, Act::Kind::Data);
-        EXPECT_EQ(image_of(last_data), safe());
-        expect_safe_beginning(acts);
-    }
-    void expect_safe_beginning(const std::vector<Act>& acts) const {
+        way_out_.expect_taken(acts);
         bool drove = false;
-        for (size_t i = 1; i < acts.size(); ++i) {
-            if (loads(acts[i], code("EXTEST"))) {
-                EXPECT_EQ(image_of(acts[i - 1]), safe()); // PRELOAD
-                for (size_t j = i + 1; j < acts.size() && acts[j].kind == Act::Kind::Data; ++j) {
-                    drove = drove || image_of(acts[j]) != safe();
-                }
+        for (const size_t entry : way_out_.entries(acts)) {
+            EXPECT_EQ(way_out_.images_of(acts[entry - 1]), way_out_.safe()); // PRELOAD
+            for (size_t i = entry + 1; i < acts.size() && acts[i].kind == Act::Kind::Data; ++i) {
+                drove = drove || way_out_.images_of(acts[i]) != way_out_.safe();
             }
         }
         EXPECT_TRUE(drove);
@@ -299,7 +216,7 @@ protected:
 
     const std::string vcd_ = file_with("way-out.vcd", "");
     test_support::PodsimProcess pod_;
-    std::shared_ptr<const bsdl::Device> device_;
+    const WayOut way_out_{{{part("tlv100"), false}, {part("tlc44"), true}}};
 };
 
 TEST_F(WayOutTest, IsGoneAtTheEnd) {
