@@ -1,5 +1,6 @@
 #include "host/serve/listener.h"
 
+#include "common/host_lookup.h"
 #include "common/local_socket.h"
 #include "common/system_calls.h"
 
@@ -8,7 +9,6 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -77,20 +77,27 @@ std::string name_of_caller(int fd) {
     return name_of(generic, size);
 }
 
-using Addresses = std::unique_ptr<addrinfo, decltype(&freeaddrinfo)>;
+// Another address is no help where the system lacks something.
+bool is_want(int error) {
+    return error == EMFILE || error == ENFILE || error == ENOMEM || error == ENOBUFS;
+}
 
-Result<Addresses> look_up(const ServeAddress& address) {
+Failure no_listening(const ServeAddress& address, std::string reason) {
+    return is_want(errno) ? system_failure("listening at " + address.text())
+                          : file_error(address.text(), std::move(reason), kNextStep);
+}
+
+Result<HostLookup> look_up(const ServeAddress& address) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
     hints.ai_flags = AI_PASSIVE | AI_NUMERICSERV;
-    addrinfo* found = nullptr;
-    const int error =
-        system_calls.getaddrinfo(address.host.empty() ? nullptr : address.host.c_str(),
-                                 address.port.c_str(), &hints, &found);
-    if (error != 0) {
-        return file_error(address.text(), gai_strerror(error), kNextStep);
+    HostLookup lookup = look_up_host(address.host.empty() ? nullptr : address.host.c_str(),
+                                     address.port.c_str(), hints);
+    if (lookup.error != 0) {
+        return no_listening(address, lookup.error == EAI_SYSTEM ? std::strerror(errno)
+                                                                : gai_strerror(lookup.error));
     }
-    return Addresses(found, freeaddrinfo);
+    return lookup;
 }
 
 } // namespace
@@ -112,14 +119,15 @@ Result<Listener> Listener::open(const ServeAddress& address) {
 Result<Listener> Listener::open_local(const std::string& path) {
     Result<FileDescriptor> socket = listen_local(path, kWords, kWaitingCallers, SOCK_NONBLOCK);
     if (!socket) {
-        return file_error(path, socket.error().reason, kNextStep);
+        return is_want(errno) ? Failure(std::move(socket).error())
+                              : file_error(path, socket.error().reason, kNextStep);
     }
     return Listener(*std::move(socket), path, path, false);
 }
 
 Result<Listener> Listener::open_tcp(const ServeAddress& address) {
-    const Addresses addresses = TRY(look_up(address));
-    for (const addrinfo* one = addresses.get(); one != nullptr; one = one->ai_next) {
+    const HostLookup lookup = TRY(look_up(address));
+    for (const addrinfo* one = lookup.addresses.get(); one != nullptr; one = one->ai_next) {
         FileDescriptor fd(system_calls.socket(
             one->ai_family, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, one->ai_protocol));
         if (!fd.is_open()) {
@@ -136,8 +144,7 @@ Result<Listener> Listener::open_tcp(const ServeAddress& address) {
         getsockname(fd.get(), generic, &size);
         return Listener(std::move(fd), "", name_of(generic, size), !is_loopback(in_force));
     }
-    return file_error(address.text(),
-                      fmt::format("cannot be listened at: {}", std::strerror(errno)), kNextStep);
+    return no_listening(address, fmt::format("cannot be listened at: {}", std::strerror(errno)));
 }
 
 Caller Listener::accept() const {

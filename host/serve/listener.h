@@ -17,7 +17,8 @@ struct Caller {
 
 class Listener {
 public:
-    // Errors (ErrorKind::BadFile): the address cannot be had, with the reason.
+    // Errors: (ErrorKind::BadFile) the address cannot be had, with the reason; (ErrorKind::Pod) the
+    // system lacks descriptors or memory.
     [[nodiscard]] static Result<Listener> open(const ServeAddress& address);
     // The file of a UNIX socket goes away with it.
     ~Listener();

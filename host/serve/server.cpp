@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <poll.h>
 #include <utility>
 
@@ -122,9 +123,10 @@ void Server::answer_callers() {
 void Server::receive_caller(const OpenPort& port) {
     Caller caller = port.listener.accept();
     if (!caller.socket.is_open()) {
-        resting_ = errno != ECONNABORTED && errno != EAGAIN && errno != EWOULDBLOCK;
+        be_without_caller(port, errno);
         return;
     }
+    wanting_ = false;
     look_after_client();
     if (!client_) {
         begin_visit(std::move(caller), port);
@@ -132,6 +134,15 @@ void Server::receive_caller(const OpenPort& port) {
     }
     events_.turned_away({std::string(port.protocol.name), port.listener.name(), caller.name},
                         visit_);
+}
+
+// Whoever has gone before he was taken is no fault of the server's.
+void Server::be_without_caller(const OpenPort& port, int reason) {
+    resting_ = reason != ECONNABORTED && reason != EAGAIN && reason != EWOULDBLOCK;
+    if (resting_ && !std::exchange(wanting_, true)) {
+        events_.not_taken({std::string(port.protocol.name), port.listener.name(), ""},
+                          std::strerror(reason));
+    }
 }
 
 // The client may have gone while nobody looked: what it has sent is served.

@@ -45,6 +45,9 @@ public:
     virtual void came(const Visit& visit) = 0;
     // Another client is served.
     virtual void turned_away(const Visit& visit, const Visit& served) = 0;
+    // Somebody has come, who is nobody knows, and could not be taken for `reason`: "Too many open
+    // files". It is tried again and again, and only told again when it has worked in between.
+    virtual void not_taken(const Visit& visit, const std::string& reason) = 0;
     virtual void left(const Visit& visit, const Departure& departure) = 0;
 };
 
@@ -86,6 +89,7 @@ private:
     [[nodiscard]] Status be_silent();
     void answer_callers();
     void receive_caller(const OpenPort& port);
+    void be_without_caller(const OpenPort& port, int reason);
     void look_after_client();
     void begin_visit(Caller caller, const OpenPort& port);
     void end_visit(std::string reason, std::optional<Error> error);
@@ -97,6 +101,7 @@ private:
     Visit visit_;
     bool busy_ = false;            // the client was not silent for long enough yet
     bool resting_ = false;         // callers could not be taken for want of something
+    bool wanting_ = false;         // and that has been told
     std::vector<bool> has_caller_; // of the ports
     bool client_ready_ = false;
     uint64_t visits_ended_ = 0;

@@ -1,9 +1,9 @@
 #include "podsim/external/connected_socket.h"
 
+#include "common/host_lookup.h"
 #include "common/system_calls.h"
 
 #include <cerrno>
-#include <memory>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/socket.h>
@@ -39,33 +39,12 @@ FileDescriptor connect_unix(const std::string& path) {
                             sizeof(address));
 }
 
-// A failed look-up of a name as an errno.
-int errno_of_lookup(int error) {
-    switch (error) {
-    case EAI_SYSTEM:
-        return errno;
-    case EAI_MEMORY:
-        return ENOMEM;
-    default:
-        return EADDRNOTAVAIL;
-    }
-}
-
 // The first address of the host that answers.
 FileDescriptor connect_tcp(const std::string& host, const std::string& port) {
     addrinfo hints{};
     hints.ai_socktype = SOCK_STREAM;
-    addrinfo* found = nullptr;
-    int error = 0;
-    do {
-        error = system_calls.getaddrinfo(host.c_str(), port.c_str(), &hints, &found);
-    } while (error == EAI_SYSTEM && errno == EINTR);
-    if (error != 0) {
-        errno = errno_of_lookup(error);
-        return FileDescriptor();
-    }
-    const std::unique_ptr<addrinfo, decltype(&freeaddrinfo)> addresses(found, freeaddrinfo);
-    for (const addrinfo* one = found; one != nullptr; one = one->ai_next) {
+    const HostLookup lookup = look_up_host(host.c_str(), port.c_str(), hints);
+    for (const addrinfo* one = lookup.addresses.get(); one != nullptr; one = one->ai_next) {
         FileDescriptor fd = connected_socket(one->ai_family, one->ai_socktype, one->ai_protocol,
                                              one->ai_addr, one->ai_addrlen);
         if (fd.is_open()) {

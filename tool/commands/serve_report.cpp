@@ -158,6 +158,15 @@ void ServeReport::turned_away(const Visit& visit, const Visit& served) {
                json);
 }
 
+void ServeReport::not_taken(const Visit& visit, const std::string& reason) {
+    out_.event(fmt::format("{} {}: a client cannot be taken: {}; it is tried again until it can",
+                           visit.protocol, visit.port, reason),
+               Json{{"event", "not_taken"},
+                    {"protocol", visit.protocol},
+                    {"port", visit.port},
+                    {"reason", reason}});
+}
+
 void ServeReport::left(const Visit& visit, const Departure& departure) {
     Json json = visit_json("left", visit);
     json["reason"] = departure.reason;

@@ -35,6 +35,7 @@ public:
 
     void came(const Visit& visit) override;
     void turned_away(const Visit& visit, const Visit& served) override;
+    void not_taken(const Visit& visit, const std::string& reason) override;
     void left(const Visit& visit, const Departure& departure) override;
 
 private:

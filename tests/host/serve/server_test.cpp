@@ -1,5 +1,6 @@
 // A server over real sockets, and a target that is a model.
 #include "bare_port.h"
+#include "common/system_calls.h"
 #include "common/temporary.h"
 #include "host/serve/jtag_vpi.h"
 #include "host/serve/remote_bitbang.h"
@@ -11,6 +12,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cerrno>
 #include <condition_variable>
 #include <filesystem>
 #include <mutex>
@@ -40,6 +43,9 @@ public:
     void came(const Visit& visit) override { add(visit.protocol + " came"); }
     void turned_away(const Visit& visit, const Visit& served) override {
         add(visit.protocol + " turned away for " + served.protocol);
+    }
+    void not_taken(const Visit& visit, const std::string& reason) override {
+        add(visit.protocol + " not taken: " + reason);
     }
     void left(const Visit& visit, const Departure& departure) override {
         add(visit.protocol + " " +
@@ -134,6 +140,39 @@ TEST_F(ServerTest, ServesEveryProtocolOverTcpAndUnixSockets) {
                 ElementsAre("xvc came", "xvc closed the connection", "rbb came",
                             "rbb said good-bye", "vpi came", "vpi closed the connection"));
     EXPECT_TRUE(stop());
+}
+
+// Before the server runs, which takes its calls from the table.
+class WantingServerTest : public ServerTest {
+protected:
+    WantingServerTest() {
+        failures = 0;
+        system_calls.accept4 = [](int fd, sockaddr* address, socklen_t* size, int flags) {
+            if (++failures <= 3) {
+                errno = failures == 1 ? ECONNABORTED : EMFILE;
+                return -1;
+            }
+            return ::accept4(fd, address, size, flags);
+        };
+    }
+    ~WantingServerTest() override {
+        stop();
+        system_calls = before_;
+    }
+
+    static inline std::atomic<int> failures;
+
+private:
+    SystemCalls before_ = system_calls;
+};
+
+TEST_F(WantingServerTest, TellsOnceThatNobodyCanBeTakenAndTakesThemWhenItCan) {
+    start_all();
+    SocketClient client(name(1));
+    client.send("R");
+    EXPECT_EQ(client.receive(1), "1");
+    EXPECT_THAT(journal_.lines(2), ElementsAre("rbb not taken: Too many open files", "rbb came"));
+    EXPECT_EQ(failures, 4);
 }
 
 TEST_F(ServerTest, TurnsASecondClientAwayOnWhateverPort) {

@@ -151,12 +151,22 @@ TEST_P(AllocationTest, ARequestThatIsRefusedEndsTheProgramInOrder) {
 }
 
 std::vector<Command> commands() {
-    const std::string svf = SOURCE_FOLDER "/examples/demo.svf";
+    const std::string examples = SOURCE_FOLDER "/examples";
+    const std::string svf = examples + "/demo.svf";
+    const std::string board = "--simulate=" + examples + "/board/pod.toml";
+    const std::string devices = "--board=" + examples + "/board/board.toml";
+    const std::string cpld = "--simulate=" + examples + "/cpld.toml";
     return {
         {"Info", "talvor", {"--simulate", "info"}},
         {"Chain", "talvor", {"--simulate", "chain"}},
         {"ChainJson", "talvor", {"--simulate", "--json", "chain"}},
         {"SvfDryRun", "talvor", {"--simulate", "svf", "--dry-run", svf}},
+        {"Bsdl", "talvor", {"bsdl", "--json", examples + "/board/tlc44.bsd"}},
+        {"Pins", "talvor", {board, devices, "pins"}},
+        {"Interconnect", "talvor", {board, devices, "interconnect", examples + "/board/nets.toml"}},
+        {"Stapl", "talvor", {cpld, "stapl", "--action", "READ_IDCODE", examples + "/cpld.stapl"}},
+        {"Record", "talvor", {"--simulate", "record", "/dev/null", "chain"}},
+        {"Gang", "talvor", {"--simulate=" + examples + "/two-pods.toml", "--pods=all", "chain"}},
         {"Serve", "talvor-podsim", {}, true},
         {"ServeACommand", "talvor-podsim", {"--private", "true"}},
     };

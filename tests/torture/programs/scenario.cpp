@@ -8,6 +8,7 @@
 #include "podsim/external/external_target.h"
 #include "podsim/main/complaint.h"
 #include "podsim/main/life.h"
+#include "serving.h"
 #include "support/podsim_process.h"
 #include "tests/podsim/external/bitbang_server.h"
 #include "tool/output/record_log.h"
@@ -235,6 +236,7 @@ std::vector<Scenario> scenarios() {
         {"shift through a local target", nullptr, begin_local_target, shift_through_target},
         {"simulate", nullptr, nullptr, simulate},
         {"make temporaries", nullptr, nullptr, make_temporaries},
+        {"serve clients", nullptr, begin_serving_clients, serve_clients},
         {"append to a log", leave_torn_log, nullptr, append_to_log},
     };
 }
