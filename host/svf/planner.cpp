@@ -148,17 +148,14 @@ Status Planner::remember(Statement& statement) {
     return {};
 }
 
-ScanPart Planner::part(StatementKind kind) const {
+void Planner::fill(ScanPart& part, StatementKind kind) const {
     const Remembered& memory = remembered_[index_of(kind)];
-    ScanPart part;
+    const bool used = memory.length_bits != 0;
     part.statement = static_cast<play::StatementId>(kind);
     part.length_bits = memory.length_bits;
-    if (memory.length_bits != 0) {
-        part.tdi = memory.tdi.words().data();
-        part.tdo = memory.has_tdo ? memory.tdo.words().data() : nullptr;
-        part.mask = memory.has_mask ? memory.mask.words().data() : nullptr;
-    }
-    return part;
+    part.tdi = used ? memory.tdi.words().data() : nullptr;
+    part.tdo = used && memory.has_tdo ? memory.tdo.words().data() : nullptr;
+    part.mask = used && memory.has_mask ? memory.mask.words().data() : nullptr;
 }
 
 Status Planner::plan_scan(Statement& statement, Step& step) {
@@ -173,7 +170,7 @@ Status Planner::plan_scan(Statement& statement, Step& step) {
     scan.total_bits = 0;
     scan.end = family.path == ScanPath::Dr ? end_dr_ : end_ir_;
     for (size_t i = 0; i < family.kinds.size(); ++i) {
-        scan.parts[i] = part(family.kinds[i]);
+        fill(scan.parts[i], family.kinds[i]);
         scan.total_bits += scan.parts[i].length_bits;
     }
     if (scan.total_bits == 0) {

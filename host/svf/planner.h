@@ -57,7 +57,7 @@ private:
     };
 
     [[nodiscard]] Status remember(Statement& statement);
-    [[nodiscard]] play::ScanPart part(StatementKind kind) const;
+    void fill(play::ScanPart& part, StatementKind kind) const;
     [[nodiscard]] Status plan_scan(Statement& statement, play::Step& step);
     [[nodiscard]] Status plan_state(const Statement& statement, play::Step& step);
     [[nodiscard]] Status plan_no_scan(const Statement& statement, StableState end,

@@ -2,16 +2,13 @@
 
 #include "host/svf/hex.h"
 
+#include <algorithm>
 #include <cstring>
+#include <emmintrin.h>
 
 namespace talvor::svf {
 
 namespace {
-
-bool begins_with(const char* at, const char* end, const std::string& text) noexcept {
-    return static_cast<size_t>(end - at) >= text.size() &&
-           std::memcmp(at, text.data(), text.size()) == 0;
-}
 
 size_t length_without(const std::vector<WrittenValue>& values, size_t length) noexcept {
     for (const WrittenValue& value : values) {
@@ -21,6 +18,28 @@ size_t length_without(const std::vector<WrittenValue>& values, size_t length) no
 }
 
 } // namespace
+
+void WrittenForm::Piece::set(std::string_view text) {
+    text_ = text;
+    const size_t first = std::min(text.size(), kAtOnce);
+    std::ranges::copy(text.substr(0, first), first_.begin());
+    wanted_ = (1U << first) - 1;
+}
+
+bool WrittenForm::Piece::begins(const char* at, const char* end) const noexcept {
+    const auto left = static_cast<size_t>(end - at);
+    if (left < kAtOnce) {
+        return left >= text_.size() && std::memcmp(at, text_.data(), text_.size()) == 0;
+    }
+    const __m128i there = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
+    const __m128i first = _mm_loadu_si128(reinterpret_cast<const __m128i*>(first_.data()));
+    const auto equal = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(there, first)));
+    if ((equal & wanted_) != wanted_) {
+        return false;
+    }
+    return text_.size() <= kAtOnce ||
+           (left >= text_.size() && std::memcmp(at, text_.data(), text_.size()) == 0);
+}
 
 bool WrittenForm::learn(const WrittenText& written, const Statement& statement) {
     const std::vector<WrittenValue>& values = *written.values;
@@ -35,11 +54,11 @@ bool WrittenForm::learn(const WrittenText& written, const Statement& statement) 
         if (value.to - value.from != digits) {
             return false;
         }
-        pieces_[i].text = written.text.substr(from, value.from - from);
+        pieces_[i].set(written.text.substr(from, value.from - from));
         pieces_[i].parameter = value.parameter;
         from = value.to + 1;
     }
-    pieces_[values.size()].text = written.text.substr(from);
+    pieces_[values.size()].set(written.text.substr(from));
     pieces_[values.size()].parameter = nullptr;
     newlines_ = written.newlines;
     newlines_before_ = written.newlines_before;
@@ -53,20 +72,20 @@ bool WrittenForm::learn(const WrittenText& written, const Statement& statement) 
 size_t WrittenForm::read(std::string_view text, Statement& statement) const {
     const char* at = text.data();
     const char* const end = at + text.size();
-    if (pieces_used_ == 0 || !begins_with(at, end, pieces_[0].text)) {
+    if (pieces_used_ == 0 || !pieces_[0].begins(at, end)) {
         return 0;
     }
     ScanText& scan = statement.scan;
     scan.tdi.given = scan.tdo.given = scan.mask.given = scan.smask.given = false;
-    at += pieces_[0].text.size();
+    at += pieces_[0].size();
     for (size_t i = 1; i < pieces_used_; ++i) {
         HexParameter& parameter = scan.*pieces_[i - 1].parameter;
         parameter.given = true;
         at = read_whole_hex(at, end, length_bits_, parameter.value);
-        if (at == nullptr || !begins_with(at, end, pieces_[i].text)) {
+        if (at == nullptr || !pieces_[i].begins(at, end)) {
             return 0;
         }
-        at += pieces_[i].text.size();
+        at += pieces_[i].size();
     }
     statement.kind = kind_;
     scan.length_bits = length_bits_;

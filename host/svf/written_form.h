@@ -48,9 +48,23 @@ public:
 private:
     static constexpr size_t kParameters = 4;
 
-    struct Piece {
-        std::string text; // up to and with what opens the value behind it, or to the semicolon
-        HexParameter ScanText::*parameter = nullptr; // of that value; null at the end
+    // Text up to and with what opens the value behind it, or to the semicolon. Most pieces are
+    // short, and are compared in one go.
+    class Piece {
+    public:
+        void set(std::string_view text);
+        [[nodiscard]] size_t size() const noexcept { return text_.size(); }
+        // Whether [at, end) begins with it.
+        [[nodiscard]] bool begins(const char* at, const char* end) const noexcept;
+
+        HexParameter ScanText::*parameter = nullptr; // of the value behind it; null at the end
+
+    private:
+        static constexpr size_t kAtOnce = 16;
+
+        std::string text_;
+        std::array<char, kAtOnce> first_{}; // of the text
+        unsigned wanted_ = 0;               // a bit for each of them
     };
 
     size_t pieces_used_ = 0; // 0: the form is empty

@@ -108,6 +108,33 @@ TEST(WrittenFormTest, KnowsNothingElse) {
     EXPECT_EQ(form.read(" 10 TDI (3FF);", read), 14U);
 }
 
+TEST(WrittenFormTest, EachCharacterCountsHoweverLongThePieceIsAndWhereverTheTextEnds) {
+    Statement learnt;
+    learnt.kind = StatementKind::Sdr;
+    learnt.scan.length_bits = 4;
+    const std::vector<WrittenValue> none;
+    for (size_t length = 1; length <= 40; ++length) {
+        std::string text;
+        for (size_t i = 0; i < length; ++i) {
+            text += static_cast<char>('a' + i % 26);
+        }
+        WrittenForm form;
+        Statement read;
+        ASSERT_TRUE(form.learn({text, &none, 0, 0}, learnt));
+        for (const size_t behind : {0, 1, 15, 16, 40}) {
+            const std::string there = text + std::string(behind, '.');
+            EXPECT_EQ(form.read(there, read), length) << length << " and " << behind;
+            for (size_t i = 0; i < length; ++i) {
+                std::string other = there;
+                other[i] = '.';
+                EXPECT_EQ(form.read(other, read), 0U) << length << " at " << i;
+            }
+        }
+        EXPECT_EQ(form.read(text.substr(1), read), 0U);
+        EXPECT_EQ(form.read(text.substr(0, length - 1), read), 0U);
+    }
+}
+
 TEST(WrittenFormTest, IsNotLearntFromValuesInPieces) {
     Statement learnt;
     learnt.kind = StatementKind::Sdr;
