@@ -1,8 +1,5 @@
 #include "podsim/batch/data_run.h"
 
-#include "hardware/tbc_registers.h"
-#include "shm_structs.h"
-
 #include <algorithm>
 #include <array>
 #include <bit>

@@ -130,12 +130,15 @@ private:
             return fail("a read-count marker must stand here");
         }
         if constexpr (RunPorts<P>) {
-            if (const DataRun run = find_run(words_.subspan(index_), reads_allowed());
-                run.count != 0) {
+            if (const DataRun run = run_here(word); run.count != 0) {
                 return run_data(run);
             }
         }
         return one_word(word);
+    }
+
+    DataRun run_here(uint16_t word) const {
+        return may_begin_run(word) ? find_run(words_.subspan(index_), reads_allowed()) : DataRun{};
     }
 
     // Executes a run: in one piece where the controller takes it so, else a step word by word.

@@ -34,6 +34,7 @@ Status TestBus::move(TmsPath path) {
     if (path.count == 0) {
         return {};
     }
+    const TapState after = walk(state_, path);
     if (reaches_target()) {
         const TmsPath seen = arriving(path);
         const bool tdi = cable_.held(Wire::Tdi).value_or(kIdleTdi);
@@ -41,14 +42,14 @@ Status TestBus::move(TmsPath path) {
         if (observer_ != nullptr) {
             report({.count = seen.count, .tms = {&seen.tms, 1}, .constant_tdi = tdi});
         }
-        seen_ = walk(seen_, seen);
+        seen_ = seen_ == state_ && seen.tms == path.tms ? after : walk(seen_, seen);
         const auto ones =
             static_cast<unsigned>(std::countl_one(seen.tms << (kWordBits - seen.count)));
         seen_ones(ones, ones == seen.count);
     } else {
         missed();
     }
-    state_ = walk(state_, path);
+    state_ = after;
     pass(path.count);
     return {};
 }
