@@ -157,10 +157,9 @@ def test_arguments_are_checked_when_the_environment_is_read() -> None:
     for arguments in ({"serial": "five"}, {"board": 5}, {"simulate": 5}):
         with pytest.raises(InvalidConfigError):
             target_factory.make_resource(Target("it"), "TalvorPod", None, arguments)
+    arguments = {"host": "localhost", "protocol": "carrier pigeon"}
     with pytest.raises(ValueError, match="protocol"):
-        target_factory.make_resource(
-            Target("it"), "NetworkTalvorPod", None, {"host": "localhost", "protocol": "carrier pigeon"}
-        )
+        target_factory.make_resource(Target("it"), "NetworkTalvorPod", None, arguments)
 
 
 def test_the_example_passes(source: Path) -> None:
@@ -252,7 +251,8 @@ def test_clients_come_by_ssh_unless_the_pod_is_exposed(source: Path) -> None:
 def test_what_clients_are_told_can_be_sent(export: TalvorPodExport) -> None:
     export.acquire("bench-3")
     assert json.loads(json.dumps(export.asdict())) == export.asdict()
-    assert export.params["devices"] == [{"name": "bridge", "ir": 5}, {"name": "controller", "ir": 4}]
+    chain = [(device["name"], device["ir"]) for device in export.params["devices"]]
+    assert chain == [("bridge", 5), ("controller", 4)]
 
 
 def test_a_place_that_is_not_acquired_has_no_bridge(export: TalvorPodExport) -> None:
@@ -484,7 +484,7 @@ def test_a_clients_board_file_goes_before_what_the_exporter_tells(
     (tmp_path / "boards").mkdir()
     board = tmp_path / "boards/client.toml"
     board.write_text(
-        "[VEXIL]\nLINKDLY = 31\n[[device]]\nname = \"one\"\nir = 5\n[[device]]\nname = \"two\"\n"
+        '[VEXIL]\nLINKDLY = 31\n[[device]]\nname = "one"\nir = 5\n[[device]]\nname = "two"\n'
     )
     export.acquire("bench-3")
     target, driver = client_of(export)

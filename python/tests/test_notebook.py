@@ -80,7 +80,7 @@ def test_a_cell_that_fails_is_told(source: Path, copy: Path) -> None:
     assert copy.read_text() == before
 
 
-@pytest.mark.skipif(not HAS_JUPYTER, reason="jupyter-nbconvert or python3-ipykernel is not installed")
+@pytest.mark.skipif(not HAS_JUPYTER, reason="jupyter-nbconvert and ipykernel are not installed")
 def test_jupyter_shows_the_same(source: Path, copy: Path) -> None:
     done = subprocess.run(
         ["jupyter-nbconvert", "--to", "notebook", "--execute", "--stdout", copy],

@@ -33,7 +33,9 @@ def _open_bridge(resource: NetworkTalvorPod, devices: list[dict[str, Any]]) -> P
     """A simulated pod that has the pod behind the bridge as its target."""
     if resource.port is None:
         reason = getattr(resource, "extra", {}).get("reason", "the exporter serves it to nobody")
-        raise PodError("bridge", reason, "acquire the place, and look at labgrid-client -v resources")
+        raise PodError(
+            "bridge", reason, "acquire the place, and look at labgrid-client -v resources"
+        )
     host, port = proxymanager.get_host_and_port(resource)
     with tempfile.NamedTemporaryFile("w", suffix=".toml", prefix="talvor-") as board:
         board.write(board_of(devices))

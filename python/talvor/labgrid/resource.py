@@ -46,8 +46,8 @@ class NetworkTalvorPod(NetworkResource):
         port: TCP port of the bridge; None while an exporter has not started it.
         protocol: What it speaks: ``xvc``, or ``remote_bitbang``, which is slower and has resets.
         serial: The pod's serial number; None where it does not matter.
-        devices: The chain, nearest TDI first: for each device ``name`` and ``ir``, the length of its
-            instruction register in bits, as far as they are known.
+        devices: The chain, nearest TDI first: for each device ``name`` and ``ir``, the length of
+            its instruction register in bits, as far as they are known.
     """
 
     port: int | None = attr.ib(default=None, validator=optional(instance_of(int)))
