@@ -61,7 +61,7 @@ Result<std::string> digits_of(std::string_view text) {
 } // namespace
 
 Bits::Bits(size_t length_bits, bool value)
-    : size_(length_bits), words_(word_count(length_bits), value ? uint16_t{0xFFFF} : uint16_t{0}) {
+    : words_(word_count(length_bits), value ? uint16_t{0xFFFF} : uint16_t{0}), size_(length_bits) {
     clear_unused();
 }
 
@@ -84,8 +84,8 @@ Bits Bits::from_words(std::span<const uint16_t> words, size_t length_bits) {
 void Bits::assign_big_endian(std::span<const uint64_t> words, unsigned tail_digits,
                              size_t length_bits) {
     assert(words.empty() || (tail_digits >= 1 && tail_digits <= 16));
-    size_ = length_bits;
     words_.assign(word_count(length_bits), 0);
+    size_ = length_bits; // see resize()
     // The value is the full words moved up by the digits of the last one, and those below them.
     const unsigned tail_bits = tail_digits * 4;
     const size_t full = words.empty() ? 0 : words.size() - 1;
@@ -165,17 +165,18 @@ void Bits::clear_unused() noexcept {
 }
 
 void Bits::resize(size_t length_bits, bool value) {
-    const size_t used = size_ % kWordBits;
-    if (value && used != 0 && length_bits > size_) {
-        words_.back() = low_word(words_.back() | (0xFFFFU << used));
-    }
-    size_ = length_bits;
     // Zeros take the vector's quick way.
     if (value) {
         words_.resize(word_count(length_bits), uint16_t{0xFFFF});
     } else {
         words_.resize(word_count(length_bits));
     }
+    const size_t used = size_ % kWordBits;
+    if (value && used != 0 && length_bits > size_) {
+        uint16_t& last = words_[size_ / kWordBits];
+        last = low_word(last | (0xFFFFU << used));
+    }
+    size_ = length_bits; // as long as it has words, also where there is no memory for more
     clear_unused();
 }
 
@@ -243,8 +244,8 @@ void Bits::append(const uint16_t* words, size_t length_bits) {
     if (count == 0) {
         return;
     }
-    size_ += length_bits;
-    words_.resize(word_count(size_), 0);
+    words_.resize(word_count(size_ + length_bits), 0);
+    size_ += length_bits; // see resize()
     uint16_t* to = words_.data() + first;
     if (shift == 0) {
         std::copy_n(words, count, to);

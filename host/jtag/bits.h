@@ -95,8 +95,8 @@ public:
     }
 
 private:
+    std::vector<uint16_t> words_; // first: a copy that finds no memory leaves the size, too
     size_t size_ = 0;
-    std::vector<uint16_t> words_;
 };
 
 } // namespace talvor

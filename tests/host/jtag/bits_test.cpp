@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
+#include <new>
 #include <random>
 #include <string>
 #include <vector>
@@ -140,6 +142,22 @@ TEST(BitsTest, SliceAndAppendAgreeWithSingleBits) {
         const Bits start = bits.slice(0, offset);
         EXPECT_EQ(Bits::concat({&start, &part, &rest}), bits);
     }
+}
+
+// Who catches the lack of memory ends in order, and scans on its way out.
+TEST(BitsTest, StayWholeWhereThereIsNoMemoryForMore) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(__clang__)
+    GTEST_SKIP() << "a sanitizer may end the program at such a request";
+#endif
+    constexpr size_t kTooMany = SIZE_MAX / 2;
+    const Bits before = hex("12345", 20);
+    Bits bits = before;
+    EXPECT_THROW(bits.resize(kTooMany), std::bad_alloc);
+    EXPECT_EQ(bits, before);
+    EXPECT_THROW(bits.resize(kTooMany, true), std::bad_alloc);
+    EXPECT_EQ(bits, before);
+    EXPECT_THROW(bits.assign_big_endian({}, 0, kTooMany), std::bad_alloc);
+    EXPECT_EQ(bits, before);
 }
 
 TEST(BitsTest, AppendsItself) {
