@@ -15,8 +15,8 @@ namespace test_support {
 // What a test sets up, the driver reads; an unexpected call fails the test. Of the 88 slots the
 // seven that the driver may call work; each call is checked: the handle is the host's own, pointers
 // are not null, the context is the global one, the entry was null and nothing found before the
-// look-up, and an entry that is read is one that a look-up gave. A call that answers an error spoils
-// its outputs first, so that a driver which believes them is caught.
+// look-up, and an entry that is read is one that a look-up gave. A call that answers an error
+// spoils its outputs first, so that a driver which believes them is caught.
 class RecordingConfig {
 public:
     // What the host answers when a text is no number, no truth value.
