@@ -1,5 +1,6 @@
 #include "host/chain/chain.h"
 
+#include "host/chain/device_choice.h"
 #include "host/chain/part_names.h"
 #include "python/src/connection.h"
 #include "python/src/parts.h"
@@ -61,6 +62,10 @@ void add_chain(py::module_& module, py::class_<Connection>& connection) {
         .def("instruction_bits", &Chain::instruction_bits);
     connection.def("discover", discover);
     connection.def("described", described);
+    // The index of the device that a person means by `choice`.
+    module.def("find_device", [](const std::vector<std::string>& names, const std::string& choice) {
+        return value_of(find_device(names, choice));
+    });
     module.def("part_names", part_names);
     module.attr("PART_FOLDER") = PartNames::kUsualFolder;
 }

@@ -170,7 +170,11 @@ class Device:
 
 
 class Chain(Sequence[Device]):
-    """The devices of a chain, the one nearest TDI first. Indexed by place (from 0) or by name."""
+    """The devices of a chain, the one nearest TDI first.
+
+    Indexed by place (from 0), or by what a person calls a device: its name, capitals or not, else
+    its number (from 1) as a text.
+    """
 
     def __init__(
         self, pod: Pod, core: _core.Chain, names: Sequence[str] = (), names_first: bool = False
@@ -209,10 +213,11 @@ class Chain(Sequence[Device]):
     def __getitem__(self, key: int | str | slice) -> Device | list[Device]:
         if not isinstance(key, str):
             return self._devices[key]
-        for device in self._devices:
-            if device.name == key:
-                return device
-        raise KeyError(f"{key!r}: the devices are {[device.name for device in self]}")
+        try:
+            return self._devices[_core.find_device([device.name for device in self], key)]
+        except UsageError as error:
+            said = f"{error.thing}: {error.reason}"
+            raise KeyError(f"{said}; {error.next_step}" if error.next_step else said) from None
 
     def _rows(self) -> list[tuple[str, ...]]:
         return [

@@ -20,8 +20,16 @@ def test_chain_finds_the_devices_with_their_names(pod: talvor.SimulatedPod) -> N
 
 
 def test_an_unknown_device_is_named_with_those_that_there_are(pod: talvor.SimulatedPod) -> None:
-    with pytest.raises(KeyError, match="fpga.*'gate', 'cpu'"):
+    with pytest.raises(KeyError, match="device fpga: no device .* they are gate, cpu, switch"):
         pod.device["fpga"]
+    with pytest.raises(KeyError, match="device 6: the chain has 5 devices"):
+        pod.device["6"]
+
+
+def test_a_device_is_meant_by_its_name_in_any_case_or_its_number(
+    pod: talvor.SimulatedPod,
+) -> None:
+    assert pod.device["CPU"].number == pod.device["2"].number == pod.device[1].number == 2
 
 
 def test_chain_is_a_table_in_text_and_html(pod: talvor.SimulatedPod) -> None:
