@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <limits>
 #include <sys/mman.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace talvor::podsim::proxy {
@@ -52,6 +53,12 @@ std::vector<std::string> shm_objects() {
     }
     std::sort(names.begin(), names.end());
     return names;
+}
+
+off_t size_of(const std::string& path) {
+    struct stat file {};
+    EXPECT_EQ(stat(path.c_str(), &file), 0) << path;
+    return file.st_size;
 }
 
 Host::Host(uint32_t serial) {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <semaphore.h>
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 namespace talvor::podsim::proxy {
@@ -18,6 +19,11 @@ int posts_of(const std::string& name);
 
 // Names of everything in /dev/shm, sorted.
 std::vector<std::string> shm_objects();
+
+inline constexpr const char* kTablePath = "/dev/shm/talvor_proxy_gbl_shm_object";
+
+// Size of a file in bytes. One that is not there fails the test.
+off_t size_of(const std::string& path);
 
 class Host {
 public:

@@ -1,5 +1,5 @@
+#include "echo.h"
 #include "host.h"
-#include "podsim/proxy/ownership.h"
 #include "podsim/proxy/proxy.h"
 #include "tests/podsim/reason.h"
 
@@ -11,9 +11,6 @@
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
-#include <fstream>
-#include <limits>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -28,72 +25,6 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using namespace std::chrono_literals;
 
-constexpr const char* kTablePath = "/dev/shm/talvor_proxy_gbl_shm_object";
-
-// Answers every read with its port number plus 0x1000, and counts what it is asked. A write of
-// port 3 runs until the batch is stopped.
-class Echo : public Backend {
-public:
-    void attach() override { ++attached; }
-    void detach() override { ++detached; }
-    Status write_support(uint16_t value) override {
-        support = value;
-        return value == 0xDEAD ? failure("no") : Status();
-    }
-    batch::Outcome execute(const batch::Batch& batch, std::span<uint16_t> in) override {
-        ++executed;
-        return batch::execute(batch, in, *this, stop);
-    }
-    void request_stop() override { stop = true; }
-    void note(std::string_view text) override {
-        const std::scoped_lock lock(mutex);
-        notes.emplace_back(text);
-    }
-    std::vector<std::string> notes_now() {
-        const std::scoped_lock lock(mutex);
-        return notes;
-    }
-
-    bool write(uint16_t port, uint16_t) {
-        if (port == 3) {
-            running = true;
-            while (deaf || !stop) {
-                std::this_thread::sleep_for(1ms);
-            }
-        }
-        if (port == 4) {
-            running = true;
-            while (!go_on) {
-                std::this_thread::sleep_for(1ms);
-            }
-        }
-        return true;
-    }
-    std::optional<uint16_t> read(uint16_t port) { return static_cast<uint16_t>(0x1000 + port); }
-    bool wait(uint16_t) { return true; }
-    const Error& word_error() const { return no_error; }
-    Status settle() { return {}; }
-
-    std::atomic<int> attached{0}, detached{0}, executed{0}, support{-1};
-    std::atomic<bool> stop{false}, running{false}, go_on{false}, deaf{false};
-    std::mutex mutex;
-    std::vector<std::string> notes;
-    Error no_error;
-};
-
-std::unique_ptr<Proxy> start(std::vector<Pod> pods, Options options = {}) {
-    auto proxy = Proxy::start(std::move(pods), options);
-    EXPECT_TRUE(proxy) << reason_of(proxy);
-    return proxy ? *std::move(proxy) : nullptr;
-}
-
-void wait_until(const std::atomic<bool>& flag) {
-    for (int i = 0; i < 10'000 && !flag; ++i) {
-        std::this_thread::sleep_for(1ms);
-    }
-    EXPECT_TRUE(flag);
-}
-
 // Threads of this process.
 ptrdiff_t threads() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/task"), {});
@@ -103,12 +34,6 @@ mode_t mode_of(const std::string& path) {
     struct stat file {};
     EXPECT_EQ(stat(path.c_str(), &file), 0) << path;
     return file.st_mode & 07777;
-}
-
-off_t size_of(const std::string& path) {
-    struct stat file {};
-    EXPECT_EQ(stat(path.c_str(), &file), 0) << path;
-    return file.st_size;
 }
 
 TEST(ProxyTest, PublishesWhatAHostLooksFor) {
@@ -221,21 +146,6 @@ TEST(ProxyTest, AHundredStartsAndStopsLeaveNothingBehind) {
     }
 }
 
-TEST(ProxyTest, RefusesToDisturbALiveOne) {
-    Echo pod;
-    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
-    const auto before = shm_objects();
-    Echo other;
-    const auto second = Proxy::start({{{43, 0x0200, 0, 0}, &other}}, {});
-    ASSERT_FALSE(second);
-    EXPECT_EQ(reason_of(second), "a pod proxy already serves this machine (process " +
-                                     std::to_string(getpid()) +
-                                     "); stop it first, or use --private");
-    EXPECT_EQ(shm_objects(), before);
-    Host host(42);
-    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
-}
-
 TEST(ProxyTest, TwoPodsNeedTwoSerialNumbersAndNoMoreThan128Fit) {
     Echo pod;
     const auto twice = Proxy::start({{{42, 0, 0, 0}, &pod}, {{42, 0, 0, 0}, &pod}}, {});
@@ -252,105 +162,6 @@ TEST(ProxyTest, TwoPodsNeedTwoSerialNumbersAndNoMoreThan128Fit) {
     many.pop_back();
     const auto proxy = start(many);
     EXPECT_EQ(read_table().max_instances, 128U);
-}
-
-// What a proxy leaves that was killed while it held the mutex and a batch ran.
-void leave_stale_objects() {
-    const pid_t child = fork();
-    if (child == 0) {
-        Echo pod;
-        auto proxy = Proxy::start({{{42, 0x0200, 0, 0}, &pod}, {{43, 0x0200, 0, 0}, &pod}}, {});
-        sem_t* mutex = sem_open(SHM_GLOBAL_MUTEX_NAME, 0);
-        sem_wait(mutex);
-        Host host(42);
-        host.queue("write 3 0");
-        host.post_start();
-        std::raise(SIGKILL);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    ASSERT_TRUE(WIFSIGNALED(status));
-}
-
-TEST(ProxyTest, TakesOverWhatADeadOneLeft) {
-    leave_stale_objects();
-    ASSERT_EQ(shm_objects().size(), 9U);
-    ASSERT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 0);
-    Echo pod;
-    auto proxy = start({{{42, 0x0300, 0, 0}, &pod}});
-    ASSERT_TRUE(proxy);
-    EXPECT_EQ(posts_of("/talvor_proxy_gbl_sem_object"), 1);
-    EXPECT_EQ(read_table().max_instances, 1U);
-    EXPECT_EQ(read_table().devs[0].devRev, 0x0300);
-    Host host(42);
-    EXPECT_EQ(host.block().tbcMblockPtr, 2U);
-    EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
-    EXPECT_EQ(shm_objects().size(), 6U);
-    proxy.reset();
-    EXPECT_THAT(shm_objects(), IsEmpty());
-}
-
-TEST(ProxyTest, OpensSemaphoresThatStandThereAndEmptiesThem) {
-    sem_t* start_semaphore = sem_open("talvor_lcl_s_s_000042", O_CREAT, 0666, 3);
-    sem_t* complete = sem_open("talvor_lcl_s_c_000042", O_CREAT, 0666, 2);
-    ASSERT_NE(start_semaphore, SEM_FAILED);
-    ASSERT_NE(complete, SEM_FAILED);
-    {
-        Echo pod;
-        const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
-        EXPECT_EQ(posts_of("talvor_lcl_s_s_000042"), 0);
-        EXPECT_EQ(posts_of("talvor_lcl_s_c_000042"), 0);
-        Host host(42);
-        host.block().cmd = SHM_CMD_ATTACH;
-        sem_post(start_semaphore);
-        EXPECT_TRUE(host.take_complete());
-    }
-    sem_close(start_semaphore);
-    sem_close(complete);
-    EXPECT_THAT(shm_objects(), IsEmpty());
-}
-
-TEST(ProxyTest, ReplacesFilesThatAreNoSemaphoresBlocksOrTables) {
-    for (const char* name : {"sem.talvor_lcl_s_s_000042", "talvor_lcl_shm_000042",
-                             "talvor_proxy_gbl_shm_object", "sem.talvor_proxy_gbl_sem_object"}) {
-        std::ofstream("/dev/shm/" + std::string(name)) << "x";
-    }
-    {
-        Echo pod;
-        const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
-        Host host(42);
-        EXPECT_EQ(host.exchange(SHM_CMD_ATTACH), 0);
-        EXPECT_EQ(size_of(kTablePath), 10'244);
-    }
-    EXPECT_THAT(shm_objects(), IsEmpty());
-}
-
-TEST(ProxyTest, NeverRemovesAnObjectThatIsNotTheChannels) {
-    // A stale table that names somebody else's memory as a pod's block.
-    std::ofstream("/dev/shm/precious") << "x";
-    {
-        gbl_shm table{};
-        table.max_instances = 1;
-        table.devs[0].recUsed = 1;
-        table.devs[0].devSN = 7;
-        std::snprintf(table.devs[0].lcl_shm_name, SHM_POD_NAME_SIZE, "/precious");
-        std::ofstream(kTablePath, std::ios::binary)
-            .write(reinterpret_cast<const char*>(&table), sizeof(table));
-    }
-    Echo pod;
-    start({{{42, 0x0200, 0, 0}, &pod}})->stop();
-    EXPECT_THAT(shm_objects(), ElementsAre("precious"));
-    unlink("/dev/shm/precious");
-}
-
-TEST(ProxyTest, ALockFileWithoutALiveOwnerIsNoClaim) {
-    std::ofstream(SHM_OWNER_LOCK_PATH) << "1\n";
-    Echo pod;
-    const auto proxy = start({{{42, 0x0200, 0, 0}, &pod}});
-    ASSERT_TRUE(proxy);
-    std::string owner;
-    std::ifstream(SHM_OWNER_LOCK_PATH) >> owner;
-    EXPECT_EQ(owner, std::to_string(getpid()));
 }
 
 TEST(ProxyTest, APodThatIsBusyKeepsNoOtherWaiting) {
