@@ -20,6 +20,7 @@ pytestmark = pytest.mark.skipif(
     reason="python3-venv, python3-pip, python3-setuptools or python3-wheel is not installed",
 )
 
+PATH = f"{Path(sys.executable).parent}:/usr/bin:/bin"
 # What a wheel is made of; not the sources of what CMake builds.
 MADE_OF = ["pyproject.toml", "setup.py", "CMakeLists.txt", "LICENSE", "docs/installing.md",
            "docs/python.md", "scripts/version", "python/talvor", "examples/pytest"]
@@ -31,7 +32,7 @@ def clean_environment(home: Path, **more: str) -> dict[str, str]:
             if not name.startswith(("PYTHON", "TALVOR_", "PIP_", "LD_"))}
     return {**kept, "HOME": str(home), "PIP_CONFIG_FILE": os.devnull, "PIP_NO_INDEX": "1",
             "PIP_DISABLE_PIP_VERSION_CHECK": "1", "PYTHONDONTWRITEBYTECODE": "1",
-            "PATH": "/usr/bin:/bin", **more}
+            "PATH": PATH, **more}
 
 
 def run(*command: str | Path, cwd: Path, **more: str) -> subprocess.CompletedProcess[str]:
@@ -166,7 +167,7 @@ ln -s {build}/bin {build}/lib {build}/python "$2/"
 
 
 def test_cmake_builds_what_is_not_built(checkout: Path, build: Path, tmp_path: Path) -> None:
-    tools = f"{fake_cmake(tmp_path, build)}:/usr/bin:/bin"
+    tools = f"{fake_cmake(tmp_path, build)}:{PATH}"
     good(make_wheel(checkout, "-w", str(tmp_path / "wheels"), PATH=tools,
                     CMAKE_ARGS="-DONE=1 '-DTWO=a b'"))
     asked = (tmp_path / "asked").read_text().splitlines()
@@ -184,6 +185,6 @@ def test_what_is_missing_is_said(checkout: Path, build: Path, tmp_path: Path) ->
 
     assert re.search(r"^error: /dev/null/none/python/talvor/_core\..*\.so is missing: build the ",
                      refused(TALVOR_WHEEL_BUILD="/dev/null/none"), flags=re.M)
-    tools = f"{fake_cmake(tmp_path, build)}:/usr/bin:/bin"
+    tools = f"{fake_cmake(tmp_path, build)}:{PATH}"
     assert refused(PATH=tools, CMAKE_FAILS="3").startswith("error: cmake failed, see above; docs/")
     assert "PYTHONPATH=build/release/python" in refused("--inplace")
