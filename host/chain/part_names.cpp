@@ -2,9 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <fstream>
 #include <optional>
-#include <sstream>
+#include <string_view>
 
 namespace talvor {
 namespace {
@@ -22,17 +23,25 @@ std::string trimmed(std::string text) {
     return text;
 }
 
+// Takes the first field, between blanks, off the front of `text`.
+std::string_view take_field(std::string_view& text) {
+    constexpr std::string_view kBlanks = " \t\n\v\f\r";
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    const std::string_view field = text.substr(0, text.find_first_of(kBlanks));
+    text.remove_prefix(field.size());
+    return field;
+}
+
 // The first entry for `bits`, as it is written: the highest bit first.
 std::optional<Entry> entry_in(const std::string& path, const std::string& bits) {
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);) {
-        std::istringstream fields(line);
-        std::string key;
-        Entry entry;
-        if (fields >> key && key == bits && fields >> entry.folder) {
-            std::getline(fields, entry.name);
-            entry.name = trimmed(std::move(entry.name));
-            return entry;
+        std::string_view rest = line;
+        if (take_field(rest) != bits) {
+            continue;
+        }
+        if (const std::string_view folder = take_field(rest); !folder.empty()) {
+            return Entry{std::string(folder), trimmed(std::string(rest))};
         }
     }
     return std::nullopt;

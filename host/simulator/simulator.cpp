@@ -24,7 +24,7 @@ namespace {
 constexpr const char* kProgram = "talvor-podsim";
 constexpr const char* kProgramVariable = "TALVOR_PODSIM";
 constexpr std::chrono::seconds kStartPatience{20};
-constexpr std::chrono::milliseconds kLookEvery{2};
+constexpr std::chrono::microseconds kLookEvery{250}; // a start takes some milliseconds
 constexpr size_t kLastWords = 2000;
 
 Failure simulator_error(std::string reason, std::string next_step = {}) {
