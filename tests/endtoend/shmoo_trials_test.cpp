@@ -86,7 +86,7 @@ TEST_F(ShmooTrialsTest, EndWhereTheWatcherSaysSo) {
 }
 
 TEST_F(ShmooTrialsTest, WithoutAnyWorkingDelaySayWhatTheChainDoes) {
-    ASSERT_EQ(simulator_.ctl("power off"), "ok");
+    ASSERT_EQ(simulator_.ctl("cable tdo 0"), "ok");
     Shmoo tried = shmoo(2);
     Recorder watcher;
     const auto done = talvor::try_shmoo(*session_, 64, tried, watcher);
