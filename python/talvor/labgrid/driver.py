@@ -19,6 +19,7 @@ from labgrid.util.proxy import proxymanager
 from .. import simulation
 from ..chain import Chain
 from ..errors import PodError, RefusedError, UsageError
+from ..pins import Pins
 from ..playing import PlayReport, ProgressCallback
 from ..pod import Pod
 from ..pod import open as open_pod
@@ -218,9 +219,9 @@ class TalvorDriver(Driver, BootstrapProtocol, ResetProtocol):
             return pod.dr(data, bits=bits)
 
     @property
-    def pins(self) -> Any:
+    def pins(self) -> Pins:
         """The pins of the devices, as :attr:`talvor.Pod.pins`."""
-        return getattr(self.pod, "pins")
+        return self.pod.pins
 
     # --- files ------------------------------------------------------------------------------------
 
