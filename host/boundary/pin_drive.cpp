@@ -164,9 +164,10 @@ std::string contention_text(const std::vector<Member>& members, const PinOutcome
     if (!outcome.set || !outcome.read || *outcome.set == Level::Z || outcome.read == outcome.set) {
         return "";
     }
-    return fmt::format("{} is set to {} and reads {}: something else drives it",
-                       pin_text(members, outcome.address), text_of(*outcome.set),
-                       text_of(*outcome.read));
+    return fmt::format("{} is set to {} and reads {}: {}", pin_text(members, outcome.address),
+                       text_of(*outcome.set), text_of(*outcome.read),
+                       outcome.read == Level::Z ? "it drives the other level only"
+                                                : "something else drives it");
 }
 
 } // namespace talvor::boundary

@@ -58,7 +58,8 @@ struct PinOutcome {
                                                         const std::vector<PinSetting>& settings,
                                                         const Images& images,
                                                         Instruction instruction);
-// That something else drives the pin; "" when nothing seems to.
+// Why the pin has not the level that it was set to: something else drives it, or its driver is an
+// open one; "" when it has.
 [[nodiscard]] std::string contention_text(const std::vector<Member>& members,
                                           const PinOutcome& outcome);
 

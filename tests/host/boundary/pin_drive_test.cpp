@@ -71,6 +71,8 @@ TEST_F(PinDriveTest, TellsWhatSomethingElseDrives) {
     const PinAddress address{0, find_pin(access_.members(), "u1.Q(0)")->signal};
     EXPECT_EQ(contention_text(access_.members(), {address, Level::High, Level::Low}),
               "u1.Q(0) is set to 1 and reads 0: something else drives it");
+    EXPECT_EQ(contention_text(access_.members(), {address, Level::High, Level::Z}),
+              "u1.Q(0) is set to 1 and reads Z: it drives the other level only");
     EXPECT_EQ(contention_text(access_.members(), {address, Level::High, Level::High}), "");
     EXPECT_EQ(contention_text(access_.members(), {address, Level::Z, Level::High}), "");
     EXPECT_EQ(contention_text(access_.members(), {address, Level::High, std::nullopt}), "");
