@@ -29,10 +29,15 @@ std::optional<long double> number_in(const std::string& text, bool integral) {
                    ? std::optional(number)
                    : std::nullopt;
     }
-    // As CLI11 converts it afterwards, but without wrapping.
+    // As CLI11 converts it afterwards, but without wrapping, and without "0b101", which C libraries
+    // take since C23.
     errno = 0;
     char* end = nullptr;
     const bool negative = text.starts_with('-');
+    if (const size_t sign = negative || text.starts_with('+') ? 1 : 0;
+        text.compare(sign, 2, "0b") == 0 || text.compare(sign, 2, "0B") == 0) {
+        return std::nullopt;
+    }
     const auto whole = negative ? static_cast<long double>(std::strtoll(text.c_str(), &end, 0))
                                 : static_cast<long double>(std::strtoull(text.c_str(), &end, 0));
     return !text.empty() && *end == '\0' && errno == 0 ? std::optional(whole) : std::nullopt;

@@ -137,6 +137,7 @@ TEST(OptionsTest, RefuseWhatTheirChecksDoNotAllow) {
              {{"do", "--count", "10", "a"}, "--count: 10: expected a number from 1 to 9 / "},
              {{"do", "--count", "0", "a"}, "--count: 0: expected a number from 1 to 9 / "},
              {{"do", "--count", "x", "a"}, "--count: x: expected a number from 1 to 9 / "},
+             {{"do", "--count", "0b1", "a"}, "--count: 0b1: expected a number from 1 to 9 / "},
              {{"do", "--count"}, "--count: needs a value / "},
              {{"do", "--bits", "0", "a"},
               "--bits: 0: expected a number from 1 to 18446744073709551615 / "},
