@@ -5,6 +5,7 @@
 #include "host/interconnect/matrix_svg.h"
 #include "host/interconnect/netlist_file.h"
 #include "python/src/connection.h"
+#include "python/src/named_chain.h"
 #include "python/src/parts.h"
 
 #include <map>
@@ -33,13 +34,7 @@ struct Outcome {
 
 Result<Outcome> test(Session& session, const Request& request) {
     const interconnect::Netlist netlist = TRY(interconnect::read_netlist(request.netlist));
-    session.port().set_receive_mode(PodPort::ReceiveMode::Exact);
-    Chain chain = TRY(session.discover());
-    for (size_t i = 0; request.names.size() == chain.devices.size() && i < chain.devices.size();
-         ++i) {
-        chain.devices[i].name = request.names[i].empty() ? chain.devices[i].name : request.names[i];
-    }
-    auto made = TRY(boundary::members_of(chain, ""));
+    auto made = TRY(boundary::members_of(TRY(named_chain(session, request.names)), ""));
     if (made.other_part) {
         return Failure(*std::move(made.other_part));
     }

@@ -5,6 +5,7 @@
 #include "host/boundary/pin_drive.h"
 #include "host/boundary/pin_rows.h"
 #include "python/src/connection.h"
+#include "python/src/named_chain.h"
 #include "python/src/parts.h"
 
 #include <fmt/format.h>
@@ -122,12 +123,7 @@ private:
 std::shared_ptr<Pins> find_pins(Connection& connection, const std::string& device,
                                 const std::vector<std::string>& names) {
     return connection.use(Length::Long, [&](Session& session) -> Result<std::shared_ptr<Pins>> {
-        session.port().set_receive_mode(PodPort::ReceiveMode::Exact);
-        Chain chain = TRY(session.discover());
-        for (size_t i = 0; names.size() == chain.devices.size() && i < names.size(); ++i) {
-            chain.devices[i].name = names[i].empty() ? chain.devices[i].name : names[i];
-        }
-        auto made = TRY(boundary::members_of(chain, device));
+        auto made = TRY(boundary::members_of(TRY(named_chain(session, names)), device));
         auto pins = std::make_shared<Pins>();
         pins->members = std::move(made.members);
         pins->notes = std::move(made.notes);

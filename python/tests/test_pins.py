@@ -47,6 +47,20 @@ def test_a_pin_that_there_is_not_is_told(board: talvor.SimulatedPod) -> None:
         board.pins[3]  # type: ignore[index]
 
 
+def test_nothing_is_driven_by_the_file_of_another_part(source: Path, tmp_path: Path) -> None:
+    parts = source / "examples/board"
+    swapped = tmp_path / "swapped.toml"
+    swapped.write_text(
+        f'[[device]]\nname = "u2"\nbsdl = "{parts}/tlc44.bsd"\n'
+        f'[[device]]\nname = "u1"\nbsdl = "{parts}/tlv100.bsd"\n'
+    )
+    with talvor.simulate(parts / "pod.toml", board=swapped) as pod:
+        with pytest.raises(talvor.TargetError, match="its IDCODE is 0x04100501, the file says"):
+            pod.pins.drive({"u1.PA(0)": 1}, compliance_met=True)
+        with pytest.raises(talvor.TargetError, match="another order"):
+            pod.interconnect(parts / "nets.toml")
+
+
 def test_samples_show_what_the_target_does(board: talvor.SimulatedPod) -> None:
     sample = board.pins.sample()
     assert sample["u1.CLKOUT"] == 1 and sample["u1.RD_N"] == 0
