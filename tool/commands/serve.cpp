@@ -81,12 +81,13 @@ Status still_served() {
 Status run_server(EdgePort& pins, const std::vector<ServePort>& ports, ServeReport& report,
                   const ServeOptions& options, uint32_t serial) {
     Server server = TRY(Server::open(ports, pins, report));
+    report.ready(server, serial);
+    TRY(flush_output());
+    // Last: whoever waits for it finds there, and in what was printed, where to come to.
     ReadyFile ready;
     if (!options.ready_file.empty()) {
         TRY(ready.make(options.ready_file));
     }
-    report.ready(server, serial);
-    TRY(flush_output());
     Status served =
         server.run({.stop = interrupt_descriptor(), .once = options.once, .go_on = still_served});
     report.ended(interrupt_signal());
