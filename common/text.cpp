@@ -5,6 +5,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace talvor {
 
 std::string count_text(uint64_t count, std::string_view noun, std::string_view plural) {
@@ -20,6 +22,10 @@ std::string revision_text(uint16_t revision) {
 }
 
 namespace {
+
+char folded(char c) noexcept {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
 
 // Nothing: XML holds the character itself.
 std::string_view entity_of(char c) noexcept {
@@ -43,6 +49,11 @@ bool is_forbidden(std::string_view character) noexcept {
 }
 
 } // namespace
+
+bool same_name(std::string_view one, std::string_view other) noexcept {
+    return std::equal(one.begin(), one.end(), other.begin(), other.end(),
+                      [](char a, char b) { return folded(a) == folded(b); });
+}
 
 std::string xml_text(std::string_view text) {
     std::string xml;

@@ -14,6 +14,10 @@ namespace talvor {
 // A pod's revision as its maker writes it, major and minor in hexadecimal: "2.10" for 0x0210.
 [[nodiscard]] std::string revision_text(uint16_t revision);
 
+// Whether two names are the same but for capitals, where a language or a person makes no
+// difference.
+[[nodiscard]] bool same_name(std::string_view one, std::string_view other) noexcept;
+
 // `text` as XML holds it: marks as entities, and what XML cannot hold as '?'.
 [[nodiscard]] std::string xml_text(std::string_view text);
 

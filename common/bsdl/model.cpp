@@ -6,14 +6,6 @@
 namespace talvor::bsdl {
 namespace {
 
-char folded(char c) noexcept {
-    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-}
-
-bool same_mark(char a, char b) noexcept {
-    return folded(a) == folded(b);
-}
-
 template <typename Fits>
 std::optional<size_t> index_of(const Device& device, Fits fits) {
     const auto found = std::find_if(device.signals.begin(), device.signals.end(), fits);
@@ -56,10 +48,6 @@ uint64_t Pattern::value() const noexcept {
         value |= uint64_t{bit(i) == '1'} << i;
     }
     return value;
-}
-
-bool same_name(std::string_view a, std::string_view b) noexcept {
-    return a.size() == b.size() && std::equal(a.begin(), a.end(), b.begin(), same_mark);
 }
 
 const Instruction* find_instruction(const Device& device, std::string_view name) {

@@ -1,6 +1,8 @@
 // A device as its BSDL file describes it (IEEE 1149.1, annex B), in plain values.
 #pragma once
 
+#include "common/text.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -64,7 +66,7 @@ struct Signal {
 };
 
 struct Instruction {
-    std::string name; // as the file writes it; compare by same_name()
+    std::string name; // as the file writes it; compare by same_name(), as VHDL does
     std::vector<Pattern> opcodes;
     bool is_private = false;
     Place place;
@@ -173,9 +175,6 @@ struct Finding {
 
     friend bool operator==(const Finding&, const Finding&) = default;
 };
-
-// VHDL's names do not distinguish capitals.
-[[nodiscard]] bool same_name(std::string_view a, std::string_view b) noexcept;
 
 // Null when the device has none of this name.
 [[nodiscard]] const Instruction* find_instruction(const Device& device, std::string_view name);

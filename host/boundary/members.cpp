@@ -21,7 +21,7 @@ std::vector<std::string> names_of(const Chain& chain) {
     std::vector<std::string> names;
     for (const ChainDevice& device : chain.devices) {
         const bool taken = std::ranges::any_of(names, [&device](const std::string& other) {
-            return bsdl::same_name(other, device.name);
+            return same_name(other, device.name);
         });
         names.push_back(taken || device.name.empty() ? std::to_string(names.size() + 1)
                                                      : device.name);

@@ -33,7 +33,7 @@ bool only_watches(const Cell& cell) {
 bool captures_its_pin(const Cell& cell) {
     constexpr std::array<std::string_view, 4> kTypes{"BC_7", "BC_8", "BC_9", "BC_10"};
     return std::ranges::any_of(
-        kTypes, [&cell](std::string_view type) { return bsdl::same_name(type, cell.type); });
+        kTypes, [&cell](std::string_view type) { return same_name(type, cell.type); });
 }
 
 Status check_cells(const Device& device) {

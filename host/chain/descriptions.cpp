@@ -21,7 +21,7 @@ constexpr size_t kVersionBits = 4; // of an IDCODE, the first of its text
 
 bool is_bsdl_name(const fs::path& path) {
     const std::string extension = path.extension().string();
-    return bsdl::same_name(extension, ".bsd") || bsdl::same_name(extension, ".bsdl");
+    return same_name(extension, ".bsd") || same_name(extension, ".bsdl");
 }
 
 // The files of a folder, sorted by name.

@@ -1,6 +1,5 @@
 #include "host/chain/device_choice.h"
 
-#include "common/bsdl/model.h"
 #include "common/text.h"
 
 #include <fmt/format.h>
@@ -49,7 +48,7 @@ Failure no_such_name(std::span<const std::string> names, std::string_view choice
 
 Result<size_t> find_device(std::span<const std::string> names, std::string_view choice) {
     const auto called = [choice](const std::string& name) {
-        return !name.empty() && bsdl::same_name(name, choice);
+        return !name.empty() && same_name(name, choice);
     };
     const auto found = std::ranges::find_if(names, called);
     if (found == names.end()) {

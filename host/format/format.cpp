@@ -1,6 +1,6 @@
 #include "host/format/format.h"
 
-#include "host/stapl/program.h"
+#include "common/text.h"
 #include "host/svf/reader.h"
 #include "host/xsvf/instruction.h"
 #include "host/xsvf/reader.h"
@@ -58,9 +58,8 @@ std::string_view name_of(FileFormat format) noexcept {
 }
 
 std::optional<FileFormat> format_called(std::string_view name) {
-    const auto found = std::find_if(kNames.begin(), kNames.end(), [name](std::string_view one) {
-        return stapl::same_name(one, name);
-    });
+    const auto found = std::find_if(kNames.begin(), kNames.end(),
+                                    [name](std::string_view one) { return same_name(one, name); });
     return found == kNames.end() ? std::nullopt
                                  : std::optional(static_cast<FileFormat>(found - kNames.begin()));
 }

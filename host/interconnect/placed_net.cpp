@@ -1,5 +1,6 @@
 #include "host/interconnect/placed_net.h"
 
+#include "common/text.h"
 #include "host/chain/device_choice.h"
 
 #include <fmt/format.h>
@@ -14,7 +15,6 @@ namespace talvor::interconnect {
 namespace {
 
 using bsdl::Device;
-using bsdl::same_name;
 
 std::string upper(std::string_view text) {
     std::string capitals(text);

@@ -185,7 +185,4 @@ struct Program {
     [[nodiscard]] bool crc_is_right() const { return !expected_crc || *expected_crc == crc; }
 };
 
-// The same letters, capital or small.
-[[nodiscard]] bool same_name(std::string_view one, std::string_view other);
-
 } // namespace talvor::stapl

@@ -1,5 +1,7 @@
 #include "host/stapl/selection.h"
 
+#include "common/text.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>

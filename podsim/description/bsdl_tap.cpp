@@ -66,7 +66,7 @@ std::vector<size_t> pins_of(const bsdl::Device& device, const std::string& name)
     }
     std::vector<size_t> pins;
     for (size_t i = 0; i < device.signals.size(); ++i) {
-        if (bsdl::same_name(device.signals[i].port, name)) {
+        if (same_name(device.signals[i].port, name)) {
             pins.push_back(i);
         }
     }

@@ -40,7 +40,7 @@ constexpr std::array<KnownInstruction, 11> kKnown{{
 
 const KnownInstruction* known(std::string_view name) {
     const auto found = std::ranges::find_if(
-        kKnown, [&](const KnownInstruction& one) { return bsdl::same_name(one.name, name); });
+        kKnown, [&](const KnownInstruction& one) { return same_name(one.name, name); });
     return found == kKnown.end() ? nullptr : &*found;
 }
 
@@ -56,7 +56,7 @@ uint64_t mask_of(const bsdl::Pattern& pattern) {
 const bsdl::RegisterAccess* register_of(const bsdl::Device& device, std::string_view instruction) {
     for (const bsdl::RegisterAccess& access : device.registers) {
         for (const std::string& one : access.instructions) {
-            if (bsdl::same_name(one, instruction)) {
+            if (same_name(one, instruction)) {
                 return &access;
             }
         }
@@ -68,13 +68,12 @@ const bsdl::RegisterAccess* register_of(const bsdl::Device& device, std::string_
 const bsdl::Pattern* capture_of(const bsdl::RegisterAccess& access,
                                 const bsdl::Instruction& instruction) {
     for (const char* standard : {"BOUNDARY", "BYPASS", "DEVICE_ID"}) {
-        if (bsdl::same_name(access.name, standard)) {
+        if (same_name(access.name, standard)) {
             return nullptr;
         }
     }
     for (size_t i = 0; i < std::min(access.instructions.size(), access.captures.size()); ++i) {
-        if (bsdl::same_name(access.instructions[i], instruction.name) &&
-            access.captures[i].bits() != 0) {
+        if (same_name(access.instructions[i], instruction.name) && access.captures[i].bits() != 0) {
             return &access.captures[i];
         }
     }
@@ -92,7 +91,7 @@ ConstantRegister constant(const bsdl::Pattern& pattern) {
 
 TestMode runbist_mode(const bsdl::Device& device) {
     for (const bsdl::OtherAttribute& other : device.others) {
-        if (bsdl::same_name(other.name, "RUNBIST_EXECUTION") &&
+        if (same_name(other.name, "RUNBIST_EXECUTION") &&
             other.value.find("HIGHZ") != std::string::npos) {
             return TestMode::Highz;
         }
@@ -202,9 +201,9 @@ void Maker::add(const bsdl::Instruction& instruction) {
     const KnownInstruction* standard = known(instruction.name);
     const bsdl::RegisterAccess* access = register_of(*device_, instruction.name);
     InstructionDescription chosen;
-    chosen.mode = standard != nullptr                            ? standard->mode
-                  : bsdl::same_name(instruction.name, "RUNBIST") ? runbist_mode(*device_)
-                                                                 : TestMode::Normal;
+    chosen.mode = standard != nullptr                      ? standard->mode
+                  : same_name(instruction.name, "RUNBIST") ? runbist_mode(*device_)
+                                                           : TestMode::Normal;
     const bsdl::Pattern* capture = access != nullptr ? capture_of(*access, instruction) : nullptr;
     if (capture != nullptr) {
         add_register({instruction.name, {}, constant(*capture)}, chosen);
@@ -223,14 +222,14 @@ void Maker::add(const bsdl::Instruction& instruction) {
 // The register that an instruction selects; BYPASS where there is none.
 void Maker::choose(std::string_view instruction, std::string_view reg, std::optional<size_t> bits,
                    InstructionDescription& chosen) {
-    if (bsdl::same_name(reg, "BOUNDARY")) {
+    if (same_name(reg, "BOUNDARY")) {
         chosen.selects = made_.boundary ? Selects::Boundary : Selects::Bypass;
-    } else if (bsdl::same_name(reg, "DEVICE_ID") && bsdl::same_name(instruction, "USERCODE")) {
+    } else if (same_name(reg, "DEVICE_ID") && same_name(instruction, "USERCODE")) {
         const uint64_t value = device_->usercodes.empty() ? 0 : device_->usercodes.front().value();
         add_register({"USERCODE", {}, ConstantRegister{kDeviceIdBits, {value}}}, chosen);
-    } else if (bsdl::same_name(reg, "DEVICE_ID")) {
+    } else if (same_name(reg, "DEVICE_ID")) {
         chosen.selects = made_.idcode ? Selects::Idcode : Selects::Bypass;
-    } else if (!bsdl::same_name(reg, "BYPASS") && bits) {
+    } else if (!same_name(reg, "BYPASS") && bits) {
         chosen.selects = Selects::Register;
         chosen.register_index = scratch(reg, *bits);
     }
@@ -244,7 +243,7 @@ void Maker::add_register(RegisterDescription made, InstructionDescription& chose
 
 size_t Maker::scratch(std::string_view reg, uint64_t bits) {
     const auto same = std::ranges::find_if(
-        made_.registers, [&](const auto& one) { return bsdl::same_name(one.name, reg); });
+        made_.registers, [&](const auto& one) { return same_name(one.name, reg); });
     if (same != made_.registers.end()) {
         return static_cast<size_t>(same - made_.registers.begin());
     }

@@ -1,5 +1,7 @@
 #include "podsim/model/cell_capture.h"
 
+#include "common/text.h"
+
 #include <array>
 #include <charconv>
 
@@ -46,7 +48,7 @@ const Type& type_of(std::string_view name) noexcept {
     constexpr size_t kLikeOthers = 1;
     constexpr size_t kPrefix = 3; // "BC_" or "AC_"
     const std::string_view prefix = name.substr(0, kPrefix);
-    if (!bsdl::same_name(prefix, "BC_") && !bsdl::same_name(prefix, "AC_")) {
+    if (!same_name(prefix, "BC_") && !same_name(prefix, "AC_")) {
         return kTypes[kLikeOthers];
     }
     size_t number = kTypes.size();

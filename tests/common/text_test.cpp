@@ -19,6 +19,15 @@ TEST(RevisionTextTest, WritesMajorAndMinorInHexadecimal) {
     EXPECT_EQ(revision_text(0x0400), "4.0");
 }
 
+TEST(SameNameTest, DoesNotDistinguishCapitals) {
+    EXPECT_TRUE(same_name("Reset_N", "RESET_n"));
+    EXPECT_TRUE(same_name("aZ", "Az"));
+    EXPECT_TRUE(same_name("", ""));
+    EXPECT_FALSE(same_name("RESET", "RESET_N"));
+    EXPECT_FALSE(same_name("RESET_N", "RESET"));
+    EXPECT_FALSE(same_name("@[", "`{")); // next to the letters, and 32 apart as they are
+}
+
 TEST(XmlTextTest, HoldsNothingThatXmlForbids) {
     EXPECT_EQ(xml_text("<a b=\"c\" & d>"), "&lt;a b=&quot;c&quot; &amp; d&gt;");
     EXPECT_EQ(xml_text(std::string("a\0b\x1B[\n\t>", 8)), "a?b?[\n\t&gt;");

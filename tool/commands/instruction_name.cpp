@@ -90,7 +90,7 @@ std::optional<size_t> register_bits(const ChainDevice& device, std::string_view 
     }
     for (const bsdl::RegisterAccess& access : device.description->registers) {
         for (const std::string& name : access.instructions) {
-            if (bsdl::same_name(name, instruction)) {
+            if (same_name(name, instruction)) {
                 return access.bits;
             }
         }

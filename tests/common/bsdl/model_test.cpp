@@ -25,12 +25,6 @@ TEST(PatternTest, LooksAtTheLowest64Bits) {
     EXPECT_EQ(pattern.bit(64), '0');
 }
 
-TEST(NamesTest, DoNotDistinguishCapitals) {
-    EXPECT_TRUE(same_name("Reset_N", "RESET_n"));
-    EXPECT_FALSE(same_name("RESET", "RESET_N"));
-    EXPECT_FALSE(same_name("A[", "A{"));
-}
-
 TEST(FindSignalTest, KnowsNameElementAndPin) {
     const Device device = read(sample()).device;
     const auto found = [&device](std::string_view name) {
