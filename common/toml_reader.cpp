@@ -1,5 +1,7 @@
 #include "common/toml_reader.h"
 
+#include "common/wide_value.h"
+
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -8,53 +10,10 @@
 namespace talvor {
 namespace {
 
-// The reader takes 64-bit values that do not fit TOML's signed integers as hexadecimal text.
-constexpr uint64_t kDigitBits = 4;
 constexpr uint64_t kWordBits = 64;
 
 std::string in_range(uint64_t least, uint64_t most) {
     return fmt::format("an integer from {} to {}", least, most);
-}
-
-std::optional<unsigned> digit_value(char digit) {
-    constexpr std::string_view kDigits = "0123456789abcdef";
-    const char lower = digit >= 'A' && digit <= 'F' ? static_cast<char>(digit - 'A' + 'a') : digit;
-    const size_t value = kDigits.find(lower);
-    return value == std::string_view::npos ? std::nullopt
-                                           : std::optional(static_cast<unsigned>(value));
-}
-
-// Words of a hexadecimal number without its prefix, the lowest first.
-std::optional<std::vector<uint64_t>> words_of(std::string_view digits) {
-    std::vector<uint64_t> words;
-    uint64_t position = 0;
-    for (auto digit = digits.rbegin(); digit != digits.rend(); ++digit) {
-        if (*digit == '_') {
-            continue;
-        }
-        const auto value = digit_value(*digit);
-        if (!value) {
-            return std::nullopt;
-        }
-        if (position % kWordBits == 0) {
-            words.push_back(0);
-        }
-        words.back() |= uint64_t{*value} << (position % kWordBits);
-        position += kDigitBits;
-    }
-    return words.empty() ? std::nullopt : std::optional(std::move(words));
-}
-
-bool fits(const std::vector<uint64_t>& words, uint64_t bits) {
-    for (size_t i = 0; i < words.size(); ++i) {
-        const uint64_t start = i * kWordBits;
-        const uint64_t over =
-            start >= bits ? words[i] : (bits - start >= kWordBits ? 0 : words[i] >> (bits - start));
-        if (over != 0) {
-            return false;
-        }
-    }
-    return true;
 }
 
 } // namespace
@@ -172,9 +131,9 @@ std::vector<uint64_t> TomlReader::wide(std::string_view key, uint64_t bits) cons
         words = std::vector<uint64_t>{static_cast<uint64_t>(*number)};
     } else if (const std::string* digits = node->as<std::string>();
                digits != nullptr && digits->starts_with("0x")) {
-        words = words_of(std::string_view(*digits).substr(2));
+        words = wide_value(std::string_view(*digits).substr(2));
     }
-    if (!words || !fits(*words, bits)) {
+    if (!words || !fits_bits(*words, bits)) {
         error(key, fmt::format("expected a value of at most {} bits, as an integer or as a text "
                                "like \"0x1F\"",
                                bits));

@@ -1,5 +1,7 @@
 #include "podsim/control/board_command.h"
 
+#include "common/wide_value.h"
+
 #include <fmt/format.h>
 
 #include <algorithm>
@@ -123,27 +125,13 @@ Result<Command> parse_level(Verb verb, Words words) {
 
 // A number in decimal digits, or one of any length in hexadecimal ones.
 std::optional<std::vector<uint64_t>> value_of(std::string_view text) {
+    if (text.starts_with("0x")) {
+        return wide_value(text.substr(2));
+    }
     uint64_t small = 0;
     const char* const end = text.data() + text.size();
-    if (!text.starts_with("0x")) {
-        const auto [stop, error] = std::from_chars(text.data(), end, small);
-        return error == std::errc{} && stop == end ? std::optional(std::vector{small})
-                                                   : std::nullopt;
-    }
-    constexpr size_t kDigits = 16;
-    text.remove_prefix(2);
-    std::vector<uint64_t> words;
-    do {
-        const size_t count = std::min(kDigits, text.size());
-        const char* const first = text.data() + text.size() - count;
-        const auto [stop, error] = std::from_chars(first, first + count, small, 16);
-        if (error != std::errc{} || stop != first + count) {
-            return std::nullopt;
-        }
-        words.push_back(small);
-        text.remove_suffix(count);
-    } while (!text.empty());
-    return words;
+    const auto [stop, error] = std::from_chars(text.data(), end, small);
+    return error == std::errc{} && stop == end ? std::optional(std::vector{small}) : std::nullopt;
 }
 
 // "register DEVICE NAME VALUE".

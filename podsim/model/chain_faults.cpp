@@ -1,4 +1,5 @@
 // What an operator does to the board behind a chain.
+#include "common/wide_value.h"
 #include "podsim/model/chain.h"
 
 #include <fmt/format.h>
@@ -143,16 +144,11 @@ Status Chain::set_register(const std::string& device, const std::string& name,
         return refused_error({}, fmt::format("{} has no register '{}'", device, name));
     }
     const uint64_t bits = found->cells->bits();
-    const size_t words = words_for(bits);
-    const bool fits =
-        std::all_of(value.begin() + static_cast<std::ptrdiff_t>(std::min(words, value.size())),
-                    value.end(), [](uint64_t word) { return word == 0; });
-    value.resize(words);
-    const auto tail = static_cast<unsigned>(bits % kWordBits);
-    if (!fits || (tail != 0 && (value.back() & ~low_mask(tail)) != 0)) {
+    if (!fits_bits(value, bits)) {
         return refused_error({}, fmt::format("the value does not fit into the {} bits of {} of {}",
                                              bits, name, device));
     }
+    value.resize(words_for(bits));
     if (!found->cells->set_value(value)) {
         return refused_error(
             {}, fmt::format("{} of {} is none that could be given a value", name, device));
