@@ -2,6 +2,8 @@
 
 #include "host/boundary/plan.h"
 
+#include <fmt/format.h>
+
 namespace talvor::boundary {
 
 std::string compliance_text(const Member& member) {
@@ -24,6 +26,13 @@ std::string compliance_text(const Member& member) {
 std::string compliance_condition(const Member& member) {
     const std::string text = compliance_text(member);
     return text.empty() ? text : "complies with IEEE 1149.1 only while " + text;
+}
+
+std::string compliance_sentence(const Member& member) {
+    const std::string condition = compliance_condition(member);
+    return condition.empty()
+               ? condition
+               : fmt::format("{} ({}) {}", member.name, member.plan->device().name, condition);
 }
 
 } // namespace talvor::boundary

@@ -20,46 +20,34 @@ namespace {
 std::vector<std::string> names_of(const Chain& chain) {
     std::vector<std::string> names;
     for (const ChainDevice& device : chain.devices) {
-        const bool taken = std::ranges::any_of(names, [&device](const std::string& other) {
-            return same_name(other, device.name);
-        });
+        const bool taken = std::ranges::any_of(
+            names, [&device](const std::string& other) { return same_name(other, device.name); });
         names.push_back(taken || device.name.empty() ? std::to_string(names.size() + 1)
                                                      : device.name);
     }
     return names;
 }
 
-Result<Member> make_member(const ChainDevice& device, const std::string& name, bool chosen,
-                           std::vector<std::string>& notes) {
-    Member member;
-    member.name = name;
-    member.instruction_bits = device.instruction_bits;
+// The plan of a member whose device has a description. Without one, `chosen` is the device that was
+// asked for, which is an error, and the others stay in BYPASS.
+Status add_plan(const ChainDevice& device, const std::string& chosen, Member& member,
+                std::vector<std::string>& notes) {
     if (!device.description) {
-        return member;
+        return chosen.empty()
+                   ? Status()
+                   : usage_error("--device " + chosen, "the device has no description",
+                                 "give its BSDL file: bsdl = \"FILE\" in its [[device]] table of "
+                                 "the board file, or --bsdl DIR");
     }
     auto plan = Plan::make(device.description);
     if (plan) {
         member.plan = std::make_shared<const Plan>(*std::move(plan));
-    } else if (chosen) {
+    } else if (!chosen.empty()) {
         return Failure(std::move(plan).error());
     } else {
         notes.push_back(fmt::format("{} stays in BYPASS: {}", member.name, headline(plan.error())));
     }
-    return member;
-}
-
-// Leaves a plan to the device alone that was chosen.
-Status leave_plan_to(std::vector<Member>& members, size_t chosen, const std::string& device) {
-    for (size_t i = 0; i < members.size(); ++i) {
-        if (i != chosen) {
-            members[i].plan.reset();
-        }
-    }
-    return members[chosen].plan
-               ? Status()
-               : usage_error("--device " + device, "the device has no description",
-                             "give its BSDL file: bsdl = \"FILE\" in its [[device]] table of "
-                             "the board file, or --bsdl DIR");
+    return {};
 }
 
 Status check_members(const Chain& chain, const std::vector<Member>& members) {
@@ -79,6 +67,7 @@ Status check_members(const Chain& chain, const std::vector<Member>& members) {
     return {};
 }
 
+// What the devices say against their descriptions.
 void compare(const Chain& chain, ChainMembers& made) {
     for (size_t i = 0; i < made.members.size(); ++i) {
         const Member& member = made.members[i];
@@ -89,12 +78,12 @@ void compare(const Chain& chain, ChainMembers& made) {
         for (const std::string& contradiction : check.contradictions) {
             made.notes.push_back(fmt::format("{}: {}", member.name, contradiction));
         }
-        if (!check.same_part && !made.other_part) {
-            made.other_part = Error{
-                ErrorKind::Target, 0, member.name, check.contradictions.front(),
+        if (!check.same_part && made.drivable) {
+            made.drivable = target_error(
+                member.name, check.contradictions.front(),
                 fmt::format("{} describes another part, or the [[device]] tables of the board file "
                             "are in another order: 'talvor chain' compares them",
-                            chain.devices[i].description_file)};
+                            chain.devices[i].description_file));
         }
     }
 }
@@ -109,11 +98,12 @@ Result<ChainMembers> members_of(const Chain& chain, const std::string& device) {
         chosen = TRY(find_device(names, device));
     }
     for (size_t i = 0; i < names.size(); ++i) {
-        made.members.push_back(
-            TRY(make_member(chain.devices[i], names[i], chosen == i, made.notes)));
-    }
-    if (chosen) {
-        TRY(leave_plan_to(made.members, *chosen, device));
+        Member& member = made.members.emplace_back();
+        member.name = names[i];
+        member.instruction_bits = chain.devices[i].instruction_bits;
+        if (!chosen || chosen == i) {
+            TRY(add_plan(chain.devices[i], device, member, made.notes));
+        }
     }
     TRY(check_members(chain, made.members));
     compare(chain, made);

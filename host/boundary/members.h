@@ -5,7 +5,6 @@
 #include "host/boundary/access.h"
 #include "host/chain/chain.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,9 +14,9 @@ struct ChainMembers {
     std::vector<Member> members; // nearest TDI first
     // Why a device that has a description stays in BYPASS, and what devices say against theirs.
     std::vector<std::string> notes;
-    // Of the first whose description is that of another part, what says so: whoever drives pins by
-    // it does not know which, nor against what.
-    std::optional<Error> other_part;
+    // Whether pins may be driven. Not by the description of another part: nobody knows which pins
+    // these would be, nor against what. An error (ErrorKind::Target) tells what says so.
+    Status drivable;
 };
 
 // Makes a plan of each device of `chain` that has a description; with `device`, a name or a number

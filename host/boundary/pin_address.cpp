@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstring>
 #include <fnmatch.h>
 #include <string>
@@ -34,14 +33,16 @@ std::vector<PinAddress> candidates(const std::vector<Member>& members, std::stri
 // The device that the text begins with, and the rest of it.
 std::pair<const Member*, std::string_view> split_device(const std::vector<Member>& members,
                                                         std::string_view text) {
-    const size_t dot = std::min(text.find('.'), text.size());
+    const size_t dot = text.find('.');
+    if (dot == std::string_view::npos) {
+        return {nullptr, text};
+    }
     std::vector<std::string> names;
     for (const Member& member : members) {
         names.push_back(member.name);
     }
     const Result<size_t> device = find_device(names, text.substr(0, dot));
-    return device && dot != text.size() ? std::pair(&members[*device], text.substr(dot + 1))
-                                        : std::pair(nullptr, text);
+    return device ? std::pair(&members[*device], text.substr(dot + 1)) : std::pair(nullptr, text);
 }
 
 } // namespace

@@ -65,6 +65,16 @@ std::vector<PinOutcome> core_outputs(const Access& access, const Images& capture
 
 } // namespace
 
+std::optional<Instruction> driving_instruction(std::string_view word) noexcept {
+    for (const Instruction one :
+         {Instruction::Extest, Instruction::Clamp, Instruction::HighZ, Instruction::Intest}) {
+        if (same_name(name_of(one), word)) {
+            return one;
+        }
+    }
+    return std::nullopt;
+}
+
 Result<Images> images_with(const Access& access, const std::vector<PinSetting>& settings,
                            const DriveWays& ways, Images images, std::vector<std::string>& notes) {
     for (size_t i = 0; i < images.size(); ++i) {

@@ -10,9 +10,13 @@
 
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace talvor::boundary {
+
+// Of "extest", "clamp", "highz" and "intest"; nothing of other words.
+[[nodiscard]] std::optional<Instruction> driving_instruction(std::string_view word) noexcept;
 
 struct DriveWays {
     Instruction instruction = Instruction::Extest; // or Clamp, HighZ, Intest

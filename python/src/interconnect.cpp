@@ -35,9 +35,7 @@ struct Outcome {
 Result<Outcome> test(Session& session, const Request& request) {
     const interconnect::Netlist netlist = TRY(interconnect::read_netlist(request.netlist));
     auto made = TRY(boundary::members_of(TRY(named_chain(session, request.names)), ""));
-    if (made.other_part) {
-        return Failure(*std::move(made.other_part));
-    }
+    TRY(std::move(made.drivable));
     Outcome outcome;
     for (const boundary::Member& member : made.members) {
         outcome.devices.push_back(member.name);

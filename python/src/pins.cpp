@@ -33,11 +33,8 @@ using Levels = std::vector<std::optional<int>>; // 0, 1, 2 for Z; nothing: not k
 using Notes = std::vector<std::string>;
 
 // The devices of a chain with their pins, in the order in which levels are told.
-struct Pins {
-    std::vector<Member> members;
-    Notes notes;
-    std::optional<Error> other_part; // why none may be driven
-    std::vector<PinRow> rows;
+struct Pins : boundary::ChainMembers {
+    std::vector<PinRow> rows{};
     // The last samples', as long as nobody else has used the pod since.
     std::optional<Access> access{};
     uint64_t last_call = 0;
@@ -123,16 +120,12 @@ private:
 std::shared_ptr<Pins> find_pins(Connection& connection, const std::string& device,
                                 const std::vector<std::string>& names) {
     return connection.use(Length::Long, [&](Session& session) -> Result<std::shared_ptr<Pins>> {
-        auto made = TRY(boundary::members_of(TRY(named_chain(session, names)), device));
-        auto pins = std::make_shared<Pins>();
-        pins->members = std::move(made.members);
-        pins->notes = std::move(made.notes);
-        pins->other_part = std::move(made.other_part);
+        const Chain chain = TRY(named_chain(session, names));
+        auto pins = std::make_shared<Pins>(Pins{TRY(boundary::members_of(chain, device))});
         pins->rows = boundary::pin_rows(pins->members, "");
         for (const Member& member : pins->members) {
-            if (const std::string condition = compliance_condition(member); !condition.empty()) {
-                pins->notes.push_back(
-                    fmt::format("{} ({}) {}", member.name, member.plan->device().name, condition));
+            if (std::string sentence = boundary::compliance_sentence(member); !sentence.empty()) {
+                pins->notes.push_back(std::move(sentence));
             }
         }
         return pins;
@@ -235,22 +228,16 @@ std::tuple<std::shared_ptr<DrivenPins>, Notes> drive_pins(Connection& connection
                                                           const std::vector<std::string>& words,
                                                           const std::string& instruction,
                                                           bool enable_others, bool compliance_met) {
-    constexpr std::array kWays{
-        std::pair{"extest", Instruction::Extest}, std::pair{"clamp", Instruction::Clamp},
-        std::pair{"highz", Instruction::HighZ}, std::pair{"intest", Instruction::Intest}};
-    const auto way =
-        std::ranges::find_if(kWays, [&](const auto& one) { return instruction == one.first; });
-    if (way == kWays.end()) {
+    const auto way = boundary::driving_instruction(instruction);
+    if (!way) {
         raise({ErrorKind::Usage, 0, instruction, "is no instruction that drives pins",
                "choose extest, clamp, highz or intest"});
     }
-    const boundary::DriveWays ways{way->second, enable_others};
+    const boundary::DriveWays ways{*way, enable_others};
     Notes notes;
     auto driven =
         connection.use(Length::Long, [&](Session& session) -> Result<std::shared_ptr<DrivenPins>> {
-            if (pins.other_part) {
-                return Failure(*pins.other_part);
-            }
+            TRY(pins.drivable);
             const auto settings = TRY(settings_of(pins, words));
             TRY(check_compliance(pins, compliance_met));
             session.port().set_receive_mode(PodPort::ReceiveMode::Exact);

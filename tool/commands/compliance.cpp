@@ -4,22 +4,17 @@
 #include "tool/commands/context.h"
 #include "tool/terminal/key.h"
 
-#include <fmt/format.h>
+#include <string>
 
 namespace talvor {
 namespace {
-
-std::string sentence(const boundary::Member& member) {
-    return fmt::format("{} ({}) {}", member.name, member.plan->device().name,
-                       compliance_condition(member));
-}
 
 Status require_one(const Context& context, const boundary::Member& member) {
     constexpr const char* kNext = "see to it, then give --compliance-met";
     if (!has_keys() || !context.out.watched() || context.out.json()) {
         return refused_error(member.name, compliance_condition(member), kNext);
     }
-    const std::string answer = TRY(ask(sentence(member) + ". Does it stand so? [y/N] "));
+    const std::string answer = TRY(ask(compliance_sentence(member) + ". Does it stand so? [y/N] "));
     return answer == "y" || answer == "Y" || answer == "yes"
                ? Status()
                : refused_error(member.name, "its compliance patterns are not met", kNext);
@@ -29,8 +24,8 @@ Status require_one(const Context& context, const boundary::Member& member) {
 
 void show_compliance(const Context& context, const std::vector<boundary::Member>& members) {
     for (const boundary::Member& member : members) {
-        if (!compliance_text(member).empty()) {
-            context.out.note(sentence(member));
+        if (const std::string sentence = compliance_sentence(member); !sentence.empty()) {
+            context.out.note(sentence);
         }
     }
 }
@@ -42,7 +37,7 @@ Status require_compliance(const Context& context, const std::vector<boundary::Me
         return {};
     }
     for (const boundary::Member& member : members) {
-        if (!compliance_text(member).empty()) {
+        if (!compliance_condition(member).empty()) {
             TRY(require_one(context, member));
         }
     }

@@ -10,8 +10,8 @@ namespace talvor {
 Result<PinChain> find_pin_chain(Context& context, const std::string& device, PinUse use) {
     Session* const session = TRY(context.session());
     auto made = TRY(boundary::members_of(TRY(session->discover()), device));
-    if (use == PinUse::Drive && made.other_part) {
-        return Failure(*std::move(made.other_part));
+    if (use == PinUse::Drive) {
+        TRY(std::move(made.drivable));
     }
     for (const std::string& note : made.notes) {
         context.out.note(note);

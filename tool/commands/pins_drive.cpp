@@ -30,13 +30,6 @@ using boundary::Member;
 using boundary::PinOutcome;
 using boundary::TestMode;
 
-Instruction instruction_of(const std::string& word) {
-    return word == "clamp"    ? Instruction::Clamp
-           : word == "highz"  ? Instruction::HighZ
-           : word == "intest" ? Instruction::Intest
-                              : Instruction::Extest;
-}
-
 void tell(const Context& context, const std::vector<std::string>& notes) {
     for (const std::string& note : notes) {
         context.out.note(note);
@@ -150,7 +143,8 @@ Result<uint32_t> toggle(Access& access, const Images& high, const Images& low,
 
 Status set_pins(Context& context, const PinsOptions& options) {
     TRY(check_set_options(options));
-    const Instruction instruction = instruction_of(options.instruction);
+    // The command line takes no other words.
+    const Instruction instruction = boundary::driving_instruction(options.instruction).value();
     PinChain chain = TRY(find_pin_chain(context, options.device, PinUse::Drive));
     const auto settings = TRY(parse_settings(chain.members, options.pins));
     TRY(require_compliance(context, chain.members, options.compliance_met));
