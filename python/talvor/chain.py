@@ -2,11 +2,11 @@
 
 from __future__ import annotations
 
-import html
 from collections.abc import Iterator, Sequence
 from typing import TYPE_CHECKING, Any, overload
 
 from . import _core
+from ._html import table
 from .errors import UsageError
 from .state import State, StateLike, to_core
 
@@ -243,9 +243,4 @@ class Chain(Sequence[Device]):
 
     def _repr_html_(self) -> str:
         """A table, for notebooks."""
-        head = "".join(f"<th>{html.escape(cell)}</th>" for cell in self._HEADS)
-        body = "".join(
-            "<tr>" + "".join(f"<td>{html.escape(cell)}</td>" for cell in row) + "</tr>"
-            for row in self._rows()
-        )
-        return f"<table><thead><tr>{head}</tr></thead><tbody>{body}</tbody></table>"
+        return table(self._HEADS, self._rows())

@@ -22,6 +22,7 @@ from typing import TYPE_CHECKING, Final, Literal, NamedTuple, overload
 
 from . import _core
 from ._arguments import number
+from ._html import table
 from .errors import RefusedError, TalvorError, UsageError, WrongTypeError
 
 if TYPE_CHECKING:
@@ -59,16 +60,6 @@ def _settings(levels: Mapping[str, Level]) -> list[str]:
             raise UsageError(f"{name}: {level!r}", "is no level", 'give 0, 1 or "Z"')
         words.append(f"{name}={word}")
     return words
-
-
-def _table(heads: tuple[str, ...], rows: Sequence[tuple[str, ...]]) -> str:
-    import html
-
-    def line(tag: str, cells: tuple[str, ...]) -> str:
-        return "<tr>" + "".join(f"<{tag}>{html.escape(cell)}</{tag}>" for cell in cells) + "</tr>"
-
-    body = "".join(line("td", row) for row in rows)
-    return f"<table><thead>{line('th', heads)}</thead><tbody>{body}</tbody></table>"
 
 
 class Pin(NamedTuple):
@@ -159,7 +150,7 @@ class PinSample(Mapping[str, "Level | None"]):
             (pin.name, pin.package_pin, pin.direction, "-" if level is None else str(level))
             for pin, level in zip(self._pins, self._levels)
         ]
-        return _table(("pin", "package pin", "direction", "level"), rows)
+        return table(("pin", "package pin", "direction", "level"), rows)
 
 
 def _let_go(connection: _core.Connection, driven: _core.DrivenPins) -> None:
@@ -276,7 +267,7 @@ class Pins:
     def _repr_html_(self) -> str:
         """A table, for notebooks."""
         heads = ("pin", "package pin", "direction", "part")
-        return _table(heads, [(p.name, p.package_pin, p.direction, p.part) for p in self])
+        return table(heads, [(p.name, p.package_pin, p.direction, p.part) for p in self])
 
     def _sample(self, stay: bool) -> list[int | None]:
         return self._pod._connection.sample(self._found(), stay)

@@ -195,11 +195,7 @@ class Pod:
             answer = self._quick_scan(data, bits, True)
             if answer is not NotImplemented:
                 return answer
-        try:
-            state = _CORE_IDLE if end is _IDLE else to_core(end)
-            return self._connection.scan(_IR, data, bits, state, fast, receive, into)
-        except TypeError as error:
-            raise _scan_mistake(error, bits) from None
+        return self._scan(_IR, data, bits, end, fast, receive, into)
 
     @overload
     def dr(
@@ -265,9 +261,21 @@ class Pod:
             answer = self._quick_scan(data, bits, False)
             if answer is not NotImplemented:
                 return answer
+        return self._scan(_DR, data, bits, end, fast, receive, into)
+
+    def _scan(
+        self,
+        path: _core.ScanPath,
+        data: Any,
+        bits: int | None,
+        end: StateLike,
+        fast: bool,
+        receive: bool,
+        into: Any,
+    ) -> Any:
         try:
             state = _CORE_IDLE if end is _IDLE else to_core(end)
-            return self._connection.scan(_DR, data, bits, state, fast, receive, into)
+            return self._connection.scan(path, data, bits, state, fast, receive, into)
         except TypeError as error:
             raise _scan_mistake(error, bits) from None
 
