@@ -103,8 +103,8 @@ int Lexer::skip_blanks() {
             skip_comment();
         } else if (c == '/') {
             ++at_;
-            if (peek() != '/') {
-                return '/';
+            if (const int second = peek(); second != '/') {
+                return second == kFailed ? kFailed : '/';
             }
             skip_comment();
         } else if (!is_blank(c)) {
@@ -181,6 +181,10 @@ void Lexer::copy_word(Token& token) {
             token.key = (token.key << 8) | static_cast<unsigned char>(c);
         }
     } while (refill());
+    if (!source_status_) { // what has come of it may be half a word
+        fail(token, Failure(source_status_.error()));
+        return;
+    }
     token.kind = Token::Kind::Word;
     token.text = {word_.data(), length};
 }

@@ -279,5 +279,23 @@ TEST(ParserPositionTest, AHookStopsTheReadingBetweenChunks) {
     EXPECT_EQ(headline(more.error()), "t.svf: stopped on request");
 }
 
+// Wherever a chunk ends: in a word, a number, a value, a comment or between them.
+TEST(ParserPositionTest, WhoeverStopsTheReadingIsNotToldOfHalfAStatement) {
+    const std::string_view text = "SDR 16 TDI (12aB);// c\n! d\nRUNTEST IDLE 10 TCK;\n";
+    for (size_t stop = 1; stop < text.size(); ++stop) {
+        SCOPED_TRACE(stop);
+        play::TextSource source(text, "t.svf", stop);
+        Parser parser(source);
+        parser.on_chunk([] { return false; });
+        Statement statement;
+        Result<bool> more = parser.next(statement);
+        while (more && *more) {
+            more = parser.next(statement);
+        }
+        ASSERT_FALSE(more);
+        EXPECT_EQ(headline(more.error()), "t.svf: stopped on request");
+    }
+}
+
 } // namespace
 } // namespace talvor::svf
