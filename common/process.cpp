@@ -71,9 +71,9 @@ std::optional<system_clock::time_point> process_start(pid_t process) {
     if (!(fields >> ticks) || clock_gettime(CLOCK_BOOTTIME, &now) != 0) {
         return std::nullopt;
     }
-    const auto since_boot = std::chrono::seconds(now.tv_sec);
-    const auto at_start = std::chrono::seconds(ticks / sysconf(_SC_CLK_TCK));
-    return system_clock::now() - (since_boot - at_start);
+    const auto uptime = std::chrono::seconds(now.tv_sec) + std::chrono::nanoseconds(now.tv_nsec);
+    const auto at_start = std::chrono::milliseconds(ticks * 1000 / sysconf(_SC_CLK_TCK));
+    return system_clock::now() - (uptime - at_start);
 }
 
 std::optional<pid_t> flock_holder(int file) {

@@ -1,23 +1,11 @@
 #include "host/play/reading.h"
 
-#include "common/text.h"
-
-#include <fmt/format.h>
-
 namespace talvor::play {
-namespace {
 
-// A file that plays nothing is the wrong one, or was cut off.
-Failure no_statement(const StepSource& source) {
-    return file_error(source.name(),
-                      source.total_bytes() == 0
-                          ? "is empty"
-                          : fmt::format("has no statement: {} with blanks and comments only",
-                                        count_text(source.line(), "line")),
+Failure plays_nothing(const std::string& file, uint64_t bytes) {
+    return file_error(file, bytes == 0 ? "is empty" : "has no statement, only blanks and comments",
                       "check that this is the file you mean, and that it is whole");
 }
-
-} // namespace
 
 bool Reading::told() const {
     return !progress_ ||
@@ -47,7 +35,7 @@ Result<bool> Reading::next(Step& step) {
     if (more) {
         TRY(tell());
         if (summary_.statements == 0 && source_.fixed()) {
-            return no_statement(source_);
+            return plays_nothing(source_.name(), summary_.bytes);
         }
     }
     return more;

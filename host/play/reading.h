@@ -7,8 +7,12 @@
 #include "host/play/summary.h"
 
 #include <cstdint>
+#include <string>
 
 namespace talvor::play {
+
+// Of a file of so many bytes that plays nothing: it is the wrong one, or was cut off.
+[[nodiscard]] Failure plays_nothing(const std::string& file, uint64_t bytes);
 
 class Reading {
 public:

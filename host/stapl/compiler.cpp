@@ -1,5 +1,6 @@
 #include "host/stapl/compiler.h"
 
+#include "host/play/reading.h"
 #include "host/stapl/outline.h"
 #include "host/stapl/scope.h"
 #include "host/stapl/statement_compiler.h"
@@ -209,10 +210,7 @@ Result<Program> compile(play::ByteSource& source, const LexerLimits& limits,
                         std::function<bool()> hook) {
     Tokens tokens = TRY(Lexer(source, limits, std::move(hook)).read());
     if (tokens.list.size() == 1) {
-        return file_error(source.name(),
-                          tokens.bytes == 0 ? "is empty"
-                                            : "has no statement, only blanks and comments",
-                          "check that this is the file you mean, and that it is whole");
+        return play::plays_nothing(source.name(), tokens.bytes);
     }
     Outline parts = TRY(outline(tokens, source.name()));
     if (parts.actions.empty()) {

@@ -5,12 +5,14 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <csignal>
 #include <sstream>
 #include <string>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
+#include <thread>
 #include <unistd.h>
 
 namespace talvor {
@@ -53,11 +55,23 @@ TEST_F(SleeperTest, HasItsCommandAndItsStart) {
     const auto started = process_start(sleeper_.pid());
     ASSERT_TRUE(started);
     const auto age = system_clock::now() - *started;
-    EXPECT_GE(age, std::chrono::seconds(-2)) << "the kernel counts in ticks, we in seconds";
+    EXPECT_GE(age, std::chrono::milliseconds(-20)) << "the kernel counts in ticks";
     EXPECT_LT(age, std::chrono::minutes(10));
     const auto own = process_start(getpid());
     ASSERT_TRUE(own);
-    EXPECT_LE(*own, *started + std::chrono::seconds(2));
+    EXPECT_LE(*own, *started + std::chrono::milliseconds(20));
+}
+
+TEST_F(SleeperTest, HasOneStartHoweverOftenAndWhenItIsAsked) {
+    constexpr auto kApart = std::chrono::milliseconds(350); // no part of a second
+    const auto first = process_start(sleeper_.pid());
+    ASSERT_TRUE(first);
+    for (int i = 0; i < 3; ++i) {
+        std::this_thread::sleep_for(kApart);
+        const auto again = process_start(sleeper_.pid());
+        ASSERT_TRUE(again);
+        EXPECT_LT(std::chrono::abs(*again - *first), kApart / 2);
+    }
 }
 
 TEST(ProcessTest, ThatIsNotThereHasNeither) {

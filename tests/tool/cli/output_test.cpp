@@ -140,7 +140,8 @@ TEST(EmptySvfTest, IsAnErrorThatSaysWhatWasFound) {
         EXPECT_THAT(nothing.err, StartsWith("talvor: " + empty + ": is empty\n  next: check that"));
         const Outcome blank = simulated({"svf", option, comments});
         EXPECT_EQ(blank.status, 2) << option;
-        EXPECT_THAT(blank.err, StartsWith("talvor: " + comments + ": has no statement: "));
+        EXPECT_THAT(blank.err, StartsWith("talvor: " + comments +
+                                          ": has no statement, only blanks and comments\n"));
     }
 }
 
