@@ -11,6 +11,8 @@
 #include "tool/output/terminal.h"
 #include "tool/output/text_file.h"
 
+#include <fmt/format.h>
+
 #include <algorithm>
 
 namespace talvor {
@@ -43,6 +45,24 @@ Result<waveform::Window> window_of(const std::string& vcd, const TraceOptions& o
 
 using Passes = std::vector<waveform::ShiftPass>;
 
+// What somebody would look for and not find, in the drawing or in the file that is kept.
+void tell_what_is_missing(const Output& out, const TraceOptions& options,
+                          const waveform::Waveform& trace) {
+    if (trace.samples.empty() && trace.total_tcks != 0) {
+        out.note(fmt::format("nothing is drawn: the waveform ends before TCK {}, and --first is {}",
+                             trace.total_tcks, options.first));
+    }
+    if (trace.ends_early && (trace.samples.empty() || !options.vcd.empty())) {
+        out.note(fmt::format("the waveform reached its {} bytes, and what followed TCK {} is not "
+                             "in it: see --vcd-bytes and --last",
+                             options.vcd_bytes, trace.total_tcks));
+    }
+    if (trace.missing_tcks != 0 && !options.vcd.empty()) {
+        out.note(fmt::format("{} begins with TCK {}: it reached its {} bytes, see --vcd-bytes",
+                             options.vcd, trace.missing_tcks, options.vcd_bytes));
+    }
+}
+
 Status draw(const Output& out, const std::string& vcd, const TraceOptions& options, Passes passes) {
     const waveform::Window window = TRY(window_of(vcd, options));
     waveform::Waveform trace = TRY(waveform::read_vcd_file(vcd, window));
@@ -58,6 +78,7 @@ Status draw(const Output& out, const std::string& vcd, const TraceOptions& optio
         write_output(waveform::to_text(
             trace, {.width = terminal_width(), .unicode = speaks_utf8(), .color = out.coloured()}));
     }
+    tell_what_is_missing(out, options, trace);
     return {};
 }
 

@@ -169,6 +169,7 @@ TEST(TraceTest, TheLastClocksAreTheLastBeyondTheLimitToo) {
     EXPECT_EQ(small.out, whole.out);
     EXPECT_NE(small.out.find("TCK 2"), std::string::npos) << small.out;
     EXPECT_LT(std::filesystem::file_size(vcd), 20000U + 1000);
+    EXPECT_NE(small.err.find(vcd + " begins with TCK "), std::string::npos) << small.err;
     const auto seen = waveform::read_vcd_file(vcd);
     ASSERT_TRUE(seen) << headline(seen.error());
     EXPECT_GT(seen->missing_tcks, 15000U);
@@ -188,6 +189,23 @@ TEST(TraceTest, SaysWhereTheTraceReachedItsLimit) {
     EXPECT_EQ(early.status, 0) << early.err;
     EXPECT_NE(early.out.find(" of more than "), std::string::npos) << early.out;
     EXPECT_NE(early.out.find("The trace ends before TCK "), std::string::npos) << early.out;
+}
+
+TEST(TraceTest, SaysWhatTheFileOrTheDrawingLacks) {
+    const std::string svf = idling(20000);
+    const std::string vcd = file_with("cut.vcd", "");
+    const Outcome cut = talvor({"trace", "--vcd", vcd, "--vcd-bytes", "20000", "svf", svf});
+    EXPECT_EQ(cut.status, 0);
+    EXPECT_NE(cut.err.find("reached its 20000 bytes"), std::string::npos) << cut.err;
+    const Outcome enough = talvor({"trace", "--vcd", vcd, "svf", svf});
+    EXPECT_EQ(enough.err, "");
+    const Outcome behind =
+        talvor({"trace", "--vcd-bytes", "20000", "--first", "10000", "svf", svf});
+    EXPECT_NE(behind.err.find("nothing is drawn"), std::string::npos) << behind.err;
+    EXPECT_NE(behind.err.find("reached its 20000 bytes"), std::string::npos) << behind.err;
+    const Outcome after = talvor({"trace", "--first", "1000000", "svf", svf});
+    EXPECT_NE(after.err.find("nothing is drawn"), std::string::npos) << after.err;
+    EXPECT_EQ(after.err.find("reached"), std::string::npos) << after.err;
 }
 
 TEST(TraceTest, ShowsTheHelpOfItsCommand) {
