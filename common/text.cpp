@@ -17,6 +17,10 @@ std::string count_text(uint64_t count, std::string_view noun, std::string_view p
                           : fmt::format("{} {}", count, plural);
 }
 
+std::string seconds_text(double seconds) {
+    return fmt::format("{} second{}", seconds, seconds == 1 ? "" : "s");
+}
+
 std::string revision_text(uint16_t revision) {
     return fmt::format("{:x}.{:x}", pod_revision_major(revision), pod_revision_minor(revision));
 }

@@ -11,6 +11,9 @@ namespace talvor {
 [[nodiscard]] std::string count_text(uint64_t count, std::string_view noun,
                                      std::string_view plural = {});
 
+// "1 second", "0.2 seconds".
+[[nodiscard]] std::string seconds_text(double seconds);
+
 // A pod's revision as its maker writes it, major and minor in hexadecimal: "2.10" for 0x0210.
 [[nodiscard]] std::string revision_text(uint16_t revision);
 

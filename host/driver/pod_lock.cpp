@@ -2,6 +2,7 @@
 
 #include "common/interrupt.h"
 #include "common/process.h"
+#include "common/text.h"
 
 #include <fmt/format.h>
 
@@ -83,10 +84,11 @@ Failure not_locked(const PodRecord& record, const Attempt& last, const PodLockOp
     if (options.wait.count() == 0) {
         return refused_error(pod, last.user, kInUseStep);
     }
-    return refused_error(pod,
-                         fmt::format("{}; it was not let go within {} seconds", last.user,
-                                     std::chrono::duration<double>(options.wait).count()),
-                         kInUseStep);
+    return refused_error(
+        pod,
+        fmt::format("{}; it was not let go within {}", last.user,
+                    seconds_text(std::chrono::duration<double>(options.wait).count())),
+        kInUseStep);
 }
 
 } // namespace

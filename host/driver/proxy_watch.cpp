@@ -2,6 +2,7 @@
 
 #include "common/file_descriptor.h"
 #include "common/interrupt.h"
+#include "common/text.h"
 #include "host/driver/device_table.h"
 #include "shm_structs.h"
 
@@ -48,8 +49,8 @@ Error lost_proxy(std::string reason) {
 }
 
 Error silent_proxy(std::chrono::milliseconds patience) {
-    return lost_proxy(fmt::format("it has not answered for {} seconds",
-                                  std::chrono::duration<double>(patience).count()));
+    return lost_proxy("it has not answered for " +
+                      seconds_text(std::chrono::duration<double>(patience).count()));
 }
 
 // The environment is the process's, and no thread may write to it while another one's driver looks

@@ -13,6 +13,13 @@ TEST(CountTextTest, OneThingIsNotMany) {
     EXPECT_EQ(count_text(3, "entry", "entries"), "3 entries");
 }
 
+TEST(SecondsTextTest, OneSecondIsNotMany) {
+    EXPECT_EQ(seconds_text(1), "1 second");
+    EXPECT_EQ(seconds_text(0.2), "0.2 seconds");
+    EXPECT_EQ(seconds_text(0), "0 seconds");
+    EXPECT_EQ(seconds_text(30), "30 seconds");
+}
+
 TEST(RevisionTextTest, WritesMajorAndMinorInHexadecimal) {
     EXPECT_EQ(revision_text(0x0210), "2.10");
     EXPECT_EQ(revision_text(0x0302), "3.2");

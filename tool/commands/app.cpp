@@ -1,6 +1,7 @@
 #include "tool/commands/app.h"
 
 #include "common/interrupt.h"
+#include "common/text.h"
 #include "host/board/configuration.h"
 #include "tool/commands/commands.h"
 #include "tool/commands/gang.h"
@@ -188,7 +189,8 @@ void limit_time(double seconds) {
     if (seconds > 0) {
         interrupt_after(std::chrono::duration_cast<std::chrono::nanoseconds>(
                             std::chrono::duration<double>(std::min(seconds, kLongestTimeout))),
-                        fmt::format("the {} seconds that --timeout gives are over", seconds));
+                        fmt::format("the {} that --timeout gives {} over", seconds_text(seconds),
+                                    seconds == 1 ? "is" : "are"));
     }
 }
 

@@ -1,5 +1,7 @@
 #include "tool/commands/context.h"
 
+#include "common/text.h"
+
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -69,8 +71,8 @@ Result<SessionOptions> Context::session_options() const {
     session.lock.wait = milliseconds_of(options.wait_seconds);
     session.lock.share = options.share;
     session.lock.on_wait = [this](const std::string& user) {
-        out.note(fmt::format("the pod is {}; waiting up to {} seconds for it", user,
-                             options.wait_seconds));
+        out.note(fmt::format("the pod is {}; waiting up to {} for it", user,
+                             seconds_text(options.wait_seconds)));
     };
     // The driver hangs in the main thread for good: nothing can be cleaned up any more. One that
     // keeps to the patience never comes to that.

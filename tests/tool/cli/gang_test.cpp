@@ -221,7 +221,7 @@ TEST(GangTest, ATimeoutEndsAll) {
     const PodsimProcess simulator(pods(2));
     const Outcome played = talvor({"--pods", "all", "--timeout", "1", "svf", endless_svf()});
     EXPECT_EQ(played.status, 124);
-    EXPECT_THAT(played.err, HasSubstr("timeout: the 1 seconds that --timeout gives are over\n"));
+    EXPECT_THAT(played.err, HasSubstr("timeout: the 1 second that --timeout gives is over\n"));
     EXPECT_THAT(played.out, HasSubstr("0 of 2 pods passed, 2 stopped\n"));
 }
 

@@ -54,7 +54,7 @@ TEST(TimeoutTest, EndsTheWaitForAProxyThatDoesNotAnswer) {
     kill(simulator.pid(), SIGSTOP);
     EXPECT_EQ(bench.wait(), kTimeIsOver);
     kill(simulator.pid(), SIGCONT);
-    EXPECT_THAT(bench.err(), HasSubstr("timeout: the 1 seconds that --timeout gives are over"));
+    EXPECT_THAT(bench.err(), HasSubstr("timeout: the 1 second that --timeout gives is over"));
     EXPECT_FALSE(block_is_left());
 }
 
