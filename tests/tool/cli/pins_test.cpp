@@ -252,7 +252,8 @@ TEST_F(WayOutTest, IsGoneAfterToggling) {
 
 TEST_F(WayOutTest, IsGoneWhenTogglingIsStopped) {
     Running toggling(driving({"toggle", "IO0", "--period", "0.002"}));
-    ASSERT_TRUE(await([&] { return read_file(vcd_).size() > 100000; })) << toggling.err();
+    // Connecting and finding the chain leave about 108,000 bytes behind, and a period 3,800.
+    ASSERT_TRUE(await([&] { return read_file(vcd_).size() > 150000; })) << toggling.err();
     toggling.signal(SIGINT);
     EXPECT_EQ(toggling.wait(), 128 + SIGINT);
     expect_the_way_out();
