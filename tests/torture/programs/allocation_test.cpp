@@ -60,7 +60,7 @@ class AllocationTest : public testing::TestWithParam<Command> {
 protected:
     void SetUp() override {
         if (std::string_view(FAILING_MALLOC).empty()) {
-            GTEST_SKIP() << "a sanitizer has a heap of its own";
+            GTEST_SKIP() << "sanitizers and coverage leave no heap that could refuse";
         }
     }
     [[nodiscard]] Result run(long fail, bool lasting) const;
