@@ -32,23 +32,24 @@ int posts_of(sem_t* semaphore) {
     return value;
 }
 
-// Holds the proxy at the end of a batch, until it is let go.
-class HeldBatch {
+// Holds the proxy at the end of a command, until it is let go.
+class HeldCommand {
 public:
-    explicit HeldBatch(test_support::RecordedPod& pod) {
+    explicit HeldCommand(test_support::RecordedPod& pod, uint32_t command = SHM_CMD_EXECUTE) {
         held = false;
         go = false;
-        pod.interfere([](lcl_shm& block) {
-            if (block.cmd == SHM_CMD_EXECUTE && !held.exchange(true)) {
+        pod.interfere([command](lcl_shm& block) {
+            if (block.cmd == command && !held.exchange(true)) {
                 held.notify_all();
                 go.wait(false);
             }
         });
     }
-    ~HeldBatch() { let_go(); }
-    HeldBatch(const HeldBatch&) = delete;
-    HeldBatch& operator=(const HeldBatch&) = delete;
+    ~HeldCommand() { let_go(); }
+    HeldCommand(const HeldCommand&) = delete;
+    HeldCommand& operator=(const HeldCommand&) = delete;
     static void wait() { held.wait(false); }
+    static bool is_held() { return held; }
     static void let_go() {
         go = true;
         go.notify_all();
@@ -139,7 +140,7 @@ protected:
 
     void kill_in_the_batch() {
         Host host(open_and_read);
-        HeldBatch::wait();
+        HeldCommand::wait();
         host.die();
         EXPECT_EQ(note(), kNoteUnderWay);
     }
@@ -152,14 +153,14 @@ protected:
 
 // The proxy goes on when the next handle has told it of its attach.
 TEST_F(KilledHostTest, TheNextOneOpensWhileTheBatchRuns) {
-    HeldBatch held(proxy.pod());
+    HeldCommand held(proxy.pod());
     kill_in_the_batch();
     static int posts;
     posts = 0;
     os_calls.sem_post = [](sem_t* semaphore) {
         const int result = ::sem_post(semaphore);
         if (++posts == 2) { // the mutex first
-            HeldBatch::let_go();
+            HeldCommand::let_go();
         }
         return result;
     };
@@ -171,10 +172,10 @@ TEST_F(KilledHostTest, TheNextOneOpensWhileTheBatchRuns) {
 }
 
 TEST_F(KilledHostTest, TheNextOneOpensWhenTheBatchHasEnded) {
-    HeldBatch held(proxy.pod());
+    HeldCommand held(proxy.pod());
     kill_in_the_batch();
     sem_t* const complete = sem_open("talvor_lcl_s_c_000001", 0);
-    HeldBatch::let_go();
+    HeldCommand::let_go();
     while (posts_of(complete) == 0) {
         sched_yield();
     }
@@ -203,14 +204,14 @@ TEST_F(KilledHostTest, AProxyLeavesWhatItLikesInTheBlock) {
 }
 
 TEST_F(KilledHostTest, WhenThePatienceIsOverTheNextOneTakesItsAttachBack) {
-    HeldBatch held(proxy.pod());
+    HeldCommand held(proxy.pod());
     kill_in_the_batch();
     setenv("TALVOR_PROXY_PATIENCE_MS", "20", 1);
     EXPECT_EQ(handle.open(), -1);
     EXPECT_EQ(handle.open(), -1);
     EXPECT_EQ(note(), kNoteUnderWay);
     EXPECT_FALSE(handle.inform.podHold.held);
-    HeldBatch::let_go();
+    HeldCommand::let_go();
     unsetenv("TALVOR_PROXY_PATIENCE_MS");
     ASSERT_EQ(handle.open(), 0);
     expect_in_step(handle);
@@ -219,8 +220,31 @@ TEST_F(KilledHostTest, WhenThePatienceIsOverTheNextOneTakesItsAttachBack) {
                             SHM_CMD_EXECUTE, SHM_CMD_EXECUTE));
 }
 
+// It has begun with the attach, so that nobody can take it back: its answer is still to come.
+TEST_F(KilledHostTest, WhenThePatienceIsOverTheProxyOwesTheAnswerToAnAttachThatItTook) {
+    Host host(open_and_die_before_the_batch);
+    host.wait_for_death();
+    HeldCommand held(proxy.pod(), SHM_CMD_ATTACH);
+    os_calls.clock_gettime = [](clockid_t, timespec* now) { // stands until the proxy is held
+        static std::atomic<int64_t> seconds;
+        *now = {.tv_sec = HeldCommand::is_held() ? ++seconds : seconds.load(), .tv_nsec = 0};
+        return 0;
+    };
+    setenv("TALVOR_PROXY_PATIENCE_MS", "20000", 1);
+    EXPECT_EQ(handle.open(), -1);
+    unsetenv("TALVOR_PROXY_PATIENCE_MS");
+    EXPECT_EQ(note(), kNoteUnderWay);
+    EXPECT_FALSE(handle.inform.podHold.held);
+    HeldCommand::let_go();
+    ASSERT_EQ(handle.open(), 0);
+    expect_in_step(handle);
+    EXPECT_THAT(proxy.pod().commands(),
+                ElementsAre(SHM_CMD_ATTACH, SHM_CMD_ATTACH, SHM_CMD_ATTACH, SHM_CMD_EXECUTE,
+                            SHM_CMD_EXECUTE, SHM_CMD_EXECUTE));
+}
+
 TEST_F(KilledHostTest, AnAttachThatCannotBePostedFailsTheOpen) {
-    HeldBatch held(proxy.pod());
+    HeldCommand held(proxy.pod());
     kill_in_the_batch();
     static int posts;
     posts = 0;
@@ -229,14 +253,14 @@ TEST_F(KilledHostTest, AnAttachThatCannotBePostedFailsTheOpen) {
     };
     EXPECT_EQ(handle.open(), -1);
     EXPECT_EQ(note(), kNoteUnderWay);
-    HeldBatch::let_go();
+    HeldCommand::let_go();
     ASSERT_EQ(handle.open(), 0);
     expect_in_step(handle);
 }
 
 // The second was killed while it waited behind the first one's batch.
 TEST_F(KilledHostTest, TwoAreKilledOneAfterTheOther) {
-    HeldBatch held(proxy.pod());
+    HeldCommand held(proxy.pod());
     kill_in_the_batch();
     sem_t* const start = sem_open("talvor_lcl_s_s_000001", 0);
     Host second(open_and_read);
@@ -249,7 +273,7 @@ TEST_F(KilledHostTest, TwoAreKilledOneAfterTheOther) {
     unsetenv("TALVOR_PROXY_PATIENCE_MS");
     EXPECT_EQ(posts_of(start), 0) << "nobody is left to wait for that attach";
     sem_close(start);
-    HeldBatch::let_go();
+    HeldCommand::let_go();
     ASSERT_EQ(handle.open(), 0);
     expect_in_step(handle);
 }

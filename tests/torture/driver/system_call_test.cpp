@@ -3,6 +3,8 @@
 // as documented, nothing left behind, and a fresh handle that works.
 #include "export/operations.h"
 #include "torture_bench.h"
+#include "transport/batch_room.h"
+#include "transport/port.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -17,6 +19,8 @@ namespace {
 
 // Places of one call that are tried: a wait asks again and again, and how often nobody knows.
 const unsigned kPlacesMost = std::getenv("TALVOR_TORTURE") != nullptr ? 200 : 30;
+// Words that a batch has room for before an operation.
+const uint32_t kRoomMost = std::getenv("TALVOR_TORTURE") != nullptr ? 200 : 60;
 
 TEST(OsEntriesTest, CoverTheWholeTable) {
     ASSERT_EQ(os_entries().size(), sizeof(OsCalls) / sizeof(void*));
@@ -267,6 +271,42 @@ TEST_F(SystemCallTortureTest, OfTheExchangesOfEveryOperation) {
         }
         ASSERT_FALSE(HasFailure());
         EXPECT_EQ(undisturbed(operation), reference) << "afterwards";
+    }
+    expect_a_good_session();
+}
+
+// Leaves a batch that has room for so many words, or one more, before it must be sent.
+void fill_batch(JSC_Inform* handle, uint32_t room) {
+    const lcl_shm* const block = handle->ProxyShm;
+    const uint32_t words = SHM_BLOCK_WORDS - kBatchStatusReads - room;
+    while (block->tbcMblockPtr + 2 <= words) {
+        PortWriteNoCache(handle, TBC_PORT_STATUS0, 0); // a delay, which changes nothing
+    }
+}
+
+// A full batch has to be sent in the middle of an operation, wherever that is, and cannot be.
+TEST_F(SystemCallTortureTest, OfTheFlushThatAFullBatchForcesOnAnOperation) {
+    const OsEntry& entry = os_entry("sem_post");
+    for (const OperationCall& operation : operation_calls()) {
+        SCOPED_TRACE(operation.name);
+        unsigned forced = 0;
+        for (uint32_t room = 0; room <= kRoomMost; room += 2) {
+            SCOPED_TRACE(testing::Message() << "room for " << room << " words");
+            Session session(operation.stage);
+            fill_batch(session.get(), room);
+            Outputs out = Outputs::spoiled();
+            bench.os.set(entry, 1, entry.errors.front());
+            const int32_t code = session.call(operation, out);
+            const bool hit = bench.os.clear();
+            forced += hit ? 1 : 0;
+            EXPECT_TRUE(code == operation.answer || (hit && is_exchange_failure(operation, code)))
+                << code;
+            ASSERT_FALSE(HasFailure());
+            if (!hit) {
+                break; // it queues less, and sends nothing
+            }
+        }
+        EXPECT_TRUE(forced != 0 || operation.exchange == Failure::None);
     }
     expect_a_good_session();
 }
