@@ -250,14 +250,18 @@ TEST_F(ResetTest, ALogThatIsFullEndsTheReset) {
     log->logFileEntryMax = 1;
     EXPECT_EQ(reset(), -520);
     EXPECT_TRUE(session.pod().commands().empty()) << "in front of the initialisation";
-    log->logFileEntryMax = 10;
-    EXPECT_EQ(reset(), -520);
-    log->logFileEntryMax = 13;
-    EXPECT_EQ(reset(), -520) << "in the number";
-    log->logFileEntryMax = 15;
-    EXPECT_EQ(reset(), -520);
     log->logFileEntryMax = 16;
     EXPECT_EQ(reset(), 0);
+    const Log whole = logged();
+    EXPECT_EQ(whole.size(), 16U);
+    for (uint32_t room = 1; room < whole.size(); ++room) {
+        log->logFileEntryMax = room;
+        EXPECT_EQ(reset(), -520) << room;
+        EXPECT_EQ(logged(), Log(whole.begin(), whole.begin() + room));
+    }
+    log->logFileEntryMax = 0;
+    action.trstAssert = action.trstNegate = true;
+    EXPECT_EQ(reset(), -520) << "before TRSTn";
     log->logFileEntryMax = 256;
 }
 

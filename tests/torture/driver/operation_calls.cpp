@@ -207,6 +207,25 @@ const std::vector<OperationCall> kCalls =
          CALL(table.RegisterWrite(handle, true, true, 12, 2, sent)), nullptr},
 };
 
+const std::vector<OperationCall> kVariants = {
+    {"Reset, hard", offsetof(JSC_Interface, Reset) / sizeof(void (*)()), Connected, Partly, Partly,
+     0,
+     [](Table table, Handle handle, Outputs&) -> int32_t {
+         JSC_ResetAction action{};
+         action.resetHard = true;
+         return table.Reset(handle, &action);
+     },
+     nullptr},
+    {"Reset, soft", offsetof(JSC_Interface, Reset) / sizeof(void (*)()), Connected, Partly, Partly,
+     0,
+     [](Table table, Handle handle, Outputs&) -> int32_t {
+         JSC_ResetAction action{};
+         action.resetSoft = true;
+         return table.Reset(handle, &action);
+     },
+     nullptr},
+};
+
 } // namespace
 
 Outputs Outputs::spoiled() {
@@ -221,6 +240,10 @@ bool Outputs::operator==(const Outputs& other) const {
 
 std::span<const OperationCall> operation_calls() {
     return kCalls;
+}
+
+std::span<const OperationCall> operation_variants() {
+    return kVariants;
 }
 
 } // namespace torture

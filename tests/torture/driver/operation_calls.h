@@ -53,5 +53,7 @@ struct OperationCall {
 
 // In the order of the table.
 std::span<const OperationCall> operation_calls();
+// Other ways to call some of them, which take other steps.
+std::span<const OperationCall> operation_variants();
 
 } // namespace torture

@@ -246,31 +246,37 @@ bool is_exchange_failure(const OperationCall& operation, int32_t code) {
     }
 }
 
+void fail_each_exchange(Bench& bench, const OperationCall& operation) {
+    const OsEntry& entry = os_entry("sem_post");
+    const Outputs reference = undisturbed(operation);
+    for (const int error : entry.errors) {
+        const unsigned exchanges = torture_operation(
+            bench, operation, entry, error, [&](bool hit, int32_t code, const Outputs& out) {
+                if (!hit) {
+                    EXPECT_EQ(code, operation.answer);
+                    EXPECT_EQ(out, reference);
+                    return;
+                }
+                EXPECT_TRUE(is_exchange_failure(operation, code)) << code;
+                Outputs expected = code == operation.answer ? reference : Outputs::spoiled();
+                if (code != operation.answer && operation.preset != nullptr) {
+                    operation.preset(expected);
+                }
+                EXPECT_EQ(out, expected) << "outputs after code " << code;
+            });
+        EXPECT_EQ(exchanges != 0, operation.exchange != Failure::None) << exchanges;
+    }
+    ASSERT_FALSE(testing::Test::HasFailure());
+    EXPECT_EQ(undisturbed(operation), reference) << "afterwards";
+}
+
 // The proxy cannot be told of a command: it was never given, so nobody waits for its answer.
 TEST_F(SystemCallTortureTest, OfTheExchangesOfEveryOperation) {
-    const OsEntry& entry = os_entry("sem_post");
-    for (const OperationCall& operation : operation_calls()) {
-        SCOPED_TRACE(operation.name);
-        const Outputs reference = undisturbed(operation);
-        for (const int error : entry.errors) {
-            const unsigned exchanges = torture_operation(
-                bench, operation, entry, error, [&](bool hit, int32_t code, const Outputs& out) {
-                    if (!hit) {
-                        EXPECT_EQ(code, operation.answer);
-                        EXPECT_EQ(out, reference);
-                        return;
-                    }
-                    EXPECT_TRUE(is_exchange_failure(operation, code)) << code;
-                    Outputs expected = code == operation.answer ? reference : Outputs::spoiled();
-                    if (code != operation.answer && operation.preset != nullptr) {
-                        operation.preset(expected);
-                    }
-                    EXPECT_EQ(out, expected) << "outputs after code " << code;
-                });
-            EXPECT_EQ(exchanges != 0, operation.exchange != Failure::None) << exchanges;
+    for (const auto& operations : {operation_calls(), operation_variants()}) {
+        for (const OperationCall& operation : operations) {
+            SCOPED_TRACE(operation.name);
+            ASSERT_NO_FATAL_FAILURE(fail_each_exchange(bench, operation));
         }
-        ASSERT_FALSE(HasFailure());
-        EXPECT_EQ(undisturbed(operation), reference) << "afterwards";
     }
     expect_a_good_session();
 }
